@@ -1,0 +1,15 @@
+# SPDX-License-Identifier: MIT
+# The flags of every target of ours: link veltrano_flags PRIVATE.
+
+add_library(veltrano_flags INTERFACE)
+target_compile_options(veltrano_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
+  -Wno-multichar # 'clos' and its like are the API's own notation
+  $<$<CXX_COMPILER_ID:Clang>:-Wno-four-char-constants>
+  "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=" # reports and binaries hold System/vlString.cpp
+  "$<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique>")
+
+if(VELTRANO_SANITIZE)
+  add_compile_options(-fsanitize=${VELTRANO_SANITIZE} -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${VELTRANO_SANITIZE})
+endif()

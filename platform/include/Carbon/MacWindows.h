@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: MIT
+// MacWindows.h - windows. Main thread only. A null window, or what is none, gives errInvalidWindowRef or,
+// where there is no result, is ignored.
+#pragma once
+
+#include <Carbon/Appearance.h>
+#include <Carbon/CarbonEvents.h>
+#include <Carbon/Quickdraw.h>
+
+typedef UInt32 WindowClass;
+typedef UInt32 WindowModality;
+typedef UInt16 WindowRegionCode;
+
+enum {
+    kAlertWindowClass = 1,
+    kMovableAlertWindowClass = 2,
+    kModalWindowClass = 3,
+    kMovableModalWindowClass = 4,
+    kFloatingWindowClass = 5,
+    kDocumentWindowClass = 6,
+    kUtilityWindowClass = 8,
+    kHelpWindowClass = 10,
+    kSheetWindowClass = 11,
+    kToolbarWindowClass = 12,
+    kPlainWindowClass = 13,
+    kOverlayWindowClass = 14,
+    kSheetAlertWindowClass = 15,
+    kAltPlainWindowClass = 16,
+    kSimpleWindowClass = 18,
+    kDrawerWindowClass = 20
+};
+
+enum {
+    kWindowModalityNone = 0,
+    kWindowModalitySystemModal = 1, // acts as the next one
+    kWindowModalityAppModal = 2,
+    kWindowModalityWindowModal = 3
+};
+
+enum {
+    kWindowStructureRgn = 32, // frame and content
+    kWindowContentRgn = 33
+};
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+OSStatus GetWindowClass(WindowRef window, WindowClass* windowClass) VL_SYMBOL(GetWindowClass);
+/// Changes class and stacking; the frame keeps its look.
+OSStatus SetWindowClass(WindowRef window, WindowClass windowClass) VL_SYMBOL(SetWindowClass);
+/// With kWindowModalityWindowModal the `unavailable` window takes no input while this one is up.
+OSStatus SetWindowModality(WindowRef window, WindowModality modality, WindowRef unavailable)
+    VL_SYMBOL(SetWindowModality);
+/// What the content is erased with; `update` redraws it at once. themeInvalidBrushErr for others than the
+/// known brushes.
+OSStatus SetThemeWindowBackground(WindowRef window, ThemeBrush brush, Boolean update)
+    VL_SYMBOL(SetThemeWindowBackground);
+/// To the front of its stacking group and active, if it is visible; shows nothing.
+void BringToFront(WindowRef window) VL_SYMBOL(BringToFront);
+/// Returns when the window is on the screen (bounded wait). Nothing when visible already.
+void ShowWindow(WindowRef window) VL_SYMBOL(ShowWindow);
+/// Nothing, and no event, when hidden already.
+void HideWindow(WindowRef window) VL_SYMBOL(HideWindow);
+Boolean IsWindowVisible(WindowRef window) VL_SYMBOL(IsWindowVisible);
+/// Puts the content's top-left corner at a point of the screen; `front` also brings it forward.
+void MoveWindow(WindowRef window, SInt16 h, SInt16 v, Boolean front) VL_SYMBOL(MoveWindow);
+/// Replaces a region by the window's structure or content in screen coordinates.
+///   returns  noErr; errInvalidWindowRef; errWindowRegionCodeInvalid
+OSStatus GetWindowRegion(WindowRef window, WindowRegionCode code, RgnHandle region)
+    VL_SYMBOL(GetWindowRegion);
+/// The same as a rectangle.
+OSStatus GetWindowBounds(WindowRef window, WindowRegionCode code, Rect* bounds)
+    VL_SYMBOL(GetWindowBounds);
+/// The title; one reference in *title.
+OSStatus CopyWindowTitleAsCFString(WindowRef window, CFStringRef* title)
+    VL_SYMBOL(CopyWindowTitleAsCFString);
+/// The front window of this API's own making that is visible; null when there is none.
+WindowRef FrontNonFloatingWindow(void) VL_SYMBOL(FrontNonFloatingWindow);
+/// Sends Hidden (if visible), Closed and Dispose to the window's handlers, then frees it with its controls
+/// and handlers. A wrapped host window itself is left alone.
+void DisposeWindow(WindowRef window) VL_SYMBOL(DisposeWindow);
+
+#ifdef __cplusplus
+}
+#endif

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+// CFPreferences.h - property-list values under keys, one file an application, user and host scope.
+// Sets stay in memory until a synchronize writes them; gets see this process's own sets at once.
+//   current user, current host   $XDG_CONFIG_HOME/preferences/ByHost/<application>.<machine id>.plist
+//   current user, any host       $XDG_CONFIG_HOME/preferences/<application>.plist
+//   any user,     current host   <first of $XDG_CONFIG_DIRS>/preferences/<application>.plist
+// An application identifier with a "/" has no location: every synchronize of it fails.
+#pragma once
+
+#include <CoreFoundation/CFBase.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// Compared by address; any other string is no known user or host.
+extern const CFStringRef kCFPreferencesAnyUser VL_SYMBOL(kCFPreferencesAnyUser);
+extern const CFStringRef kCFPreferencesCurrentUser VL_SYMBOL(kCFPreferencesCurrentUser);
+extern const CFStringRef kCFPreferencesAnyHost VL_SYMBOL(kCFPreferencesAnyHost);
+extern const CFStringRef kCFPreferencesCurrentHost VL_SYMBOL(kCFPreferencesCurrentHost);
+
+/// Sets a value in memory, deep-copied, so it may be released or changed at once. Null removes the key.
+/// A value that a property list cannot hold, or one nested deeper than 512 levels, is not kept and the
+/// next synchronize returns false.
+void CFPreferencesSetValue(CFStringRef key, CFPropertyListRef value, CFStringRef application,
+                           CFStringRef user, CFStringRef host) VL_SYMBOL(CFPreferencesSetValue);
+
+/// The value in exactly that scope: one reference, immutable; null when absent.
+CFPropertyListRef CFPreferencesCopyValue(CFStringRef key, CFStringRef application, CFStringRef user,
+                                         CFStringRef host) VL_SYMBOL(CFPreferencesCopyValue);
+
+/// The keys of that scope, one reference; null when there are none.
+CFArrayRef CFPreferencesCopyKeyList(CFStringRef application, CFStringRef user, CFStringRef host)
+    VL_SYMBOL(CFPreferencesCopyKeyList);
+
+/// Nothing changed here: forgets what was read and returns true. Else merges the changes into what is on
+/// disk now and writes it durably.
+///   returns  false when that failed: the changes stay in memory and the next call tries again; the
+///            file is as it was
+Boolean CFPreferencesSynchronize(CFStringRef application, CFStringRef user, CFStringRef host)
+    VL_SYMBOL(CFPreferencesSynchronize);
+
+#ifdef __cplusplus
+}
+#endif

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+// MacMemory.h - handles: blocks behind a master pointer.
+#pragma once
+
+#include <CoreServices/MacTypes.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/// The size in bytes of a handle's block; 0 for null and for what is no handle.
+Size GetHandleSize(Handle handle) VL_SYMBOL(GetHandleSize);
+
+#ifdef __cplusplus
+}
+#endif

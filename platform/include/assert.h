@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+// assert.h - the C library's, and the report that a failed check ends in.
+#pragma GCC system_header
+#include_next <assert.h>
+
+#ifndef VELTRANO_PLATFORM_EPRINTF
+#define VELTRANO_PLATFORM_EPRINTF
+#include <veltrano/Symbol.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/// Writes `format` with file, line and expression (in that order) to standard error, flushes it and
+/// aborts the process. Does not return.
+///   example  __eprintf("%s:%u: failed assertion `%s'\n", "a.c", 7, "p != 0")
+void __eprintf(const char* format, const char* file, unsigned line, const char* expression)
+    VL_SYMBOL(__eprintf) __attribute__((__noreturn__));
+
+#ifdef __cplusplus
+}
+#endif
+#endif
