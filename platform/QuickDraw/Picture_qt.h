@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+// Picture_qt.h - the decoder of QuickDraw pictures ('PICT' data without the 512 bytes of a file).
+#pragma once
+
+#include <QtCore/QSizeF>
+
+#include <cstddef>
+#include <memory>
+
+class QPainter;
+class QRectF;
+
+/// A picture, decoded whole and independent of the data it came from.
+class DecodedPicture
+{
+public:
+    /// Decodes `size` bytes. Null for what cannot be shown whole: a half picture counts as missing.
+    static std::shared_ptr<const DecodedPicture> Decode(const void* data, std::size_t size);
+
+    virtual ~DecodedPicture() = default;
+    /// The frame's width and height in points (72 dpi), each at least 1.
+    virtual QSizeF FrameSize() const = 0;
+    /// Paints the picture scaled so that its frame fills `target`, at the painter's own density.
+    virtual void Paint(QPainter& painter, const QRectF& target) const = 0;
+};
