@@ -29,7 +29,7 @@ struct Event
 
 __attribute__((format(printf, 1, 2))) void Record(const char* format, ...)
 {
-    char line[256];
+    char line[1024];
     va_list arguments;
     va_start(arguments, format);
     vsnprintf(line, sizeof line, format, arguments);
