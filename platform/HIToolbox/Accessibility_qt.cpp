@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Accessibility_qt.cpp - roles for screen readers. Names are the widgets' accessible names and titles.
+// Accessibility_qt.cpp - roles for screen readers. Names are the widgets' accessible names and
+// titles.
 #include "HIToolbox/Accessibility_qt.h"
+
 #include "HIToolbox/Controls_qt.h"
 #include "HIToolbox/TextView_qt.h"
 #include "HIToolbox/Windows_qt.h"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Accessibility_qt.h - what a screen reader is told of windows and of controls that are not Qt's own.
+// Accessibility_qt.h - what a screen reader is told of windows and of controls that are not Qt's
+// own.
 #pragma once
 
 /// Once a process; again does nothing.

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Application_qt.cpp - the process's one QApplication.
-// A Qt host has one. For any other host it is made on first use and never deleted: Qt does not leave a
-// process, and its own exit clean-up does not survive a late deletion. Qt ends the process where it cannot
-// start, so everything that it needs is tried out first.
+// A Qt host has one. For any other host it is made on first use and never deleted: Qt does not
+// leave a process, and its own exit clean-up does not survive a late deletion. Qt ends the process
+// where it cannot start, so everything that it needs is tried out first.
 #include "HIToolbox/Application_qt.h"
 
 #include <QtCore/QPluginLoader>
@@ -26,7 +26,8 @@ public:
         : m_library(dlopen("libX11.so.6", RTLD_LAZY | RTLD_NOLOAD))
     {
         for (Handler& handler : m_handlers) {
-            handler.set = m_library ? reinterpret_cast<Set>(dlsym(m_library, handler.name)) : nullptr;
+            handler.set
+                = m_library ? reinterpret_cast<Set>(dlsym(m_library, handler.name)) : nullptr;
             if (handler.set) {
                 handler.value = handler.set(nullptr); // there is no other way to read it
                 handler.set(handler.value);
@@ -57,8 +58,8 @@ private:
         Value value;
     };
     void* m_library;
-    Handler m_handlers[2] = { { "XSetErrorHandler", nullptr, nullptr },
-                              { "XSetIOErrorHandler", nullptr, nullptr } };
+    Handler m_handlers[2]
+        = { { "XSetErrorHandler", nullptr, nullptr }, { "XSetIOErrorHandler", nullptr, nullptr } };
 };
 
 bool HasXDisplay()
@@ -69,8 +70,9 @@ bool HasXDisplay()
     return ok;
 }
 
-// The back end to start, or nothing where none would start. Windows are placed by screen coordinates and
-// belong to X windows of the host, so a session of another kind is entered through its X server.
+// The back end to start, or nothing where none would start. Windows are placed by screen
+// coordinates and belong to X windows of the host, so a session of another kind is entered through
+// its X server.
 std::string PlatformName()
 {
     const std::string wanted = qEnvironmentVariable("QT_QPA_PLATFORM").toStdString();
@@ -87,7 +89,8 @@ std::string PlatformName()
     }
     folders.prepend(qEnvironmentVariable("QT_QPA_PLATFORM_PLUGIN_PATH"));
     for (const QString& folder : folders) {
-        const QString file = folder + QStringLiteral("/libq%1.so").arg(QString::fromStdString(name));
+        const QString file
+            = folder + QStringLiteral("/libq%1.so").arg(QString::fromStdString(name));
         if (QPluginLoader(file).load()) {
             return name == wanted.substr(0, name.size()) ? wanted : name;
         }
@@ -102,7 +105,8 @@ bool Start()
     if (platform.empty()) {
         return false;
     }
-    // The look is fixed and the desktop's theme plug-in stays out: it may bring a second GTK into a GTK host.
+    // The look is fixed and the desktop's theme plug-in stays out: it may bring a second GTK into a
+    // GTK host.
     static char* arguments[] = { program_invocation_name,
                                  const_cast<char*>("-platform"),
                                  platform.data(),

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Controls_qt.cpp - controls: their data by tag, nesting, visibility and commands.
 #include "HIToolbox/Controls_qt.h"
+
 #include "HIToolbox/TextView_qt.h"
 #include "HIToolbox/Windows_qt.h"
 
@@ -24,7 +25,8 @@ static_assert(sizeof(ControlFontStyleRec) == 24, "the record's layout is part of
 
 namespace {
 
-// Return and Enter are the window's, whichever button has the focus; Space presses the button itself.
+// Return and Enter are the window's, whichever button has the focus; Space presses the button
+// itself.
 class PushButton : public QPushButton
 {
 public:
@@ -58,7 +60,8 @@ void Pressed(const std::weak_ptr<OpaqueControlRef>& weak)
     if (!control || control->command == 0) {
         return;
     }
-    const WindowWidget::Delivery delivery(control->window->Widget()); // outlives the last reference below
+    const WindowWidget::Delivery delivery(
+        control->window->Widget()); // outlives the last reference below
     const WindowPtr window = control->window->shared_from_this();
     HICommandExtended command {};
     command.attributes = kHICommandFromControl;
@@ -70,7 +73,7 @@ void Pressed(const std::weak_ptr<OpaqueControlRef>& weak)
 QWidget* CreateWidget(ControlKind kind, const QRect& bounds, QWidget* parent)
 {
     switch (kind) {
-    case ControlKind::Picture:
+    case ControlKind::Image:
         return new PictureView(parent);
     case ControlKind::PushButton: {
         auto* button = new PushButton(parent);
@@ -125,7 +128,7 @@ OSErr Missing(ControlRef control)
 }
 
 // What a control keeps under a tag.
-enum class Data { None, Text, CFString, FontStyle, Picture, Default, Cancel };
+enum class Data { None, Text, CFString, FontStyle, Image, Default, Cancel };
 
 Data DataOf(const OpaqueControlRef& control, ResType tag)
 {
@@ -142,7 +145,7 @@ Data DataOf(const OpaqueControlRef& control, ResType tag)
     case kControlFontStyleTag:
         return hasFont ? Data::FontStyle : Data::None;
     case kControlPictureHandleTag:
-        return kind == ControlKind::Picture ? Data::Picture : Data::None;
+        return kind == ControlKind::Image ? Data::Image : Data::None;
     case kControlPushButtonDefaultTag:
         return isButton ? Data::Default : Data::None;
     case kControlPushButtonCancelTag:
@@ -161,7 +164,7 @@ Size SizeOf(const OpaqueControlRef& control, Data data)
         return sizeof(CFStringRef);
     case Data::FontStyle:
         return sizeof(ControlFontStyleRec);
-    case Data::Picture:
+    case Data::Image:
         return sizeof(PicHandle);
     case Data::Default:
     case Data::Cancel:
@@ -244,7 +247,8 @@ OpaqueControlRef::OpaqueControlRef(OwnWindow& owner,
     , target(in ? &in->target : &owner.target)
     , container(in)
 {
-    widget->setGeometry(QRect(where.topLeft() - (in ? in->bounds.topLeft() : QPoint()), where.size()));
+    widget->setGeometry(
+        QRect(where.topLeft() - (in ? in->bounds.topLeft() : QPoint()), where.size()));
     ApplyFont();
 }
 
@@ -255,9 +259,8 @@ OpaqueControlRef& Controls_Create(OwnWindow& window,
 {
     auto control = std::make_shared<OpaqueControlRef>(window, container, kind, bounds);
     if (auto* button = qobject_cast<QAbstractButton*>(control->widget)) {
-        QObject::connect(button, &QAbstractButton::clicked, [weak = control->weak_from_this()] {
-            Pressed(weak);
-        });
+        QObject::connect(button, &QAbstractButton::clicked,
+                         [weak = control->weak_from_this()] { Pressed(weak); });
     }
     window.controls.push_back(control);
     return *control;
@@ -295,7 +298,8 @@ void OpaqueControlRef::SetFontStyle(const ControlFontStyleRec& style)
     ApplyFont();
 }
 
-// Sizes are pixels of the original's 72 dpi screen, because the bounds are. Only static text has colours.
+// Sizes are pixels of the original's 72 dpi screen, because the bounds are. Only static text has
+// colours.
 void OpaqueControlRef::ApplyFont()
 {
     struct FontChoice
@@ -306,13 +310,13 @@ void OpaqueControlRef::ApplyFont()
     static constexpr FontChoice kMetaFonts[] // by kControlFontBigSystemFont (-1) and the like
         = { { 13, false }, { 11, false }, { 11, true }, { 12, false }, { 9, false } };
     static constexpr FontChoice kThemeFonts[]
-        = { { 13, false }, { 11, false }, { 11, true }, { 12, false }, { 13, true }, { 13, false },
-            { 10, false } };
+        = { { 13, false }, { 11, false }, { 11, true }, { 12, false },
+            { 13, true },  { 13, false }, { 10, false } };
 
     const auto has = [this](int mask) { return (fontStyle.flags & mask) != 0; };
     FontChoice choice = kMetaFonts[0];
-    const auto index = static_cast<std::size_t>(has(kControlUseThemeFontIDMask) ? fontStyle.font
-                                                                               : -1 - fontStyle.font);
+    const auto index = static_cast<std::size_t>(
+        has(kControlUseThemeFontIDMask) ? fontStyle.font : -1 - fontStyle.font);
     if (has(kControlUseThemeFontIDMask) && index < std::size(kThemeFonts)) {
         choice = kThemeFonts[index];
     } else if (has(kControlUseFontMask) && index < std::size(kMetaFonts)) {
@@ -334,8 +338,7 @@ void OpaqueControlRef::ApplyFont()
     }
     if (kind == ControlKind::PushButton) { // a title that is cut tells nobody what will happen
         const int room = bounds.width() - 12;
-        while (font.pixelSize() > 9
-               && QFontMetrics(font).horizontalAdvance(Decode(text)) > room) {
+        while (font.pixelSize() > 9 && QFontMetrics(font).horizontalAdvance(Decode(text)) > room) {
             font.setPixelSize(font.pixelSize() - 1);
         }
     }
@@ -352,9 +355,8 @@ void OpaqueControlRef::ApplyFont()
                                : fontStyle.just == -2 ? Qt::AlignLeft | Qt::AlignAbsolute
                                                       : Qt::AlignLeading);
     }
-    const auto color = [](const RGBColor& rgb) {
-        return QColor::fromRgba64(rgb.red, rgb.green, rgb.blue);
-    };
+    const auto color
+        = [](const RGBColor& rgb) { return QColor::fromRgba64(rgb.red, rgb.green, rgb.blue); };
     QPalette palette;
     if (has(kControlUseForeColorMask)) {
         palette.setColor(QPalette::WindowText, color(fontStyle.foreColor));
@@ -404,7 +406,7 @@ void OpaqueControlRef::SetHidden(bool on)
 
 bool OpaqueControlRef::CanEmbed() const
 {
-    return kind == ControlKind::Picture || kind == ControlKind::Pane
+    return kind == ControlKind::Image || kind == ControlKind::Pane
         || kind == ControlKind::GroupBox || kind == ControlKind::Tab;
 }
 
@@ -464,11 +466,7 @@ OSErr EmbedControl(ControlRef ref, ControlRef containerRef)
     return noErr;
 }
 
-OSErr SetControlData(ControlRef ref,
-                     ControlPartCode,
-                     ResType tag,
-                     Size size,
-                     const void* data)
+OSErr SetControlData(ControlRef ref, ControlPartCode, ResType tag, Size size, const void* data)
 {
     const ControlPtr control = Find(ref);
     if (!control) {
@@ -493,7 +491,7 @@ OSErr SetControlData(ControlRef ref,
     case Data::FontStyle:
         control->SetFontStyle(Take<ControlFontStyleRec>(data));
         return noErr;
-    case Data::Picture:
+    case Data::Image:
         return SetPicture(*control, Take<PicHandle>(data));
     case Data::Default:
         control->SetDefault(Take<Boolean>(data) != 0);
@@ -525,12 +523,8 @@ OSErr GetControlDataSize(ControlRef ref, ControlPartCode, ResType tag, Size* siz
     return noErr;
 }
 
-OSErr GetControlData(ControlRef ref,
-                     ControlPartCode part,
-                     ResType tag,
-                     Size size,
-                     void* data,
-                     Size* actualSize)
+OSErr GetControlData(
+    ControlRef ref, ControlPartCode part, ResType tag, Size size, void* data, Size* actualSize)
 {
     Size full = 0;
     if (const OSErr error = GetControlDataSize(ref, part, tag, &full)) {
@@ -556,15 +550,13 @@ OSErr GetControlData(ControlRef ref,
         const QByteArray valid = Decode(control->text).toUtf8();
         give(CFStringCreateWithBytes(kCFAllocatorDefault,
                                      reinterpret_cast<const UInt8*>(valid.constData()),
-                                     valid.size(),
-                                     kCFStringEncodingUTF8,
-                                     false));
+                                     valid.size(), kCFStringEncodingUTF8, false));
         break;
     }
     case Data::FontStyle:
         give(control->fontStyle);
         break;
-    case Data::Picture:
+    case Data::Image:
         give(control->picture);
         break;
     case Data::Default:
@@ -609,8 +601,7 @@ Rect* GetControlBounds(ControlRef ref, Rect* bounds)
     if (bounds) {
         const ControlPtr control = Find(ref);
         const QRect rect = control ? control->bounds : QRect();
-        *bounds = { static_cast<SInt16>(rect.top()),
-                    static_cast<SInt16>(rect.left()),
+        *bounds = { static_cast<SInt16>(rect.top()), static_cast<SInt16>(rect.left()),
                     static_cast<SInt16>(rect.top() + rect.height()),
                     static_cast<SInt16>(rect.left() + rect.width()) };
     }
@@ -620,8 +611,11 @@ Rect* GetControlBounds(ControlRef ref, Rect* bounds)
 OSStatus GetControlCommandID(ControlRef ref, UInt32* command)
 {
     const ControlPtr control = Find(ref);
-    if (!control || !command) {
-        return control ? paramErr : Missing(ref);
+    if (!control) {
+        return Missing(ref);
+    }
+    if (!command) {
+        return paramErr;
     }
     *command = control->command;
     return noErr;
@@ -645,7 +639,7 @@ OSStatus HIViewSimulateClick(HIViewRef view, HIViewPartCode, UInt32, HIViewPartC
         return errMessageNotSupported;
     }
     if (part) {
-        *part = button->isEnabled() ? kControlButtonPart : kControlEntireControl;
+        *part = button->isEnabled() ? HIViewPartCode { kControlButtonPart } : HIViewPartCode {};
     }
     button->click();
     return noErr;

@@ -17,7 +17,7 @@ struct OwnWindow;
 
 enum class ControlKind {
     Pane, // holds others and draws nothing: also what stands for kinds that are not known
-    Picture,
+    Image,
     PushButton,
     CheckBox,
     RadioButton,
@@ -33,13 +33,13 @@ struct OpaqueControlRef : std::enable_shared_from_this<OpaqueControlRef>
     OwnWindow* const window; // which owns it
     const ControlKind kind;
     QWidget* const widget; // belongs to the window's widget
-    const QRect bounds;    // relative to the window's content, at any depth
+    const QRect bounds; // relative to the window's content, at any depth
     OpaqueEventTargetRef target;
     OpaqueControlRef* container; // null in the window itself
     ControlID id {};
     UInt32 command = 0; // 0: none
     bool hidden = false; // by itself; its container may be hidden too
-    std::string text;    // the bytes as given
+    std::string text; // the bytes as given
     ControlFontStyleRec fontStyle {};
     Boolean isDefault = false;
     Boolean isCancel = false;

@@ -19,7 +19,16 @@ struct OpaqueEventLoopRef
 
 struct OpaqueEventLoopTimerRef
 {
-    QTimer timer;
+    QTimer* const timer = new QTimer;
+
+    OpaqueEventLoopTimerRef() = default;
+    OpaqueEventLoopTimerRef(const OpaqueEventLoopTimerRef&) = delete;
+    OpaqueEventLoopTimerRef& operator=(const OpaqueEventLoopTimerRef&) = delete;
+    ~OpaqueEventLoopTimerRef()
+    {
+        timer->stop();
+        timer->deleteLater(); // it may be the one that is firing
+    }
 };
 
 namespace {
@@ -63,18 +72,22 @@ OSStatus InstallEventLoopTimer(EventLoopRef loop,
         return windowWrongStateErr;
     }
     auto added = std::make_shared<OpaqueEventLoopTimerRef>();
-    QObject::connect(&added->timer,
-                     &QTimer::timeout,
-                     [weak = std::weak_ptr(added), routine, userData, interval] {
-                         const auto held = weak.lock(); // the routine may remove it
-                         if (interval > 0) {
-                             held->timer.start(ToMilliseconds(interval));
-                         } else {
-                             held->timer.stop();
-                         }
-                         routine(held.get(), userData);
-                     });
-    added->timer.start(ToMilliseconds(delay));
+    const auto fire
+        = [weak = std::weak_ptr(added), routine, userData, interval, kept = timer != nullptr] {
+              const auto held = weak.lock(); // the routine may remove it
+              if (!held) {
+                  return;
+              }
+              if (interval > 0) {
+                  held->timer->start(ToMilliseconds(interval));
+              } else if (!kept) {
+                  RemoveEventLoopTimer(held.get());
+              }
+              routine(held.get(), userData);
+          };
+    QObject::connect(added->timer, &QTimer::timeout, fire);
+    added->timer->setSingleShot(true);
+    added->timer->start(ToMilliseconds(delay));
     Timers().push_back(added);
     if (timer) {
         *timer = added.get();
@@ -85,13 +98,11 @@ OSStatus InstallEventLoopTimer(EventLoopRef loop,
 OSStatus RemoveEventLoopTimer(EventLoopTimerRef timer)
 {
     auto& timers = Timers();
-    const auto found = std::find_if(timers.begin(), timers.end(), [&](const auto& known) {
-        return known.get() == timer;
-    });
+    const auto found = std::find_if(timers.begin(), timers.end(),
+                                    [&](const auto& known) { return known.get() == timer; });
     if (found == timers.end()) {
         return paramErr;
     }
-    (*found)->timer.stop();
     timers.erase(found);
     return noErr;
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Events.cpp - events, their targets and handlers, and the way an event takes.
-// An event is offered over a copy of the handlers, and each is asked again whether it still lives, because
-// a handler may remove others or end the very window whose event it is.
+// An event is offered over a copy of the handlers, and each is asked again whether it still lives,
+// because a handler may remove others or end the very window whose event it is.
 #include "HIToolbox/Events.h"
 
 #include <CoreServices/MacErrors.h>
@@ -119,8 +119,7 @@ OSStatus GetEventParameter(EventRef event,
             *actualSize = static_cast<UInt32>(parameter.bytes.size());
         }
         if (data) {
-            std::memcpy(data,
-                        parameter.bytes.data(),
+            std::memcpy(data, parameter.bytes.data(),
                         std::min<std::size_t>(size, parameter.bytes.size()));
         }
         return noErr;
@@ -142,11 +141,8 @@ OSStatus CreateEvent(CFAllocatorRef,
     return noErr;
 }
 
-OSStatus SetEventParameter(EventRef event,
-                           EventParamName name,
-                           EventParamType type,
-                           UInt32 size,
-                           const void* data)
+OSStatus SetEventParameter(
+    EventRef event, EventParamName name, EventParamType type, UInt32 size, const void* data)
 {
     if (!event || (!data && size)) {
         return paramErr;
@@ -243,9 +239,8 @@ OSStatus RemoveEventHandler(EventHandlerRef handler)
 {
     for (OpaqueEventTargetRef* target : Targets()) {
         auto& handlers = target->handlers;
-        const auto found = std::find_if(handlers.begin(), handlers.end(), [&](const auto& other) {
-            return other.get() == handler;
-        });
+        const auto found = std::find_if(handlers.begin(), handlers.end(),
+                                        [&](const auto& other) { return other.get() == handler; });
         if (found != handlers.end()) {
             (*found)->live = false;
             handlers.erase(found);

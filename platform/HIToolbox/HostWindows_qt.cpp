@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// HostWindows_qt.cpp - windows of the host behind a WindowRef: Qt widgets and X11 windows of any toolkit.
+// HostWindows_qt.cpp - windows of the host behind a WindowRef: Qt widgets and X11 windows of any
+// toolkit.
 #include "HIToolbox/Application_qt.h"
 #include "HIToolbox/Windows_qt.h"
 
@@ -17,8 +18,8 @@
 
 namespace {
 
-// Answers of the X server come from malloc. An error is a null answer: the host may destroy its window at
-// any moment.
+// Answers of the X server come from malloc. An error is a null answer: the host may destroy its
+// window at any moment.
 template <class T> using Reply = std::unique_ptr<T, decltype(&std::free)>;
 template <class T> Reply<T> Own(T* reply)
 {
@@ -36,7 +37,7 @@ xcb_atom_t Atom(const char* name)
     xcb_connection_t* x = Connection();
     const auto cookie = xcb_intern_atom(x, 0, static_cast<std::uint16_t>(std::strlen(name)), name);
     const auto reply = Own(xcb_intern_atom_reply(x, cookie, nullptr));
-    return reply ? reply->atom : XCB_ATOM_NONE;
+    return reply ? reply->atom : xcb_atom_t { XCB_ATOM_NONE };
 }
 
 // A property of 32-bit values, up to `count` of them; empty when it is absent.
@@ -72,8 +73,8 @@ QRect ToPoints(const QRect& pixels)
     return pixels;
 }
 
-/// A window of another toolkit. Neither Qt nor the window manager blocks it, so an invisible child that
-/// swallows clicks and keys covers it while it must take no input.
+/// A window of another toolkit. Neither Qt nor the window manager blocks it, so an invisible child
+/// that swallows clicks and keys covers it while it must take no input.
 struct X11Window final : OpaqueWindowPtr
 {
     explicit X11Window(xcb_window_t window)
@@ -127,10 +128,7 @@ struct X11Window final : OpaqueWindowPtr
         message.type = Atom("_NET_ACTIVE_WINDOW");
         message.data.data32[0] = 2; // asked for by the user, who closed our window
         Send(xcb_send_event_checked(
-            x,
-            0,
-            root,
-            XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+            x, 0, root, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
             reinterpret_cast<const char*>(&message)));
         const std::uint32_t above = XCB_STACK_MODE_ABOVE;
         Send(xcb_configure_window_checked(x, m_window, XCB_CONFIG_WINDOW_STACK_MODE, &above));
@@ -161,19 +159,9 @@ struct X11Window final : OpaqueWindowPtr
         const std::uint32_t swallowed = XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE
             | XCB_EVENT_MASK_POINTER_MOTION | XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE;
         m_cover = xcb_generate_id(x);
-        Send(xcb_create_window_checked(x,
-                                       0,
-                                       m_cover,
-                                       m_window,
-                                       0,
-                                       0,
-                                       kSide,
-                                       kSide,
-                                       0,
-                                       XCB_WINDOW_CLASS_INPUT_ONLY,
-                                       XCB_COPY_FROM_PARENT,
-                                       XCB_CW_EVENT_MASK,
-                                       &swallowed));
+        Send(xcb_create_window_checked(x, 0, m_cover, m_window, 0, 0, kSide, kSide, 0,
+                                       XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT,
+                                       XCB_CW_EVENT_MASK, &swallowed));
         Send(xcb_map_window_checked(x, m_cover));
     }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
-// ModalLoop_qt.cpp - modal loops: a nested event loop a window, which may nest on different windows.
+// ModalLoop_qt.cpp - modal loops: a nested event loop a window, which may nest on different
+// windows.
 #include "HIToolbox/ModalLoop_qt.h"
+
 #include "HIToolbox/Windows_qt.h"
 
 #include <CoreServices/MacErrors.h>
@@ -51,8 +53,8 @@ bool IsInput(QEvent::Type type)
     }
 }
 
-/// One run. While it is the innermost it keeps input from the process's other Qt windows; Qt itself knows
-/// modality only as what a window was shown with.
+/// One run. While it is the innermost it keeps input from the process's other Qt windows; Qt itself
+/// knows modality only as what a window was shown with.
 class ModalLoop : public QObject
 {
 public:
@@ -70,7 +72,8 @@ public:
         qApp->installEventFilter(this);
         QObject::connect(qApp, &QGuiApplication::focusWindowChanged, this, [this](QWindow* focus) {
             if (focus && Blocks(focus)) { // a click on a blocked window may still have activated it
-                QMetaObject::invokeMethod(this, [this] { m_window->Activate(); }, Qt::QueuedConnection);
+                QMetaObject::invokeMethod(
+                    this, [this] { m_window->Activate(); }, Qt::QueuedConnection);
             }
         });
     }
@@ -83,7 +86,8 @@ public:
 
     void Run()
     {
-        // Input that came while the window was being shown has been held back and waits for a wake-up.
+        // Input that came while the window was being shown has been held back and waits for a
+        // wake-up.
         QAbstractEventDispatcher::instance()->wakeUp();
         m_loop.exec();
     }
@@ -96,7 +100,8 @@ protected:
     }
 
 private:
-    // The host may open a modal window of its own above ours, from a timer say: Qt then sees to the rest.
+    // The host may open a modal window of its own above ours, from a timer say: Qt then sees to the
+    // rest.
     bool Blocks(const QWindow* window) const
     {
         const bool modalSince = window->modality() != Qt::NonModal

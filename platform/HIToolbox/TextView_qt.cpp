@@ -15,8 +15,8 @@ namespace {
 
 constexpr int kSmallestFont = 9; // pixels
 
-// The text with every kind of line end as one that a layout breaks at. The length stays, so that places
-// in it are places in the text.
+// The text with every kind of line end as one that a layout breaks at. The length stays, so that
+// places in it are places in the text.
 QString ForDisplay(QString text)
 {
     for (qsizetype at = 0; at < text.size(); ++at) {
@@ -108,7 +108,8 @@ int TextView::NaturalWidth() const
     return static_cast<int>(std::ceil(width)) + 1;
 }
 
-// Boxes are drawn for the metrics of another system's fonts: what would be cut is set a little smaller.
+// Boxes are drawn for the metrics of another system's fonts: what would be cut is set a little
+// smaller.
 void TextView::Fit()
 {
     if (m_fitted) {
@@ -257,8 +258,7 @@ void TextView::focusInEvent(QFocusEvent* event)
 
 void TextView::focusOutEvent(QFocusEvent* event)
 {
-    if (event->reason() != Qt::PopupFocusReason
-        && event->reason() != Qt::ActiveWindowFocusReason) {
+    if (event->reason() != Qt::PopupFocusReason && event->reason() != Qt::ActiveWindowFocusReason) {
         Select(m_cursor, m_cursor);
     }
     update();
@@ -270,9 +270,8 @@ void TextView::contextMenuEvent(QContextMenuEvent* event)
     menu->setAttribute(Qt::WA_DeleteOnClose);
     QAction* copy = menu->addAction(QMenu::tr("&Copy"), this, [this] { Copy(false); });
     copy->setEnabled(m_anchor != m_cursor);
-    menu->addAction(QMenu::tr("Select &All"), this, [this] {
-        Select(0, static_cast<int>(m_text.size()));
-    });
+    menu->addAction(QMenu::tr("Select &All"), this,
+                    [this] { Select(0, static_cast<int>(m_text.size())); });
     menu->popup(event->globalPos());
 }
 
@@ -280,7 +279,6 @@ void TextView::Copy(bool primary) const
 {
     QClipboard* clipboard = QGuiApplication::clipboard();
     if (m_anchor != m_cursor && (!primary || clipboard->supportsSelection())) {
-        clipboard->setText(SelectedText(),
-                           primary ? QClipboard::Selection : QClipboard::Clipboard);
+        clipboard->setText(SelectedText(), primary ? QClipboard::Selection : QClipboard::Clipboard);
     }
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// TextView_qt.h - text that is shown as it is: no markup, no mnemonics. It can be selected and copied.
-// Qt's label would do but for copying: it replaces some characters and knows no wrap inside long words.
+// TextView_qt.h - text that is shown as it is: no markup, no mnemonics. It can be selected and
+// copied. Qt's label would do but for copying: it replaces some characters and knows no wrap inside
+// long words.
 #pragma once
 
 #include <QtGui/QTextLayout>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Windows_qt.cpp - windows: their life, place, order and modality.
 #include "HIToolbox/Windows_qt.h"
+
 #include "HIToolbox/Accessibility_qt.h"
 #include "HIToolbox/Controls_qt.h"
 #include "HIToolbox/ModalLoop_qt.h"
@@ -38,9 +39,7 @@ SInt16 ToShort(int value)
 
 Rect ToRect(const QRect& rect)
 {
-    return { ToShort(rect.top()),
-             ToShort(rect.left()),
-             ToShort(rect.top() + rect.height()),
+    return { ToShort(rect.top()), ToShort(rect.left()), ToShort(rect.top() + rect.height()),
              ToShort(rect.left() + rect.width()) };
 }
 
@@ -55,8 +54,8 @@ void Notify(OpaqueWindowPtr& window, UInt32 kind)
     SendEventToEventTarget(&event, &window.target);
 }
 
-// Frame margins are known only once the window is on the screen. Clicks and keys wait for whoever runs
-// events next.
+// Frame margins are known only once the window is on the screen. Clicks and keys wait for whoever
+// runs events next.
 void WaitForExposure(const QPointer<QWidget>& widget)
 {
     QElapsedTimer time;
@@ -187,7 +186,8 @@ void WindowWidget::closeEvent(QCloseEvent* event)
         command.source.window = held.get();
         Windows_SendCommand(held, &held->target, command);
     }
-    // A window that closed itself may count as closed, so that an application's quit goes on; no other.
+    // A window that closed itself may count as closed, so that an application's quit goes on; no
+    // other.
     event->setAccepted(!window || !window->IsVisible());
 }
 
@@ -228,10 +228,9 @@ void OwnWindow::Show()
         return;
     }
     const WindowPtr parent = unavailable.lock();
-    widget->setWindowModality(modality == kWindowModalityNone ? Qt::NonModal
-                                  : modality == kWindowModalityWindowModal
-                                  ? Qt::WindowModal
-                                  : Qt::ApplicationModal);
+    widget->setWindowModality(modality == kWindowModalityNone              ? Qt::NonModal
+                                  : modality == kWindowModalityWindowModal ? Qt::WindowModal
+                                                                           : Qt::ApplicationModal);
     if (QWindow* above = parent ? parent->Handle() : nullptr) {
         widget->winId(); // makes the handle
         widget->windowHandle()->setTransientParent(above);
@@ -279,9 +278,8 @@ void OwnWindow::SetBackground(ThemeBrush brush)
 
 // --- The list of windows
 
-std::shared_ptr<OwnWindow> Windows_Create(const QString& title,
-                                          const QRect& content,
-                                          bool resizable)
+std::shared_ptr<OwnWindow>
+Windows_Create(const QString& title, const QRect& content, bool resizable)
 {
     Accessibility_Install();
     auto window = std::make_shared<OwnWindow>(title, content, resizable);
@@ -398,7 +396,8 @@ OSStatus SetThemeWindowBackground(WindowRef ref, ThemeBrush brush, Boolean updat
 {
     const auto window = Windows_FindOwn(ref);
     if (!window) {
-        return Windows_Find(ref) ? windowWrongStateErr : errInvalidWindowRef; // the host paints its own
+        return Windows_Find(ref) ? windowWrongStateErr
+                                 : errInvalidWindowRef; // the host paints its own
     }
     if (brush != kThemeBrushWhite && brush != kThemeBrushBlack) {
         return themeInvalidBrushErr;
@@ -491,10 +490,8 @@ OSStatus CopyWindowTitleAsCFString(WindowRef ref, CFStringRef* title)
     }
     const QByteArray text = window->Title().toUtf8();
     *title = CFStringCreateWithBytes(kCFAllocatorDefault,
-                                     reinterpret_cast<const UInt8*>(text.constData()),
-                                     text.size(),
-                                     kCFStringEncodingUTF8,
-                                     false);
+                                     reinterpret_cast<const UInt8*>(text.constData()), text.size(),
+                                     kCFStringEncodingUTF8, false);
     return *title ? noErr : memFullErr;
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Windows_qt.h - what stands behind WindowRef: a window of this API's own making, or a wrapped window of
-// the host. Routines hold a window by a WindowPtr while they call out, since a handler may dispose it.
+// Windows_qt.h - what stands behind WindowRef: a window of this API's own making, or a wrapped
+// window of the host. Routines hold a window by a WindowPtr while they call out, since a handler
+// may dispose it.
 #pragma once
 
 #include "HIToolbox/Events.h"
@@ -23,9 +24,9 @@ struct OpaqueWindowPtr : std::enable_shared_from_this<OpaqueWindowPtr>
     WindowClass windowClass = kDocumentWindowClass;
     WindowModality modality = kWindowModalityNone;
     std::weak_ptr<OpaqueWindowPtr> unavailable; // with kWindowModalityWindowModal
-    QEventLoop* loop = nullptr;                 // while it runs modally
-    bool quit = false;                          // asked to end before it ran
-    bool disposed = false;                      // being disposed: sends nothing more on its own
+    QEventLoop* loop = nullptr; // while it runs modally
+    bool quit = false; // asked to end before it ran
+    bool disposed = false; // being disposed: sends nothing more on its own
 
     OpaqueWindowPtr() = default;
     OpaqueWindowPtr(const OpaqueWindowPtr&) = delete;
@@ -39,10 +40,10 @@ struct OpaqueWindowPtr : std::enable_shared_from_this<OpaqueWindowPtr>
     virtual void Show() = 0;
     virtual void Hide() = 0;
     virtual void Move(QPoint content) = 0;
-    virtual void Activate() = 0;                      // to the front, with the focus
-    virtual QWindow* Handle() = 0;                    // null before the first show, and when it is gone
-    virtual void SetBlocked(bool /*blocked*/) { }     // beyond what Qt blocks by itself
-    virtual bool Owns(const QWindow* window) = 0;     // that window or one on top of it
+    virtual void Activate() = 0; // to the front, with the focus
+    virtual QWindow* Handle() = 0; // null before the first show, and when it is gone
+    virtual void SetBlocked(bool /*blocked*/) { } // beyond what Qt blocks by itself
+    virtual bool Owns(const QWindow* window) = 0; // that window or one on top of it
 };
 
 using WindowPtr = std::shared_ptr<OpaqueWindowPtr>;
@@ -67,15 +68,16 @@ struct WidgetWindow : OpaqueWindowPtr
 
 struct OwnWindow;
 
-/// The widget of a window of our own. It outlives its window when that is disposed inside a delivery.
+/// The widget of a window of our own. It outlives its window when that is disposed inside a
+/// delivery.
 class WindowWidget : public QWidget
 {
 public:
     WindowWidget();
 
-    OwnWindow* window = nullptr;            // null once disposed
+    OwnWindow* window = nullptr; // null once disposed
     QPointer<QAbstractButton> defaultButton; // pressed by Return and Enter
-    QPointer<QAbstractButton> cancelButton;  // pressed by Escape and Control-period
+    QPointer<QAbstractButton> cancelButton; // pressed by Escape and Control-period
 
     /// Held while an event of this window is delivered: the widget may not be deleted then.
     class Delivery
@@ -125,7 +127,8 @@ private:
 };
 
 /// A new window, hidden; the caller has checked Application_IsReady().
-std::shared_ptr<OwnWindow> Windows_Create(const QString& title, const QRect& content, bool resizable);
+std::shared_ptr<OwnWindow>
+Windows_Create(const QString& title, const QRect& content, bool resizable);
 /// Makes a window known; it ends with DisposeWindow.
 WindowRef Windows_Add(const WindowPtr& window);
 /// The window behind a reference; null for what is none.
@@ -135,8 +138,8 @@ std::shared_ptr<OwnWindow> Windows_FindOwn(WindowRef window);
 const std::vector<WindowPtr>& Windows_All();
 /// Blocks what the visible windows' modality and the running modal loops say must take no input.
 void Windows_UpdateBlocked();
-/// Sends a command to a target and those behind it. A close command that nobody takes becomes a close
-/// request to the window, whose default answer is to stay.
+/// Sends a command to a target and those behind it. A close command that nobody takes becomes a
+/// close request to the window, whose default answer is to stay.
 void Windows_SendCommand(const WindowPtr& window,
                          EventTargetRef target,
                          const HICommandExtended& command);
