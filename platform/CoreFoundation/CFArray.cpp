@@ -56,8 +56,8 @@ CFTypeID CFArrayGetTypeID(void)
     return kTypeArray;
 }
 
-CFArrayRef CFArrayCreate(CFAllocatorRef, const void** values, CFIndex count,
-                         const CFArrayCallBacks* callBacks)
+CFArrayRef
+CFArrayCreate(CFAllocatorRef, const void** values, CFIndex count, const CFArrayCallBacks* callBacks)
 {
     bool isKnown = callBacks == nullptr || callBacks == &kCFTypeArrayCallBacks;
     if (count < 0 || (values == nullptr && count > 0) || !isKnown) {

@@ -24,11 +24,11 @@ struct __CFBundle : CFObject
 {
     explicit __CFBundle(std::string folder);
 
-    std::string path;                    // canonical
-    std::string program;                 // of the main bundle: its running executable
-    std::once_flag infoOnce;             // Info.plist is read when first asked for
-    Ref<const __CFDictionary*> info;     // null: none
-    void* image = nullptr;               // of dlopen, while loaded
+    std::string path; // canonical
+    std::string program; // of the main bundle: its running executable
+    std::once_flag infoOnce; // Info.plist is read when first asked for
+    Ref<const __CFDictionary*> info; // null: none
+    void* image = nullptr; // of dlopen, while loaded
 };
 
 // The living bundles. They are not retained: the last release takes one out.
@@ -77,8 +77,7 @@ CFTypeID CFBundleGetTypeID(void)
 static bool RetainLiving(const CFObject* object)
 {
     SInt32 n = object->nRefs.load(std::memory_order_relaxed);
-    while (n > 0 && !object->nRefs.compare_exchange_weak(n, n + 1, std::memory_order_relaxed)) {
-    }
+    while (n > 0 && !object->nRefs.compare_exchange_weak(n, n + 1, std::memory_order_relaxed)) { }
     return n > 0;
 }
 
@@ -222,16 +221,18 @@ static void AddLanguage(std::vector<std::string>& languages, std::string locale)
     {
         const char* code;
         const char* oldName;
-    } kOldNames[] = { { "en", "English" }, { "de", "German" },     { "fr", "French" },  { "it", "Italian" },
-                      { "es", "Spanish" }, { "ja", "Japanese" },   { "nl", "Dutch" },   { "sv", "Swedish" },
-                      { "da", "Danish" },  { "pt", "Portuguese" }, { "fi", "Finnish" }, { "nb", "Norwegian" } };
+    } kOldNames[] = { { "en", "English" },    { "de", "German" },  { "fr", "French" },
+                      { "it", "Italian" },    { "es", "Spanish" }, { "ja", "Japanese" },
+                      { "nl", "Dutch" },      { "sv", "Swedish" }, { "da", "Danish" },
+                      { "pt", "Portuguese" }, { "fi", "Finnish" }, { "nb", "Norwegian" } };
     auto add = [&languages](const std::string& language) {
         if (std::find(languages.begin(), languages.end(), language) == languages.end()) {
             languages.push_back(language);
         }
     };
     locale.resize(std::min(locale.find_first_of(".@"), locale.size()));
-    if (locale.empty() || locale == "C" || locale == "POSIX" || locale.find('/') != std::string::npos) {
+    if (locale.empty() || locale == "C" || locale == "POSIX"
+        || locale.find('/') != std::string::npos) {
         return;
     }
     add(locale);
@@ -293,7 +294,9 @@ static std::string FindLocalized(CFBundleRef bundle, const std::string& file)
     return {};
 }
 
-CFURLRef CFBundleCopyResourceURL(CFBundleRef bundle, CFStringRef name, CFStringRef type,
+CFURLRef CFBundleCopyResourceURL(CFBundleRef bundle,
+                                 CFStringRef name,
+                                 CFStringRef type,
                                  CFStringRef subFolder)
 {
     try {
@@ -362,7 +365,8 @@ Boolean CFBundleLoadExecutable(CFBundleRef bundle)
             image = dlopen(nullptr, RTLD_NOW);
         } else {
             std::string name = ExecutableName(bundle);
-            image = dlopen((bundle->path + "/Contents/MacOS/" + name).c_str(), RTLD_NOW | RTLD_LOCAL);
+            image
+                = dlopen((bundle->path + "/Contents/MacOS/" + name).c_str(), RTLD_NOW | RTLD_LOCAL);
         }
         if (image == nullptr) {
             std::fprintf(stderr, "%s: %s\n", bundle->path.c_str(), dlerror());
@@ -382,7 +386,8 @@ Boolean CFBundleIsExecutableLoaded(CFBundleRef bundle)
 void* CFBundleGetFunctionPointerForName(CFBundleRef bundle, CFStringRef name)
 {
     const char* symbol = CFStringGetCStringPtr(name, kCFStringEncodingUTF8);
-    return symbol != nullptr && CFBundleLoadExecutable(bundle) ? dlsym(bundle->image, symbol) : nullptr;
+    return symbol != nullptr && CFBundleLoadExecutable(bundle) ? dlsym(bundle->image, symbol)
+                                                               : nullptr;
 }
 
 void CFBundleUnloadExecutable(CFBundleRef bundle)

@@ -47,7 +47,8 @@ CFDataRef CFDataCreate(CFAllocatorRef, const UInt8* bytes, CFIndex length)
     if (length < 0 || (bytes == nullptr && length > 0)) {
         return nullptr;
     }
-    auto* copy = static_cast<UInt8*>(std::malloc(static_cast<size_t>(length) + 1)); // never of size 0
+    auto* copy
+        = static_cast<UInt8*>(std::malloc(static_cast<size_t>(length) + 1)); // never of size 0
     if (copy == nullptr) {
         return nullptr;
     }
@@ -59,16 +60,17 @@ CFDataRef CFDataCreate(CFAllocatorRef, const UInt8* bytes, CFIndex length)
     return data;
 }
 
-CFDataRef CFDataCreateWithBytesNoCopy(CFAllocatorRef, const UInt8* bytes, CFIndex length,
+CFDataRef CFDataCreateWithBytesNoCopy(CFAllocatorRef,
+                                      const UInt8* bytes,
+                                      CFIndex length,
                                       CFAllocatorRef deallocator)
 {
     bool isKnown = deallocator == kCFAllocatorNull || deallocator == kCFAllocatorDefault;
     if (length < 0 || (bytes == nullptr && length > 0) || !isKnown) {
         return nullptr;
     }
-    return CFObject_New<__CFData>(bytes, length,
-                                  deallocator == kCFAllocatorNull ? __CFData::kBorrowed
-                                                                  : __CFData::kMalloc);
+    return CFObject_New<__CFData>(
+        bytes, length, deallocator == kCFAllocatorNull ? __CFData::kBorrowed : __CFData::kMalloc);
 }
 
 CFIndex CFDataGetLength(CFDataRef data)

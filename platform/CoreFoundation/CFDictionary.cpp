@@ -158,7 +158,8 @@ CFTypeID CFDictionaryGetTypeID(void)
     return kTypeDictionary;
 }
 
-CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef, CFIndex,
+CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef,
+                                                 CFIndex,
                                                  const CFDictionaryKeyCallBacks* keyCallBacks,
                                                  const CFDictionaryValueCallBacks* valueCallBacks)
 {
@@ -169,8 +170,8 @@ CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef, CFIndex,
     return CFObject_New<__CFDictionary>();
 }
 
-CFMutableDictionaryRef CFDictionaryCreateMutableCopy(CFAllocatorRef, CFIndex,
-                                                     CFDictionaryRef dictionary)
+CFMutableDictionaryRef
+CFDictionaryCreateMutableCopy(CFAllocatorRef, CFIndex, CFDictionaryRef dictionary)
 {
     return CFObject_New<__CFDictionary>(*dictionary);
 }
@@ -186,7 +187,8 @@ const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key)
     return found != nullptr ? found->value : nullptr;
 }
 
-Boolean CFDictionaryGetValueIfPresent(CFDictionaryRef dictionary, const void* key, const void** value)
+Boolean
+CFDictionaryGetValueIfPresent(CFDictionaryRef dictionary, const void* key, const void** value)
 {
     const auto* found = dictionary->Find(key);
     if (found != nullptr && value != nullptr) {
@@ -195,7 +197,9 @@ Boolean CFDictionaryGetValueIfPresent(CFDictionaryRef dictionary, const void* ke
     return found != nullptr;
 }
 
-void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys, const void** values)
+void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary,
+                                  const void** keys,
+                                  const void** values)
 {
     size_t i = 0;
     for (const auto& entry : dictionary->entries) {

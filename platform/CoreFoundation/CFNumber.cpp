@@ -15,7 +15,7 @@
 
 static const CFClass kBooleanClass = {
     kTypeBoolean,
-    [](CFObject*) noexcept { }, // there are only the two constants
+    [](CFObject*) noexcept {}, // there are only the two constants
     [](const CFObject* a, const CFObject* b) noexcept { return a == b; },
     CFObject_HashAddress,
 };
@@ -55,7 +55,8 @@ template <typename To, typename From> static bool ConvertToInteger(From from, To
                                      : Limits::max();
         return std::in_range<To>(from);
     } else {
-        const From above = std::ldexp(From(1), Limits::digits); // the first number that is too large
+        const From above
+            = std::ldexp(From(1), Limits::digits); // the first number that is too large
         if (!(from > -above - 1 && from < above)) {
             to = std::isnan(from) ? To(0) : from < 0 ? Limits::min() : Limits::max();
             // -2^63 - 1 has no double of its own, so the lowest 64-bit value comes here
@@ -93,9 +94,12 @@ template <typename Value> static bool IsNaN(Value value)
 template <typename Use> static auto WithValue(const __CFNumber* number, Use use)
 {
     switch (number->kind) {
-    case __CFNumber::kSigned: return use(number->asSigned);
-    case __CFNumber::kUnsigned: return use(number->asUnsigned);
-    case __CFNumber::kReal: break;
+    case __CFNumber::kSigned:
+        return use(number->asSigned);
+    case __CFNumber::kUnsigned:
+        return use(number->asUnsigned);
+    case __CFNumber::kReal:
+        break;
     }
     return use(number->asReal);
 }
@@ -150,20 +154,29 @@ static Result WithType(CFNumberType type, Result unknown, Use use)
 {
     switch (type) {
     case kCFNumberSInt8Type:
-    case kCFNumberCharType: return use(SInt8());
+    case kCFNumberCharType:
+        return use(SInt8());
     case kCFNumberSInt16Type:
-    case kCFNumberShortType: return use(SInt16());
+    case kCFNumberShortType:
+        return use(SInt16());
     case kCFNumberSInt32Type:
-    case kCFNumberIntType: return use(SInt32());
+    case kCFNumberIntType:
+        return use(SInt32());
     case kCFNumberSInt64Type:
-    case kCFNumberLongLongType: return use(SInt64());
-    case kCFNumberLongType: return use(0L);
-    case kCFNumberCFIndexType: return use(CFIndex());
+    case kCFNumberLongLongType:
+        return use(SInt64());
+    case kCFNumberLongType:
+        return use(0L);
+    case kCFNumberCFIndexType:
+        return use(CFIndex());
     case kCFNumberFloat32Type:
-    case kCFNumberFloatType: return use(0.0f);
+    case kCFNumberFloatType:
+        return use(0.0f);
     case kCFNumberFloat64Type:
-    case kCFNumberDoubleType: return use(0.0);
-    default: return unknown;
+    case kCFNumberDoubleType:
+        return use(0.0);
+    default:
+        return unknown;
     }
 }
 

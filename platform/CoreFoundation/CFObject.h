@@ -16,9 +16,9 @@ struct CFObject;
 struct CFClass
 {
     CFTypeID id;
-    void (*end)(CFObject* object) noexcept;                      // frees it
+    void (*end)(CFObject* object) noexcept; // frees it
     bool (*equal)(const CFObject* a, const CFObject* b) noexcept; // both of this class
-    CFHashCode (*hash)(const CFObject* object) noexcept;          // equal objects have equal ones
+    CFHashCode (*hash)(const CFObject* object) noexcept; // equal objects have equal ones
 };
 
 enum : CFTypeID {
@@ -65,7 +65,8 @@ CFHashCode CFObject_HashAddress(const CFObject* object) noexcept;
 CFHashCode CFObject_HashBytes(const void* bytes, size_t n) noexcept;
 
 /// A constructed object, or null without memory.
-template <typename Object, typename... Arguments> Object* CFObject_New(Arguments&&... arguments) noexcept
+template <typename Object, typename... Arguments>
+Object* CFObject_New(Arguments&&... arguments) noexcept
 {
     try {
         return new Object(static_cast<Arguments&&>(arguments)...);
@@ -95,8 +96,8 @@ struct __CFString : CFObject
     bool IsASCII() const { return static_cast<size_t>(nUnits) == nBytes; }
 
     const char* bytes; // UTF-8 and a zero, right behind the object but for constants
-    size_t nBytes;     // without the zero
-    CFIndex nUnits;    // 16-bit units
+    size_t nBytes; // without the zero
+    CFIndex nUnits; // 16-bit units
 };
 
 /// A string from valid UTF-8; null when it is not valid or without memory.
@@ -104,7 +105,11 @@ CFStringRef CFString_Create(std::string_view text) noexcept;
 
 struct __CFNumber : CFObject
 {
-    enum Kind : UInt8 { kSigned, kUnsigned, kReal }; // kUnsigned: only values beyond the signed range
+    enum Kind : UInt8 {
+        kSigned,
+        kUnsigned,
+        kReal
+    }; // kUnsigned: only values beyond the signed range
 
     explicit __CFNumber(SInt64 value);
     explicit __CFNumber(UInt64 value);
@@ -160,7 +165,8 @@ private:
     size_t FreeSlot(CFHashCode hash) const;
     void Index(size_t nSlots);
 
-    std::vector<UInt32> m_slots; // open addressing: entry number + 1, 0 free; empty while few entries
+    std::vector<UInt32>
+        m_slots; // open addressing: entry number + 1, 0 free; empty while few entries
 };
 
 struct __CFURL : CFObject

@@ -133,11 +133,11 @@ struct Domain
 {
     Scope scope = {};
     std::string application;
-    std::string path;              // empty: no place
-    bool mustLook = true;          // the file may have changed since it was read
-    bool isRefused = false;        // a value that cannot be kept was set since the last synchronize
-    Contents read;                 // last read or written
-    Ref<__CFDictionary*> values;   // as they shall be; the same object as read.values: nothing set
+    std::string path; // empty: no place
+    bool mustLook = true; // the file may have changed since it was read
+    bool isRefused = false; // a value that cannot be kept was set since the last synchronize
+    Contents read; // last read or written
+    Ref<__CFDictionary*> values; // as they shall be; the same object as read.values: nothing set
 };
 
 struct Domains
@@ -189,7 +189,8 @@ static Contents ReadFile(const std::string& path)
     contents.values = Ref<__CFDictionary*>(new __CFDictionary);
     std::string xml;
     struct stat info;
-    contents.error = path.empty() ? ENOENT : FileBytes_Read(path.c_str(), kPropertyListLargest, xml, &info);
+    contents.error
+        = path.empty() ? ENOENT : FileBytes_Read(path.c_str(), kPropertyListLargest, xml, &info);
     if (contents.error == EFBIG) { // no file of ours
         contents.isDamaged = true;
     } else if (contents.error == 0) {
@@ -338,7 +339,8 @@ static bool WriteFile(const Domain& domain, const Contents& disk, Contents& merg
         isDone = Remove(domain.path);
     } else {
         struct stat info;
-        isDone = FileBytes_Replace(domain.path, xml, domain.scope.isAnyUser ? 0644 : 0600, &info) == 0;
+        isDone
+            = FileBytes_Replace(domain.path, xml, domain.scope.isAnyUser ? 0644 : 0600, &info) == 0;
         merged.version = isDone ? Version(info) : Version();
     }
     if (!isDone && !aside.empty()) {
@@ -380,8 +382,11 @@ static bool Write(Domain& domain)
 
 // --- the routines ---
 
-void CFPreferencesSetValue(CFStringRef key, CFPropertyListRef value, CFStringRef application,
-                           CFStringRef user, CFStringRef host)
+void CFPreferencesSetValue(CFStringRef key,
+                           CFPropertyListRef value,
+                           CFStringRef application,
+                           CFStringRef user,
+                           CFStringRef host)
 {
     Scope scope;
     if (!FindScope(user, host, scope)) {
@@ -394,7 +399,8 @@ void CFPreferencesSetValue(CFStringRef key, CFPropertyListRef value, CFStringRef
         domain = &FindDomain(domains, application, scope);
         Refresh(*domain);
         const auto* found = domain->values->Find(key);
-        if (value == nullptr ? found == nullptr : found != nullptr && CFEqual(found->value, value)) {
+        if (value == nullptr ? found == nullptr
+                             : found != nullptr && CFEqual(found->value, value)) {
             return;
         }
         Ref<> copy(value != nullptr ? PropertyList_CreateDeepCopy(value) : nullptr);
@@ -417,8 +423,8 @@ void CFPreferencesSetValue(CFStringRef key, CFPropertyListRef value, CFStringRef
     }
 }
 
-CFPropertyListRef CFPreferencesCopyValue(CFStringRef key, CFStringRef application, CFStringRef user,
-                                         CFStringRef host)
+CFPropertyListRef
+CFPreferencesCopyValue(CFStringRef key, CFStringRef application, CFStringRef user, CFStringRef host)
 {
     Scope scope;
     if (!FindScope(user, host, scope)) {

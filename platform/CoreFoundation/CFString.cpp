@@ -15,7 +15,8 @@ const CFClass kStringClass = {
     kTypeString,
     [](CFObject* object) noexcept { operator delete(object); },
     [](const CFObject* a, const CFObject* b) noexcept {
-        return static_cast<const __CFString*>(a)->Text() == static_cast<const __CFString*>(b)->Text();
+        return static_cast<const __CFString*>(a)->Text()
+            == static_cast<const __CFString*>(b)->Text();
     },
     [](const CFObject* object) noexcept {
         std::string_view text = static_cast<const __CFString*>(object)->Text();
@@ -64,11 +65,20 @@ struct EightBit
 static bool FindEightBit(CFStringEncoding encoding, EightBit& found)
 {
     switch (encoding) {
-    case kCFStringEncodingMacRoman: found = { kMacRoman, 128, 256 }; return true;
-    case kCFStringEncodingWindowsLatin1: found = { kWindowsLatin1, 32, 256 }; return true;
-    case kCFStringEncodingISOLatin1: found = { nullptr, 0, 256 }; return true;
-    case kCFStringEncodingASCII: found = { nullptr, 0, 128 }; return true;
-    default: return false;
+    case kCFStringEncodingMacRoman:
+        found = { kMacRoman, 128, 256 };
+        return true;
+    case kCFStringEncodingWindowsLatin1:
+        found = { kWindowsLatin1, 32, 256 };
+        return true;
+    case kCFStringEncodingISOLatin1:
+        found = { nullptr, 0, 256 };
+        return true;
+    case kCFStringEncodingASCII:
+        found = { nullptr, 0, 128 };
+        return true;
+    default:
+        return false;
     }
 }
 
@@ -94,7 +104,8 @@ static int FromCode(const EightBit& encoding, UInt32 code)
             return static_cast<int>(0x80 + i);
         }
     }
-    return code >= 0x80 + encoding.nTable && code < encoding.nCharacters ? static_cast<int>(code) : -1;
+    return code >= 0x80 + encoding.nTable && code < encoding.nCharacters ? static_cast<int>(code)
+                                                                         : -1;
 }
 
 // --- making ---
@@ -121,8 +132,8 @@ CFStringRef CFString_Create(std::string_view text) noexcept
     return new (block) __CFString(bytes, text.size(), nUnits, 1);
 }
 
-CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex length,
-                                    CFStringEncoding encoding, Boolean)
+CFStringRef CFStringCreateWithBytes(
+    CFAllocatorRef, const UInt8* bytes, CFIndex length, CFStringEncoding encoding, Boolean)
 {
     if (length < 0 || (bytes == nullptr && length > 0)) {
         return nullptr;
@@ -150,8 +161,8 @@ CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex 
     }
 }
 
-CFStringRef CFStringCreateWithCString(CFAllocatorRef allocator, const char* text,
-                                      CFStringEncoding encoding)
+CFStringRef
+CFStringCreateWithCString(CFAllocatorRef allocator, const char* text, CFStringEncoding encoding)
 {
     if (text == nullptr) {
         return nullptr;
@@ -209,7 +220,8 @@ const char* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding encoding)
     return isHeldSo && std::strlen(string->bytes) == string->nBytes ? string->bytes : nullptr;
 }
 
-Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex size, CFStringEncoding encoding)
+Boolean
+CFStringGetCString(CFStringRef string, char* buffer, CFIndex size, CFStringEncoding encoding)
 {
     if (buffer == nullptr || size <= 0) {
         return false;

@@ -46,10 +46,13 @@ CFTypeID CFURLGetTypeID(void)
     return kTypeURL;
 }
 
-CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef, const UInt8* path, CFIndex length,
+CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef,
+                                                 const UInt8* path,
+                                                 CFIndex length,
                                                  Boolean isDirectory)
 {
-    if (path == nullptr || length <= 0 || std::memchr(path, 0, static_cast<size_t>(length)) != nullptr) {
+    if (path == nullptr || length <= 0
+        || std::memchr(path, 0, static_cast<size_t>(length)) != nullptr) {
         return nullptr;
     }
     try {
@@ -105,11 +108,15 @@ CFURLRef CFURLCreateFromFSRef(CFAllocatorRef, const FSRef* ref)
     return CFObject_New<__CFURL>(std::string(), *path, isFolder);
 }
 
-Boolean CFURLGetFileSystemRepresentation(CFURLRef url, Boolean resolveAgainstBase, UInt8* buffer,
+Boolean CFURLGetFileSystemRepresentation(CFURLRef url,
+                                         Boolean resolveAgainstBase,
+                                         UInt8* buffer,
                                          CFIndex size)
 {
     try {
-        std::string path = resolveAgainstBase ? url->Absolute() : url->path.empty() ? "." : url->path;
+        std::string path = resolveAgainstBase ? url->Absolute()
+            : url->path.empty()               ? "."
+                                              : url->path;
         if (buffer == nullptr || size < 0 || path.size() >= static_cast<size_t>(size)) {
             return false;
         }

@@ -47,9 +47,10 @@ static std::string FormatDate(CFAbsoluteTime at)
     year_month_day date(day);
     hh_mm_ss clock(time - day);
     char text[64];
-    std::snprintf(text, sizeof(text), "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(date.year()),
-                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-                  static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+    std::snprintf(text, sizeof(text), "%04d-%02u-%02uT%02d:%02d:%02dZ",
+                  static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                  static_cast<unsigned>(date.day()), static_cast<int>(clock.hours().count()),
+                  static_cast<int>(clock.minutes().count()),
                   static_cast<int>(clock.seconds().count()));
     return text;
 }
@@ -68,7 +69,7 @@ static std::optional<CFAbsoluteTime> ParseDate(const std::string& text)
         || static_cast<size_t>(nRead) != text.size()) {
         return std::nullopt;
     }
-    year_month_day date = year(y) / part[0] / part[1];
+    year_month_day date = year(y) / month(part[0]) / day(part[1]);
     if (!date.ok() || y < 1 || part[2] > 23 || part[3] > 59 || part[4] > 59) {
         return std::nullopt;
     }
@@ -78,7 +79,8 @@ static std::optional<CFAbsoluteTime> ParseDate(const std::string& text)
 
 // --- data ---
 
-constexpr std::string_view kBase64 = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr std::string_view kBase64
+    = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 static void AppendBase64(std::string& xml, const UInt8* bytes, size_t n)
 {
@@ -153,10 +155,12 @@ static CFNumberRef CreateInteger(std::string_view text)
     bool isHex = text.starts_with("0x") || text.starts_with("0X");
     UInt64 magnitude = 0;
     UInt64 most = isNegative ? UInt64(1) << 63 : ~UInt64(0);
-    if (!ParseWhole(isHex ? text.substr(2) : text, magnitude, isHex ? 16 : 10) || magnitude > most) {
+    if (!ParseWhole(isHex ? text.substr(2) : text, magnitude, isHex ? 16 : 10)
+        || magnitude > most) {
         return nullptr;
     }
-    return isNegative ? new __CFNumber(static_cast<SInt64>(0 - magnitude)) : new __CFNumber(magnitude);
+    return isNegative ? new __CFNumber(static_cast<SInt64>(0 - magnitude))
+                      : new __CFNumber(magnitude);
 }
 
 static CFNumberRef CreateReal(std::string_view text)
@@ -186,7 +190,7 @@ namespace {
 struct Tag
 {
     std::string_view name;
-    bool isEnd = false;   // </name>
+    bool isEnd = false; // </name>
     bool isEmpty = false; // <name/>
 
     bool Closes(std::string_view other) const { return isEnd && name == other; }
@@ -340,7 +344,8 @@ private:
         {
             std::string_view name;
             char character;
-        } kEntities[] = { { "lt", '<' }, { "gt", '>' }, { "amp", '&' }, { "quot", '"' }, { "apos", '\'' } };
+        } kEntities[]
+            = { { "lt", '<' }, { "gt", '>' }, { "amp", '&' }, { "quot", '"' }, { "apos", '\'' } };
         for (const auto& entity : kEntities) {
             if (entity.name == name) {
                 text += entity.character;
@@ -349,7 +354,8 @@ private:
         }
         UInt32 code = 0;
         bool isHex = name.starts_with("#x");
-        bool isNumber = name.starts_with('#') && ParseWhole(name.substr(isHex ? 2 : 1), code, isHex ? 16 : 10);
+        bool isNumber = name.starts_with('#')
+            && ParseWhole(name.substr(isHex ? 2 : 1), code, isHex ? 16 : 10);
         if (!isNumber || code == 0 || code > 0x10FFFF || (code >= 0xD800 && code < 0xE000)) {
             return false;
         }
@@ -435,7 +441,8 @@ private:
 
 CFPropertyListRef PropertyList_CreateFromXML(std::string_view xml)
 {
-    bool isFit = xml.size() <= kPropertyListLargest && xml.find('\0') == xml.npos && Utf8_IsValid(xml);
+    bool isFit
+        = xml.size() <= kPropertyListLargest && xml.find('\0') == xml.npos && Utf8_IsValid(xml);
     return isFit ? Reader(xml).CreateDocument() : nullptr;
 }
 
@@ -445,11 +452,19 @@ static void AppendText(std::string& xml, std::string_view text)
 {
     for (char character : text) {
         switch (character) {
-        case '<': xml += "&lt;"; break;
-        case '>': xml += "&gt;"; break;
-        case '&': xml += "&amp;"; break;
+        case '<':
+            xml += "&lt;";
+            break;
+        case '>':
+            xml += "&gt;";
+            break;
+        case '&':
+            xml += "&amp;";
+            break;
         case '\t':
-        case '\n': xml += character; break;
+        case '\n':
+            xml += character;
+            break;
         default:
             if (static_cast<UInt8>(character) >= ' ') {
                 xml += character;
@@ -470,9 +485,12 @@ static void AppendElement(std::string& xml, const char* name, std::string_view t
 static void AppendNumber(std::string& xml, const __CFNumber* number)
 {
     switch (number->kind) {
-    case __CFNumber::kSigned: return AppendElement(xml, "integer", std::to_string(number->asSigned));
-    case __CFNumber::kUnsigned: return AppendElement(xml, "integer", std::to_string(number->asUnsigned));
-    case __CFNumber::kReal: return AppendElement(xml, "real", FormatReal(number->asReal));
+    case __CFNumber::kSigned:
+        return AppendElement(xml, "integer", std::to_string(number->asSigned));
+    case __CFNumber::kUnsigned:
+        return AppendElement(xml, "integer", std::to_string(number->asUnsigned));
+    case __CFNumber::kReal:
+        return AppendElement(xml, "real", FormatReal(number->asReal));
     }
 }
 
@@ -480,11 +498,16 @@ static void AppendValue(std::string& xml, CFTypeRef value, size_t indent)
 {
     xml.append(indent, '\t');
     switch (CFGetTypeID(value)) {
-    case kTypeString: return AppendElement(xml, "string", static_cast<CFStringRef>(value)->Text());
-    case kTypeNumber: return AppendNumber(xml, static_cast<CFNumberRef>(value));
+    case kTypeString:
+        return AppendElement(xml, "string", static_cast<CFStringRef>(value)->Text());
+    case kTypeNumber:
+        return AppendNumber(xml, static_cast<CFNumberRef>(value));
     case kTypeDate:
-        return AppendElement(xml, "date", FormatDate(CFDateGetAbsoluteTime(static_cast<CFDateRef>(value))));
-    case kTypeBoolean: xml += value == kCFBooleanTrue ? "<true/>\n" : "<false/>\n"; return;
+        return AppendElement(xml, "date",
+                             FormatDate(CFDateGetAbsoluteTime(static_cast<CFDateRef>(value))));
+    case kTypeBoolean:
+        xml += value == kCFBooleanTrue ? "<true/>\n" : "<false/>\n";
+        return;
     case kTypeData: {
         auto* data = static_cast<CFDataRef>(value);
         xml += "<data>";
@@ -529,16 +552,19 @@ static bool IsText(CFTypeRef object)
 static CFTypeRef DeepCopy(CFTypeRef value, int depth)
 {
     switch (CFGetTypeID(value)) {
-    case kTypeString: return IsText(value) ? CFRetain(value) : nullptr;
+    case kTypeString:
+        return IsText(value) ? CFRetain(value) : nullptr;
     case kTypeNumber:
-    case kTypeBoolean: return CFRetain(value);
+    case kTypeBoolean:
+        return CFRetain(value);
     case kTypeDate:
         return IsDateInRange(CFDateGetAbsoluteTime(static_cast<CFDateRef>(value))) ? CFRetain(value)
                                                                                    : nullptr;
     case kTypeData: {
         auto* data = static_cast<CFDataRef>(value);
-        return data->owner == __CFData::kMalloc ? CFRetain(value)
-                                                : Made(CFDataCreate(nullptr, data->bytes, data->nBytes));
+        return data->owner == __CFData::kMalloc
+            ? CFRetain(value)
+            : Made(CFDataCreate(nullptr, data->bytes, data->nBytes));
     }
     case kTypeArray: {
         auto* array = static_cast<CFArrayRef>(value);
@@ -570,7 +596,8 @@ static CFTypeRef DeepCopy(CFTypeRef value, int depth)
         }
         return copy.Release();
     }
-    default: return nullptr;
+    default:
+        return nullptr;
     }
 }
 

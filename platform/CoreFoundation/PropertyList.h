@@ -10,7 +10,7 @@
 #include <string_view>
 
 constexpr size_t kPropertyListLargest = 64 << 20; // bytes of XML
-constexpr int kPropertyListDeepest = 512;         // containers inside each other, below the file's own
+constexpr int kPropertyListDeepest = 512; // containers inside each other, below the file's own
 
 /// Reads XML in UTF-8. Strict: whatever it cannot represent exactly it refuses, so that reading and
 /// writing back loses nothing.

@@ -21,8 +21,8 @@ static_assert(sizeof(HFSUniStr255) == 512);
 // --- the table ---
 
 constexpr UInt32 kMagic = 0x46535266; // 'FSRf'
-constexpr SInt16 kVolume = -100;      // there is one volume
-constexpr SInt32 kRootParent = 1;     // the folder that the root stands in
+constexpr SInt16 kVolume = -100; // there is one volume
+constexpr SInt32 kRootParent = 1; // the folder that the root stands in
 
 struct Table
 {
@@ -66,24 +66,33 @@ const std::string* FileRefs_Path(const FSRef& ref)
     UInt32 number = 0;
     std::memcpy(&magic, ref.hidden, sizeof(magic));
     std::memcpy(&number, ref.hidden + sizeof(magic), sizeof(number));
-    bool isClean = std::all_of(ref.hidden + 8, std::end(ref.hidden), [](UInt8 byte) { return byte == 0; });
+    bool isClean
+        = std::all_of(ref.hidden + 8, std::end(ref.hidden), [](UInt8 byte) { return byte == 0; });
     Table& table = GetTable();
     std::lock_guard lock(table.lock);
-    return magic == kMagic && isClean && number < table.paths.size() ? &table.paths[number] : nullptr;
+    return magic == kMagic && isClean && number < table.paths.size() ? &table.paths[number]
+                                                                     : nullptr;
 }
 
 OSStatus FileRefs_Error(int error)
 {
     switch (error) {
-    case 0: return noErr;
-    case ENOENT: return fnfErr;
-    case ENOTDIR: return dirNFErr;
+    case 0:
+        return noErr;
+    case ENOENT:
+        return fnfErr;
+    case ENOTDIR:
+        return dirNFErr;
     case EACCES:
     case EPERM:
-    case EROFS: return afpAccessDenied;
-    case ENAMETOOLONG: return errFSNameTooLong;
-    case ENOMEM: return memFullErr;
-    default: return ioErr;
+    case EROFS:
+        return afpAccessDenied;
+    case ENAMETOOLONG:
+        return errFSNameTooLong;
+    case ENOMEM:
+        return memFullErr;
+    default:
+        return ioErr;
     }
 }
 
@@ -152,7 +161,8 @@ OSStatus FSRefMakePath(const FSRef* ref, UInt8* path, UInt32 size)
 static HFSUniStr255 UnicodeName(std::string_view name)
 {
     HFSUniStr255 result = {};
-    auto put = [&result](UInt32 unit) { result.unicode[result.length++] = static_cast<UniChar>(unit); };
+    auto put
+        = [&result](UInt32 unit) { result.unicode[result.length++] = static_cast<UniChar>(unit); };
     const UInt8* p = reinterpret_cast<const UInt8*>(name.data());
     const UInt8* end = p + name.size();
     while (p < end && result.length < 254) { // a character may take two units
@@ -184,8 +194,12 @@ static FSSpec Specification(std::string_view name, SInt32 parent)
     return spec;
 }
 
-OSErr FSGetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap which, FSCatalogInfo* info,
-                       HFSUniStr255* name, FSSpec* spec, FSRef* parent)
+OSErr FSGetCatalogInfo(const FSRef* ref,
+                       FSCatalogInfoBitmap which,
+                       FSCatalogInfo* info,
+                       HFSUniStr255* name,
+                       FSSpec* spec,
+                       FSRef* parent)
 {
     if (ref == nullptr || which != kFSCatInfoNone || info != nullptr) {
         return paramErr;
@@ -201,7 +215,8 @@ OSErr FSGetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap which, FSCatalogInf
     try {
         bool isRoot = *path == "/";
         size_t slash = path->rfind('/');
-        std::string_view ownName = isRoot ? std::string_view("/") : std::string_view(*path).substr(slash + 1);
+        std::string_view ownName
+            = isRoot ? std::string_view("/") : std::string_view(*path).substr(slash + 1);
         std::string folder = isRoot ? std::string() : path->substr(0, std::max<size_t>(slash, 1));
         SInt32 parentNumber = kRootParent;
         if (!isRoot && spec != nullptr) {

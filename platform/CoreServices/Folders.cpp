@@ -10,7 +10,8 @@ OSErr FSFindFolder(SInt16 domain, OSType folder, Boolean create, FSRef* found)
     if (found == nullptr) {
         return paramErr;
     }
-    if (folder != kApplicationSupportFolderType || (domain != kUserDomain && domain != kLocalDomain)) {
+    if (folder != kApplicationSupportFolderType
+        || (domain != kUserDomain && domain != kLocalDomain)) {
         return fnfErr;
     }
     try {
@@ -26,7 +27,8 @@ OSErr FSFindFolder(SInt16 domain, OSType folder, Boolean create, FSRef* found)
         }
         FSRef ref;
         Boolean isDirectory = false;
-        OSStatus status = FSPathMakeRef(reinterpret_cast<const UInt8*>(path.c_str()), &ref, &isDirectory);
+        OSStatus status
+            = FSPathMakeRef(reinterpret_cast<const UInt8*>(path.c_str()), &ref, &isDirectory);
         if (status == noErr && !isDirectory) {
             status = dirNFErr;
         }

@@ -24,7 +24,7 @@ struct Map
 {
     SInt16 number;
     std::vector<ResourceFile> files; // the first that has a resource wins
-    std::list<Block> loaded;         // never move
+    std::list<Block> loaded; // never move
 
     const ResourceFile::Resource* Find(ResType type, SInt16 id) const
     {
@@ -188,7 +188,8 @@ static Handle Load(Chain& chain, Map& map, const ResourceFile::Resource* resourc
     auto bytes = std::make_unique<char[]>(resource->data.size() + 1);
     std::copy(resource->data.begin(), resource->data.end(), bytes.get());
     Ptr data = bytes.get();
-    map.loaded.push_back({ data, static_cast<Size>(resource->data.size()), resource, std::move(bytes) });
+    map.loaded.push_back(
+        { data, static_cast<Size>(resource->data.size()), resource, std::move(bytes) });
     Handle handle = &map.loaded.back().data;
     try {
         chain.handles.emplace(handle, &map);
@@ -223,7 +224,8 @@ void ReleaseResource(Handle handle)
     auto found = chain.handles.find(handle);
     chain.error = found != chain.handles.end() ? noErr : resNotFound;
     if (found != chain.handles.end()) {
-        found->second->loaded.remove_if([handle](const Block& block) { return &block.data == handle; });
+        found->second->loaded.remove_if(
+            [handle](const Block& block) { return &block.data == handle; });
         chain.handles.erase(found);
     }
 }

@@ -17,7 +17,7 @@
 struct Image
 {
     const mach_header* header;
-    std::string name;         // as the loader gives it
+    std::string name; // as the loader gives it
     const char* absoluteName; // null until asked for; among Images::names
 };
 
@@ -110,7 +110,8 @@ static std::string AbsoluteName(const mach_header* header, const std::string& na
     Dl_info info;
     link_map* map = nullptr;
     char folder[2 * PATH_MAX];
-    if (name.starts_with('/') || dladdr1(header, &info, reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) == 0
+    if (name.starts_with('/')
+        || dladdr1(header, &info, reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) == 0
         || map == nullptr || dlinfo(map, RTLD_DI_ORIGIN, folder) != 0) {
         return name;
     }
@@ -129,8 +130,9 @@ uint32_t _dyld_image_count(void)
 const struct mach_header* _dyld_get_image_header(uint32_t index)
 {
     try {
-        return WithImages(
-            [index](const auto& list) { return index < list.size() ? list[index].header : nullptr; });
+        return WithImages([index](const auto& list) {
+            return index < list.size() ? list[index].header : nullptr;
+        });
     } catch (...) {
         return nullptr;
     }
@@ -150,7 +152,8 @@ const char* _dyld_get_image_name(uint32_t index)
         std::lock_guard lock(known.lock);
         const char* kept = known.names.insert(name).first->c_str();
         auto& list = known.images.list;
-        if (index < list.size() && list[index].header == image.header && list[index].name == image.name) {
+        if (index < list.size() && list[index].header == image.header
+            && list[index].name == image.name) {
             list[index].absoluteName = kept;
         }
         return kept;

@@ -3,8 +3,8 @@
 #include "libc/FileBytes.h"
 
 #include <cerrno>
-#include <ctime>
 #include <cstdio>
+#include <ctime>
 #include <fcntl.h>
 #include <new>
 #include <unistd.h>
@@ -40,7 +40,8 @@ static int ReadAll(int fd, size_t limit, std::string& bytes, struct stat& info)
 
 int FileBytes_Read(const char* path, size_t limit, std::string& bytes, struct stat* info)
 {
-    int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK); // O_NONBLOCK: never wait for a pipe's writer
+    int fd = open(path,
+                  O_RDONLY | O_CLOEXEC | O_NONBLOCK); // O_NONBLOCK: never wait for a pipe's writer
     if (fd < 0) {
         return errno;
     }
@@ -121,7 +122,10 @@ int FileBytes_FlushFolder(const std::string& path)
     return folder < 0 ? errno : FlushAndClose(folder);
 }
 
-int FileBytes_Replace(const std::string& path, std::string_view bytes, mode_t mode, struct stat* info)
+int FileBytes_Replace(const std::string& path,
+                      std::string_view bytes,
+                      mode_t mode,
+                      struct stat* info)
 {
     std::string temporary = path + ".tmp";
     int folder = OpenFolder(path); // first, so that little can fail once the name is taken over

@@ -21,7 +21,10 @@ int FileBytes_Read(const char* path, size_t limit, std::string& bytes, struct st
 ///   info     [out]  the new file; may be null, untouched on failure
 ///   returns  0; else the errno, the old file being as it was, except when the very last step fails, the
 ///            flush of the folder: the new contents stand there, but might not survive a power failure
-int FileBytes_Replace(const std::string& path, std::string_view bytes, mode_t mode, struct stat* info);
+int FileBytes_Replace(const std::string& path,
+                      std::string_view bytes,
+                      mode_t mode,
+                      struct stat* info);
 
 /// Flushes the folder that `path` stands in, so that a new, renamed or removed name lasts.
 int FileBytes_FlushFolder(const std::string& path);

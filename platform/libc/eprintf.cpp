@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // eprintf.cpp - the report that a failed check ends in.
 #include <assert.h>
-
 #include <cstdio>
 #include <cstdlib>
 
