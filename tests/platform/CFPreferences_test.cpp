@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // VELTRANO_SETS=n and VELTRANO_KILLS=n make the tests with several processes longer.
 #include "tests/platform/FailingCalls.h"
+#include "tests/platform/FailingNew.h"
 #include "tests/support/Foundation.h"
 
 #include <cmath>
@@ -510,6 +511,36 @@ TEST_F(CFPreferences, EveryFailingSystemCallFailsCleanly)
         EXPECT_EQ((std::set<std::string> { "close", "fchmod", "flock", "fstat", "fsync", "futimens",
                                            "open", "rename", "write" }),
                   failed);
+    }
+}
+
+TEST_F(CFPreferences, EveryFailingAllocationFailsCleanly)
+{
+    Write("<dict><key>a</key><integer>0</integer></dict>");
+    auto value = Dict();
+    CFDictionarySetValue(value.get(), CFSTR("list"),
+                         Own(CFArrayCreate(nullptr, nullptr, 0, &kCFTypeArrayCallBacks)).get());
+    for (const std::string& before : { Contents(), std::string("damaged") }) {
+        bool isFailed = true;
+        for (int n = 1; isFailed; ++n) {
+            ASSERT_LT(n, 1000);
+            WriteFile(m_file, before);
+            ASSERT_TRUE(Synchronize());
+            auto key = Str("k" + std::to_string(n));
+            FailingNew::Fail(n);
+            CFPreferencesSetValue(key.get(), value.get(), kApplication, kCFPreferencesCurrentUser,
+                                  kCFPreferencesCurrentHost);
+            bool isDone = Synchronize();
+            isFailed = FailingNew::Stop();
+            if (!isDone) {
+                EXPECT_EQ(before, Contents()) << n;
+                Set("k" + std::to_string(n), value.get());
+                EXPECT_TRUE(Synchronize()) << n << ": the next try";
+            }
+            EXPECT_TRUE(CFEqual(value.get(), Copy("k" + std::to_string(n)).get())) << n;
+            EXPECT_EQ(before == "damaged", Copy("a") == nullptr) << n;
+            EXPECT_EQ(before == "damaged", std::filesystem::remove(m_file + ".damaged-1")) << n;
+        }
     }
 }
 
