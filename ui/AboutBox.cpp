@@ -22,14 +22,14 @@ ControlRef FindControl(WindowRef window, OSType signature, SInt32 id)
     return control;
 }
 
-SInt16 Width(const Rect& rect)
+int Width(const Rect& rect)
 {
-    return static_cast<SInt16>(rect.right - rect.left);
+    return rect.right - rect.left;
 }
 
-SInt16 Height(const Rect& rect)
+int Height(const Rect& rect)
 {
-    return static_cast<SInt16>(rect.bottom - rect.top);
+    return rect.bottom - rect.top;
 }
 
 } // namespace

@@ -13,7 +13,6 @@ constexpr size_t kMapHeaderSize = 28;
 constexpr size_t kTypeSize = 8;
 constexpr size_t kReferenceSize = 12;
 constexpr uint16_t kNoName = 0xFFFF;
-constexpr uint8_t kCompressed = 0x01;
 
 /// A stretch of the file. Reads outside of it give zero and set the failure that Parse looks at.
 class Span
@@ -166,8 +165,7 @@ std::optional<std::vector<uint8_t>> ResourceFile::Serialize() const
                 return std::nullopt;
             references.U16(static_cast<uint16_t>(resource.id));
             references.U16(resource.name.empty() ? kNoName : names.Size());
-            references.U32(static_cast<size_t>(resource.attributes & ~kCompressed) << 24
-                           | data.Size());
+            references.U32(static_cast<size_t>(resource.attributes) << 24 | data.Size());
             references.U32(0);
             if (!resource.name.empty()) {
                 const std::string name = resource.name.substr(0, 255);
