@@ -22,7 +22,7 @@ namespace {
 
 constexpr int kMargin = 20; // pixels, as everything below
 constexpr int kGap = 12;
-constexpr int kIconSize = 64;
+constexpr int kIconSize = 48; // at most
 constexpr int kNarrowestText = 260;
 constexpr int kWidestText = 420;
 constexpr int kNarrowestButton = 80;
@@ -171,7 +171,8 @@ private:
                  const AlertStdAlertParamRec& param,
                  const QRect& room)
     {
-        const int iconRoom = icon.isNull() ? 0 : kIconSize + kGap;
+        const QSize iconSize = icon.actualSize({ kIconSize, kIconSize });
+        const int iconRoom = icon.isNull() ? 0 : iconSize.width() + kMargin;
         const int widest = room.width() - 2 * kMargin;
         int rowWidth = static_cast<int>(buttons.size() - 1) * kGap;
         const QFontMetrics metrics(FontOf(13, false));
@@ -214,12 +215,11 @@ private:
         scroll->setGeometry(kMargin + iconRoom, kMargin, textWidth + barRoom, textHeight);
         if (iconRoom) {
             auto* label = new QLabel(m_window->widget);
-            label->setPixmap(
-                icon.pixmap(QSize(kIconSize, kIconSize), m_window->widget->devicePixelRatio()));
-            label->setGeometry(kMargin, kMargin, kIconSize, kIconSize);
+            label->setPixmap(icon.pixmap(iconSize, m_window->widget->devicePixelRatio()));
+            label->setGeometry(QRect(QPoint(kMargin, kMargin), iconSize));
         }
 
-        const int bodyHeight = std::max(textHeight, iconRoom ? kIconSize : 0);
+        const int bodyHeight = std::max(textHeight, iconRoom ? iconSize.height() : 0);
         const QSize size(2 * kMargin + iconRoom + textWidth + barRoom,
                          3 * kMargin + bodyHeight + kButtonHeight);
         PlaceButtons(buttons, param, size);
