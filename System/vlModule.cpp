@@ -35,21 +35,11 @@ void EnsureModuleStrings()
             *string = new String;
 }
 
-/// Sets a string through an open buffer, as the paths of the platform come.
-void SetThroughBuffer(String& result, const char* text, size_t length)
-{
-    const int n = static_cast<int>(length);
-    char* buffer = result.OpenBuffer(std::max(n, kPathBuffer));
-    memcpy(buffer, text, length);
-    result.CloseBuffer(n);
-}
-
-/// The path up to its last "/", which is kept; the whole path when there is none.
-void SetFolderOf(String& result, const char* path)
+/// The length of a path up to its last "/", which counts; the whole length when there is none.
+int FolderLength(const char* path)
 {
     const char* slash = strrchr(path, '/');
-    SetThroughBuffer(result, path,
-                     slash != nullptr ? static_cast<size_t>(slash + 1 - path) : strlen(path));
+    return static_cast<int>(slash != nullptr ? slash + 1 - path : static_cast<long>(strlen(path)));
 }
 
 /// From the executable file over MacOS, Contents and the bundle to the folder that holds it.
@@ -210,9 +200,10 @@ OSStatus
 ModuleInitWithPath(const char* modulePath, const char* productName, const char* componentName)
 {
     ModuleInit(productName, componentName);
-    SetFolderOf(*sModulePath, modulePath != nullptr ? modulePath : "");
+    const String path(modulePath); // may be one of our own names
+    *sModulePath = path.Head(FolderLength(path));
     FSRef ref = {};
-    OSStatus error = FSPathMakeRef(reinterpret_cast<const UInt8*>(modulePath), &ref, nullptr);
+    OSStatus error = FSPathMakeRef(reinterpret_cast<const UInt8*>(path.GetString()), &ref, nullptr);
     if (error != noErr)
         return error;
     error = GoUpToBundleFolder(ref);
@@ -242,7 +233,10 @@ int LocateModuleImage()
         const char* imagename = _dyld_get_image_name(i);
         if (imagename == nullptr)
             continue;
-        SetFolderOf(*sModulePath, imagename);
+        const int nLength = FolderLength(imagename);
+        memcpy(sModulePath->OpenBuffer(std::max(nLength, kPathBuffer)), imagename,
+               static_cast<size_t>(nLength));
+        sModulePath->CloseBuffer(nLength);
         isFound = FSPathMakeRef(reinterpret_cast<const UInt8*>(imagename), &ref, nullptr) == noErr;
     }
     if (isFound) {
