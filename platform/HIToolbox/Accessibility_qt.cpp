@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+// Accessibility_qt.cpp - roles for screen readers. Names are the widgets' accessible names and
+// titles.
+#include "HIToolbox/Accessibility_qt.h"
+
+#include "HIToolbox/Controls_qt.h"
+#include "HIToolbox/TextView_qt.h"
+#include "HIToolbox/Windows_qt.h"
+
+#include <QtGui/QAccessible>
+#include <QtWidgets/QAccessibleWidget>
+
+namespace {
+
+QAccessibleInterface* Describe(const QString&, QObject* object)
+{
+    if (auto* text = dynamic_cast<TextView*>(object)) {
+        return new QAccessibleWidget(text, QAccessible::StaticText);
+    }
+    if (auto* picture = dynamic_cast<PictureView*>(object)) {
+        return new QAccessibleWidget(picture, QAccessible::Graphic);
+    }
+    if (auto* window = dynamic_cast<WindowWidget*>(object)) {
+        return new QAccessibleWidget(window, QAccessible::Dialog);
+    }
+    return nullptr;
+}
+
+} // namespace
+
+void Accessibility_Install()
+{
+    QAccessible::installFactory(Describe); // Qt keeps one entry of each
+}

@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: MIT
+// Application_qt.cpp - the process's one QApplication.
+// A Qt host has one. For any other host it is made on first use and never deleted: Qt does not
+// leave a process, and its own exit clean-up does not survive a late deletion. Qt ends the process
+// where it cannot start, so everything that it needs is tried out first.
+#include "HIToolbox/Application_qt.h"
+
+#include <QtCore/QPluginLoader>
+#include <QtCore/QThread>
+#include <QtWidgets/QApplication>
+#include <xcb/xcb.h>
+
+#include <cerrno>
+#include <clocale>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <string>
+
+namespace {
+
+// The host's Xlib error handlers, kept over a scope. Without Xlib in the process there are none.
+class XErrorHandlers
+{
+public:
+    XErrorHandlers()
+        : m_library(dlopen("libX11.so.6", RTLD_LAZY | RTLD_NOLOAD))
+    {
+        for (Handler& handler : m_handlers) {
+            handler.set
+                = m_library ? reinterpret_cast<Set>(dlsym(m_library, handler.name)) : nullptr;
+            if (handler.set) {
+                handler.value = handler.set(nullptr); // there is no other way to read it
+                handler.set(handler.value);
+            }
+        }
+    }
+    ~XErrorHandlers()
+    {
+        for (const Handler& handler : m_handlers) {
+            if (handler.set) {
+                handler.set(handler.value);
+            }
+        }
+        if (m_library) {
+            dlclose(m_library);
+        }
+    }
+    XErrorHandlers(const XErrorHandlers&) = delete;
+    XErrorHandlers& operator=(const XErrorHandlers&) = delete;
+
+private:
+    using Value = int (*)();
+    using Set = Value (*)(Value);
+    struct Handler
+    {
+        const char* name;
+        Set set;
+        Value value;
+    };
+    void* m_library;
+    Handler m_handlers[2]
+        = { { "XSetErrorHandler", nullptr, nullptr }, { "XSetIOErrorHandler", nullptr, nullptr } };
+};
+
+bool HasXDisplay()
+{
+    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+    const bool ok = !xcb_connection_has_error(connection);
+    xcb_disconnect(connection);
+    return ok;
+}
+
+// The back end to start, or nothing where none would start. Windows are placed by screen
+// coordinates and belong to X windows of the host, so a session of another kind is entered through
+// its X server.
+std::string PlatformName()
+{
+    const std::string wanted = qEnvironmentVariable("QT_QPA_PLATFORM").toStdString();
+    std::string name = wanted.substr(0, wanted.find_first_of(":;"));
+    if (name.empty() || name.rfind("wayland", 0) == 0) {
+        name = "xcb";
+    }
+    if (name == "xcb" && !HasXDisplay()) {
+        return {};
+    }
+    QStringList folders = QCoreApplication::libraryPaths();
+    for (QString& folder : folders) {
+        folder += QStringLiteral("/platforms");
+    }
+    folders.prepend(qEnvironmentVariable("QT_QPA_PLATFORM_PLUGIN_PATH"));
+    for (const QString& folder : folders) {
+        const QString file
+            = folder + QStringLiteral("/libq%1.so").arg(QString::fromStdString(name));
+        if (QPluginLoader(file).load()) {
+            return name == wanted.substr(0, name.size()) ? wanted : name;
+        }
+    }
+    return {};
+}
+
+bool Start()
+{
+    static std::string platform; // Qt reads its arguments again later
+    platform = PlatformName();
+    if (platform.empty()) {
+        return false;
+    }
+    // The look is fixed and the desktop's theme plug-in stays out: it may bring a second GTK into a
+    // GTK host.
+    static char* arguments[] = { program_invocation_name,
+                                 const_cast<char*>("-platform"),
+                                 platform.data(),
+                                 const_cast<char*>("-platformtheme"),
+                                 const_cast<char*>("none"),
+                                 const_cast<char*>("-style"),
+                                 const_cast<char*>("fusion"),
+                                 nullptr };
+    static int count = static_cast<int>(std::size(arguments)) - 1;
+
+    const char* current = std::setlocale(LC_ALL, nullptr);
+    const std::string locale = current ? current : "C";
+    {
+        const XErrorHandlers kept;
+        QGuiApplication::setDesktopSettingsAware(false);
+        new QApplication(count, arguments);
+    }
+    std::setlocale(LC_ALL, locale.c_str());
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    return true;
+}
+
+} // namespace
+
+bool Application_IsReady()
+{
+    if (const QCoreApplication* application = QCoreApplication::instance()) {
+        return qobject_cast<const QApplication*>(application)
+            && application->thread() == QThread::currentThread();
+    }
+    return Start();
+}

@@ -1,0 +1,250 @@
+// SPDX-License-Identifier: MIT
+// HostWindows_qt.cpp - windows of the host behind a WindowRef: Qt widgets and X11 windows of any
+// toolkit.
+#include "HIToolbox/Application_qt.h"
+#include "HIToolbox/Windows_qt.h"
+
+#include <veltrano/HostWindow.h>
+
+#include <QtGui/QScreen>
+#include <QtGui/QWindow>
+#include <QtWidgets/QApplication>
+#include <xcb/xcb.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+// Answers of the X server come from malloc. An error is a null answer: the host may destroy its
+// window at any moment.
+template <class T> using Reply = std::unique_ptr<T, decltype(&std::free)>;
+template <class T> Reply<T> Own(T* reply)
+{
+    return { reply, &std::free };
+}
+
+xcb_connection_t* Connection()
+{
+    const auto* x11 = qApp ? qApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
+    return x11 ? x11->connection() : nullptr;
+}
+
+xcb_atom_t Atom(const char* name)
+{
+    xcb_connection_t* x = Connection();
+    const auto cookie = xcb_intern_atom(x, 0, static_cast<std::uint16_t>(std::strlen(name)), name);
+    const auto reply = Own(xcb_intern_atom_reply(x, cookie, nullptr));
+    return reply ? reply->atom : xcb_atom_t { XCB_ATOM_NONE };
+}
+
+// A property of 32-bit values, up to `count` of them; empty when it is absent.
+std::vector<std::uint32_t> Property(xcb_window_t window, const char* name, std::uint32_t count)
+{
+    xcb_connection_t* x = Connection();
+    const auto cookie = xcb_get_property(x, 0, window, Atom(name), XCB_ATOM_ANY, 0, count);
+    const auto reply = Own(xcb_get_property_reply(x, cookie, nullptr));
+    if (!reply || reply->format != 32) {
+        return {};
+    }
+    const auto* values = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
+    return { values, values + reply->value_len };
+}
+
+// Sends a request whose failure is of no interest. Unchecked, the error would go to the host's log.
+void Send(xcb_void_cookie_t cookie)
+{
+    std::free(xcb_request_check(Connection(), cookie));
+}
+
+// The server counts pixels, Qt counts points of a screen whose corner is the same in both.
+QRect ToPoints(const QRect& pixels)
+{
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        const QRect points = screen->geometry();
+        const double ratio = screen->devicePixelRatio();
+        if (QRect(points.topLeft(), points.size() * ratio).contains(pixels.center())) {
+            const QPointF offset = QPointF(pixels.topLeft() - points.topLeft()) / ratio;
+            return { points.topLeft() + offset.toPoint(), pixels.size() / ratio };
+        }
+    }
+    return pixels;
+}
+
+/// A window of another toolkit. Neither Qt nor the window manager blocks it, so an invisible child
+/// that swallows clicks and keys covers it while it must take no input.
+struct X11Window final : OpaqueWindowPtr
+{
+    explicit X11Window(xcb_window_t window)
+        : m_window(window)
+    {
+    }
+    ~X11Window() override
+    {
+        SetBlocked(false);
+        delete m_handle; // Qt's idea of it; the window itself stays
+    }
+
+    bool IsVisible() const override
+    {
+        xcb_connection_t* x = Connection();
+        const auto cookie = xcb_get_window_attributes(x, m_window);
+        const auto reply = Own(xcb_get_window_attributes_reply(x, cookie, nullptr));
+        return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
+    }
+    QRect Structure() const override
+    {
+        QRect pixels = Pixels();
+        if (const auto frame = Property(m_window, "_NET_FRAME_EXTENTS", 4); frame.size() == 4) {
+            const auto side = [&](std::size_t at) { return static_cast<int>(frame[at]); };
+            pixels.adjust(-side(0), -side(2), side(1), side(3)); // left, right, top, bottom
+        }
+        return pixels.isEmpty() ? pixels : ToPoints(pixels);
+    }
+    QRect Content() const override
+    {
+        const QRect pixels = Pixels();
+        return pixels.isEmpty() ? pixels : ToPoints(pixels);
+    }
+    QString Title() const override { return {}; }
+    // The host shows, hides and places its window by its own toolkit.
+    void Show() override { }
+    void Hide() override { }
+    void Move(QPoint) override { }
+
+    void Activate() override
+    {
+        if (!IsVisible()) {
+            return;
+        }
+        xcb_connection_t* x = Connection();
+        const xcb_window_t root = Root();
+        xcb_client_message_event_t message {};
+        message.response_type = XCB_CLIENT_MESSAGE;
+        message.format = 32;
+        message.window = m_window;
+        message.type = Atom("_NET_ACTIVE_WINDOW");
+        message.data.data32[0] = 2; // asked for by the user, who closed our window
+        Send(xcb_send_event_checked(
+            x, 0, root, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+            reinterpret_cast<const char*>(&message)));
+        const std::uint32_t above = XCB_STACK_MODE_ABOVE;
+        Send(xcb_configure_window_checked(x, m_window, XCB_CONFIG_WINDOW_STACK_MODE, &above));
+    }
+
+    QWindow* Handle() override
+    {
+        if (!Exists()) {
+            return nullptr;
+        }
+        if (!m_handle) {
+            m_handle = QWindow::fromWinId(m_window);
+        }
+        return m_handle;
+    }
+
+    void SetBlocked(bool blocked) override
+    {
+        xcb_connection_t* x = Connection();
+        if (!x || blocked == (m_cover != XCB_NONE)) {
+            return;
+        }
+        if (!blocked) {
+            Send(xcb_destroy_window_checked(x, std::exchange(m_cover, XCB_NONE)));
+            return;
+        }
+        constexpr std::uint16_t kSide = 16384; // more than any screen: the host may grow meanwhile
+        const std::uint32_t swallowed = XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE
+            | XCB_EVENT_MASK_POINTER_MOTION | XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE;
+        m_cover = xcb_generate_id(x);
+        Send(xcb_create_window_checked(x, 0, m_cover, m_window, 0, 0, kSide, kSide, 0,
+                                       XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT,
+                                       XCB_CW_EVENT_MASK, &swallowed));
+        Send(xcb_map_window_checked(x, m_cover));
+    }
+
+    bool Owns(const QWindow* window) override { return window && window == m_handle; }
+
+    bool Exists() const
+    {
+        xcb_connection_t* x = Connection();
+        return x && Own(xcb_get_geometry_reply(x, xcb_get_geometry(x, m_window), nullptr));
+    }
+    xcb_window_t Id() const { return m_window; }
+
+private:
+    xcb_window_t Root() const
+    {
+        xcb_connection_t* x = Connection();
+        const auto reply = Own(xcb_get_geometry_reply(x, xcb_get_geometry(x, m_window), nullptr));
+        return reply ? reply->root : xcb_setup_roots_iterator(xcb_get_setup(x)).data->root;
+    }
+    QRect Pixels() const
+    {
+        xcb_connection_t* x = Connection();
+        if (!x) {
+            return {};
+        }
+        const auto size = Own(xcb_get_geometry_reply(x, xcb_get_geometry(x, m_window), nullptr));
+        if (!size) {
+            return {};
+        }
+        const auto cookie = xcb_translate_coordinates(x, m_window, size->root, 0, 0);
+        const auto corner = Own(xcb_translate_coordinates_reply(x, cookie, nullptr));
+        return corner ? QRect(corner->dst_x, corner->dst_y, size->width, size->height) : QRect();
+    }
+
+    xcb_window_t m_window;
+    xcb_window_t m_cover = XCB_NONE;
+    QPointer<QWindow> m_handle;
+};
+
+std::shared_ptr<X11Window> Wrap(unsigned long id)
+{
+    const auto window = std::make_shared<X11Window>(static_cast<xcb_window_t>(id));
+    return id && window->Exists() ? window : nullptr;
+}
+
+} // namespace
+
+WindowPtr Windows_ActiveHost()
+{
+    if (QWidget* active = QApplication::activeWindow()) {
+        return std::make_shared<WidgetWindow>(active);
+    }
+    xcb_connection_t* x = Connection();
+    if (!x) {
+        return nullptr;
+    }
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(x)).data->root;
+    const auto active = Property(root, "_NET_ACTIVE_WINDOW", 1);
+    if (active.empty() || !active[0]) {
+        return nullptr;
+    }
+    const auto process = Property(active[0], "_NET_WM_PID", 1);
+    bool ours = !process.empty() && process[0] == static_cast<std::uint32_t>(getpid());
+    for (const WindowPtr& window : Windows_All()) { // a plain X program may not tell its process
+        const auto* host = dynamic_cast<const X11Window*>(window.get());
+        ours = ours || (host && host->Id() == active[0]);
+    }
+    return ours ? Wrap(active[0]) : nullptr;
+}
+
+WindowRef CreateWindowRefWithQWidget(void* qWidget)
+{
+    if (!qWidget || !Application_IsReady()) {
+        return nullptr;
+    }
+    return Windows_Add(std::make_shared<WidgetWindow>(static_cast<QWidget*>(qWidget)->window()));
+}
+
+WindowRef CreateWindowRefWithX11Window(unsigned long window)
+{
+    if (!Application_IsReady() || !Connection()) {
+        return nullptr;
+    }
+    const auto wrapper = Wrap(window);
+    return wrapper ? Windows_Add(wrapper) : nullptr;
+}

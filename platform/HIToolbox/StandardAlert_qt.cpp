@@ -1,0 +1,281 @@
+// SPDX-License-Identifier: MIT
+// StandardAlert_qt.cpp - the standard alert: a window, controls and handlers like any other's, and
+// a modal loop until one of its buttons is chosen.
+#include "HIToolbox/Application_qt.h"
+#include "HIToolbox/Controls_qt.h"
+#include "HIToolbox/TextView_qt.h"
+#include "HIToolbox/Windows_qt.h"
+
+#include <Carbon/Dialogs.h>
+#include <CoreServices/MacErrors.h>
+
+#include <QtGui/QScreen>
+#include <QtGui/QWindow>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QScrollArea>
+#include <QtWidgets/QStyle>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int kMargin = 20; // pixels, as everything below
+constexpr int kGap = 12;
+constexpr int kIconSize = 48; // at most
+constexpr int kNarrowestText = 260;
+constexpr int kWidestText = 420;
+constexpr int kNarrowestButton = 80;
+constexpr int kButtonHeight = 26;
+constexpr int kTitleRoom = 60; // for the frame that the window manager adds
+
+struct Button
+{
+    SInt16 item;
+    QString title;
+    int width = 0;
+};
+
+QString FromPascal(ConstStringPtr text)
+{
+    return text ? QString::fromUtf8(reinterpret_cast<const char*>(text + 1), text[0]) : QString();
+}
+
+void AddButton(std::vector<Button>& buttons,
+               SInt16 item,
+               ConstStringPtr title,
+               const char* standard)
+{
+    if (title == kAlertDefaultOKText) {
+        buttons.push_back({ item, QCoreApplication::translate("QPlatformTheme", standard) });
+    } else if (title) {
+        buttons.push_back({ item, FromPascal(title) });
+    }
+}
+
+std::vector<Button> ButtonsOf(const AlertStdAlertParamRec& param)
+{
+    std::vector<Button> buttons; // from the right to the left
+    AddButton(buttons, kAlertStdAlertOKButton, param.defaultText, "OK");
+    AddButton(buttons, kAlertStdAlertCancelButton, param.cancelText, "Cancel");
+    AddButton(buttons, kAlertStdAlertOtherButton, param.otherText, "Don't Save");
+    if (param.helpButton) {
+        AddButton(buttons, kAlertStdAlertHelpButton, kAlertDefaultOKText, "Help");
+    }
+    if (buttons.empty()) { // nobody could leave the alert
+        AddButton(buttons, kAlertStdAlertOKButton, kAlertDefaultOKText, "OK");
+    }
+    return buttons;
+}
+
+QIcon IconOf(AlertType type)
+{
+    switch (type) {
+    case kAlertStopAlert:
+        return QApplication::style()->standardIcon(QStyle::SP_MessageBoxCritical);
+    case kAlertNoteAlert:
+        return QApplication::style()->standardIcon(QStyle::SP_MessageBoxInformation);
+    case kAlertCautionAlert:
+        return QApplication::style()->standardIcon(QStyle::SP_MessageBoxWarning);
+    default:
+        return {};
+    }
+}
+
+QFont FontOf(int pixels, bool bold)
+{
+    QFont font = QApplication::font();
+    font.setPixelSize(pixels);
+    font.setBold(bold);
+    return font;
+}
+
+/// One alert, from its layout to the choice.
+class Alert
+{
+public:
+    Alert(AlertType type,
+          const QString& message,
+          const QString& explanation,
+          const AlertStdAlertParamRec& param)
+        : m_host(Windows_ActiveHost())
+        , m_cancelItem(param.cancelButton)
+    {
+        const QWidget* active = QApplication::activeWindow();
+        const QScreen* screen = active ? active->screen() : QGuiApplication::primaryScreen();
+        const QRect room = screen->availableGeometry().adjusted(0, 0, -kTitleRoom, -kTitleRoom);
+
+        m_window = Windows_Create(QApplication::applicationDisplayName(), QRect(0, 0, 1, 1), true);
+        m_window->windowClass = kMovableAlertWindowClass;
+        m_window->widget->setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint
+                                         | Qt::WindowTitleHint);
+        m_window->widget->setAccessibleName(message);
+        const QSize size
+            = LayOut(IconOf(type), message, explanation, ButtonsOf(param), param, room);
+        QRect content(QPoint(), size);
+        content.moveTo(room.left() + (room.width() - size.width()) / 2,
+                       room.top() + (room.height() - size.height()) / 3);
+        m_window->widget->setGeometry(content);
+        m_window->widget->setFixedSize(size);
+    }
+    ~Alert()
+    {
+        DisposeWindow(m_window.get());
+        if (m_host) {
+            m_host->Activate();
+            DisposeWindow(m_host.get());
+        }
+    }
+    Alert(const Alert&) = delete;
+    Alert& operator=(const Alert&) = delete;
+
+    /// The item chosen; 0 when the alert could not be shown, or the application ended meanwhile.
+    SInt16 Run()
+    {
+        const EventTypeSpec type { kEventClassCommand, kEventCommandProcess };
+        InstallEventHandler(&m_window->target, OnCommand, 1, &type, this, nullptr);
+        WindowRef host = m_host ? Windows_Add(m_host) : nullptr;
+        SetWindowModality(m_window.get(),
+                          host ? kWindowModalityWindowModal : kWindowModalityAppModal, host);
+        BringToFront(m_window.get());
+        ShowWindow(m_window.get());
+        RunAppModalLoopForWindow(m_window.get());
+        return m_chosen;
+    }
+
+private:
+    // A button's command is its item. The window manager's close request is the cancel button, if
+    // any.
+    static OSStatus OnCommand(EventHandlerCallRef, EventRef event, void* self)
+    {
+        auto* alert = static_cast<Alert*>(self);
+        HICommand command {};
+        GetEventParameter(event, kEventParamDirectObject, typeHICommand, nullptr, sizeof command,
+                          nullptr, &command);
+        const SInt16 item = command.commandID == kHICommandClose
+            ? alert->m_cancelItem
+            : static_cast<SInt16>(command.commandID);
+        if (item != 0) {
+            alert->m_chosen = item;
+            QuitAppModalLoopForWindow(alert->m_window.get());
+        }
+        return noErr;
+    }
+
+    // Texts wrap, and scroll where the screen is too low for them; the buttons always stay on the
+    // screen.
+    QSize LayOut(const QIcon& icon,
+                 const QString& message,
+                 const QString& explanation,
+                 std::vector<Button> buttons,
+                 const AlertStdAlertParamRec& param,
+                 const QRect& room)
+    {
+        const QSize iconSize = icon.actualSize({ kIconSize, kIconSize });
+        const int iconRoom = icon.isNull() ? 0 : iconSize.width() + kMargin;
+        const int widest = room.width() - 2 * kMargin;
+        int rowWidth = static_cast<int>(buttons.size() - 1) * kGap;
+        const QFontMetrics metrics(FontOf(13, false));
+        const int share = (widest - rowWidth) / static_cast<int>(buttons.size());
+        for (Button& button : buttons) {
+            button.width = std::clamp(metrics.horizontalAdvance(button.title) + 32,
+                                      std::min(kNarrowestButton, share), share);
+            rowWidth += button.width;
+        }
+
+        auto* texts = new QWidget;
+        auto* bold = new TextView(texts);
+        bold->SetFont(FontOf(13, true));
+        bold->SetText(message);
+        auto* small = new TextView(texts);
+        small->SetFont(FontOf(11, false));
+        small->SetText(explanation);
+        const int textWidth
+            = std::min(std::clamp(std::max({ bold->NaturalWidth(), small->NaturalWidth(),
+                                             rowWidth - iconRoom }),
+                                  kNarrowestText, std::max(kWidestText, rowWidth - iconRoom)),
+                       widest - iconRoom);
+        const int boldHeight = message.isEmpty() ? 0 : bold->HeightForWidth(textWidth);
+        const int smallHeight = explanation.isEmpty() ? 0 : small->HeightForWidth(textWidth);
+        const int between = boldHeight && smallHeight ? 8 : 0;
+        bold->setGeometry(0, 0, textWidth, boldHeight);
+        small->setGeometry(0, boldHeight + between, textWidth, smallHeight);
+        texts->resize(textWidth, boldHeight + between + smallHeight);
+
+        const int mostHeight = room.height() - 3 * kMargin - kButtonHeight;
+        const int textHeight = std::min(texts->height(), mostHeight);
+        auto* scroll = new QScrollArea(m_window->widget);
+        scroll->setFrameShape(QFrame::NoFrame);
+        scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        scroll->setFocusPolicy(Qt::NoFocus);
+        scroll->setWidget(texts);
+        const int barRoom = textHeight < texts->height()
+            ? QApplication::style()->pixelMetric(QStyle::PM_ScrollBarExtent)
+            : 0;
+        scroll->setGeometry(kMargin + iconRoom, kMargin, textWidth + barRoom, textHeight);
+        if (iconRoom) {
+            auto* label = new QLabel(m_window->widget);
+            label->setPixmap(icon.pixmap(iconSize, m_window->widget->devicePixelRatio()));
+            label->setGeometry(QRect(QPoint(kMargin, kMargin), iconSize));
+        }
+
+        const int bodyHeight = std::max(textHeight, iconRoom ? iconSize.height() : 0);
+        const QSize size(2 * kMargin + iconRoom + textWidth + barRoom,
+                         3 * kMargin + bodyHeight + kButtonHeight);
+        PlaceButtons(buttons, param, size);
+        return size;
+    }
+
+    void PlaceButtons(const std::vector<Button>& buttons,
+                      const AlertStdAlertParamRec& param,
+                      const QSize& size)
+    {
+        const int top = size.height() - kMargin - kButtonHeight;
+        int right = size.width() - kMargin;
+        int left = kMargin;
+        for (const Button& button : buttons) {
+            const bool farLeft = button.item > kAlertStdAlertCancelButton;
+            const QRect bounds(farLeft ? left : right - button.width, top, button.width,
+                               kButtonHeight);
+            (farLeft ? left : right) += (farLeft ? 1 : -1) * (button.width + kGap);
+            OpaqueControlRef& control
+                = Controls_Create(*m_window, nullptr, ControlKind::PushButton, bounds);
+            control.command = static_cast<UInt32>(button.item);
+            control.SetText(button.title.toStdString());
+            control.SetDefault(button.item == param.defaultButton);
+            control.SetCancel(button.item == param.cancelButton);
+        }
+    }
+
+    WindowPtr m_host; // what has the focus now and gets it back; null for none
+    std::shared_ptr<OwnWindow> m_window;
+    SInt16 m_cancelItem;
+    SInt16 m_chosen = 0;
+};
+
+} // namespace
+
+OSErr StandardAlert(AlertType type,
+                    ConstStr255Param message,
+                    ConstStr255Param explanation,
+                    const AlertStdAlertParamRec* param,
+                    SInt16* itemHit)
+{
+    AlertStdAlertParamRec standard {};
+    standard.defaultText = kAlertDefaultOKText;
+    standard.defaultButton = kAlertStdAlertOKButton;
+    if (type < kAlertStopAlert || type > kAlertPlainAlert || !itemHit) {
+        return paramErr;
+    }
+    if (!Application_IsReady()) {
+        return windowWrongStateErr;
+    }
+    const SInt16 item
+        = Alert(type, FromPascal(message), FromPascal(explanation), param ? *param : standard)
+              .Run();
+    if (item == 0) {
+        return windowWrongStateErr;
+    }
+    *itemHit = item;
+    return noErr;
+}

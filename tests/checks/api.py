@@ -1,0 +1,41 @@
+# SPDX-License-Identifier: MIT
+"""Holds the register of the API against the headers, the libraries and what the module imports."""
+import pathlib
+import re
+import subprocess
+import sys
+
+
+def dynamic_symbols(path, kind):
+    lines = subprocess.run(["nm", "-D", f"--{kind}-only", path], check=True, capture_output=True, text=True)
+    names = (line.split()[-1].split("@")[0] for line in lines.stdout.splitlines())
+    return {name.removeprefix("vlp_") for name in names if name.startswith("vlp_")}
+
+
+def main(platform, module, *libraries):
+    register = {}
+    for line in (platform / "api.list").read_text().splitlines():
+        if line and not line.startswith("#"):
+            name, library, *users = line.split()
+            register[name] = (library, users)
+    declared = set()
+    for header in platform.glob("include/**/*.h"):
+        declared |= set(re.findall(r"VL_SYMBOL\((\w+)\)", header.read_text())) - {"name"}
+
+    faults = []
+
+    def compare(what, found, listed):
+        faults.extend(f"{what}: {name} is not in the register" for name in sorted(found - listed))
+        faults.extend(f"{what}: {name} of the register is missing" for name in sorted(listed - found))
+
+    compare("headers", declared, set(register))
+    for path, library in zip(libraries, ("foundation", "toolbox")):
+        listed = {name for name, (owner, _) in register.items() if owner == library}
+        compare(f"lib {library}", dynamic_symbols(path, "defined"), listed)
+    imported = dynamic_symbols(module, "undefined")
+    compare("module", imported, {name for name, (_, users) in register.items() if "module" in users})
+    print("\n".join(faults))
+    return 1 if faults else 0
+
+
+sys.exit(main(pathlib.Path(sys.argv[1]), *sys.argv[2:]))
