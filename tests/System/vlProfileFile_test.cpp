@@ -2,8 +2,8 @@
 // vlProfileFile_test.cpp - files in and out, and what each operation finds and changes.
 
 #include "System/vlProfileFile.h"
-#include "support/StringChecks.h"
-#include "support/TemporaryFolder.h"
+#include "tests/support/StringChecks.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <functional>
 #include <gtest/gtest.h>
