@@ -22,7 +22,7 @@ const char kLogFileName[] = "logfile.log";
 struct ModuleLog
 {
     SInt32 fd; // the file; -1 closed; 0 and 1 no file of its own (1: standard output, after a
-               // failed open)
+        // failed open)
     const char* prefix; // in front of every LogPrint line; a malloc block, or a shared empty text
 
     /// Opens the log and writes a line with the time.

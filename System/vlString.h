@@ -20,6 +20,8 @@
 
 namespace Veltrano {
 
+using Bool32 = SInt32; // a truth value of 32 bits: 2 is true and stays 2
+
 bool gIsValidString(const char* lpsz);
 bool gIsValidAddress(const void* p, SInt32 n, bool write);
 

@@ -2,7 +2,7 @@
 // vlModuleLog_test.cpp - opening, lines, the fallback to standard output, closing.
 
 #include "System/vlModuleLog.h"
-#include "support/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <ctime>
 #include <filesystem>

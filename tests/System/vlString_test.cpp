@@ -2,8 +2,8 @@
 // vlString_test.cpp - sharing, block sizes, editing, formatting, and the text of every check.
 
 #include "System/vlString.h"
-#include "support/CountedNew.h"
-#include "support/StringChecks.h"
+#include "tests/support/CountedNew.h"
+#include "tests/support/StringChecks.h"
 
 #include <cmath>
 #include <functional>
