@@ -1,0 +1,398 @@
+// SPDX-License-Identifier: MIT
+// CFBundle.cpp - folders that hold code and resources.
+#include "CoreFoundation/CFObject.h"
+#include "CoreFoundation/PropertyList.h"
+#include "CoreFoundation/Ref.h"
+#include "Resources/Resources.h"
+#include "libc/FileBytes.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+struct __CFBundle : CFObject
+{
+    explicit __CFBundle(std::string folder);
+
+    std::string path; // canonical
+    std::string program; // of the main bundle: its running executable
+    std::once_flag infoOnce; // Info.plist is read when first asked for
+    Ref<const __CFDictionary*> info; // null: none
+    void* image = nullptr; // of dlopen, while loaded
+};
+
+// The living bundles. They are not retained: the last release takes one out.
+struct Bundles
+{
+    std::mutex lock;
+    std::vector<__CFBundle*> list;
+};
+
+static Bundles& GetBundles()
+{
+    static Bundles* sBundles = new Bundles; // leaked: usable until the very end
+    return *sBundles;
+}
+
+static const CFClass kBundleClass = {
+    kTypeBundle,
+    [](CFObject* object) noexcept {
+        auto* bundle = static_cast<__CFBundle*>(object);
+        {
+            Bundles& bundles = GetBundles();
+            std::lock_guard lock(bundles.lock);
+            std::erase(bundles.list, bundle);
+        }
+        CFBundleUnloadExecutable(bundle);
+        delete bundle;
+    },
+    [](const CFObject* a, const CFObject* b) noexcept { return a == b; },
+    CFObject_HashAddress,
+};
+
+__CFBundle::__CFBundle(std::string folder)
+    : CFObject(kBundleClass)
+    , path(std::move(folder))
+{
+}
+
+CFTypeID CFBundleGetTypeID(void)
+{
+    return kTypeBundle;
+}
+
+// --- finding ---
+
+// A reference more, unless the object is being ended by another thread.
+static bool RetainLiving(const CFObject* object)
+{
+    SInt32 n = object->nRefs.load(std::memory_order_relaxed);
+    while (n > 0 && !object->nRefs.compare_exchange_weak(n, n + 1, std::memory_order_relaxed)) { }
+    return n > 0;
+}
+
+// The bundle of a path, which must be a folder; one reference. Throws bad_alloc.
+static __CFBundle* CreateAt(const std::string& path)
+{
+    std::unique_ptr<char, void (*)(void*)> canonical(realpath(path.c_str(), nullptr), std::free);
+    struct stat info;
+    if (canonical == nullptr || stat(canonical.get(), &info) != 0 || !S_ISDIR(info.st_mode)) {
+        return nullptr;
+    }
+    Bundles& bundles = GetBundles();
+    std::lock_guard lock(bundles.lock);
+    for (__CFBundle* bundle : bundles.list) {
+        if (bundle->path == canonical.get() && RetainLiving(bundle)) {
+            return bundle;
+        }
+    }
+    auto bundle = std::make_unique<__CFBundle>(canonical.get());
+    bundles.list.push_back(bundle.get());
+    return bundle.release();
+}
+
+CFBundleRef CFBundleCreate(CFAllocatorRef, CFURLRef url)
+{
+    try {
+        return url != nullptr ? CreateAt(url->Absolute()) : nullptr;
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+// The folder that a program's bundle is: three up from X/Contents/MacOS/program, else the program's own.
+static std::string BundleOfProgram(const std::string& program)
+{
+    constexpr std::string_view kInside = "/Contents/MacOS";
+    std::string folder = program.substr(0, program.rfind('/'));
+    if (folder.ends_with(kInside)) {
+        folder.resize(folder.size() - kInside.size());
+    }
+    return folder.empty() ? "/" : folder;
+}
+
+static __CFBundle* CreateMain()
+{
+    char program[PATH_MAX];
+    ssize_t n = readlink("/proc/self/exe", program, sizeof(program));
+    if (n <= 0) {
+        return nullptr;
+    }
+    std::string path(program, static_cast<size_t>(n));
+    __CFBundle* bundle = CreateAt(BundleOfProgram(path));
+    if (bundle != nullptr) {
+        bundle->program = path;
+    }
+    return bundle;
+}
+
+CFBundleRef CFBundleGetMainBundle(void)
+{
+    static std::mutex sLock;
+    static constinit __CFBundle* sMain = nullptr; // its reference is never given back
+    std::lock_guard lock(sLock);
+    try {
+        if (sMain == nullptr) {
+            sMain = CreateMain();
+        }
+        return sMain;
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+CFURLRef CFBundleCopyBundleURL(CFBundleRef bundle)
+{
+    try {
+        return CFObject_New<__CFURL>(std::string(), bundle->path, true);
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+// --- Info.plist ---
+
+// Throws bad_alloc.
+static void ReadInfo(__CFBundle* bundle)
+{
+    std::string path = bundle->path + "/Contents/Info.plist";
+    std::string xml;
+    if (FileBytes_Read(path.c_str(), kPropertyListLargest, xml, nullptr) != 0) {
+        return;
+    }
+    Ref<> root(PropertyList_CreateFromXML(xml));
+    if (root && CFGetTypeID(root.Get()) == kTypeDictionary) {
+        bundle->info = Ref<const __CFDictionary*>(static_cast<CFDictionaryRef>(root.Release()));
+    } else {
+        std::fprintf(stderr, "%s: not a property list\n", path.c_str());
+    }
+}
+
+CFTypeRef CFBundleGetValueForInfoDictionaryKey(CFBundleRef bundle, CFStringRef key)
+{
+    try {
+        std::call_once(bundle->infoOnce, ReadInfo, bundle);
+        return bundle->info ? CFDictionaryGetValue(bundle->info.Get(), key) : nullptr;
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+// A text of Info.plist; empty when there is none. Throws bad_alloc.
+static std::string InfoText(CFBundleRef bundle, CFStringRef key)
+{
+    CFTypeRef value = CFBundleGetValueForInfoDictionaryKey(bundle, key);
+    bool isText = value != nullptr && CFGetTypeID(value) == kTypeString;
+    return isText ? std::string(static_cast<CFStringRef>(value)->Text()) : std::string();
+}
+
+// The file name of the executable: what Info.plist says, or the bundle's own name without its extension.
+static std::string ExecutableName(CFBundleRef bundle)
+{
+    static constinit const __CFString kKey("CFBundleExecutable");
+    if (!bundle->program.empty()) {
+        return bundle->program.substr(bundle->program.rfind('/') + 1);
+    }
+    std::string name = InfoText(bundle, &kKey);
+    if (name.empty()) {
+        name = bundle->path.substr(bundle->path.rfind('/') + 1);
+        size_t dot = name.rfind('.');
+        name.resize(dot == std::string::npos || dot == 0 ? name.size() : dot);
+    }
+    return name.find('/') == std::string::npos ? name : std::string(); // a name, no path
+}
+
+// --- resources ---
+
+// The languages of a locale name, best first: "de_AT.UTF-8" gives de_AT, de, German.
+static void AddLanguage(std::vector<std::string>& languages, std::string locale)
+{
+    static constexpr struct
+    {
+        const char* code;
+        const char* oldName;
+    } kOldNames[] = { { "en", "English" },    { "de", "German" },  { "fr", "French" },
+                      { "it", "Italian" },    { "es", "Spanish" }, { "ja", "Japanese" },
+                      { "nl", "Dutch" },      { "sv", "Swedish" }, { "da", "Danish" },
+                      { "pt", "Portuguese" }, { "fi", "Finnish" }, { "nb", "Norwegian" } };
+    auto add = [&languages](const std::string& language) {
+        if (std::find(languages.begin(), languages.end(), language) == languages.end()) {
+            languages.push_back(language);
+        }
+    };
+    locale.resize(std::min(locale.find_first_of(".@"), locale.size()));
+    if (locale.empty() || locale == "C" || locale == "POSIX"
+        || locale.find('/') != std::string::npos) {
+        return;
+    }
+    add(locale);
+    std::string code = locale.substr(0, locale.find_first_of("_-"));
+    if (code != locale) {
+        std::replace(locale.begin(), locale.end(), '_', '-');
+        add(locale);
+        add(code);
+    }
+    for (const auto& old : kOldNames) {
+        if (code == old.code || locale == old.oldName) {
+            add(old.code);
+            add(old.oldName);
+        }
+    }
+}
+
+// The names of the .lproj folders to look into: the user's languages, the bundle's own region, English.
+static std::vector<std::string> Languages(CFBundleRef bundle)
+{
+    static constinit const __CFString kRegion("CFBundleDevelopmentRegion");
+    std::vector<std::string> languages;
+    std::string locale;
+    for (const char* variable : { "LC_ALL", "LC_MESSAGES", "LANG" }) {
+        const char* value = std::getenv(variable);
+        if (locale.empty() && value != nullptr) {
+            locale = value;
+        }
+    }
+    const char* wanted = std::getenv("LANGUAGE");
+    bool isPlain = locale.empty() || locale == "C" || locale == "POSIX"; // switches LANGUAGE off
+    std::string list = wanted != nullptr && !isPlain ? wanted : "";
+    for (size_t start = 0; start < list.size();) {
+        size_t end = std::min(list.find(':', start), list.size());
+        AddLanguage(languages, list.substr(start, end - start));
+        start = end + 1;
+    }
+    AddLanguage(languages, locale);
+    AddLanguage(languages, InfoText(bundle, &kRegion));
+    AddLanguage(languages, "en");
+    return languages;
+}
+
+static bool Exists(const std::string& path)
+{
+    struct stat info;
+    return stat(path.c_str(), &info) == 0;
+}
+
+// The first .lproj folder's version of a file; empty when there is none. Throws bad_alloc.
+static std::string FindLocalized(CFBundleRef bundle, const std::string& file)
+{
+    for (const std::string& language : Languages(bundle)) {
+        std::string path = bundle->path + "/Contents/Resources/" + language + ".lproj/" + file;
+        if (Exists(path)) {
+            return path;
+        }
+    }
+    return {};
+}
+
+CFURLRef CFBundleCopyResourceURL(CFBundleRef bundle,
+                                 CFStringRef name,
+                                 CFStringRef type,
+                                 CFStringRef subFolder)
+{
+    try {
+        std::string file;
+        if (subFolder != nullptr && subFolder->nBytes > 0) {
+            file += subFolder->Text();
+            file += '/';
+        }
+        file += name->Text();
+        if (type != nullptr && type->nBytes > 0) {
+            file += '.';
+            file += type->Text();
+        }
+        std::string path = bundle->path + "/Contents/Resources/" + file; // hides the localised ones
+        if (!Exists(path)) {
+            path = FindLocalized(bundle, file);
+        }
+        struct stat info;
+        bool isFolder = stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+        return path.empty() ? nullptr : CFObject_New<__CFURL>(std::string(), path, isFolder);
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+CFBundleRefNum CFBundleOpenBundleResourceMap(CFBundleRef bundle)
+{
+    try {
+        std::vector<ResourceFile> files;
+        OSErr error = resFNotFound;
+        auto add = [&](const std::string& path) {
+            OSErr result = path.empty() ? OSErr(fnfErr) : Resources_ReadFile(path, files);
+            if (result != noErr && result != fnfErr) {
+                error = result;
+            }
+        };
+        std::string name = ExecutableName(bundle);
+        add(FindLocalized(bundle, "Localized.rsrc"));
+        add(bundle->path + "/Contents/Resources/" + name + ".rsrc");
+        if (files.empty()) {
+            Resources_SetError(error);
+            return kResFileNotOpened;
+        }
+        return Resources_OpenMap(std::move(files));
+    } catch (...) {
+        Resources_SetError(memFullErr);
+        return kResFileNotOpened;
+    }
+}
+
+void CFBundleCloseBundleResourceMap(CFBundleRef, CFBundleRefNum refNum)
+{
+    CloseResFile(refNum);
+}
+
+// --- code ---
+
+Boolean CFBundleLoadExecutable(CFBundleRef bundle)
+{
+    try {
+        if (bundle->image != nullptr) {
+            return true;
+        }
+        void* image = nullptr;
+        if (!bundle->program.empty()) {
+            image = dlopen(nullptr, RTLD_NOW);
+        } else {
+            std::string name = ExecutableName(bundle);
+            image
+                = dlopen((bundle->path + "/Contents/MacOS/" + name).c_str(), RTLD_NOW | RTLD_LOCAL);
+        }
+        if (image == nullptr) {
+            std::fprintf(stderr, "%s: %s\n", bundle->path.c_str(), dlerror());
+        }
+        bundle->image = image;
+        return image != nullptr;
+    } catch (...) {
+        return false;
+    }
+}
+
+Boolean CFBundleIsExecutableLoaded(CFBundleRef bundle)
+{
+    return bundle->image != nullptr || !bundle->program.empty();
+}
+
+void* CFBundleGetFunctionPointerForName(CFBundleRef bundle, CFStringRef name)
+{
+    const char* symbol = CFStringGetCStringPtr(name, kCFStringEncodingUTF8);
+    return symbol != nullptr && CFBundleLoadExecutable(bundle) ? dlsym(bundle->image, symbol)
+                                                               : nullptr;
+}
+
+void CFBundleUnloadExecutable(CFBundleRef bundle)
+{
+    if (void* image = std::exchange(bundle->image, nullptr)) {
+        dlclose(image); // the image's clean-ups run in here and may ask for this bundle
+    }
+}

@@ -1,0 +1,229 @@
+// SPDX-License-Identifier: MIT
+// CFDictionary.cpp - objects under keys: the entries in order of insertion, and an index once there are
+// more than a glance takes in.
+#include "CoreFoundation/CFObject.h"
+
+#include <CoreFoundation/CFDictionary.h>
+
+#include <bit>
+
+static const void* RetainObject(CFAllocatorRef, const void* value)
+{
+    return CFRetain(value);
+}
+
+static void ReleaseObject(CFAllocatorRef, const void* value)
+{
+    CFRelease(value);
+}
+
+const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks
+    = { 0, RetainObject, ReleaseObject, nullptr, CFEqual, CFObject_Hash };
+const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks
+    = { 0, RetainObject, ReleaseObject, nullptr, CFEqual };
+
+static const CFClass kDictionaryClass = {
+    kTypeDictionary,
+    [](CFObject* object) noexcept {
+        auto* dictionary = static_cast<__CFDictionary*>(object);
+        for (const auto& entry : dictionary->entries) {
+            CFRelease(entry.key);
+            CFRelease(entry.value);
+        }
+        delete dictionary;
+    },
+    [](const CFObject* a, const CFObject* b) noexcept {
+        const auto* first = static_cast<const __CFDictionary*>(a);
+        const auto* second = static_cast<const __CFDictionary*>(b);
+        if (first->entries.size() != second->entries.size()) {
+            return false;
+        }
+        for (const auto& entry : first->entries) {
+            const auto* other = second->Find(entry.key, entry.hash);
+            if (other == nullptr || !CFEqual(entry.value, other->value)) {
+                return false;
+            }
+        }
+        return true;
+    },
+    [](const CFObject* object) noexcept {
+        return static_cast<CFHashCode>(static_cast<const __CFDictionary*>(object)->entries.size());
+    },
+};
+
+constexpr size_t kFewEntries = 8; // searched one by one
+
+__CFDictionary::__CFDictionary()
+    : CFObject(kDictionaryClass)
+{
+}
+
+__CFDictionary::__CFDictionary(const __CFDictionary& other)
+    : CFObject(kDictionaryClass)
+    , entries(other.entries)
+    , m_slots(other.m_slots)
+{
+    for (const Entry& entry : entries) {
+        CFRetain(entry.key);
+        CFRetain(entry.value);
+    }
+}
+
+const __CFDictionary::Entry* __CFDictionary::Find(CFTypeRef key) const
+{
+    return entries.empty() ? nullptr : Find(key, CFObject_Hash(key));
+}
+
+const __CFDictionary::Entry* __CFDictionary::Find(CFTypeRef key, CFHashCode hash) const
+{
+    auto isIt = [=](const Entry& entry) { return entry.hash == hash && CFEqual(entry.key, key); };
+    if (m_slots.empty()) {
+        for (const Entry& entry : entries) {
+            if (isIt(entry)) {
+                return &entry;
+            }
+        }
+        return nullptr;
+    }
+    size_t mask = m_slots.size() - 1;
+    for (size_t slot = hash & mask; m_slots[slot] != 0; slot = (slot + 1) & mask) {
+        const Entry& entry = entries[m_slots[slot] - 1];
+        if (isIt(entry)) {
+            return &entry;
+        }
+    }
+    return nullptr;
+}
+
+// The slot that a new entry goes to.
+size_t __CFDictionary::FreeSlot(CFHashCode hash) const
+{
+    size_t slot = hash & (m_slots.size() - 1);
+    while (m_slots[slot] != 0) {
+        slot = (slot + 1) & (m_slots.size() - 1);
+    }
+    return slot;
+}
+
+// Numbers all entries anew, so that at least half of the slots stay free; no slots: no index.
+void __CFDictionary::Index(size_t nSlots)
+{
+    m_slots.assign(nSlots, 0);
+    for (size_t i = 0; nSlots > 0 && i < entries.size(); ++i) {
+        m_slots[FreeSlot(entries[i].hash)] = static_cast<UInt32>(i + 1);
+    }
+}
+
+void __CFDictionary::Set(CFTypeRef key, CFTypeRef value)
+{
+    CFHashCode hash = CFObject_Hash(key);
+    if (const Entry* found = Find(key, hash)) {
+        CFTypeRef old = found->value;
+        const_cast<Entry*>(found)->value = CFRetain(value);
+        CFRelease(old);
+        return;
+    }
+    entries.push_back({ key, value, hash });
+    if (entries.size() <= kFewEntries) {
+        // no index yet
+    } else if (entries.size() * 2 <= m_slots.size()) {
+        m_slots[FreeSlot(hash)] = static_cast<UInt32>(entries.size());
+    } else {
+        try {
+            Index(std::bit_ceil(entries.size() * 4));
+        } catch (...) {
+            entries.pop_back();
+            throw;
+        }
+    }
+    CFRetain(key);
+    CFRetain(value);
+}
+
+void __CFDictionary::Remove(CFTypeRef key)
+{
+    const Entry* found = Find(key);
+    if (found == nullptr) {
+        return;
+    }
+    Entry gone = *found;
+    entries.erase(entries.begin() + (found - entries.data()));
+    Index(entries.size() <= kFewEntries ? 0 : m_slots.size());
+    CFRelease(gone.key);
+    CFRelease(gone.value);
+}
+
+CFTypeID CFDictionaryGetTypeID(void)
+{
+    return kTypeDictionary;
+}
+
+CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef,
+                                                 CFIndex,
+                                                 const CFDictionaryKeyCallBacks* keyCallBacks,
+                                                 const CFDictionaryValueCallBacks* valueCallBacks)
+{
+    if (keyCallBacks != &kCFTypeDictionaryKeyCallBacks
+        || valueCallBacks != &kCFTypeDictionaryValueCallBacks) {
+        return nullptr;
+    }
+    return CFObject_New<__CFDictionary>();
+}
+
+CFMutableDictionaryRef
+CFDictionaryCreateMutableCopy(CFAllocatorRef, CFIndex, CFDictionaryRef dictionary)
+{
+    return CFObject_New<__CFDictionary>(*dictionary);
+}
+
+CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary)
+{
+    return static_cast<CFIndex>(dictionary->entries.size());
+}
+
+const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key)
+{
+    const auto* found = dictionary->Find(key);
+    return found != nullptr ? found->value : nullptr;
+}
+
+Boolean
+CFDictionaryGetValueIfPresent(CFDictionaryRef dictionary, const void* key, const void** value)
+{
+    const auto* found = dictionary->Find(key);
+    if (found != nullptr && value != nullptr) {
+        *value = found->value;
+    }
+    return found != nullptr;
+}
+
+void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary,
+                                  const void** keys,
+                                  const void** values)
+{
+    size_t i = 0;
+    for (const auto& entry : dictionary->entries) {
+        if (keys != nullptr) {
+            keys[i] = entry.key;
+        }
+        if (values != nullptr) {
+            values[i] = entry.value;
+        }
+        ++i;
+    }
+}
+
+void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key, const void* value)
+{
+    try {
+        if (key != nullptr && value != nullptr) {
+            dictionary->Set(key, value);
+        }
+    } catch (...) { // no memory: as before
+    }
+}
+
+void CFDictionaryRemoveValue(CFMutableDictionaryRef dictionary, const void* key)
+{
+    dictionary->Remove(key);
+}

@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: MIT
+// CFNumber.cpp - numbers and truth values.
+#include "CoreFoundation/CFObject.h"
+
+#include <CoreFoundation/CFNumber.h>
+
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <type_traits>
+#include <utility>
+
+// --- truth values ---
+
+static const CFClass kBooleanClass = {
+    kTypeBoolean,
+    [](CFObject*) noexcept {}, // there are only the two constants
+    [](const CFObject* a, const CFObject* b) noexcept { return a == b; },
+    CFObject_HashAddress,
+};
+
+struct __CFBoolean : CFObject
+{
+    constexpr __CFBoolean()
+        : CFObject(kBooleanClass, kConstantRefs)
+    {
+    }
+};
+
+static constinit const __CFBoolean sTrue;
+static constinit const __CFBoolean sFalse;
+const CFBooleanRef kCFBooleanTrue = &sTrue;
+const CFBooleanRef kCFBooleanFalse = &sFalse;
+
+CFTypeID CFBooleanGetTypeID(void)
+{
+    return kTypeBoolean;
+}
+
+Boolean CFBooleanGetValue(CFBooleanRef boolean)
+{
+    return boolean == &sTrue;
+}
+
+// --- numbers ---
+
+// Stores `from` as the nearest value of the integer type To; true when it is the same number.
+template <typename To, typename From> static bool ConvertToInteger(From from, To& to)
+{
+    using Limits = std::numeric_limits<To>;
+    if constexpr (std::is_integral_v<From>) {
+        to = std::in_range<To>(from) ? static_cast<To>(from)
+            : from < 0               ? Limits::min()
+                                     : Limits::max();
+        return std::in_range<To>(from);
+    } else {
+        const From above
+            = std::ldexp(From(1), Limits::digits); // the first number that is too large
+        if (!(from > -above - 1 && from < above)) {
+            to = std::isnan(from) ? To(0) : from < 0 ? Limits::min() : Limits::max();
+            // -2^63 - 1 has no double of its own, so the lowest 64-bit value comes here
+            return std::is_signed_v<To> && from == -above;
+        }
+        to = static_cast<To>(from);
+        return static_cast<From>(to) == from;
+    }
+}
+
+template <typename To, typename From> static bool Convert(From from, To& to)
+{
+    if constexpr (std::is_integral_v<To>) {
+        return ConvertToInteger(from, to);
+    } else if constexpr (std::is_integral_v<From>) {
+        From back = 0;
+        to = static_cast<To>(from);
+        return ConvertToInteger(to, back) && back == from;
+    } else {
+        to = static_cast<To>(from);
+        return static_cast<From>(to) == from || std::isnan(from);
+    }
+}
+
+template <typename Value> static bool IsNaN(Value value)
+{
+    if constexpr (std::is_floating_point_v<Value>) {
+        return std::isnan(value);
+    } else {
+        return false;
+    }
+}
+
+// Calls `use` with the number's value in its own type.
+template <typename Use> static auto WithValue(const __CFNumber* number, Use use)
+{
+    switch (number->kind) {
+    case __CFNumber::kSigned:
+        return use(number->asSigned);
+    case __CFNumber::kUnsigned:
+        return use(number->asUnsigned);
+    case __CFNumber::kReal:
+        break;
+    }
+    return use(number->asReal);
+}
+
+static const CFClass kNumberClass = {
+    kTypeNumber,
+    [](CFObject* object) noexcept { delete static_cast<__CFNumber*>(object); },
+    [](const CFObject* a, const CFObject* b) noexcept {
+        return WithValue(static_cast<const __CFNumber*>(a), [b](auto first) {
+            return WithValue(static_cast<const __CFNumber*>(b), [first](auto second) {
+                decltype(first) converted = 0;
+                return (IsNaN(first) && IsNaN(second))
+                    || (Convert(second, converted) && converted == first);
+            });
+        });
+    },
+    [](const CFObject* object) noexcept {
+        return WithValue(static_cast<const __CFNumber*>(object), [](auto value) {
+            return static_cast<CFHashCode>(std::hash<double>()(static_cast<double>(value)));
+        });
+    },
+};
+
+__CFNumber::__CFNumber(SInt64 value)
+    : CFObject(kNumberClass)
+    , kind(kSigned)
+    , asSigned(value)
+{
+}
+
+__CFNumber::__CFNumber(UInt64 value)
+    : CFObject(kNumberClass)
+    , kind(kUnsigned)
+    , asUnsigned(value)
+{
+    if (std::in_range<SInt64>(value)) {
+        kind = kSigned;
+        asSigned = static_cast<SInt64>(value);
+    }
+}
+
+__CFNumber::__CFNumber(double value)
+    : CFObject(kNumberClass)
+    , kind(kReal)
+    , asReal(value)
+{
+}
+
+// Calls `use` with a zero of the C type that a number type stands for; `unknown` for other types.
+template <typename Result, typename Use>
+static Result WithType(CFNumberType type, Result unknown, Use use)
+{
+    switch (type) {
+    case kCFNumberSInt8Type:
+    case kCFNumberCharType:
+        return use(SInt8());
+    case kCFNumberSInt16Type:
+    case kCFNumberShortType:
+        return use(SInt16());
+    case kCFNumberSInt32Type:
+    case kCFNumberIntType:
+        return use(SInt32());
+    case kCFNumberSInt64Type:
+    case kCFNumberLongLongType:
+        return use(SInt64());
+    case kCFNumberLongType:
+        return use(0L);
+    case kCFNumberCFIndexType:
+        return use(CFIndex());
+    case kCFNumberFloat32Type:
+    case kCFNumberFloatType:
+        return use(0.0f);
+    case kCFNumberFloat64Type:
+    case kCFNumberDoubleType:
+        return use(0.0);
+    default:
+        return unknown;
+    }
+}
+
+CFTypeID CFNumberGetTypeID(void)
+{
+    return kTypeNumber;
+}
+
+CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType type, const void* value)
+{
+    if (value == nullptr) {
+        return nullptr;
+    }
+    return WithType(type, CFNumberRef(nullptr), [value](auto typed) -> CFNumberRef {
+        using Widest = std::conditional_t<std::is_integral_v<decltype(typed)>, SInt64, double>;
+        std::memcpy(&typed, value, sizeof(typed));
+        return CFObject_New<__CFNumber>(static_cast<Widest>(typed));
+    });
+}
+
+Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value)
+{
+    return WithType(type, false, [=](auto typed) {
+        bool isExact = WithValue(number, [&typed](auto held) { return Convert(held, typed); });
+        std::memcpy(value, &typed, sizeof(typed));
+        return isExact;
+    });
+}
+
+Boolean CFNumberIsFloatType(CFNumberRef number)
+{
+    return number->kind == __CFNumber::kReal;
+}

@@ -1,0 +1,253 @@
+// SPDX-License-Identifier: MIT
+// CFString.cpp - strings, held as UTF-8 in one block.
+#include "CoreFoundation/CFObject.h"
+#include "CoreFoundation/Utf8.h"
+
+#include <CoreFoundation/CFString.h>
+
+#include <cstring>
+#include <mutex>
+#include <new>
+#include <string>
+#include <unordered_map>
+
+const CFClass kStringClass = {
+    kTypeString,
+    [](CFObject* object) noexcept { operator delete(object); },
+    [](const CFObject* a, const CFObject* b) noexcept {
+        return static_cast<const __CFString*>(a)->Text()
+            == static_cast<const __CFString*>(b)->Text();
+    },
+    [](const CFObject* object) noexcept {
+        std::string_view text = static_cast<const __CFString*>(object)->Text();
+        return CFObject_HashBytes(text.data(), text.size());
+    },
+};
+
+// --- 8-bit encodings ---
+
+// The characters 80 to FF of MacRoman.
+static constexpr char16_t kMacRoman[128] = {
+    0x00C4, 0x00C5, 0x00C7, 0x00C9, 0x00D1, 0x00D6, 0x00DC, 0x00E1, // 80
+    0x00E0, 0x00E2, 0x00E4, 0x00E3, 0x00E5, 0x00E7, 0x00E9, 0x00E8,
+    0x00EA, 0x00EB, 0x00ED, 0x00EC, 0x00EE, 0x00EF, 0x00F1, 0x00F3, // 90
+    0x00F2, 0x00F4, 0x00F6, 0x00F5, 0x00FA, 0x00F9, 0x00FB, 0x00FC,
+    0x2020, 0x00B0, 0x00A2, 0x00A3, 0x00A7, 0x2022, 0x00B6, 0x00DF, // A0
+    0x00AE, 0x00A9, 0x2122, 0x00B4, 0x00A8, 0x2260, 0x00C6, 0x00D8,
+    0x221E, 0x00B1, 0x2264, 0x2265, 0x00A5, 0x00B5, 0x2202, 0x2211, // B0
+    0x220F, 0x03C0, 0x222B, 0x00AA, 0x00BA, 0x03A9, 0x00E6, 0x00F8,
+    0x00BF, 0x00A1, 0x00AC, 0x221A, 0x0192, 0x2248, 0x2206, 0x00AB, // C0
+    0x00BB, 0x2026, 0x00A0, 0x00C0, 0x00C3, 0x00D5, 0x0152, 0x0153,
+    0x2013, 0x2014, 0x201C, 0x201D, 0x2018, 0x2019, 0x00F7, 0x25CA, // D0
+    0x00FF, 0x0178, 0x2044, 0x20AC, 0x2039, 0x203A, 0xFB01, 0xFB02,
+    0x2021, 0x00B7, 0x201A, 0x201E, 0x2030, 0x00C2, 0x00CA, 0x00C1, // E0
+    0x00CB, 0x00C8, 0x00CD, 0x00CE, 0x00CF, 0x00CC, 0x00D3, 0x00D4,
+    0xF8FF, 0x00D2, 0x00DA, 0x00DB, 0x00D9, 0x0131, 0x02C6, 0x02DC, // F0
+    0x00AF, 0x02D8, 0x02D9, 0x02DA, 0x00B8, 0x02DD, 0x02DB, 0x02C7,
+};
+
+// The characters 80 to 9F of Windows Latin 1; the five that it leaves out keep their number.
+static constexpr char16_t kWindowsLatin1[32] = {
+    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, // 80
+    0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
+    0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014, // 90
+    0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
+};
+
+// An encoding as the characters of its bytes from 80 on: those of the table, then their own number.
+struct EightBit
+{
+    const char16_t* table;
+    UInt32 nTable;
+    UInt32 nCharacters; // 128 for plain ASCII
+};
+
+static bool FindEightBit(CFStringEncoding encoding, EightBit& found)
+{
+    switch (encoding) {
+    case kCFStringEncodingMacRoman:
+        found = { kMacRoman, 128, 256 };
+        return true;
+    case kCFStringEncodingWindowsLatin1:
+        found = { kWindowsLatin1, 32, 256 };
+        return true;
+    case kCFStringEncodingISOLatin1:
+        found = { nullptr, 0, 256 };
+        return true;
+    case kCFStringEncodingASCII:
+        found = { nullptr, 0, 128 };
+        return true;
+    default:
+        return false;
+    }
+}
+
+static UInt32 ToCode(const EightBit& encoding, UInt8 byte)
+{
+    if (byte < 0x80) {
+        return byte;
+    }
+    if (byte - 0x80u < encoding.nTable) {
+        return encoding.table[byte - 0x80];
+    }
+    return byte < encoding.nCharacters ? byte : kUtf8Invalid;
+}
+
+// The byte of a character; -1 when the encoding has none.
+static int FromCode(const EightBit& encoding, UInt32 code)
+{
+    if (code < 0x80) {
+        return static_cast<int>(code);
+    }
+    for (UInt32 i = 0; i < encoding.nTable; ++i) {
+        if (encoding.table[i] == code) {
+            return static_cast<int>(0x80 + i);
+        }
+    }
+    return code >= 0x80 + encoding.nTable && code < encoding.nCharacters ? static_cast<int>(code)
+                                                                         : -1;
+}
+
+// --- making ---
+
+CFStringRef CFString_Create(std::string_view text) noexcept
+{
+    const UInt8* p = reinterpret_cast<const UInt8*>(text.data());
+    const UInt8* end = p + text.size();
+    CFIndex nUnits = 0;
+    while (p < end) {
+        UInt32 code = Utf8_Next(p, end);
+        if (code == kUtf8Invalid) {
+            return nullptr;
+        }
+        nUnits += code > 0xFFFF ? 2 : 1;
+    }
+    void* block = operator new(sizeof(__CFString) + text.size() + 1, std::nothrow);
+    if (block == nullptr) {
+        return nullptr;
+    }
+    char* bytes = static_cast<char*>(block) + sizeof(__CFString);
+    text.copy(bytes, text.size());
+    bytes[text.size()] = 0;
+    return new (block) __CFString(bytes, text.size(), nUnits, 1);
+}
+
+CFStringRef CFStringCreateWithBytes(
+    CFAllocatorRef, const UInt8* bytes, CFIndex length, CFStringEncoding encoding, Boolean)
+{
+    if (length < 0 || (bytes == nullptr && length > 0)) {
+        return nullptr;
+    }
+    std::string_view text(reinterpret_cast<const char*>(bytes), static_cast<size_t>(length));
+    EightBit eightBit;
+    if (encoding == kCFStringEncodingUTF8) {
+        return CFString_Create(text);
+    }
+    if (!FindEightBit(encoding, eightBit)) {
+        return nullptr;
+    }
+    try {
+        std::string utf8;
+        for (char character : text) {
+            UInt32 code = ToCode(eightBit, static_cast<UInt8>(character));
+            if (code == kUtf8Invalid) {
+                return nullptr;
+            }
+            Utf8_Append(utf8, code);
+        }
+        return CFString_Create(utf8);
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+CFStringRef
+CFStringCreateWithCString(CFAllocatorRef allocator, const char* text, CFStringEncoding encoding)
+{
+    if (text == nullptr) {
+        return nullptr;
+    }
+    return CFStringCreateWithBytes(allocator, reinterpret_cast<const UInt8*>(text),
+                                   static_cast<CFIndex>(std::strlen(text)), encoding, false);
+}
+
+// The constants outlive the images that name them, since a reference may be handed on: the table
+// copies each text once and is never freed.
+CFStringRef __CFStringMakeConstantString(const char* text)
+{
+    static std::mutex sLock;
+    static auto* sConstants = new std::unordered_map<std::string_view, CFStringRef>;
+
+    std::lock_guard lock(sLock);
+    auto found = sConstants->find(text);
+    if (found != sConstants->end()) {
+        return found->second;
+    }
+    CFStringRef made = CFString_Create(text);
+    if (made == nullptr) { // not 7-bit, against the rule: every byte has a meaning there
+        made = CFStringCreateWithCString(nullptr, text, kCFStringEncodingMacRoman);
+    }
+    if (made != nullptr) {
+        made->nRefs = kConstantRefs;
+        sConstants->emplace(made->Text(), made);
+    }
+    return made;
+}
+
+// --- reading ---
+
+CFTypeID CFStringGetTypeID(void)
+{
+    return kTypeString;
+}
+
+CFStringEncoding CFStringGetSystemEncoding(void)
+{
+    return kCFStringEncodingUTF8;
+}
+
+CFIndex CFStringGetLength(CFStringRef string)
+{
+    return string->nUnits;
+}
+
+const char* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding encoding)
+{
+    EightBit eightBit;
+    bool isHeldSo = encoding == kCFStringEncodingUTF8
+        || (string->IsASCII() && FindEightBit(encoding, eightBit));
+    // A zero inside would end the text early for the caller.
+    return isHeldSo && std::strlen(string->bytes) == string->nBytes ? string->bytes : nullptr;
+}
+
+Boolean
+CFStringGetCString(CFStringRef string, char* buffer, CFIndex size, CFStringEncoding encoding)
+{
+    if (buffer == nullptr || size <= 0) {
+        return false;
+    }
+    size_t room = static_cast<size_t>(size);
+    EightBit eightBit;
+    if (encoding == kCFStringEncodingUTF8) {
+        if (string->nBytes >= room) {
+            return false;
+        }
+        std::memcpy(buffer, string->bytes, string->nBytes + 1);
+        return true;
+    }
+    if (!FindEightBit(encoding, eightBit)) {
+        return false;
+    }
+    const UInt8* p = reinterpret_cast<const UInt8*>(string->bytes);
+    const UInt8* end = p + string->nBytes;
+    size_t n = 0;
+    for (; p < end; ++n) {
+        int byte = FromCode(eightBit, Utf8_Next(p, end));
+        if (byte < 0 || n + 1 >= room) {
+            return false;
+        }
+        buffer[n] = static_cast<char>(byte);
+    }
+    buffer[n] = 0;
+    return true;
+}

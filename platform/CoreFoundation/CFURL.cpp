@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: MIT
+// CFURL.cpp - file locations, as paths.
+#include "CoreFoundation/CFObject.h"
+#include "CoreServices/FileRefs.h"
+
+#include <CoreFoundation/CFURL.h>
+
+#include <climits>
+#include <cstring>
+#include <sys/stat.h>
+#include <unistd.h>
+
+static const CFClass kURLClass = {
+    kTypeURL,
+    [](CFObject* object) noexcept { delete static_cast<__CFURL*>(object); },
+    [](const CFObject* a, const CFObject* b) noexcept {
+        const auto* first = static_cast<const __CFURL*>(a);
+        const auto* second = static_cast<const __CFURL*>(b);
+        return first->base == second->base && first->path == second->path
+            && first->isFolder == second->isFolder;
+    },
+    [](const CFObject* object) noexcept {
+        const std::string& path = static_cast<const __CFURL*>(object)->path;
+        return CFObject_HashBytes(path.data(), path.size());
+    },
+};
+
+__CFURL::__CFURL(std::string urlBase, std::string urlPath, bool ofFolder)
+    : CFObject(kURLClass)
+    , base(std::move(urlBase))
+    , path(std::move(urlPath))
+    , isFolder(ofFolder)
+{
+}
+
+std::string __CFURL::Absolute() const
+{
+    if (base.empty() || path.empty()) {
+        return base.empty() ? path : base;
+    }
+    return (base == "/" ? base : base + "/") + path;
+}
+
+CFTypeID CFURLGetTypeID(void)
+{
+    return kTypeURL;
+}
+
+CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef,
+                                                 const UInt8* path,
+                                                 CFIndex length,
+                                                 Boolean isDirectory)
+{
+    if (path == nullptr || length <= 0
+        || std::memchr(path, 0, static_cast<size_t>(length)) != nullptr) {
+        return nullptr;
+    }
+    try {
+        std::string text(reinterpret_cast<const char*>(path), static_cast<size_t>(length));
+        bool isFolder = isDirectory || text.ends_with('/');
+        while (text.size() > 1 && text.ends_with('/')) {
+            text.pop_back();
+        }
+        std::string base;
+        if (!text.starts_with('/')) {
+            char folder[PATH_MAX];
+            if (getcwd(folder, sizeof(folder)) == nullptr) {
+                return nullptr;
+            }
+            base = folder;
+        }
+        return CFObject_New<__CFURL>(std::move(base), std::move(text), isFolder);
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+CFURLRef CFURLCreateCopyDeletingLastPathComponent(CFAllocatorRef, CFURLRef url)
+{
+    try {
+        std::string path = url->path;
+        size_t slash = path.rfind('/');
+        std::string last = path.substr(slash == std::string::npos ? 0 : slash + 1);
+        if (last == ".." || last == "." || path.empty()) { // its parent has no shorter text
+            path += path.empty() ? ".." : "/..";
+        } else if (slash == std::string::npos) {
+            path.clear();
+        } else {
+            path.resize(slash == 0 ? 1 : slash);
+        }
+        while (path.size() > 1 && path.ends_with('/')) { // "a//b"
+            path.pop_back();
+        }
+        return CFObject_New<__CFURL>(url->base, std::move(path), true);
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+CFURLRef CFURLCreateFromFSRef(CFAllocatorRef, const FSRef* ref)
+{
+    const std::string* path = ref != nullptr ? FileRefs_Path(*ref) : nullptr;
+    if (path == nullptr) {
+        return nullptr;
+    }
+    struct stat info;
+    bool isFolder = stat(path->c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+    return CFObject_New<__CFURL>(std::string(), *path, isFolder);
+}
+
+Boolean CFURLGetFileSystemRepresentation(CFURLRef url,
+                                         Boolean resolveAgainstBase,
+                                         UInt8* buffer,
+                                         CFIndex size)
+{
+    try {
+        std::string path = resolveAgainstBase ? url->Absolute()
+            : url->path.empty()               ? "."
+                                              : url->path;
+        if (buffer == nullptr || size < 0 || path.size() >= static_cast<size_t>(size)) {
+            return false;
+        }
+        std::memcpy(buffer, path.c_str(), path.size() + 1);
+        return true;
+    } catch (...) {
+        return false;
+    }
+}

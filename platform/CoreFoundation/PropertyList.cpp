@@ -1,0 +1,607 @@
+// SPDX-License-Identifier: MIT
+// PropertyList.cpp - property lists in XML.
+// The reader is our own: the packaged library takes a number it cannot hold for another one, decodes
+// reals by the process's locale and needs quadratic time for text with many entities.
+#include "CoreFoundation/PropertyList.h"
+
+#include "CoreFoundation/CFObject.h"
+#include "CoreFoundation/Ref.h"
+#include "CoreFoundation/Utf8.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <new>
+#include <optional>
+
+// The object, which was not made only if memory ran out.
+template <typename Pointer> static Pointer Made(Pointer object)
+{
+    if (object == nullptr) {
+        throw std::bad_alloc();
+    }
+    return object;
+}
+
+// --- dates ---
+
+constexpr std::chrono::sys_days kEpoch = std::chrono::year(2001) / 1 / 1;
+
+static bool IsDateInRange(CFAbsoluteTime at)
+{
+    using namespace std::chrono;
+    constexpr double kFirst = duration<double>(sys_days(year(1) / 1 / 1) - kEpoch).count();
+    constexpr double kEnd = duration<double>(sys_days(year(10000) / 1 / 1) - kEpoch).count();
+    return at >= kFirst && at < kEnd;
+}
+
+static std::string FormatDate(CFAbsoluteTime at)
+{
+    using namespace std::chrono;
+    auto time = kEpoch + seconds(static_cast<SInt64>(std::floor(at)));
+    auto day = floor<days>(time);
+    year_month_day date(day);
+    hh_mm_ss clock(time - day);
+    char text[64];
+    std::snprintf(text, sizeof(text), "%04d-%02u-%02uT%02d:%02d:%02dZ",
+                  static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                  static_cast<unsigned>(date.day()), static_cast<int>(clock.hours().count()),
+                  static_cast<int>(clock.minutes().count()),
+                  static_cast<int>(clock.seconds().count()));
+    return text;
+}
+
+static std::optional<CFAbsoluteTime> ParseDate(const std::string& text)
+{
+    using namespace std::chrono;
+    int y = 0;
+    unsigned part[5] = {};
+    int nRead = 0;
+    bool isDigits = text.find_first_not_of("0123456789-T:Z") == std::string::npos;
+    if (!isDigits
+        || std::sscanf(text.c_str(), "%4d-%2u-%2uT%2u:%2u:%2uZ%n", &y, &part[0], &part[1], &part[2],
+                       &part[3], &part[4], &nRead)
+            != 6
+        || static_cast<size_t>(nRead) != text.size()) {
+        return std::nullopt;
+    }
+    year_month_day date = year(y) / month(part[0]) / day(part[1]);
+    if (!date.ok() || y < 1 || part[2] > 23 || part[3] > 59 || part[4] > 59) {
+        return std::nullopt;
+    }
+    auto time = (sys_days(date) - kEpoch) + hours(part[2]) + minutes(part[3]) + seconds(part[4]);
+    return static_cast<CFAbsoluteTime>(duration_cast<seconds>(time).count());
+}
+
+// --- data ---
+
+constexpr std::string_view kBase64
+    = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+static void AppendBase64(std::string& xml, const UInt8* bytes, size_t n)
+{
+    for (size_t i = 0; i < n; i += 3) {
+        UInt32 group = 0;
+        for (size_t k = 0; k < 3; ++k) {
+            group = group << 8 | (i + k < n ? bytes[i + k] : 0u);
+        }
+        for (size_t k = 0; k < 4; ++k) {
+            xml += i + k <= n ? kBase64[group >> (18 - 6 * k) & 63] : '=';
+        }
+    }
+}
+
+static bool ParseBase64(const std::string& text, std::string& bytes)
+{
+    UInt32 group = 0;
+    size_t nDigits = 0;
+    size_t nPadding = 0;
+    for (char character : text) {
+        size_t digit = kBase64.find(character);
+        if (character == ' ' || character == '\t' || character == '\n' || character == '\r') {
+            continue;
+        }
+        if (character == '=') {
+            ++nPadding;
+            continue;
+        }
+        if (digit == std::string_view::npos || nPadding > 0) {
+            return false;
+        }
+        group = group << 6 | static_cast<UInt32>(digit);
+        if (++nDigits % 4 == 0) {
+            for (int shift = 16; shift >= 0; shift -= 8) {
+                bytes.push_back(static_cast<char>(group >> shift & 0xFF));
+            }
+        }
+    }
+    if (nDigits % 4 == 1 || (nDigits + nPadding) % 4 != 0 || nPadding > 2) {
+        return false;
+    }
+    if (nDigits % 4 != 0) {
+        group <<= 6 * nPadding;
+        for (size_t i = 0; i < 3 - nPadding; ++i) {
+            bytes.push_back(static_cast<char>(group >> (16 - 8 * i) & 0xFF));
+        }
+    }
+    return true;
+}
+
+// --- numbers ---
+
+static std::string_view Trimmed(std::string_view text)
+{
+    constexpr std::string_view kBlank = " \t\r\n";
+    size_t first = text.find_first_not_of(kBlank);
+    return first == text.npos ? "" : text.substr(first, text.find_last_not_of(kBlank) + 1 - first);
+}
+
+template <typename Number> static bool ParseWhole(std::string_view text, Number& number, int base)
+{
+    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
+    return error == std::errc() && end == text.data() + text.size();
+}
+
+static CFNumberRef CreateInteger(std::string_view text)
+{
+    bool isNegative = text.starts_with('-');
+    if (isNegative || text.starts_with('+')) {
+        text.remove_prefix(1);
+    }
+    bool isHex = text.starts_with("0x") || text.starts_with("0X");
+    UInt64 magnitude = 0;
+    UInt64 most = isNegative ? UInt64(1) << 63 : ~UInt64(0);
+    if (!ParseWhole(isHex ? text.substr(2) : text, magnitude, isHex ? 16 : 10)
+        || magnitude > most) {
+        return nullptr;
+    }
+    return isNegative ? new __CFNumber(static_cast<SInt64>(0 - magnitude))
+                      : new __CFNumber(magnitude);
+}
+
+static CFNumberRef CreateReal(std::string_view text)
+{
+    if (text.starts_with('+') && !text.starts_with("+-")) {
+        text.remove_prefix(1);
+    }
+    double value = 0;
+    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    bool isWhole = error == std::errc() && end == text.data() + text.size() && !text.empty();
+    return isWhole ? new __CFNumber(value) : nullptr;
+}
+
+static std::string FormatReal(double value)
+{
+    if (std::isinf(value)) {
+        return value < 0 ? "-infinity" : "+infinity";
+    }
+    char text[64];
+    return { text, std::to_chars(text, text + sizeof(text), value).ptr };
+}
+
+// --- reading ---
+
+namespace {
+
+struct Tag
+{
+    std::string_view name;
+    bool isEnd = false; // </name>
+    bool isEmpty = false; // <name/>
+
+    bool Closes(std::string_view other) const { return isEnd && name == other; }
+};
+
+// Throws bad_alloc and nothing else.
+class Reader
+{
+public:
+    explicit Reader(std::string_view xml)
+        : m_rest(xml)
+    {
+    }
+
+    CFTypeRef CreateDocument()
+    {
+        Skip("\xEF\xBB\xBF");
+        Tag tag = NextTag();
+        if (tag.name != "plist" || tag.isEnd || tag.isEmpty) {
+            return nullptr;
+        }
+        Ref<> value(CreateValue(NextTag(), 0));
+        if (!value || !NextTag().Closes("plist")) {
+            return nullptr;
+        }
+        SkipBetweenTags();
+        return m_rest.empty() ? value.Release() : nullptr;
+    }
+
+private:
+    bool Skip(std::string_view text)
+    {
+        bool isThere = m_rest.starts_with(text);
+        m_rest.remove_prefix(isThere ? text.size() : 0);
+        return isThere;
+    }
+
+    // What stands before the next `end`, which is skipped; nothing when there is no such end.
+    std::optional<std::string_view> Until(std::string_view end)
+    {
+        size_t n = m_rest.find(end);
+        if (n == m_rest.npos) {
+            return std::nullopt;
+        }
+        std::string_view text = m_rest.substr(0, n);
+        m_rest.remove_prefix(n + end.size());
+        return text;
+    }
+
+    void SkipBetweenTags()
+    {
+        for (;;) {
+            m_rest.remove_prefix(std::min(m_rest.find_first_not_of(" \t\r\n"), m_rest.size()));
+            std::string_view before = m_rest;
+            bool isSkipped = Skip("<!--") ? Until("-->").has_value()
+                : Skip("<?")              ? Until("?>").has_value()
+                : Skip("<!DOCTYPE")       ? Until(">").value_or("[").find('[') == before.npos
+                                          : false; // own entities could follow a "["
+            if (!isSkipped) {
+                m_rest = before;
+                return;
+            }
+        }
+    }
+
+    // The tag that comes next; one without a name when there is none.
+    Tag NextTag()
+    {
+        SkipBetweenTags();
+        Tag tag;
+        if (!Skip("<")) {
+            return {};
+        }
+        tag.isEnd = Skip("/");
+        std::optional<std::string_view> inside = Until(">");
+        if (!inside || inside->find('<') != inside->npos) {
+            return {};
+        }
+        if (!tag.isEnd && inside->ends_with('/')) {
+            tag.isEmpty = true;
+            inside->remove_suffix(1);
+        }
+        tag.name = inside->substr(0, inside->find_first_of(" \t\r\n"));
+        return tag;
+    }
+
+    // The text up to the end tag of `tag`, decoded.
+    std::optional<std::string> Text(const Tag& tag)
+    {
+        std::string text;
+        while (!tag.isEmpty) {
+            std::optional<std::string_view> raw = Until("<");
+            if (!raw || !Decode(*raw, text)) {
+                return std::nullopt;
+            }
+            if (Skip("![CDATA[")) {
+                raw = Until("]]>");
+                if (!raw) {
+                    return std::nullopt;
+                }
+                AppendLines(*raw, text);
+            } else if (Skip("!--")) {
+                if (!Until("-->")) {
+                    return std::nullopt;
+                }
+            } else if (Skip("/")) {
+                raw = Until(">");
+                if (!raw || Trimmed(*raw) != tag.name) {
+                    return std::nullopt;
+                }
+                break;
+            } else {
+                return std::nullopt;
+            }
+        }
+        return text;
+    }
+
+    // XML has one line end: the pair and the lone carriage return both stand for it.
+    static void AppendLines(std::string_view raw, std::string& text)
+    {
+        for (size_t i = 0; i < raw.size(); ++i) {
+            if (raw[i] != '\r') {
+                text += raw[i];
+            } else if (raw.substr(i, 2) != "\r\n") {
+                text += '\n';
+            }
+        }
+    }
+
+    static bool Decode(std::string_view raw, std::string& text)
+    {
+        while (!raw.empty()) {
+            size_t n = std::min(raw.find('&'), raw.size());
+            AppendLines(raw.substr(0, n), text);
+            raw.remove_prefix(n);
+            size_t end = raw.substr(0, 16).find(';'); // "&#x0000000000041;" is nobody's writing
+            if (!raw.empty()) {
+                if (end == raw.npos || !DecodeEntity(raw.substr(1, end - 1), text)) {
+                    return false;
+                }
+                raw.remove_prefix(end + 1);
+            }
+        }
+        return true;
+    }
+
+    static bool DecodeEntity(std::string_view name, std::string& text)
+    {
+        static constexpr struct
+        {
+            std::string_view name;
+            char character;
+        } kEntities[]
+            = { { "lt", '<' }, { "gt", '>' }, { "amp", '&' }, { "quot", '"' }, { "apos", '\'' } };
+        for (const auto& entity : kEntities) {
+            if (entity.name == name) {
+                text += entity.character;
+                return true;
+            }
+        }
+        UInt32 code = 0;
+        bool isHex = name.starts_with("#x");
+        bool isNumber = name.starts_with('#')
+            && ParseWhole(name.substr(isHex ? 2 : 1), code, isHex ? 16 : 10);
+        if (!isNumber || code == 0 || code > 0x10FFFF || (code >= 0xD800 && code < 0xE000)) {
+            return false;
+        }
+        Utf8_Append(text, code);
+        return true;
+    }
+
+    CFTypeRef CreateValue(const Tag& tag, int depth)
+    {
+        if (tag.isEnd) {
+            return nullptr;
+        }
+        if (tag.name == "dict" || tag.name == "array") {
+            if (depth > kPropertyListDeepest) {
+                return nullptr;
+            }
+            return tag.name == "dict" ? CreateDictionary(tag, depth) : CreateArray(tag, depth);
+        }
+        std::optional<std::string> text = Text(tag);
+        if (!text) {
+            return nullptr;
+        }
+        if (tag.name == "string") {
+            return Made(CFString_Create(*text));
+        }
+        if (tag.name == "true" || tag.name == "false") {
+            return !text->empty() ? nullptr : tag.name == "true" ? kCFBooleanTrue : kCFBooleanFalse;
+        }
+        if (tag.name == "integer") {
+            return CreateInteger(Trimmed(*text));
+        }
+        if (tag.name == "real") {
+            return CreateReal(Trimmed(*text));
+        }
+        if (tag.name == "date") {
+            std::optional<CFAbsoluteTime> date = ParseDate(std::string(Trimmed(*text)));
+            return date ? Made(CFDateCreate(nullptr, *date)) : nullptr;
+        }
+        std::string bytes;
+        if (tag.name == "data" && ParseBase64(*text, bytes)) {
+            return Made(CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes.data()),
+                                     static_cast<CFIndex>(bytes.size())));
+        }
+        return nullptr;
+    }
+
+    CFTypeRef CreateArray(const Tag& tag, int depth)
+    {
+        Ref<__CFArray*> array(new __CFArray(nullptr, 0, true));
+        for (Tag next; !tag.isEmpty && !(next = NextTag()).Closes("array");) {
+            Ref<> value(CreateValue(next, depth + 1));
+            if (!value) {
+                return nullptr;
+            }
+            array->values.push_back(value.Get());
+            value.Release(); // now the array's
+        }
+        return array.Release();
+    }
+
+    CFTypeRef CreateDictionary(const Tag& tag, int depth)
+    {
+        Ref<__CFDictionary*> dictionary(new __CFDictionary);
+        for (Tag next; !tag.isEmpty && !(next = NextTag()).Closes("dict");) {
+            if (next.name != "key" || next.isEnd) {
+                return nullptr;
+            }
+            std::optional<std::string> text = Text(next);
+            Ref<> key(text ? Made(CFString_Create(*text)) : nullptr);
+            Ref<> value(key ? CreateValue(NextTag(), depth + 1) : nullptr);
+            if (!value) {
+                return nullptr;
+            }
+            dictionary->Set(key.Get(), value.Get());
+        }
+        return dictionary.Release();
+    }
+
+    std::string_view m_rest;
+};
+
+} // namespace
+
+CFPropertyListRef PropertyList_CreateFromXML(std::string_view xml)
+{
+    bool isFit
+        = xml.size() <= kPropertyListLargest && xml.find('\0') == xml.npos && Utf8_IsValid(xml);
+    return isFit ? Reader(xml).CreateDocument() : nullptr;
+}
+
+// --- writing ---
+
+static void AppendText(std::string& xml, std::string_view text)
+{
+    for (char character : text) {
+        switch (character) {
+        case '<':
+            xml += "&lt;";
+            break;
+        case '>':
+            xml += "&gt;";
+            break;
+        case '&':
+            xml += "&amp;";
+            break;
+        case '\t':
+        case '\n':
+            xml += character;
+            break;
+        default:
+            if (static_cast<UInt8>(character) >= ' ') {
+                xml += character;
+            } else { // raw, a reader would change or refuse it
+                xml += "&#" + std::to_string(static_cast<int>(character)) + ";";
+            }
+        }
+    }
+}
+
+static void AppendElement(std::string& xml, const char* name, std::string_view text)
+{
+    ((xml += '<') += name) += '>';
+    AppendText(xml, text);
+    ((xml += "</") += name) += ">\n";
+}
+
+static void AppendNumber(std::string& xml, const __CFNumber* number)
+{
+    switch (number->kind) {
+    case __CFNumber::kSigned:
+        return AppendElement(xml, "integer", std::to_string(number->asSigned));
+    case __CFNumber::kUnsigned:
+        return AppendElement(xml, "integer", std::to_string(number->asUnsigned));
+    case __CFNumber::kReal:
+        return AppendElement(xml, "real", FormatReal(number->asReal));
+    }
+}
+
+static void AppendValue(std::string& xml, CFTypeRef value, size_t indent)
+{
+    xml.append(indent, '\t');
+    switch (CFGetTypeID(value)) {
+    case kTypeString:
+        return AppendElement(xml, "string", static_cast<CFStringRef>(value)->Text());
+    case kTypeNumber:
+        return AppendNumber(xml, static_cast<CFNumberRef>(value));
+    case kTypeDate:
+        return AppendElement(xml, "date",
+                             FormatDate(CFDateGetAbsoluteTime(static_cast<CFDateRef>(value))));
+    case kTypeBoolean:
+        xml += value == kCFBooleanTrue ? "<true/>\n" : "<false/>\n";
+        return;
+    case kTypeData: {
+        auto* data = static_cast<CFDataRef>(value);
+        xml += "<data>";
+        AppendBase64(xml, data->bytes, static_cast<size_t>(data->nBytes));
+        xml += "</data>\n";
+        return;
+    }
+    case kTypeArray:
+        xml += "<array>\n";
+        for (CFTypeRef element : static_cast<CFArrayRef>(value)->values) {
+            AppendValue(xml, element, indent + 1);
+        }
+        xml.append(indent, '\t') += "</array>\n";
+        return;
+    default:
+        xml += "<dict>\n";
+        for (const auto& entry : static_cast<CFDictionaryRef>(value)->entries) {
+            xml.append(indent + 1, '\t');
+            AppendElement(xml, "key", static_cast<CFStringRef>(entry.key)->Text());
+            AppendValue(xml, entry.value, indent + 1);
+        }
+        xml.append(indent, '\t') += "</dict>\n";
+    }
+}
+
+bool PropertyList_FormatXML(CFPropertyListRef value, std::string& xml)
+{
+    xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n";
+    AppendValue(xml, value, 0);
+    xml += "</plist>\n";
+    return xml.size() <= kPropertyListLargest;
+}
+
+// --- copying ---
+
+static bool IsText(CFTypeRef object)
+{
+    return CFGetTypeID(object) == kTypeString
+        && static_cast<CFStringRef>(object)->Text().find('\0') == std::string_view::npos;
+}
+
+static CFTypeRef DeepCopy(CFTypeRef value, int depth)
+{
+    switch (CFGetTypeID(value)) {
+    case kTypeString:
+        return IsText(value) ? CFRetain(value) : nullptr;
+    case kTypeNumber:
+    case kTypeBoolean:
+        return CFRetain(value);
+    case kTypeDate:
+        return IsDateInRange(CFDateGetAbsoluteTime(static_cast<CFDateRef>(value))) ? CFRetain(value)
+                                                                                   : nullptr;
+    case kTypeData: {
+        auto* data = static_cast<CFDataRef>(value);
+        return data->owner == __CFData::kMalloc
+            ? CFRetain(value)
+            : Made(CFDataCreate(nullptr, data->bytes, data->nBytes));
+    }
+    case kTypeArray: {
+        auto* array = static_cast<CFArrayRef>(value);
+        if (depth >= kPropertyListDeepest || !array->isOfObjects) {
+            return nullptr;
+        }
+        Ref<__CFArray*> copy(new __CFArray(nullptr, 0, true));
+        copy->values.reserve(array->values.size());
+        for (CFTypeRef element : array->values) {
+            Ref<> elementCopy(DeepCopy(element, depth + 1));
+            if (!elementCopy) {
+                return nullptr;
+            }
+            copy->values.push_back(elementCopy.Release());
+        }
+        return copy.Release();
+    }
+    case kTypeDictionary: {
+        if (depth >= kPropertyListDeepest) {
+            return nullptr;
+        }
+        Ref<__CFDictionary*> copy(new __CFDictionary);
+        for (const auto& entry : static_cast<CFDictionaryRef>(value)->entries) {
+            Ref<> valueCopy(IsText(entry.key) ? DeepCopy(entry.value, depth + 1) : nullptr);
+            if (!valueCopy) {
+                return nullptr;
+            }
+            copy->Set(entry.key, valueCopy.Get());
+        }
+        return copy.Release();
+    }
+    default:
+        return nullptr;
+    }
+}
+
+CFPropertyListRef PropertyList_CreateDeepCopy(CFPropertyListRef value)
+{
+    return DeepCopy(value, 0);
+}

@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: MIT
+// dyld.cpp - the images of this process, from the loader's own list.
+// The list is copied when it has changed. No lock is held while the loader is asked, since it may be
+// running an image's initialisers that ask for the list themselves.
+#include <mach-o/dyld.h>
+
+#include <climits>
+#include <dlfcn.h>
+#include <link.h>
+#include <mutex>
+#include <new>
+#include <set>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+struct Image
+{
+    const mach_header* header;
+    std::string name; // as the loader gives it
+    const char* absoluteName; // null until asked for; among Images::names
+};
+
+struct Images
+{
+    unsigned long long nAdded = 0; // the loader's counters when the list was copied
+    unsigned long long nRemoved = 0;
+    std::vector<Image> list;
+};
+
+struct Known
+{
+    std::mutex lock;
+    Images images;
+    std::set<std::string> names; // kept for ever: callers hold the texts
+};
+
+static Known& GetKnown()
+{
+    static Known* sKnown = new Known;
+    return *sKnown;
+}
+
+// The start of the file in memory. It is not the load address for a program at a fixed place.
+static const mach_header* Header(const dl_phdr_info& info)
+{
+    for (int i = 0; i < info.dlpi_phnum; ++i) {
+        const ElfW(Phdr)& segment = info.dlpi_phdr[i];
+        if (segment.p_type == PT_LOAD && segment.p_offset == 0) {
+            return reinterpret_cast<const mach_header*>(info.dlpi_addr + segment.p_vaddr);
+        }
+    }
+    return reinterpret_cast<const mach_header*>(info.dlpi_addr);
+}
+
+static Images CopyImages()
+{
+    Images images;
+    auto add = [](dl_phdr_info* info, size_t, void* context) {
+        auto& copy = *static_cast<Images*>(context);
+        copy.nAdded = info->dlpi_adds;
+        copy.nRemoved = info->dlpi_subs;
+        try {
+            copy.list.push_back({ Header(*info), info->dlpi_name, nullptr });
+        } catch (...) { // nothing may be thrown through the loader
+            return 1;
+        }
+        return 0;
+    };
+    if (dl_iterate_phdr(add, &images) != 0) {
+        throw std::bad_alloc();
+    }
+    return images;
+}
+
+// Calls `use` with the up-to-date list, locked.
+template <typename Use> static auto WithImages(Use use)
+{
+    Images now;
+    auto count = [](dl_phdr_info* info, size_t, void* context) {
+        auto& counters = *static_cast<Images*>(context);
+        counters.nAdded = info->dlpi_adds;
+        counters.nRemoved = info->dlpi_subs;
+        return 1; // the first image tells enough
+    };
+    dl_iterate_phdr(count, &now);
+
+    Known& known = GetKnown();
+    std::unique_lock lock(known.lock);
+    if (known.images.nAdded != now.nAdded || known.images.nRemoved != now.nRemoved) {
+        lock.unlock();
+        now = CopyImages();
+        lock.lock();
+        known.images = std::move(now);
+    }
+    return use(known.images.list);
+}
+
+static std::string ProgramName()
+{
+    char path[PATH_MAX];
+    ssize_t n = readlink("/proc/self/exe", path, sizeof(path));
+    return n > 0 ? std::string(path, static_cast<size_t>(n)) : std::string();
+}
+
+// The loader knows the folder that a relative name was bound to, wherever the process has gone since.
+static std::string AbsoluteName(const mach_header* header, const std::string& name)
+{
+    size_t slash = name.rfind('/');
+    Dl_info info;
+    link_map* map = nullptr;
+    char folder[2 * PATH_MAX];
+    if (name.starts_with('/')
+        || dladdr1(header, &info, reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) == 0
+        || map == nullptr || dlinfo(map, RTLD_DI_ORIGIN, folder) != 0) {
+        return name;
+    }
+    return std::string(folder) + "/" + name.substr(slash == std::string::npos ? 0 : slash + 1);
+}
+
+uint32_t _dyld_image_count(void)
+{
+    try {
+        return WithImages([](const auto& list) { return static_cast<uint32_t>(list.size()); });
+    } catch (...) {
+        return 0;
+    }
+}
+
+const struct mach_header* _dyld_get_image_header(uint32_t index)
+{
+    try {
+        return WithImages([index](const auto& list) {
+            return index < list.size() ? list[index].header : nullptr;
+        });
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+const char* _dyld_get_image_name(uint32_t index)
+{
+    try {
+        Image image = WithImages([index](const auto& list) {
+            return index < list.size() ? list[index] : Image { nullptr, {}, nullptr };
+        });
+        if (image.header == nullptr || image.absoluteName != nullptr) {
+            return image.absoluteName;
+        }
+        std::string name = index == 0 ? ProgramName() : AbsoluteName(image.header, image.name);
+        Known& known = GetKnown();
+        std::lock_guard lock(known.lock);
+        const char* kept = known.names.insert(name).first->c_str();
+        auto& list = known.images.list;
+        if (index < list.size() && list[index].header == image.header
+            && list[index].name == image.name) {
+            list[index].absoluteName = kept;
+        }
+        return kept;
+    } catch (...) {
+        return nullptr;
+    }
+}

@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: MIT
+// FileBytes.cpp - whole small files.
+#include "libc/FileBytes.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+#include <fcntl.h>
+#include <new>
+#include <unistd.h>
+
+static int ReadAll(int fd, size_t limit, std::string& bytes, struct stat& info)
+{
+    if (fstat(fd, &info) != 0) {
+        return errno;
+    }
+    if (!S_ISREG(info.st_mode)) {
+        return S_ISDIR(info.st_mode) ? EISDIR : EINVAL;
+    }
+    if (info.st_size < 0 || static_cast<unsigned long long>(info.st_size) > limit) {
+        return EFBIG;
+    }
+    bytes.resize(static_cast<size_t>(info.st_size));
+    size_t nRead = 0;
+    while (nRead < bytes.size()) {
+        ssize_t n = read(fd, bytes.data() + nRead, bytes.size() - nRead);
+        if (n < 0 && errno != EINTR) {
+            return errno;
+        }
+        if (n == 0) { // it became shorter meanwhile
+            break;
+        }
+        if (n > 0) {
+            nRead += static_cast<size_t>(n);
+        }
+    }
+    bytes.resize(nRead);
+    return 0;
+}
+
+int FileBytes_Read(const char* path, size_t limit, std::string& bytes, struct stat* info)
+{
+    int fd = open(path,
+                  O_RDONLY | O_CLOEXEC | O_NONBLOCK); // O_NONBLOCK: never wait for a pipe's writer
+    if (fd < 0) {
+        return errno;
+    }
+    struct stat opened = {};
+    int error = 0;
+    try {
+        error = ReadAll(fd, limit, bytes, opened);
+    } catch (const std::bad_alloc&) {
+        error = ENOMEM;
+    }
+    close(fd);
+    if (info != nullptr) {
+        *info = opened;
+    }
+    return error;
+}
+
+static int WriteAll(int fd, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        ssize_t n = write(fd, bytes.data(), bytes.size());
+        if (n < 0 && errno != EINTR) {
+            return errno;
+        }
+        bytes.remove_prefix(n > 0 ? static_cast<size_t>(n) : 0);
+    }
+    return 0;
+}
+
+// The kernel's own time stamps tick every few milliseconds. With a finer one, two versions of a file
+// differ in it even when size and inode number come out the same.
+static int Stamp(int fd)
+{
+    timespec times[2] = { { 0, UTIME_OMIT }, { 0, 0 } };
+    clock_gettime(CLOCK_REALTIME, &times[1]);
+    return futimens(fd, times) == 0 ? 0 : errno;
+}
+
+static int WriteTemporary(int fd, std::string_view bytes, mode_t mode, struct stat& info)
+{
+    int error = fchmod(fd, mode) == 0 ? 0 : errno;
+    if (error == 0) {
+        error = WriteAll(fd, bytes);
+    }
+    if (error == 0) {
+        error = Stamp(fd);
+    }
+    if (error == 0 && fsync(fd) != 0) {
+        error = errno;
+    }
+    if (error == 0 && fstat(fd, &info) != 0) {
+        error = errno;
+    }
+    if (close(fd) != 0 && error == 0) {
+        error = errno;
+    }
+    return error;
+}
+
+// A descriptor of the folder that `path` stands in; -1 with errno.
+static int OpenFolder(const std::string& path)
+{
+    size_t slash = path.rfind('/');
+    std::string folder = slash == std::string::npos ? "." : path.substr(0, slash == 0 ? 1 : slash);
+    return open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+}
+
+static int FlushAndClose(int folder)
+{
+    int error = fsync(folder) == 0 ? 0 : errno;
+    close(folder);
+    return error;
+}
+
+int FileBytes_FlushFolder(const std::string& path)
+{
+    int folder = OpenFolder(path);
+    return folder < 0 ? errno : FlushAndClose(folder);
+}
+
+int FileBytes_Replace(const std::string& path,
+                      std::string_view bytes,
+                      mode_t mode,
+                      struct stat* info)
+{
+    std::string temporary = path + ".tmp";
+    int folder = OpenFolder(path); // first, so that little can fail once the name is taken over
+    if (folder < 0) {
+        return errno;
+    }
+    struct stat written = {};
+    int fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, mode);
+    int error = fd < 0 ? errno : WriteTemporary(fd, bytes, mode, written);
+    if (error == 0 && rename(temporary.c_str(), path.c_str()) != 0) {
+        error = errno;
+    }
+    if (error != 0) {
+        if (fd >= 0) {
+            unlink(temporary.c_str());
+        }
+        close(folder);
+        return error;
+    }
+    error = FlushAndClose(folder);
+    if (error == 0 && info != nullptr) {
+        *info = written;
+    }
+    return error;
+}
