@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Controls_test.cpp - controls: data by tag, nesting, visibility, and what the user sees and
 // copies.
+#include "QuickDraw/PictureWriter_qt.h"
+#include "Resources/ResourceFile.h"
 #include "tests/support/NibBundle.h"
 
 #include <QtGui/QAccessible>
@@ -363,4 +365,52 @@ TEST(Controls, APictureThatCannotBeShownLeavesThePresentOne)
     EXPECT_EQ(errDataSizeMismatch, SetControlData(control, kControlPicturePart, 'pich', 4, &none));
     EXPECT_EQ(noErr, GetControlData(control, 0, 'pich', sizeof none, &none, nullptr));
     EXPECT_EQ(nullptr, none);
+}
+
+// The box releases its picture while the control still shows it, and repaints come at any time.
+TEST(Controls, PicturesOutliveTheirHandles)
+{
+    NibBundle bundle(NibOf(NibControl(kPicture, "IBCarbonPicture", "0 0 100 200 ",
+                                      "<int name=\"contentResID\">-5</int>"),
+                           "<string name=\"title\">Sample</string>"));
+    ResourceFile file;
+    const auto add = [&file](SInt16 id, Qt::GlobalColor color) {
+        QImage image(4, 4, QImage::Format_RGB32);
+        image.fill(color);
+        const QByteArray data = EncodePicture(image, image.rect());
+        file.Set({ 'PICT', id, 0, {}, { data.begin(), data.end() } });
+    };
+    add(-5, Qt::green);
+    add(7, Qt::blue);
+    file.Set({ 'PICT', 8, 0, {}, std::vector<uint8_t>(40, 1) }); // no picture
+    const auto bytes = file.Serialize().value();
+    WriteFile(bundle.Resource("Test.rsrc"), { bytes.begin(), bytes.end() });
+
+    WindowRef window = nullptr;
+    const SInt16 before = CurResFile();
+    ASSERT_EQ(noErr, bundle.Open("Test", &window));
+    EXPECT_EQ(before, CurResFile());
+    EXPECT_EQ(nullptr, GetPicture(-5)); // the nib's own file is closed again
+    const ControlID id { 'test', kPicture };
+    ControlRef control = nullptr;
+    GetControlByID(window, &id, &control);
+    ShowWindow(window);
+    const auto color = [] { return Sample::Top()->grab().toImage().pixelColor(190, 90); };
+    EXPECT_EQ(QColor(Qt::green), color());
+
+    const CFBundleRefNum map = CFBundleOpenBundleResourceMap(bundle.Bundle());
+    PicHandle picture = GetPicture(7);
+    PicHandle broken = GetPicture(8);
+    ASSERT_TRUE(picture && broken);
+    EXPECT_EQ(noErr,
+              SetControlData(control, kControlPicturePart, 'pich', sizeof picture, &picture));
+    PicHandle kept = nullptr;
+    GetControlData(control, 0, 'pich', sizeof kept, &kept, nullptr);
+    EXPECT_EQ(picture, kept);
+    EXPECT_EQ(paramErr,
+              SetControlData(control, kControlPicturePart, 'pich', sizeof broken, &broken));
+    ReleaseResource(reinterpret_cast<Handle>(picture));
+    CFBundleCloseBundleResourceMap(bundle.Bundle(), map);
+    EXPECT_EQ(QColor(Qt::blue), color());
+    DisposeWindow(window);
 }

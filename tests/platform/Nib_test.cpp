@@ -2,7 +2,12 @@
 // Nib_test.cpp - windows from interface files, whole and damaged.
 #include "tests/support/NibBundle.h"
 
+#include <veltrano/HostWindow.h>
+
+#include <QtCore/QCoreApplication>
+
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 namespace {
 
@@ -212,4 +217,39 @@ TEST(Nib, PropertiesOfControls)
     EXPECT_TRUE(window.Control(7)); // inside what is not known
     EXPECT_TRUE(IsControlVisible(window.Control(8)));
     EXPECT_FALSE(IsControlVisible(window.Control(9))); // behind the other tab
+}
+
+// Qt would end the process where it cannot start; the API says so instead. Each row is a process of its own.
+TEST(NibDeathTest, AProcessThatCanShowNothing)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto attempt = [](const char* platform, const char* display) {
+        unsetenv("WAYLAND_DISPLAY");
+        platform ? setenv("QT_QPA_PLATFORM", platform, 1) : unsetenv("QT_QPA_PLATFORM");
+        display ? setenv("DISPLAY", display, 1) : unsetenv("DISPLAY");
+        WindowRef window = nullptr;
+        SInt16 hit = 77;
+        const unsigned char text[] = "\4Text";
+        const bool ok = NibBundle(NibOf("")).Open("Test", &window) == windowWrongStateErr && !window
+            && StandardAlert(kAlertCautionAlert, text, text, nullptr, &hit) == windowWrongStateErr
+            && hit == 77 && !CreateWindowRefWithX11Window(1)
+            && InstallEventLoopTimer(
+                   GetMainEventLoop(), 0, 0, [](EventLoopTimerRef, void*) {}, nullptr, nullptr)
+                == windowWrongStateErr;
+        _exit(ok ? 0 : 1);
+    };
+    const auto done = testing::ExitedWithCode(0);
+    EXPECT_EXIT(attempt(nullptr, nullptr), done, "");
+    EXPECT_EXIT(attempt(nullptr, ":987"), done, "");
+    EXPECT_EXIT(attempt("wayland", nullptr), done, "");
+    EXPECT_EXIT(attempt("nonsense", nullptr), done, "");
+    EXPECT_EXIT(
+        {
+            int count = 1;
+            char name[] = "host";
+            char* arguments[] = { name, nullptr };
+            const QCoreApplication application(count, arguments); // of another kind
+            attempt("offscreen", nullptr);
+        },
+        done, "");
 }

@@ -2,24 +2,20 @@
 // NibBundle.h - a bundle of a test's own with one interface file, and windows from it.
 #pragma once
 
+#include "tests/support/TemporaryFolder.h"
+
 #include <Carbon/Carbon.h>
 #include <CoreFoundation/CoreFoundation.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <sstream>
 #include <string>
 #include <vector>
 
 /// The text of tests/data/example.nib.
 inline std::string ExampleNib()
 {
-    std::ifstream file(TEST_DATA "/example.nib/objects.xib");
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
+    return ReadFile(TEST_DATA "/example.nib/objects.xib");
 }
 
 /// An interface file with the window "Test", 200 x 100, that holds these controls.
@@ -53,27 +49,24 @@ class NibBundle
 public:
     explicit NibBundle(const std::string& xib)
     {
-        char name[] = "/tmp/nib-XXXXXX";
-        m_folder = mkdtemp(name);
-        std::filesystem::create_directories(Resources() / "test.nib");
-        std::ofstream(Resources() / "test.nib/objects.xib") << xib;
-        const std::string path = m_folder.string();
+        std::filesystem::create_directories(Resource("test.nib"));
+        WriteFile(Resource("test.nib/objects.xib"), xib);
+        const std::string path = m_folder.Path("Test.bundle");
         const CFURLRef url = CFURLCreateFromFileSystemRepresentation(
             kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path.data()),
             static_cast<CFIndex>(path.size()), true);
         m_bundle = CFBundleCreate(kCFAllocatorDefault, url);
         CFRelease(url);
     }
-    ~NibBundle()
-    {
-        CFRelease(m_bundle);
-        std::filesystem::remove_all(m_folder);
-    }
+    ~NibBundle() { CFRelease(m_bundle); }
     NibBundle(const NibBundle&) = delete;
     NibBundle& operator=(const NibBundle&) = delete;
 
+    std::string Resource(const std::string& name) const
+    {
+        return m_folder.Path("Test.bundle/Contents/Resources/" + name);
+    }
     CFBundleRef Bundle() const { return m_bundle; }
-    std::filesystem::path Resources() const { return m_folder / "Contents/Resources"; }
 
     OSStatus Open(const char* windowName, WindowRef* window) const
     {
@@ -90,7 +83,7 @@ public:
     }
 
 private:
-    std::filesystem::path m_folder;
+    TemporaryFolder m_folder;
     CFBundleRef m_bundle;
 };
 
