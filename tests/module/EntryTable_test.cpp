@@ -6,6 +6,7 @@
 #include <veltrano/HostWindow.h>
 
 #include <QtCore/QTimer>
+#include <QtGui/QWindow>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QPushButton>
 

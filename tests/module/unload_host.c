@@ -56,8 +56,9 @@ static const char* Cycle(const char* path)
     CFRelease(url);
     if (bundle == NULL)
         return "no bundle";
-    GetEntryTableProc get
-        = (GetEntryTableProc)CFBundleGetFunctionPointerForName(bundle, CFSTR("GetEntryTable"));
+    GetEntryTableProc get = NULL;
+    void* symbol = CFBundleGetFunctionPointerForName(bundle, CFSTR("GetEntryTable"));
+    memcpy(&get, &symbol, sizeof get); /* ISO C has no cast for it */
     if (get == NULL)
         return "no GetEntryTable";
     const EntryPoint* table = get();
