@@ -70,8 +70,7 @@ int ModuleLog::open(const char* prefix, const char* label, int flags, const char
     if (flags & kLogOff) {
         return 1;
     }
-    // KEPT: a prefix, or a file, of an earlier open is not given back: open is meant to be called
-    // once.
+    // KEPT: a prefix, or a file, of an earlier open is not given back; open is meant to be called once.
     char* lpszCopy = prefix && *prefix ? strdup(prefix) : nullptr;
     moduleLog_.prefix = lpszCopy ? lpszCopy : sNoPrefix;
     if (!(flags & (kLogNew | kLogAppend))) {

@@ -44,8 +44,8 @@ CFMutableDictionaryRef CreateDictionary(CFTypeRef value)
 }
 
 // Puts a dictionary to change in the place of what is there.
-// KEPT: its creation reference is not given back; the parent keeps it alive from then on. Leak checks leave
-// this function out, so it must stay a frame of its own.
+// KEPT: its creation reference is not given back; the parent keeps it alive from then on. Leak checks
+// leave this function out, so it must stay a frame of its own.
 [[gnu::noinline]] CFMutableDictionaryRef AddInnerDictionary(CFMutableDictionaryRef parent,
                                                             CFStringRef key)
 {
@@ -151,7 +151,7 @@ Bool32 PreferenceStore::SetBool(const char* entry, CFStringRef user, const Bool3
     return PutObject(entry, boolean, user, 0);
 }
 
-// Puts a value, which may be null, at an entry path. With `release` set the value is released on every path.
+// Puts a value, which may be null, at an entry path; with `release` set it is released on every path.
 Bool32
 PreferenceStore::PutObject(const char* entry, CFTypeRef value, CFStringRef user, Bool32 release)
 {
@@ -284,7 +284,7 @@ CFTypeRef PreferenceStore::GetObjectOfType(const char* entry, CFTypeID type, CFS
     return result;
 }
 
-// The value below a dictionary, with one reference for the caller; null when the path is null or leads nowhere.
+// The value below a dictionary, one reference; null when the path is null or leads nowhere.
 CFTypeRef PreferenceStore::GetDictEntryValue(Bool32 verbose,
                                              CFDictionaryRef dict,
                                              const char* path,

@@ -2,10 +2,10 @@
 // vlPreferenceStore.h - typed values under entry paths, over CFPreferences.
 // Order: construct (initializes) -> any number of gets and sets -> destroy. No cache: the preferences
 // service is the only state, and every set is on disk when it returns.
-// An entry path is "A/B/C": key A of the application, in it a dictionary with a dictionary B, in it C. The
-// components are split at "/" and used as they are, empty ones too.
+// An entry path is "A/B/C": key A of the application, in it a dictionary with a dictionary B, in it C.
+// The components are split at "/" and used as they are, empty ones too.
 // Unless said otherwise: main thread; pointers are borrowed; `user` is kCFPreferencesCurrentUser or
-// kCFPreferencesAnyUser, mostly m_user; nothing throws but for memory; failure is 0 and a line in the log.
+// kCFPreferencesAnyUser, mostly m_user; only memory throws; failure is 0 and one line in the log.
 #pragma once
 
 #include "System/vlString.h"
@@ -41,7 +41,7 @@ public:
     ///   type     [in]  checked for a path of one component only
     ///   returns  null when it is absent
     ///   owns     one reference; the caller gives it to CFRelease
-    /// KEPT: getters pass over the first character of the second component: what SetInt puts at "A/B" is
+    /// KEPT: getters pass over the first character of the second component: what was set at "A/B" is
     /// found at "A/?B" with any character, and "A/B" is absent. A path that ends in "/" is absent, too.
     CFTypeRef GetObjectOfType(const char* entry, CFTypeID type, CFStringRef user);
     /// Copies the bytes stored under an entry path into the caller's buffer.

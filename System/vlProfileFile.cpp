@@ -229,8 +229,7 @@ bool ProfileFile::ParseLine(const String& line, std::string_view& key, std::stri
     return !key.empty();
 }
 
-// Moves the position to the next header of that name, or of any name when none is wanted; to null
-// if there is none.
+// Moves the position to the next header of that, or of any, name; to null when there is none.
 bool ProfileFile::FindSection(ProfileLine*& pPosition,
                               std::string_view& name,
                               const char* lpszWanted) const

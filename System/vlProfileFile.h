@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
-// vlProfileFile.h - an INI file as the list of its lines: read whole, changed in memory, written
-// back whole. Order: Open -> any number of reads and changes -> Close, which writes if something
-// changed. Lines that are not touched, of whatever kind, come back byte for byte; line ends become
-// line feeds. Sections and keys compare exactly, case and all. No index: what a line is is decided
-// when it is looked at.
+// vlProfileFile.h - an INI file as the list of its lines: read whole, changed, written back whole.
+// Order: Open -> any number of reads and changes -> Close, which writes if something changed.
+// Lines that are not touched, of whatever kind, come back byte for byte; line ends become line feeds.
+// Sections and keys compare exactly, case and all. What a line is is decided when it is looked at:
 //   section header   holds a "[" and a "]" after it, wherever; the name between them is not trimmed
-//   entry            the first "=" is not the first character; key and value are trimmed of white
-//   space
+//   entry            text in front of the first "="; key and value are trimmed of white space
 // Unless said otherwise: one thread at a time; a null or empty section or key does nothing; failure
 // is 0.
 #pragma once
@@ -72,16 +70,13 @@ public:
     ///   example  "[a]" and "  k = v  ": GetValue("a", "k", value) is 1, value "v"
     Bool32 GetValue(const char* section, const char* key, String& value);
     /// Replaces, adds or, by an empty value, removes an entry. The section is made when need be.
-    /// KEPT: a new entry of an existing section goes to the end of the file, whatever section that
-    /// is.
+    /// KEPT: a new entry of an existing section goes to the end of the file, whatever section that is.
     void SetValue(const char* section, const char* key, const String& value);
-    /// Adds a line at the end of a section, unless an equal one is there. The section is made when
-    /// need be.
+    /// Adds a line at the end of a section, unless an equal one is there. Makes a missing section.
     void AddLine(const char* section, const char* line);
     /// Removes the first equal line. KEPT: makes a missing section.
     void RemoveLine(const char* section, const char* line);
-    /// The enumerations empty the list, fill it and give its count. All sections, in file order,
-    /// with doubles.
+    /// The enumerations empty the list, fill it and give its count. All sections, doubles too:
     int GetSections(ProfileLineList& names);
     int GetKeys(ProfileLineList& keys, const char* section);
     /// Trimmed lines that are not empty. KEPT: to the end of the file, later sections included.
