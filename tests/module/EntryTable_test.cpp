@@ -77,7 +77,7 @@ protected:
     Seen Show(const std::function<int()>& call)
     {
         Seen seen;
-        QTimer::singleShot(0, [&] {
+        QTimer::singleShot(50, [&] { // shown, placed, waiting
             const WindowRef box = FrontNonFloatingWindow();
             const auto find = [box](OSType signature, SInt32 id) {
                 const ControlID controlID = { signature, id };
@@ -172,6 +172,7 @@ TEST_F(EntryTableTest, AnswersToMissingArguments)
 
 int main(int argc, char** argv)
 {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
