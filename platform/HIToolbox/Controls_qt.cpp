@@ -406,8 +406,8 @@ void OpaqueControlRef::SetHidden(bool on)
 
 bool OpaqueControlRef::CanEmbed() const
 {
-    return kind == ControlKind::Image || kind == ControlKind::Pane
-        || kind == ControlKind::GroupBox || kind == ControlKind::Tab;
+    return kind == ControlKind::Image || kind == ControlKind::Pane || kind == ControlKind::GroupBox
+        || kind == ControlKind::Tab;
 }
 
 // --- The API

@@ -22,12 +22,13 @@ namespace {
 
 constexpr int kMargin = 20; // pixels, as everything below
 constexpr int kGap = 12;
-constexpr int kIconSize = 64;
+constexpr int kIconSize = 48; // at most
 constexpr int kNarrowestText = 260;
 constexpr int kWidestText = 420;
 constexpr int kNarrowestButton = 80;
 constexpr int kButtonHeight = 26;
-constexpr int kTitleRoom = 60; // for the frame that the window manager adds
+constexpr int kTitleRoom = 40; // for the frame that the window manager adds
+constexpr int kFrameRoom = 8;
 
 struct Button
 {
@@ -103,7 +104,8 @@ public:
     {
         const QWidget* active = QApplication::activeWindow();
         const QScreen* screen = active ? active->screen() : QGuiApplication::primaryScreen();
-        const QRect room = screen->availableGeometry().adjusted(0, 0, -kTitleRoom, -kTitleRoom);
+        const QRect room = screen->availableGeometry().adjusted(kFrameRoom, kTitleRoom, -kFrameRoom,
+                                                                -kFrameRoom);
 
         m_window = Windows_Create(QApplication::applicationDisplayName(), QRect(0, 0, 1, 1), true);
         m_window->windowClass = kMovableAlertWindowClass;
@@ -171,7 +173,8 @@ private:
                  const AlertStdAlertParamRec& param,
                  const QRect& room)
     {
-        const int iconRoom = icon.isNull() ? 0 : kIconSize + kGap;
+        const QSize iconSize = icon.actualSize({ kIconSize, kIconSize });
+        const int iconRoom = icon.isNull() ? 0 : iconSize.width() + kMargin;
         const int widest = room.width() - 2 * kMargin;
         int rowWidth = static_cast<int>(buttons.size() - 1) * kGap;
         const QFontMetrics metrics(FontOf(13, false));
@@ -206,20 +209,19 @@ private:
         auto* scroll = new QScrollArea(m_window->widget);
         scroll->setFrameShape(QFrame::NoFrame);
         scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-        scroll->setFocusPolicy(Qt::NoFocus);
         scroll->setWidget(texts);
         const int barRoom = textHeight < texts->height()
             ? QApplication::style()->pixelMetric(QStyle::PM_ScrollBarExtent)
             : 0;
+        scroll->setFocusPolicy(barRoom ? Qt::StrongFocus : Qt::NoFocus);
         scroll->setGeometry(kMargin + iconRoom, kMargin, textWidth + barRoom, textHeight);
         if (iconRoom) {
             auto* label = new QLabel(m_window->widget);
-            label->setPixmap(
-                icon.pixmap(QSize(kIconSize, kIconSize), m_window->widget->devicePixelRatio()));
-            label->setGeometry(kMargin, kMargin, kIconSize, kIconSize);
+            label->setPixmap(icon.pixmap(iconSize, m_window->widget->devicePixelRatio()));
+            label->setGeometry(QRect(QPoint(kMargin, kMargin), iconSize));
         }
 
-        const int bodyHeight = std::max(textHeight, iconRoom ? kIconSize : 0);
+        const int bodyHeight = std::max(textHeight, iconRoom ? iconSize.height() : 0);
         const QSize size(2 * kMargin + iconRoom + textWidth + barRoom,
                          3 * kMargin + bodyHeight + kButtonHeight);
         PlaceButtons(buttons, param, size);

@@ -1,0 +1,335 @@
+// SPDX-License-Identifier: MIT
+// vlDataStream.cpp - the hexadecimal text of the data streams.
+
+#include "System/vlDataStream.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <new>
+#include <typeinfo>
+
+namespace Veltrano {
+
+namespace {
+
+const SInt32 kInitialCapacity = 4096;
+const SInt32 kLineLength = 72; // 70 digits and the line end
+const SInt32 kLineDigits = kLineLength - 2;
+
+// The two digits of each byte.
+constexpr auto kDigits = [] {
+    std::array<std::array<char, 2>, 256> digits {};
+    for (size_t i = 0; i < digits.size(); ++i) {
+        digits[i] = { "0123456789ABCDEF"[i >> 4], "0123456789ABCDEF"[i & 15] };
+    }
+    return digits;
+}();
+
+// The value of each digit; -1 for all other characters.
+constexpr auto kNibbles = [] {
+    std::array<signed char, 256> nibbles {};
+    nibbles.fill(-1);
+    for (signed char i = 0; i < 16; ++i) {
+        nibbles[static_cast<unsigned char>("0123456789ABCDEF"[i])] = i;
+        nibbles[static_cast<unsigned char>("0123456789abcdef"[i])] = i;
+    }
+    return nibbles;
+}();
+
+int NibbleOf(char ch)
+{
+    return kNibbles[static_cast<unsigned char>(ch)];
+}
+
+// The value between the processor's order and the stream's.
+template <class T> T Swap(T value)
+{
+    if constexpr (std::endian::native == std::endian::little) {
+        return value;
+    }
+    auto bytes = std::bit_cast<std::array<char, sizeof(T)>>(value);
+    std::reverse(bytes.begin(), bytes.end());
+    return std::bit_cast<T>(bytes);
+}
+
+} // namespace
+
+DataInput::~DataInput() = default;
+
+DataOutput::~DataOutput() = default;
+
+// Input
+
+DataInputFile::DataInputFile(const char* path)
+    : m_file(path ? fopen(path, "rb") : stdin)
+{
+}
+
+DataInputFile::~DataInputFile()
+{
+    if (m_file != nullptr) {
+        fclose(m_file);
+        m_file = nullptr;
+    }
+}
+
+void DataInputFile::read(void* destination, SInt32 nCount)
+{
+    if (m_file == nullptr) {
+        throw EOFException();
+    }
+    unsigned char* pNext = static_cast<unsigned char*>(destination);
+    // Never more characters than digits are wanted: what follows stays in the file.
+    SInt64 nDigits = 2 * static_cast<SInt64>(std::max(nCount, 0));
+    while (nDigits > 0) {
+        char text[4096];
+        const size_t nWanted = static_cast<size_t>(std::min<SInt64>(nDigits, sizeof(text)));
+        const size_t nRead = fread_unlocked(text, 1, nWanted, m_file);
+        const char* p = text;
+        const char* const pEnd = text + nRead;
+        while (p < pEnd) {
+            if ((nDigits & 1) == 0) {
+                // At the start of a byte: pairs of digits, up to the first other character.
+                while (pEnd - p >= 2) {
+                    const int nByte = NibbleOf(p[0]) * 16 | NibbleOf(p[1]);
+                    if (nByte < 0) {
+                        break;
+                    }
+                    *pNext++ = static_cast<unsigned char>(nByte);
+                    nDigits -= 2;
+                    p += 2;
+                }
+                if (p == pEnd) {
+                    break;
+                }
+            }
+            const int nNibble = NibbleOf(*p++);
+            if (nNibble >= 0) {
+                if ((nDigits & 1) == 0) {
+                    *pNext = static_cast<unsigned char>(nNibble << 4);
+                } else {
+                    *pNext++ |= static_cast<unsigned char>(nNibble);
+                }
+                --nDigits;
+            }
+        }
+        if (nRead < nWanted) {
+            if (ferror(m_file) && errno == EINTR) {
+                clearerr(m_file);
+            } else if (feof(m_file) || ferror(m_file)) {
+                throw EOFException();
+            }
+        }
+    }
+}
+
+template <class T> T DataInputFile::ReadLittleEndian()
+{
+    T value;
+    read(&value, sizeof(value));
+    return Swap(value);
+}
+
+SInt32 DataInputFile::skip(SInt32 n)
+{
+    return n;
+}
+
+SInt32 DataInputFile::readNative32()
+{
+    SInt32 value; // KEPT: no swap, unlike the neighbours
+    read(&value, sizeof(value));
+    return value;
+}
+
+SInt32 DataInputFile::readInt8()
+{
+    return ReadLittleEndian<SInt8>();
+}
+
+SInt32 DataInputFile::readInt16()
+{
+    return ReadLittleEndian<SInt16>();
+}
+
+SInt32 DataInputFile::readInt32()
+{
+    return ReadLittleEndian<SInt32>();
+}
+
+SInt32 DataInputFile::readLong32()
+{
+    return ReadLittleEndian<SInt32>();
+}
+
+SInt64 DataInputFile::readInt64()
+{
+    return ReadLittleEndian<SInt64>();
+}
+
+float DataInputFile::readFloat()
+{
+    return std::bit_cast<float>(ReadLittleEndian<UInt32>());
+}
+
+double DataInputFile::readDouble()
+{
+    return std::bit_cast<double>(ReadLittleEndian<UInt64>());
+}
+
+UInt32 DataInputFile::readUInt8()
+{
+    return ReadLittleEndian<UInt8>();
+}
+
+UInt32 DataInputFile::readUInt16()
+{
+    return ReadLittleEndian<UInt16>();
+}
+
+UInt32 DataInputFile::readUInt32()
+{
+    return ReadLittleEndian<UInt32>();
+}
+
+UInt32 DataInputFile::readULong32()
+{
+    return ReadLittleEndian<UInt32>();
+}
+
+// Output
+
+DataOutputFile::DataOutputFile()
+    : m_buffer(new (std::nothrow) char[kInitialCapacity])
+    , m_length(0)
+    , m_capacity(kInitialCapacity)
+{
+    if (m_buffer == nullptr) {
+        throw OutOfMemoryException();
+    }
+    m_buffer[0] = '\0';
+}
+
+DataOutputFile::~DataOutputFile()
+{
+    delete[] m_buffer;
+}
+
+// Makes room for more characters and the zero; the text is as it was when that fails.
+void DataOutputFile::Reserve(SInt64 nMore)
+{
+    const SInt64 nNeeded = m_length + nMore + 1;
+    if (nNeeded <= m_capacity) {
+        return;
+    }
+    const SInt64 nCapacity
+        = std::min<SInt64>(std::max(nNeeded, SInt64 { m_capacity } * 2), INT_MAX);
+    char* buffer
+        = nNeeded > nCapacity ? nullptr : new (std::nothrow) char[static_cast<size_t>(nCapacity)];
+    if (buffer == nullptr) {
+        throw OutOfMemoryException();
+    }
+    memcpy(buffer, m_buffer, static_cast<size_t>(m_length) + 1);
+    delete[] m_buffer;
+    m_buffer = buffer;
+    m_capacity = static_cast<SInt32>(nCapacity);
+}
+
+void DataOutputFile::write(const void* source, SInt32 nCount)
+{
+    const unsigned char* p = static_cast<const unsigned char*>(source);
+    if (typeid(*this) != typeid(DataOutputFile)) {
+        for (; nCount > 0; --nCount) {
+            writeByte(*p++); // a derived class sees each byte
+        }
+        return;
+    }
+    if (nCount <= 0) {
+        return;
+    }
+    SInt32 nColumn = m_length % kLineLength;
+    const SInt64 nDigits = 2 * static_cast<SInt64>(nCount);
+    Reserve(nDigits + (nColumn + nDigits) / kLineDigits * 2);
+    char* pOut = m_buffer + m_length;
+    while (nCount > 0) {
+        const SInt32 nRun = std::min(nCount, (kLineDigits - nColumn) / 2);
+        for (SInt32 i = 0; i < nRun; ++i) {
+            memcpy(pOut, kDigits[*p++].data(), 2);
+            pOut += 2;
+        }
+        nCount -= nRun;
+        nColumn += 2 * nRun;
+        if (nColumn == kLineDigits) {
+            memcpy(pOut, "\r\n", 2);
+            pOut += 2;
+            nColumn = 0;
+        }
+    }
+    *pOut = '\0';
+    m_length = static_cast<SInt32>(pOut - m_buffer);
+}
+
+void DataOutputFile::writeByte(SInt32 value)
+{
+    const bool bEndsLine = (m_length + 4) % kLineLength == 0;
+    Reserve(bEndsLine ? 4 : 2);
+    memcpy(m_buffer + m_length, kDigits[static_cast<unsigned char>(value)].data(), 2);
+    m_length += 2;
+    if (bEndsLine) {
+        memcpy(m_buffer + m_length, "\r\n", 2);
+        m_length += 2;
+    }
+    m_buffer[m_length] = '\0';
+}
+
+template <class T> void DataOutputFile::WriteLittleEndian(T value)
+{
+    value = Swap(value);
+    write(&value, sizeof(value));
+}
+
+void DataOutputFile::writeNative32(SInt32 value)
+{
+    write(&value, sizeof(value));
+} // KEPT: no swap
+
+void DataOutputFile::writeNativeLong32(SInt32 value)
+{
+    write(&value, sizeof(value));
+} // KEPT: no swap
+
+void DataOutputFile::writeInt16(SInt32 value)
+{
+    WriteLittleEndian(static_cast<SInt16>(value));
+}
+
+void DataOutputFile::writeInt32(SInt32 value)
+{
+    WriteLittleEndian(value);
+}
+
+void DataOutputFile::writeLong32(SInt32 value)
+{
+    WriteLittleEndian(value);
+}
+
+void DataOutputFile::writeInt64(SInt64 value)
+{
+    WriteLittleEndian(value);
+}
+
+void DataOutputFile::writeFloat(float value)
+{
+    WriteLittleEndian(std::bit_cast<UInt32>(value));
+}
+
+void DataOutputFile::writeDouble(double value)
+{
+    WriteLittleEndian(std::bit_cast<UInt64>(value));
+}
+
+} // namespace Veltrano

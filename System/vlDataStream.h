@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: MIT
+// vlDataStream.h - typed binary values as text: two hexadecimal digits a byte, low byte first.
+// The native-order operations store the processor's own order. The order of the virtual operations is
+// fixed.
+// Unless said otherwise: one thread at a time; counts are bytes, a negative one is 0; input throws
+// EOFException when it ends or there is none, output OutOfMemoryException when it cannot grow.
+#pragma once
+
+#include "System/vlException.h"
+
+#include <CoreServices/MacTypes.h>
+
+#include <cstdio>
+
+namespace Veltrano {
+
+class DataInput
+{
+public:
+    DataInput() = default;
+    DataInput(const DataInput&) = delete;
+    DataInput& operator=(const DataInput&) = delete;
+    virtual ~DataInput();
+
+    virtual void read(void* destination, SInt32 nCount) = 0;
+    virtual SInt32 skip(SInt32 n) = 0; // KEPT: skips nothing and gives its argument back
+    virtual SInt32 readNative32() = 0;
+    virtual SInt32 readInt8() = 0;
+    virtual SInt32 readInt16() = 0;
+    virtual SInt32 readInt32() = 0;
+    virtual SInt32 readLong32() = 0;
+    virtual SInt64 readInt64() = 0;
+    virtual float readFloat() = 0;
+    virtual double readDouble() = 0;
+    virtual UInt32 readUInt8() = 0;
+    virtual UInt32 readUInt16() = 0;
+    virtual UInt32 readUInt32() = 0;
+    virtual UInt32 readULong32() = 0;
+};
+
+class DataOutput
+{
+public:
+    DataOutput() = default;
+    DataOutput(const DataOutput&) = delete;
+    DataOutput& operator=(const DataOutput&) = delete;
+    virtual ~DataOutput();
+
+    virtual void write(const void* source, SInt32 nCount) = 0;
+    virtual void writeByte(SInt32 value) = 0;
+    virtual void writeNative32(SInt32 value) = 0;
+    virtual void writeNativeLong32(SInt32 value) = 0;
+    virtual void writeInt16(SInt32 value) = 0;
+    virtual void writeInt32(SInt32 value) = 0;
+    virtual void writeLong32(SInt32 value) = 0;
+    virtual void writeInt64(SInt64 value) = 0;
+    virtual void writeFloat(float value) = 0;
+    virtual void writeDouble(double value) = 0;
+};
+
+/// Reads the text of a file. What is no hexadecimal digit is skipped.
+class DataInputFile : public DataInput
+{
+public:
+    /// Opens a file; null reads, and finally closes, the standard input. A file that cannot be
+    /// opened makes every read throw.
+    explicit DataInputFile(const char* path);
+    ~DataInputFile() override;
+
+    /// Every typed read goes through this one.
+    ///   fails  bytes already read stay in the destination
+    ///   throws EOFException, even for 0 bytes, when there is no file
+    void read(void* destination, SInt32 nCount) override;
+    SInt32 skip(SInt32 n) override;
+    SInt32 readNative32() override;
+    SInt32 readInt8() override;
+    SInt32 readInt16() override;
+    SInt32 readInt32() override;
+    SInt32 readLong32() override;
+    SInt64 readInt64() override;
+    float readFloat() override;
+    double readDouble() override;
+    UInt32 readUInt8() override;
+    UInt32 readUInt16() override;
+    UInt32 readUInt32() override;
+    UInt32 readULong32() override;
+
+private:
+    template <class T> T ReadLittleEndian();
+
+    FILE* m_file; // null when it could not be opened
+};
+
+/// Collects the text in memory, in lines of 70 digits, a carriage return and a line feed.
+class DataOutputFile : public DataOutput
+{
+public:
+    DataOutputFile();
+    ~DataOutputFile() override;
+
+    /// Every typed write goes through this one, which hands each byte to writeByte.
+    void write(const void* source, SInt32 nCount) override;
+    void writeByte(SInt32 value) override;
+    void writeNative32(SInt32 value) override;
+    void writeNativeLong32(SInt32 value) override;
+    void writeInt16(SInt32 value) override;
+    void writeInt32(SInt32 value) override;
+    void writeLong32(SInt32 value) override;
+    void writeInt64(SInt64 value) override;
+    void writeFloat(float value) override;
+    void writeDouble(double value) override;
+
+    /// The text so far with its zero, valid until the next write.
+    const char* GetText() const { return m_buffer; }
+    /// In characters, line ends included and the zero not.
+    SInt32 GetLength() const { return m_length; }
+    SInt32 GetCapacity() const { return m_capacity; }
+
+private:
+    template <class T> void WriteLittleEndian(T value);
+    void Reserve(SInt64 nMore);
+
+    char* m_buffer;
+    SInt32 m_length;
+    SInt32 m_capacity;
+};
+
+} // namespace Veltrano

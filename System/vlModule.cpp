@@ -1,0 +1,480 @@
+// SPDX-License-Identifier: MIT
+// vlModule.cpp - the module's image, its folders and its preferences.
+#include "System/vlModule.h"
+
+#include "System/vlPreferenceStore.h"
+
+#include <mach-o/dyld.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <sys/stat.h>
+
+namespace Veltrano {
+
+namespace {
+
+constexpr int kPathBuffer = 260; // characters
+
+// The state of the module, from load to unload.
+String* sProductName = nullptr;
+String* sComponentName = nullptr;
+String* sModulePath = nullptr;
+String* sModuleIdentifier = nullptr;
+bool sInited = false;
+bool sLocated = false;
+FSSpec sModuleFolder = {};
+CFBundleRef sModuleBundle = nullptr;
+
+void EnsureModuleStrings()
+{
+    for (String** string : { &sProductName, &sComponentName, &sModulePath, &sModuleIdentifier })
+        if (*string == nullptr)
+            *string = new String;
+}
+
+/// The length of a path up to its last "/", which counts; the whole length when there is none.
+int FolderLength(const char* path)
+{
+    const char* slash = strrchr(path, '/');
+    return static_cast<int>(slash != nullptr ? slash + 1 - path : static_cast<long>(strlen(path)));
+}
+
+/// From the executable file over MacOS, Contents and the bundle to the folder that holds it.
+OSErr GoUpToBundleFolder(FSRef& ref)
+{
+    for (int level = 0; level < 4; ++level) {
+        FSRef parent = {};
+        const OSErr error
+            = FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, nullptr, &parent);
+        if (error != noErr)
+            return error;
+        ref = parent;
+    }
+    return noErr;
+}
+
+OSErr StoreModuleFolder(const FSRef& ref)
+{
+    FSSpec spec = {};
+    const OSErr error = FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &spec, nullptr);
+    if (error == noErr)
+        sModuleFolder = spec;
+    return error;
+}
+
+void CutAt(String& path, int nLength)
+{
+    path.RemoveRange(nLength, path.GetLength() - nLength);
+}
+
+/// The module path without the "/" that it ends in.
+void GetExecutableFolder(String& result)
+{
+    result = *sModulePath;
+    const int n = result.FindLastChar('/');
+    if (n >= 0 && n == result.GetLength() - 1)
+        CutAt(result, n);
+}
+
+void GetFolderOfBundle(String& result)
+{
+    GetExecutableFolder(result);
+    int n = result.FindLastChar('/');
+    VL_ASSERT(316, n >= 0);
+    CutAt(result, n);
+    n = result.FindLastChar('/');
+    VL_ASSERT(319, n >= 0);
+    CutAt(result, n);
+    n = result.FindLastChar('/');
+    VL_ASSERT(322, n >= 0);
+    CutAt(result, n + 1);
+}
+
+void GetApplicationSupportFolder(String& result, SInt16 domain)
+{
+    FSRef ref = {}; // left alone by a failing search, and then no URL
+    if (FSFindFolder(domain, kApplicationSupportFolderType, kCreateFolder, &ref) != noErr)
+        result.Clear();
+    const CFURLRef url = CFURLCreateFromFSRef(kCFAllocatorDefault, &ref);
+    if (url == nullptr) {
+        result.Clear();
+        return;
+    }
+    auto* buffer = reinterpret_cast<UInt8*>(result.OpenBuffer(kPathBuffer));
+    const Boolean isWritten = CFURLGetFileSystemRepresentation(url, true, buffer, kPathBuffer);
+    result.CloseBuffer();
+    CFRelease(url);
+    if (!isWritten)
+        result.Clear();
+}
+
+/// Takes the next piece off a relative path; false at its end. Empty pieces are passed over.
+bool NextPiece(const char*& relative, String& piece)
+{
+    if (relative == nullptr)
+        return false;
+    relative += strspn(relative, "/");
+    const size_t length = strcspn(relative, "/");
+    piece = String(relative, static_cast<int>(length));
+    relative += length;
+    return length != 0;
+}
+
+/// False after a failure, which is reported, other than that it exists.
+bool MakeDirectory(const char* path)
+{
+    if (mkdir(path, 0777) == 0 || errno == EEXIST)
+        return true;
+    fprintf(stderr, "mkdir error %d: path = \"%s\"\n", errno, path);
+    return false;
+}
+
+/// Appends a relative path folder by folder, each made; empties the path when one cannot be.
+void AppendMadeFolders(String& result, const char* relative)
+{
+    String piece;
+    while (NextPiece(relative, piece)) {
+        result += piece;
+        if (!MakeDirectory(result)) {
+            result.Clear();
+            return;
+        }
+        result += '/';
+    }
+}
+
+unsigned CopyPart(const char* part, size_t length, char* out, unsigned size)
+{
+    const auto needed = static_cast<unsigned>(length + 1);
+    if (out == nullptr || needed > size)
+        return needed;
+    memcpy(out, part, length);
+    out[length] = '\0';
+    return 0;
+}
+
+} // namespace
+
+void StartModuleEnvironment()
+{
+    EnsureModuleStrings();
+    LocateModuleImage();
+}
+
+void ReleaseModuleBundle()
+{
+    const CFBundleRef bundle = sModuleBundle;
+    sModuleBundle = nullptr;
+    // KEPT: a reference held once is not released; ending the bundle would unload this very code.
+    if (bundle != nullptr && CFGetRetainCount(bundle) > 1)
+        CFRelease(bundle);
+}
+
+void ReleaseModuleStrings()
+{
+    for (String** string : { &sModuleIdentifier, &sModulePath, &sComponentName, &sProductName }) {
+        delete *string;
+        *string = nullptr;
+    }
+}
+
+void ModuleInit(const char* productName, const char* componentName)
+{
+    LocateModuleImage();
+    EnsureModuleStrings();
+    *sProductName = productName;
+    *sComponentName = componentName;
+    sInited = true;
+    *sModuleIdentifier = kIdentifierPrefix;
+    *sModuleIdentifier += productName;
+    if (componentName != nullptr) { // KEPT: an empty name, too, adds its "."
+        *sModuleIdentifier += ".";
+        *sModuleIdentifier += componentName;
+    }
+}
+
+OSStatus
+ModuleInitWithPath(const char* modulePath, const char* productName, const char* componentName)
+{
+    ModuleInit(productName, componentName);
+    const String path(modulePath); // may be one of our own names
+    *sModulePath = path.Head(FolderLength(path));
+    FSRef ref = {};
+    OSStatus error = FSPathMakeRef(reinterpret_cast<const UInt8*>(path.GetString()), &ref, nullptr);
+    if (error != noErr)
+        return error;
+    error = GoUpToBundleFolder(ref);
+    if (error != noErr)
+        return error;
+    error = StoreModuleFolder(ref);
+    return error != noErr ? error : 1; // KEPT: not 0 after success
+}
+
+int CheckInited()
+{
+    VL_ASSERT(667, sInited);
+    return 0;
+}
+
+int LocateModuleImage()
+{
+    if (sLocated)
+        return 1;
+    EnsureModuleStrings();
+
+    FSRef ref = {};
+    bool isFound = false;
+    for (uint32_t i = 1; i < _dyld_image_count() && !isFound; ++i) { // 0 is the host's program
+        if (_dyld_get_image_header(i) != &_mh_image_header)
+            continue;
+        const char* imagename = _dyld_get_image_name(i);
+        if (imagename == nullptr)
+            continue;
+        const int nLength = FolderLength(imagename);
+        memcpy(sModulePath->OpenBuffer(std::max(nLength, kPathBuffer)), imagename,
+               static_cast<size_t>(nLength));
+        sModulePath->CloseBuffer(nLength);
+        isFound = FSPathMakeRef(reinterpret_cast<const UInt8*>(imagename), &ref, nullptr) == noErr;
+    }
+    if (isFound) {
+        if (GoUpToBundleFolder(ref) != noErr)
+            return 0;
+        StoreModuleFolder(ref);
+    }
+    sLocated = true;
+    return 1;
+}
+
+CFBundleRef GetModuleBundle()
+{
+    if (sModuleBundle == nullptr)
+        sModuleBundle = CreateModuleBundle();
+    return sModuleBundle;
+}
+
+CFBundleRef CreateModuleBundle()
+{
+    const uint32_t n = _dyld_image_count();
+    uint32_t i = 0; // the program itself counts here: it may hold this code
+    while (i < n && _dyld_get_image_header(i) != &_mh_image_header)
+        ++i;
+    VL_ASSERT(1008, i < n);
+    const char* imagename = _dyld_get_image_name(i);
+    VL_ASSERT(1012, imagename != 0);
+
+    CFURLRef url = CFURLCreateFromFileSystemRepresentation(
+        kCFAllocatorDefault, reinterpret_cast<const UInt8*>(imagename),
+        static_cast<CFIndex>(strlen(imagename)), false);
+    for (int level = 0; level < 3 && url != nullptr; ++level) { // the executable, MacOS, Contents
+        const CFURLRef parent = CFURLCreateCopyDeletingLastPathComponent(kCFAllocatorDefault, url);
+        CFRelease(url);
+        url = parent;
+    }
+    CFBundleRef ref = nullptr;
+    if (url != nullptr) {
+        ref = CFBundleCreate(kCFAllocatorDefault, url);
+        CFRelease(url);
+    }
+    VL_ASSERT(1028, ref != 0);
+    return ref;
+}
+
+CFBundleRef GetHostMainBundle()
+{
+    const CFBundleRef mainBundle = CFBundleGetMainBundle();
+    VL_ASSERT(1074, mainBundle != 0);
+    return mainBundle;
+}
+
+void GetModuleParentFolder(String& result)
+{
+    LocateModuleImage();
+    result = *sModulePath;
+    result = result.Head(result.FindLastChar('/'));
+    result = result.Head(result.FindLastChar('/') + 1);
+}
+
+void GetModuleBundleName(String& result)
+{
+    EnsureModuleStrings();
+    GetExecutableFolder(result);
+    int n = result.FindLastChar('/');
+    VL_ASSERT(361, n >= 0);
+    CutAt(result, n);
+    n = result.FindLastChar('/');
+    VL_ASSERT(364, n >= 0);
+    CutAt(result, n);
+    n = result.FindLastChar('/');
+    VL_ASSERT(368, n >= 0);
+    result.RemoveRange(0, n + 1);
+}
+
+void GetMakerFolderPath(String& result)
+{
+    EnsureModuleStrings();
+    result = kMakerName;
+    result += "/";
+    if (!sProductName->IsEmpty()) {
+        result += *sProductName;
+        result += "/";
+    }
+}
+
+void GetProductFolderPath(String& result)
+{
+    GetMakerFolderPath(result);
+    if (!sComponentName->IsEmpty()) {
+        result += *sComponentName;
+        result += "/";
+    }
+}
+
+void GetFolderPath(String& result, int kind)
+{
+    EnsureModuleStrings();
+    switch (kind) {
+    case kFolderModule:
+        GetFolderOfBundle(result);
+        break;
+    case kFolderUserSupport:
+    case 2: // KEPT: the user's folder under a second number
+        GetApplicationSupportFolder(result, kUserDomain);
+        break;
+    case kFolderLocalSupport:
+        GetApplicationSupportFolder(result, kLocalDomain);
+        break;
+    default:
+        result.Clear();
+        break;
+    }
+    if (result.IsEmpty())
+        return;
+    const int nFirst = strncmp(result, "\\\\", 2) == 0 ? 2 : 0;
+    for (int i = nFirst; i < result.GetLength(); ++i)
+        if (result[i] == '\\')
+            result.SetCharAt(i, '/');
+    if (result[result.GetLength() - 1] != '/')
+        result += '/';
+}
+
+void GetFolderPathWith(String& result, int kind, const char* relative)
+{
+    GetFolderPath(result, kind);
+    if (result.IsEmpty())
+        return;
+    String piece;
+    while (NextPiece(relative, piece)) {
+        result += piece;
+        result += '/';
+    }
+}
+
+void GetSupportFolderPath(String& result, int kind, const char* relative)
+{
+    GetFolderPath(result, kind);
+    for (;;) {
+        if (!result.IsEmpty())
+            AppendMadeFolders(result, relative);
+        if (!result.IsEmpty() || kind == 0)
+            return;
+        // KEPT: only 0 ends the search; a negative kind wraps round.
+        kind = static_cast<int>(static_cast<unsigned>(kind) - 1);
+        GetFolderPath(result, kind);
+    }
+}
+
+int MakeDirectories(const char* path)
+{
+    if (path == nullptr)
+        return 1;
+    for (const char* slash = strchr(path, '/'); slash != nullptr; slash = strchr(slash + 1, '/')) {
+        const String prefix(path, static_cast<int>(slash - path));
+        if (!prefix.IsEmpty() && !MakeDirectory(prefix))
+            return 1;
+    }
+    MakeDirectory(path);
+    return 1;
+}
+
+unsigned GetDirectoryPart(const char* path, char* out, unsigned size)
+{
+    if (path == nullptr)
+        return 0xFFFFFFFF;
+    const char* slash = strrchr(path, '/');
+    return CopyPart(path, slash != nullptr ? static_cast<size_t>(slash + 1 - path) : 0, out, size);
+}
+
+unsigned GetFileNamePart(const char* path, char* out, unsigned size)
+{
+    if (path == nullptr)
+        return 0xFFFFFFFF;
+    const char* slash = strrchr(path, '/');
+    const char* name = slash != nullptr ? slash + 1 : path;
+    return CopyPart(name, strlen(name), out, size);
+}
+
+int GetModuleIntPref(const char* key, int nDefault, bool allUsers)
+{
+    VL_ASSERT(684, sInited);
+    PreferenceStore store(*sModuleIdentifier, allUsers);
+    return store.m_valid ? store.GetInt(key, store.m_user, nDefault) : nDefault;
+}
+
+int SetModuleIntPref(const char* key, int nValue, bool allUsers)
+{
+    VL_ASSERT(701, sInited);
+    PreferenceStore store(*sModuleIdentifier, allUsers);
+    const SInt32 value = nValue;
+    return store.m_valid && store.SetInt(key, store.m_user, &value) ? 0 : -1;
+}
+
+void GetModuleStringPref(String& result, const char* key, const char* lpszDefault, bool allUsers)
+{
+    VL_ASSERT(717, sInited);
+    PreferenceStore store(*sModuleIdentifier, allUsers);
+    if (store.m_valid)
+        result = store.GetString(key, store.m_user, lpszDefault);
+    else
+        result = lpszDefault;
+}
+
+int SetModuleStringPref(const char* key, const char* lpszValue, bool allUsers)
+{
+    VL_ASSERT(732, sInited);
+    PreferenceStore store(*sModuleIdentifier, allUsers);
+    return store.m_valid && store.SetString(key, store.m_user, lpszValue) ? 0 : -1;
+}
+
+const String& GetModuleProductName()
+{
+    EnsureModuleStrings();
+    return *sProductName;
+}
+
+const String& GetModuleComponentName()
+{
+    EnsureModuleStrings();
+    return *sComponentName;
+}
+
+const String& GetModulePath()
+{
+    EnsureModuleStrings();
+    return *sModulePath;
+}
+
+const String& GetModuleIdentifier()
+{
+    EnsureModuleStrings();
+    return *sModuleIdentifier;
+}
+
+const FSSpec& GetModuleFolder()
+{
+    return sModuleFolder;
+}
+
+} // namespace Veltrano

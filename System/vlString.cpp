@@ -1,0 +1,868 @@
+// SPDX-License-Identifier: MIT
+// vlString.cpp - String: blocks, assignment, editing and formatting.
+
+#include "System/vlString.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <iterator>
+#include <new>
+
+namespace Veltrano {
+
+bool gIsValidString(const char* lpsz)
+{
+    return lpsz != nullptr;
+}
+
+bool gIsValidAddress(const void* p, SInt32 /*n*/, bool /*write*/)
+{
+    return p != nullptr;
+}
+
+namespace {
+
+// The block of all empty strings, in writable memory: empty text is stored into it again and again.
+// It is complete before any code runs, so first uses on several threads need no guard.
+struct NilBuffer
+{
+    StringData header { -1, 0 };
+    char chars[sizeof(void*)] = {};
+};
+constinit NilBuffer sNilBuffer;
+
+// The length of a plain string. One too long for any block counts as INT_MAX.
+int Measure(const char* lpsz)
+{
+    const size_t n = lpsz ? strlen(lpsz) : 0;
+    return static_cast<int>(std::min<size_t>(n, INT_MAX));
+}
+
+void CopyChars(char* lpchDest, const char* lpchSrc, int n)
+{
+    if (n > 0) {
+        memmove(lpchDest, lpchSrc, static_cast<size_t>(n));
+    }
+}
+
+bool IsSpace(char ch)
+{
+    const unsigned char code = static_cast<unsigned char>(ch);
+    return code <= 127 ? code == ' ' || (code >= '\t' && code <= '\r') : isspace(code) != 0;
+}
+
+// The next occurrence in a text that may hold zeros; null when there is none.
+const char* FindNext(const char* p, const char* pEnd, const char* lpszSub)
+{
+    for (; p < pEnd; p += strlen(p) + 1) {
+        if (const char* lpszHit = strstr(p, lpszSub)) {
+            return lpszHit;
+        }
+    }
+    return nullptr;
+}
+
+// As atoi, and defined for numbers of any length.
+int ParseInt(const char* lpsz)
+{
+    if (*lpsz >= 'A') {
+        return 0; // a conversion follows at once, as it mostly does
+    }
+    return static_cast<int>(std::clamp<long>(strtol(lpsz, nullptr, 10), INT_MIN, INT_MAX));
+}
+
+const char* SkipDigits(const char* p)
+{
+    while (*p >= '0' && *p <= '9') {
+        ++p;
+    }
+    return p;
+}
+
+// What the value needs as "%f" with six digits more than asked for.
+SInt64 MeasureFixed(double value, int nWidth, int nPrecision)
+{
+    const SInt64 nSize = std::max<SInt64>(nPrecision + 318LL, nWidth) + 1;
+    char* lpszScratch = nPrecision <= INT_MAX - 6
+        ? static_cast<char*>(malloc(static_cast<size_t>(nSize)))
+        : nullptr;
+    if (lpszScratch == nullptr) {
+        return nSize;
+    }
+    *lpszScratch = '\0';
+    snprintf(lpszScratch, static_cast<size_t>(nSize), "%*.*f", nWidth, nPrecision + 6, value);
+    const SInt64 nLength = static_cast<SInt64>(strlen(lpszScratch));
+    free(lpszScratch);
+    return nLength;
+}
+
+} // namespace
+
+constinit StringData* String::nil_ = &sNilBuffer.header;
+
+// Blocks
+
+StringData* StringData::Create(SInt32 n)
+{
+    char* block = new char[sizeof(StringData) + static_cast<size_t>(n) + 1];
+    StringData* pData = new (block) StringData(1, n);
+    pData->GetChars()[n] = '\0';
+    return pData;
+}
+
+void StringData::Free()
+{
+    delete[] reinterpret_cast<char*>(this);
+}
+
+void String::AllocateExact(UInt32 nLen)
+{
+    VL_ASSERT(144, nLen <= INT_MAX - 1);
+    m_pchData = (nLen == 0 ? GetNil() : StringData::Create(static_cast<SInt32>(nLen)))->GetChars();
+}
+
+void String::ReleaseData(StringData* pData)
+{
+    if (pData->IsNotNil()) {
+        VL_CHECK(pData->GetRefs() != 0, SourceName(__FILE__), 175, "pData->nRefs != 0");
+        if (AddAtomic(-1, &pData->nRefs) <= 1) {
+            pData->Free();
+        }
+    }
+}
+
+void String::MakeUnique()
+{
+    if (IsShared()) {
+        String old; // alive until its bytes are copied, whatever its other holders do
+        std::swap(m_pchData, old.m_pchData);
+        AllocateExact(static_cast<UInt32>(old.GetLength()));
+        CopyChars(m_pchData, old.m_pchData, old.GetLength() + 1);
+    }
+    VL_CHECK(GetData()->GetRefs() <= 1, SourceName(__FILE__), 203, "GetData()->nRefs <= 1");
+}
+
+void String::PrepareOverwrite(int nLen)
+{
+    if (IsShared() || nLen > GetAllocLength()) {
+        ReleaseData();
+        AllocateExact(static_cast<UInt32>(nLen));
+    }
+    VL_CHECK(GetData()->GetRefs() <= 1, SourceName(__FILE__), 213, "GetData()->nRefs <= 1");
+}
+
+void String::CopyFrom(int nSrcLen, const char* lpchSrc)
+{
+    if (IsShared() && Contains(lpchSrc)) {
+        String old;
+        std::swap(m_pchData, old.m_pchData);
+        CopyFrom(nSrcLen, lpchSrc);
+        return;
+    }
+    PrepareOverwrite(nSrcLen);
+    CopyChars(m_pchData, lpchSrc, nSrcLen);
+    SetLength(nSrcLen);
+}
+
+void String::JoinCopy(int nLen1, const char* lpchSrc1, int nLen2, const char* lpchSrc2)
+{
+    const UInt32 nLen = static_cast<UInt32>(nLen1) + static_cast<UInt32>(nLen2);
+    if (nLen != 0) {
+        AllocateExact(nLen);
+        CopyChars(m_pchData, lpchSrc1, nLen1);
+        CopyChars(m_pchData + nLen1, lpchSrc2, nLen2);
+    }
+}
+
+void String::AppendInPlace(int nSrcLen, const char* lpchSrc)
+{
+    if (nSrcLen == 0) {
+        return;
+    }
+    const int nLen = GetLength();
+    if (!IsShared() && nSrcLen <= GetAllocLength() - nLen) {
+        CopyChars(m_pchData + nLen, lpchSrc, nSrcLen);
+        GetData()->nDataLength += nSrcLen;
+        VL_ASSERT(399, GetData()->nDataLength <= GetData()->nAllocLength);
+        m_pchData[GetData()->nDataLength] = '\0';
+    } else {
+        // KEPT: no growth factor; memory is kept tight, and a repeated append costs a copy each.
+        StringData* pOldData = GetData();
+        JoinCopy(nLen, m_pchData, nSrcLen, lpchSrc);
+        VL_ASSERT(391, pOldData != 0);
+        ReleaseData(pOldData);
+    }
+}
+
+void String::CopyRange(String& dest, int nCopyLen, int nCopyIndex, int nExtraLen) const
+{
+    const UInt32 nLen = static_cast<UInt32>(nCopyLen) + static_cast<UInt32>(nExtraLen);
+    if (nLen == 0) {
+        dest.AttachNil();
+    } else {
+        dest.AllocateExact(nLen);
+        CopyChars(dest.m_pchData, m_pchData + nCopyIndex, nCopyLen);
+    }
+}
+
+bool String::Contains(const char* lpch) const
+{
+    const std::less<const char*> before;
+    return lpch != nullptr && !before(lpch, m_pchData)
+        && !before(m_pchData + GetAllocLength(), lpch);
+}
+
+// Ends the text. Only what differs is stored: two threads may end the nil buffer at the same time.
+void String::SetLength(int nLen)
+{
+    StringData* pData = GetData();
+    if (pData->nDataLength != nLen) {
+        pData->nDataLength = nLen;
+    }
+    if (m_pchData[nLen] != '\0') {
+        m_pchData[nLen] = '\0';
+    }
+}
+
+// Construction, assignment and concatenation
+
+String::String(const char* lpsz)
+{
+    const int nLen = Measure(lpsz);
+    AllocateExact(static_cast<UInt32>(nLen));
+    CopyChars(m_pchData, lpsz, nLen);
+}
+
+String::String(const char* lpch, int nLength)
+{
+    AttachNil();
+    if (nLength != 0) {
+        VL_ASSERT(586, gIsValidAddress(lpch, nLength, false));
+        AllocateExact(static_cast<UInt32>(nLength));
+        CopyChars(m_pchData, lpch, nLength);
+    }
+}
+
+String::String(char ch, int nRepeat)
+{
+    AttachNil();
+    if (nRepeat >= 1) {
+        AllocateExact(static_cast<UInt32>(nRepeat));
+        memset(m_pchData, ch, static_cast<size_t>(nRepeat));
+    }
+}
+
+String& String::operator=(const char* lpsz)
+{
+    CopyFrom(Measure(lpsz), lpsz);
+    return *this;
+}
+
+String& String::operator=(char ch)
+{
+    CopyFrom(1, &ch);
+    return *this;
+}
+
+String& String::operator+=(const String& string)
+{
+    AppendInPlace(string.GetLength(), string.m_pchData);
+    return *this;
+}
+
+String& String::operator+=(const char* lpsz)
+{
+    AppendInPlace(Measure(lpsz), lpsz);
+    return *this;
+}
+
+String operator+(const String& string1, const String& string2)
+{
+    String result;
+    result.JoinCopy(string1.GetLength(), string1, string2.GetLength(), string2);
+    return result;
+}
+
+String operator+(const String& string, const char* lpsz)
+{
+    String result;
+    result.JoinCopy(string.GetLength(), string, Measure(lpsz), lpsz);
+    return result;
+}
+
+String operator+(const char* lpsz, const String& string)
+{
+    String result;
+    result.JoinCopy(Measure(lpsz), lpsz, string.GetLength(), string);
+    return result;
+}
+
+String operator+(const String& string, char ch)
+{
+    String result;
+    result.JoinCopy(string.GetLength(), string, 1, &ch);
+    return result;
+}
+
+String operator+(char ch, const String& string)
+{
+    String result;
+    result.JoinCopy(1, &ch, string.GetLength(), string);
+    return result;
+}
+
+bool operator==(const String& string1, const String& string2)
+{
+    return strcmp(string1, string2) == 0;
+}
+
+bool operator==(const String& string, const char* lpsz)
+{
+    return strcmp(string, lpsz ? lpsz : "") == 0;
+}
+
+bool operator<(const String& string1, const String& string2)
+{
+    return strcmp(string1, string2) < 0;
+}
+
+bool operator<(const String& string, const char* lpsz)
+{
+    return strcmp(string, lpsz ? lpsz : "") < 0;
+}
+
+bool operator<(const char* lpsz, const String& string)
+{
+    return strcmp(lpsz ? lpsz : "", string) < 0;
+}
+
+// Buffer access
+
+char* String::OpenBuffer(int nMinBufLength)
+{
+    VL_ASSERT(428, nMinBufLength >= 0);
+    if (IsShared() || nMinBufLength > GetAllocLength()) {
+        StringData* pOldData = GetData();
+        const int nOldLen = GetLength();
+        AllocateExact(static_cast<UInt32>(std::max(nMinBufLength, nOldLen)));
+        CopyChars(m_pchData, pOldData->GetChars(), nOldLen + 1);
+        GetData()->nDataLength = nOldLen;
+        ReleaseData(pOldData);
+    }
+    VL_CHECK(GetData()->GetRefs() <= 1, SourceName(__FILE__), 447, "GetData()->nRefs <= 1");
+    return m_pchData;
+}
+
+void String::CloseBuffer(int nNewLength)
+{
+    MakeUnique();
+    if (nNewLength < 0) {
+        // The writer may have run over the zero: the search ends with the block, and the check sees it.
+        const int nSize = GetAllocLength() + 1;
+        const void* pEnd = memchr(m_pchData, '\0', static_cast<size_t>(nSize));
+        nNewLength = pEnd ? static_cast<int>(static_cast<const char*>(pEnd) - m_pchData) : nSize;
+    }
+    VL_ASSERT(461, nNewLength <= (int)(GetData()->nAllocLength));
+    SetLength(nNewLength);
+}
+
+char* String::OpenBufferWithLength(int nNewLength)
+{
+    VL_ASSERT(468, nNewLength >= 0);
+    OpenBuffer(nNewLength);
+    SetLength(nNewLength);
+    return m_pchData;
+}
+
+void String::TrimCapacity()
+{
+    VL_ASSERT(478, GetData()->nDataLength <= GetData()->nAllocLength);
+    if (GetLength() != GetAllocLength()) {
+        StringData* pOldData = GetData();
+        AllocateExact(static_cast<UInt32>(pOldData->nDataLength));
+        CopyChars(m_pchData, pOldData->GetChars(), pOldData->nDataLength);
+        VL_ASSERT(484, m_pchData[GetData()->nDataLength] == '\0');
+        ReleaseData(pOldData);
+    }
+    VL_ASSERT(487, GetData() != 0);
+}
+
+char* String::Lock()
+{
+    OpenBuffer(0);
+    GetData()->nRefs = -1;
+    return m_pchData;
+}
+
+void String::Unlock()
+{
+    VL_CHECK(GetData()->GetRefs() == -1, SourceName(__FILE__), 499, "GetData()->nRefs == -1");
+    // KEPT: Unlock leaves nRefs at -1, for a locked block is not told from the nil buffer: a
+    // pointer that Lock gave stays valid for the life of the process.
+    if (GetData()->IsNotNil()) {
+        GetData()->nRefs = 1;
+    }
+}
+
+void String::Clear()
+{
+    if (IsEmpty()) {
+        return;
+    }
+    if (GetData()->GetRefs() < 0) {
+        *this = "";
+    } else {
+        ReleaseData();
+    }
+    VL_ASSERT(190, GetData()->nDataLength == 0);
+    VL_CHECK(GetData()->GetRefs() < 0 || GetData()->nAllocLength == 0, SourceName(__FILE__), 191,
+             "GetData()->nRefs < 0 || GetData()->nAllocLength == 0");
+}
+
+// Extraction
+
+String String::Substring(int nFirst, int nCount) const
+{
+    nFirst = std::clamp(nFirst, 0, GetLength());
+    nCount = std::clamp(nCount, 0, GetLength() - nFirst);
+    VL_ASSERT(843, nFirst >= 0);
+    VL_ASSERT(844, nFirst + nCount <= (int)(GetData()->nDataLength));
+    if (nFirst == 0 && nCount == GetLength()) {
+        return *this;
+    }
+    String result;
+    CopyRange(result, nCount, nFirst, 0);
+    return result;
+}
+
+String String::Substring(int nFirst) const
+{
+    return Substring(nFirst, GetLength() - std::max(nFirst, 0));
+}
+
+String String::Head(int nCount) const
+{
+    return Substring(0, nCount);
+}
+
+String String::Tail(int nCount) const
+{
+    nCount = std::clamp(nCount, 0, GetLength());
+    return Substring(GetLength() - nCount, nCount);
+}
+
+String String::HeadOutside(const char* lpszCharSet) const
+{
+    VL_ASSERT(889, gIsValidString(lpszCharSet));
+    return Head(static_cast<int>(strcspn(m_pchData, lpszCharSet)));
+}
+
+String String::HeadWithin(const char* lpszCharSet) const
+{
+    VL_ASSERT(882, gIsValidString(lpszCharSet));
+    return Head(static_cast<int>(strspn(m_pchData, lpszCharSet)));
+}
+
+// Search
+
+int String::FindChar(char ch, int nStart) const
+{
+    if (nStart >= GetLength()) {
+        return -1;
+    }
+    const char* lpszHit = strchr(m_pchData + std::max(nStart, 0), static_cast<unsigned char>(ch));
+    return lpszHit ? static_cast<int>(lpszHit - m_pchData) : -1;
+}
+
+int String::FindLastChar(char ch) const
+{
+    const char* lpszHit = strrchr(m_pchData, static_cast<unsigned char>(ch));
+    return lpszHit ? static_cast<int>(lpszHit - m_pchData) : -1;
+}
+
+int String::FindAnyOf(const char* lpszCharSet) const
+{
+    VL_ASSERT(527, gIsValidString(lpszCharSet));
+    const char* lpszHit = strpbrk(m_pchData, lpszCharSet);
+    return lpszHit ? static_cast<int>(lpszHit - m_pchData) : -1;
+}
+
+int String::FindText(const char* lpszSub, int nStart) const
+{
+    VL_ASSERT(913, gIsValidString(lpszSub));
+    if (nStart > GetLength()) {
+        return -1;
+    }
+    const char* lpszHit = strstr(m_pchData + std::max(nStart, 0), lpszSub);
+    return lpszHit ? static_cast<int>(lpszHit - m_pchData) : -1;
+}
+
+// In-place editing
+
+void String::SetCharAt(int nIndex, char ch)
+{
+    VL_ASSERT(560, nIndex >= 0);
+    VL_ASSERT(561, nIndex < (int)(GetData()->nDataLength));
+    MakeUnique();
+    m_pchData[nIndex] = ch;
+}
+
+int String::RemoveRange(int nIndex, int nCount)
+{
+    nIndex = std::max(nIndex, 0);
+    const int nLength = GetLength();
+    if (nCount > 0 && nIndex < nLength) {
+        MakeUnique();
+        nCount = std::min(nCount, nLength - nIndex);
+        CopyChars(m_pchData + nIndex, m_pchData + nIndex + nCount, nLength - nIndex - nCount + 1);
+        GetData()->nDataLength = nLength - nCount;
+    }
+    return nLength; // KEPT: RemoveRange returns the length before
+}
+
+int String::InsertChar(int nIndex, char ch)
+{
+    return InsertChars(nIndex, &ch, 1);
+}
+
+int String::InsertText(int nIndex, const char* lpsz)
+{
+    if (Contains(lpsz)) {
+        return InsertText(nIndex, String(lpsz).GetString());
+    }
+    const int nCount = Measure(lpsz);
+    return nCount == 0 ? GetLength() : InsertChars(nIndex, lpsz, nCount);
+}
+
+int String::InsertChars(int nIndex, const char* lpch, int nCount)
+{
+    MakeUnique();
+    const int nLength = GetLength();
+    const UInt32 nNewLength = static_cast<UInt32>(nLength) + static_cast<UInt32>(nCount);
+    nIndex = std::clamp(nIndex, 0, nLength);
+    if (nNewLength > static_cast<UInt32>(GetAllocLength())) {
+        StringData* pOldData = GetData();
+        AllocateExact(nNewLength);
+        CopyChars(m_pchData, pOldData->GetChars(), nIndex);
+        CopyChars(m_pchData + nIndex + nCount, pOldData->GetChars() + nIndex, nLength - nIndex);
+        ReleaseData(pOldData);
+    } else {
+        CopyChars(m_pchData + nIndex + nCount, m_pchData + nIndex, nLength - nIndex);
+    }
+    CopyChars(m_pchData + nIndex, lpch, nCount);
+    SetLength(static_cast<int>(nNewLength));
+    return GetLength();
+}
+
+int String::ReplaceChar(char chOld, char chNew)
+{
+    if (chOld == chNew) {
+        return 0;
+    }
+    MakeUnique();
+    int nCount = 0;
+    for (int i = 0; i < GetLength(); ++i) {
+        if (m_pchData[i] == chOld) {
+            m_pchData[i] = chNew;
+            ++nCount;
+        }
+    }
+    return nCount;
+}
+
+// Counts the hits once and builds the text once: linear, with at most one allocation.
+int String::ReplaceText(const char* lpszOld, const char* lpszNew)
+{
+    const int nSourceLen = Measure(lpszOld);
+    if (nSourceLen == 0) {
+        return 0;
+    }
+    if (Contains(lpszOld) || Contains(lpszNew)) {
+        return ReplaceText(String(lpszOld).GetString(), String(lpszNew).GetString());
+    }
+    const int nReplacementLen = Measure(lpszNew);
+    const int nOldLength = GetLength();
+
+    int notes[128]; // where the first hits are, so that few texts are searched twice
+    int nCount = 0;
+    const char* pEnd = m_pchData + nOldLength;
+    for (const char* p = m_pchData; (p = FindNext(p, pEnd, lpszOld)); p += nSourceLen) {
+        if (nCount < std::ssize(notes)) {
+            notes[nCount] = static_cast<int>(p - m_pchData);
+        }
+        ++nCount;
+    }
+    if (nCount == 0) {
+        return 0;
+    }
+    const SInt64 nGrowth = static_cast<SInt64>(nReplacementLen - nSourceLen) * nCount;
+    const int nNewLength = static_cast<int>(std::min<SInt64>(nOldLength + nGrowth, INT_MAX));
+
+    // The text is read from pSrc, which lies in another block or never before what is written.
+    String old;
+    const char* pSrc;
+    if (IsShared()) {
+        std::swap(m_pchData, old.m_pchData);
+        AllocateExact(static_cast<UInt32>(std::max(nOldLength, nNewLength)));
+        pSrc = old.m_pchData;
+    } else if (nNewLength > GetAllocLength()) {
+        old.AllocateExact(static_cast<UInt32>(nNewLength));
+        std::swap(m_pchData, old.m_pchData);
+        pSrc = old.m_pchData;
+    } else {
+        const int nShift = std::max(nNewLength - nOldLength, 0);
+        CopyChars(m_pchData + nShift, m_pchData, nOldLength + 1);
+        pSrc = m_pchData + nShift;
+    }
+
+    char* pDest = m_pchData;
+    const char* const pText = pSrc;
+    pEnd = pText + nOldLength;
+    for (int i = 0; i < nCount; ++i) {
+        const char* lpszHit
+            = i < std::ssize(notes) ? pText + notes[i] : FindNext(pSrc, pEnd, lpszOld);
+        const int nBefore = static_cast<int>(lpszHit - pSrc);
+        CopyChars(pDest, pSrc, nBefore);
+        CopyChars(pDest + nBefore, lpszNew, nReplacementLen);
+        pSrc = lpszHit + nSourceLen;
+        pDest += nBefore + nReplacementLen;
+    }
+    CopyChars(pDest, pSrc, static_cast<int>(pEnd - pSrc) + 1);
+    VL_ASSERT(789, m_pchData[nNewLength] == '\0');
+    GetData()->nDataLength = nNewLength;
+    return nCount;
+}
+
+int String::RemoveChar(char chRemove)
+{
+    MakeUnique();
+    char* pEnd = m_pchData + GetLength();
+    const int nCount = static_cast<int>(pEnd - std::remove(m_pchData, pEnd, chRemove));
+    SetLength(GetLength() - nCount);
+    return nCount;
+}
+
+void String::ToLower()
+{
+    MakeUnique();
+    for (char* p = m_pchData; *p != '\0'; ++p) {
+        *p = static_cast<char>(tolower(static_cast<unsigned char>(*p)));
+    }
+}
+
+void String::ToUpper()
+{
+    MakeUnique();
+    for (char* p = m_pchData; *p != '\0'; ++p) {
+        *p = static_cast<char>(toupper(static_cast<unsigned char>(*p)));
+    }
+}
+
+template <class Test> void String::TrimEndWhile(Test test)
+{
+    MakeUnique();
+    int nLength = GetLength();
+    while (nLength > 0 && test(m_pchData[nLength - 1])) {
+        --nLength;
+    }
+    SetLength(nLength);
+}
+
+template <class Test> void String::TrimStartWhile(Test test)
+{
+    MakeUnique();
+    int nFirst = 0;
+    while (nFirst < GetLength() && test(m_pchData[nFirst])) {
+        ++nFirst;
+    }
+    RemoveRange(0, nFirst);
+}
+
+void String::TrimEnd()
+{
+    TrimEndWhile(IsSpace);
+}
+
+void String::TrimEnd(char ch)
+{
+    TrimEndWhile([ch](char c) { return c == ch; });
+}
+
+void String::TrimEnd(const char* lpszTargets)
+{
+    if (Contains(lpszTargets)) {
+        TrimEnd(String(lpszTargets).GetString());
+        return;
+    }
+    const char* lpszSet = lpszTargets ? lpszTargets : "";
+    TrimEndWhile([=](char c) { return c != '\0' && strchr(lpszSet, c) != nullptr; });
+}
+
+void String::TrimStart()
+{
+    TrimStartWhile(IsSpace);
+}
+
+void String::TrimStart(char ch)
+{
+    TrimStartWhile([ch](char c) { return c == ch; });
+}
+
+void String::TrimStart(const char* lpszTargets)
+{
+    if (Contains(lpszTargets)) {
+        TrimStart(String(lpszTargets).GetString());
+    } else if (Measure(lpszTargets) != 0) {
+        TrimStartWhile([=](char c) { return c != '\0' && strchr(lpszTargets, c) != nullptr; });
+    }
+}
+
+// Formatting
+
+void String::Format(const char* lpszFormat, ...)
+{
+    VL_ASSERT(1219, gIsValidString(lpszFormat));
+    va_list argList;
+    va_start(argList, lpszFormat);
+    FormatArgs(lpszFormat, argList);
+    va_end(argList);
+}
+
+void String::FormatArgs(const char* lpszFormat, va_list argList)
+{
+    VL_ASSERT(947, gIsValidString(lpszFormat));
+    va_list args;
+    va_copy(args, argList);
+    const FormatEstimate estimate = EstimateFormat(lpszFormat, args);
+    va_end(args);
+
+    if (estimate.lpchNarrowS != nullptr) {
+        // "%hS" takes narrow characters here; the C library would read wide ones, past their end.
+        String narrow(lpszFormat);
+        narrow.SetCharAt(static_cast<int>(estimate.lpchNarrowS - lpszFormat), 's');
+        FormatArgs(narrow, argList);
+        return;
+    }
+    if (estimate.bOwnText || Contains(lpszFormat)) {
+        String result;
+        result.FormatArgs(lpszFormat, argList);
+        *this = result;
+        return;
+    }
+    OpenBuffer(static_cast<int>(std::min<SInt64>(estimate.nLength, INT_MAX)));
+    va_copy(args, argList);
+    int r = vsnprintf(m_pchData, static_cast<size_t>(GetAllocLength()) + 1, lpszFormat, args);
+    va_end(args);
+    VL_ASSERT(1210, r <= GetAllocLength());
+    CloseBuffer(-1);
+}
+
+// How long the text may become, taking the arguments as the conversions do.
+String::FormatEstimate String::EstimateFormat(const char* lpszFormat, va_list argList) const
+{
+    FormatEstimate estimate;
+    const char* const pEnd = lpszFormat + strlen(lpszFormat);
+    for (const char* p = lpszFormat; *p != '\0'; ++p) {
+        // KEPT: plain text counts with all that follows it, so that the block is never too small.
+        if (*p != '%' || *++p == '%') {
+            estimate.nLength += pEnd - p;
+            continue;
+        }
+
+        SInt64 nItem = 0;
+        int nWidth = 0;
+        int nPrecision = 0;
+        for (;; ++p) {
+            if (*p == '#') {
+                estimate.nLength += 2;
+            } else if (*p == '*') {
+                nWidth = va_arg(argList, int);
+            } else if (*p != '-' && *p != '+' && *p != '0' && *p != ' ') {
+                break;
+            }
+        }
+        if (nWidth == 0) {
+            nWidth = ParseInt(p);
+            p = SkipDigits(p);
+        }
+        VL_ASSERT(992, nWidth >= 0);
+        if (*p == '.') {
+            ++p;
+            if (*p == '*') {
+                nPrecision = va_arg(argList, int);
+                ++p;
+            } else {
+                nPrecision = ParseInt(p);
+                p = SkipDigits(p);
+            }
+            VL_ASSERT(1012, nPrecision >= 0);
+        }
+
+        if (strncmp(p, "I64", 3) == 0) {
+            VL_ASSERT(1023, false);
+        }
+        const bool bNarrow = *p == 'h';
+        const bool bWide = *p == 'l';
+        const bool bLong = *p == 'L';
+        if (bNarrow || bWide || bLong || *p == 'F' || *p == 'N') {
+            ++p;
+        }
+
+        if ((*p == 'c' || *p == 'C') && !bWide) {
+            va_arg(argList, int);
+            nItem = 2;
+            nItem = nPrecision != 0 ? std::min<SInt64>(nItem, nPrecision) : nItem;
+            nItem = std::max<SInt64>(nItem, nWidth);
+        } else if ((*p == 's' && !bWide) || (*p == 'S' && bNarrow)) {
+            const char* lpsz = va_arg(argList, const char*);
+            // With a precision the argument need not be terminated.
+            const size_t nLimit = nPrecision != 0 ? static_cast<size_t>(nPrecision) : SIZE_MAX;
+            nItem = lpsz ? static_cast<SInt64>(strnlen(lpsz, nLimit)) : 6;
+            nItem = std::max<SInt64>(nItem, 1);
+            nItem = nPrecision != 0 ? std::min<SInt64>(nItem, nPrecision) : nItem;
+            nItem = std::max<SInt64>(nItem, nWidth);
+            estimate.bOwnText = estimate.bOwnText || Contains(lpsz);
+            if (*p == 'S' && estimate.lpchNarrowS == nullptr) {
+                estimate.lpchNarrowS = p;
+            }
+        } else {
+            switch (*p) {
+            case 'd':
+            case 'i':
+            case 'u':
+            case 'o':
+            case 'x':
+            case 'X':
+                va_arg(argList, int);
+                nItem = std::max<SInt64>(32, SInt64 { nWidth } + nPrecision);
+                break;
+            case 'e':
+            case 'g':
+            case 'G':
+            case 'f': {
+                const double value = bLong ? static_cast<double>(va_arg(argList, long double))
+                                           : va_arg(argList, double);
+                nItem = *p == 'f' ? MeasureFixed(value, nWidth, nPrecision)
+                                  : std::max<SInt64>(128, SInt64 { nWidth } + nPrecision);
+                break;
+            }
+            case 'p':
+                va_arg(argList, void*);
+                nItem = std::max<SInt64>(32, SInt64 { nWidth } + nPrecision);
+                break;
+            case 'n':
+                va_arg(argList, void*);
+                break;
+            default:
+                VL_ASSERT(1200, false);
+            }
+        }
+        estimate.nLength += nItem;
+    }
+    return estimate;
+}
+
+} // namespace Veltrano

@@ -1,0 +1,291 @@
+// SPDX-License-Identifier: MIT
+// vlString.h - String, a byte string whose characters are shared between copies until one is written.
+// A String is one pointer to zero-terminated characters; a StringData header stands in front of them,
+// in one heap block of exactly header + length + 1 bytes. Empty strings share one static block.
+// Unless said otherwise: lengths, indexes and results are counts of characters; a null plain string
+// is an empty one; arguments may point into the string itself; no memory throws std::bad_alloc.
+// Thread: one String belongs to one thread at a time; Strings that share a block may live on several.
+#pragma once
+
+#include "System/vlAssert.h"
+
+#include <CoreServices/DriverSynchronization.h>
+#include <CoreServices/MacTypes.h>
+
+#include <atomic>
+#include <climits>
+#include <cstdarg>
+#include <cstring>
+
+namespace Veltrano {
+
+using Bool32 = SInt32; // a truth value of 32 bits: 2 is true and stays 2
+
+bool gIsValidString(const char* lpsz);
+bool gIsValidAddress(const void* p, SInt32 n, bool write);
+
+/// The header in front of the characters.
+class StringData final
+{
+public:
+    /// A new private block for n characters: count 1, length and capacity n, zero at n.
+    static StringData* Create(SInt32 n);
+
+    constexpr StringData(SInt32 nInitialRefs, SInt32 nLength)
+        : nRefs(nInitialRefs)
+        , nDataLength(nLength)
+        , nAllocLength(nLength)
+    {
+    }
+
+    /// Releases the block that Create made.
+    virtual void Free();
+    /// True when the block is counted. KEPT: false for a locked block as for the nil buffer.
+    virtual bool IsNotNil() const { return GetRefs() != -1; }
+
+    char* GetChars() { return reinterpret_cast<char*>(this + 1); }
+    /// The count, acquired: who finds 1 sees all that former holders did. Changes are atomic adds,
+    /// and the holder whose add leads to 0 or below frees the block.
+    SInt32 GetRefs() const
+    {
+        return std::atomic_ref(const_cast<SInt32&>(nRefs)).load(std::memory_order_acquire);
+    }
+
+    SInt32 nRefs; // Strings that share the block; -1: never shared, never counted (nil or locked)
+    SInt32 nDataLength; // characters in use, without the zero
+    SInt32 nAllocLength; // capacity, without the zero
+};
+static_assert(sizeof(StringData) == (sizeof(void*) == 8 ? 24 : 16));
+
+class String
+{
+public:
+    String();
+    /// Shares the block of a counted string; a locked one is copied.
+    String(const String& stringSrc);
+    String(const char* lpsz);
+    /// Copies nLength bytes, zeros among them included.
+    String(const char* lpch, int nLength);
+    /// nRepeat times ch; empty below 1.
+    String(char ch, int nRepeat);
+    ~String();
+
+    String& operator=(const String& stringSrc);
+    String& operator=(const char* lpsz);
+    String& operator=(char ch);
+    /// Appends; allocates exactly the sum unless OpenBuffer or a shortening left room.
+    String& operator+=(const String& string);
+    String& operator+=(const char* lpsz);
+    String& operator+=(char ch);
+    friend String operator+(const String& string1, const String& string2);
+    friend String operator+(const String& string, const char* lpsz);
+    friend String operator+(const char* lpsz, const String& string);
+    friend String operator+(const String& string, char ch);
+    friend String operator+(char ch, const String& string);
+
+    int GetLength() const { return GetData()->nDataLength; }
+    bool IsEmpty() const { return GetData()->nDataLength == 0; }
+    int GetAllocLength() const { return GetData()->nAllocLength; }
+    char GetAt(int nIndex) const { return m_pchData[nIndex]; }
+    char operator[](int nIndex) const { return m_pchData[nIndex]; }
+    operator const char*() const { return m_pchData; }
+    const char* GetString() const { return m_pchData; }
+    StringData* GetData() const;
+
+    /// Gives room to write into: a private block with the present text, never shorter than that.
+    ///   nMinBufLength  [in]  characters, without the zero
+    ///   returns        at least nMinBufLength + 1 bytes, until the next change; CloseBuffer ends it
+    ///   example        strcpy(s.OpenBuffer(10), "xy"); s.CloseBuffer(): length 2, capacity 10
+    char* OpenBuffer(int nMinBufLength);
+    /// Sets the length; -1 measures up to the first zero.
+    void CloseBuffer(int nNewLength = -1);
+    /// OpenBuffer whose text has nNewLength characters from the start.
+    char* OpenBufferWithLength(int nNewLength);
+    /// Gives spare capacity back.
+    void TrimCapacity();
+    /// Makes the block private and excludes it from sharing, for the rest of the process.
+    ///   returns  the characters; the pointer outlives the string
+    char* Lock();
+    void Unlock();
+    void Clear();
+
+    /// Out of range is cut to what there is; the whole text shares the block.
+    String Substring(int nFirst, int nCount) const;
+    String Substring(int nFirst) const;
+    String Head(int nCount) const;
+    String Tail(int nCount) const;
+    /// The leading characters that are outside, or within, a set.
+    String HeadOutside(const char* lpszCharSet) const;
+    String HeadWithin(const char* lpszCharSet) const;
+
+    /// Searches give an index or -1, and end at the first zero character.
+    int FindChar(char ch, int nStart = 0) const;
+    int FindLastChar(char ch) const;
+    int FindAnyOf(const char* lpszCharSet) const;
+    int FindText(const char* lpszSub, int nStart = 0) const;
+
+    void SetCharAt(int nIndex, char ch);
+    ///   returns  the length before
+    ///   example  "hello", RemoveRange(1, 2): "hlo", returns 5
+    int RemoveRange(int nIndex, int nCount = 1);
+    /// Inserts in front of nIndex, which is clamped to the text.
+    ///   returns  the new length
+    int InsertChar(int nIndex, char ch);
+    int InsertText(int nIndex, const char* lpsz);
+    ///   returns  how many were replaced, or removed
+    int ReplaceChar(char chOld, char chNew);
+    int ReplaceText(const char* lpszOld, const char* lpszNew);
+    int RemoveChar(char chRemove);
+    /// Up to the first zero character.
+    void ToLower();
+    void ToUpper();
+    /// Cut white space, one character or a set of characters off an end.
+    void TrimEnd();
+    void TrimEnd(char ch);
+    void TrimEnd(const char* lpszTargets);
+    void TrimStart();
+    void TrimStart(char ch);
+    void TrimStart(const char* lpszTargets);
+
+    /// Replaces the text by a formatted one, with one allocation of an estimated length.
+    ///   lpszFormat  [in]  printf's: d i u o x X e f g G p n c C s; narrow or int-sized arguments
+    ///   asserts     any other conversion, "I64", a negative width or precision
+    ///   example     s.Format("%s=%d", "n", 7): "n=7"
+    void Format(const char* lpszFormat, ...) __attribute__((__format__(__printf__, 2, 3)));
+    void FormatArgs(const char* lpszFormat, va_list argList)
+        __attribute__((__format__(__printf__, 2, 0)));
+
+protected:
+    static StringData* GetNil();
+    static void ReleaseData(StringData* pData);
+    void AttachNil();
+    /// The old block is not released here. A negative length is one beyond INT_MAX.
+    void AllocateExact(UInt32 nLen);
+    void ReleaseData();
+    void MakeUnique();
+    void PrepareOverwrite(int nLen);
+    void CopyFrom(int nSrcLen, const char* lpchSrc);
+    void JoinCopy(int nLen1, const char* lpchSrc1, int nLen2, const char* lpchSrc2);
+    void AppendInPlace(int nSrcLen, const char* lpchSrc);
+    void CopyRange(String& dest, int nCopyLen, int nCopyIndex, int nExtraLen) const;
+
+    char* m_pchData; // never null
+
+private:
+    struct FormatEstimate
+    {
+        SInt64 nLength = 0; // characters
+        bool bOwnText = false; // an argument lies in the string's own block
+        const char* lpchNarrowS = nullptr; // the first "S" that stands for narrow characters
+    };
+
+    bool IsShared() const { return GetData()->GetRefs() > 1; }
+    bool Contains(const char* lpch) const;
+    void SetLength(int nLen);
+    int InsertChars(int nIndex, const char* lpch, int nCount);
+    template <class Test> void TrimEndWhile(Test test);
+    template <class Test> void TrimStartWhile(Test test);
+    FormatEstimate EstimateFormat(const char* lpszFormat, va_list argList) const;
+
+    static StringData* nil_;
+};
+static_assert(sizeof(String) == sizeof(void*));
+
+/// Comparison as strcmp.
+bool operator==(const String& string1, const String& string2);
+bool operator==(const String& string, const char* lpsz);
+bool operator<(const String& string1, const String& string2);
+bool operator<(const String& string, const char* lpsz);
+bool operator<(const char* lpsz, const String& string);
+
+// Copies are as cheap as a counter, so they are inline. Their checks are reported under the
+// implementation file, and read the count atomically under the condition's usual text.
+
+inline StringData* String::GetData() const
+{
+    VL_ASSERT(314, m_pchData != 0);
+    return reinterpret_cast<StringData*>(m_pchData) - 1;
+}
+
+inline StringData* String::GetNil()
+{
+    VL_CHECK(nil_ != nullptr, "System/vlString.cpp", 50, "nil_ != 0");
+    return nil_;
+}
+
+inline void String::AttachNil()
+{
+    m_pchData = GetNil()->GetChars();
+}
+
+inline void String::ReleaseData()
+{
+    StringData* pData = GetData();
+    if (pData->IsNotNil()) {
+        VL_CHECK(pData->GetRefs() != 0, "System/vlString.cpp", 164, "GetData()->nRefs != 0");
+        if (AddAtomic(-1, &pData->nRefs) <= 1) {
+            pData->Free();
+        }
+        AttachNil();
+    }
+}
+
+inline String::String()
+{
+    AttachNil();
+}
+
+inline String::String(const String& stringSrc)
+{
+    StringData* pData = stringSrc.GetData();
+    VL_CHECK(pData->GetRefs() != 0, "System/vlString.cpp", 112, "stringSrc.GetData()->nRefs != 0");
+    if (pData->GetRefs() >= 0) {
+        VL_CHECK(pData->IsNotNil(), "System/vlString.cpp", 115, "stringSrc.GetData()->IsNotNil()");
+        m_pchData = stringSrc.m_pchData;
+        AddAtomic(1, &pData->nRefs);
+    } else {
+        AttachNil();
+        *this = stringSrc.m_pchData;
+    }
+}
+
+inline String::~String()
+{
+    StringData* pData = GetData();
+    if (pData->IsNotNil() && AddAtomic(-1, &pData->nRefs) <= 1) {
+        pData->Free();
+    }
+}
+
+inline String& String::operator=(const String& stringSrc)
+{
+    if (m_pchData != stringSrc.m_pchData) {
+        StringData* pData = stringSrc.GetData();
+        if (pData->GetRefs() < 0) {
+            CopyFrom(pData->nDataLength, stringSrc.m_pchData);
+        } else {
+            ReleaseData();
+            VL_CHECK(pData->IsNotNil(), "System/vlString.cpp", 306,
+                     "stringSrc.GetData()->IsNotNil()");
+            m_pchData = stringSrc.m_pchData;
+            AddAtomic(1, &pData->nRefs);
+        }
+    }
+    return *this;
+}
+
+inline String& String::operator+=(char ch)
+{
+    StringData* pData = GetData();
+    const int nLen = pData->nDataLength;
+    if (pData->GetRefs() < 2 && nLen < pData->nAllocLength) {
+        m_pchData[nLen] = ch;
+        m_pchData[nLen + 1] = '\0';
+        pData->nDataLength = nLen + 1;
+    } else {
+        AppendInPlace(1, &ch);
+    }
+    return *this;
+}
+
+} // namespace Veltrano

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+// box_bench.cpp - boxes and alerts from open to closed: each is closed by its button once it has painted.
+// Uses the display, or what QT_QPA_PLATFORM says; the module's box goes through the entry table.
+#include "bench/Bench.h"
+#include "module/EntryTable.h"
+#include "ui/Alerts.h"
+
+#include <veltrano/HostWindow.h>
+
+#include <QtCore/QTimer>
+#include <QtWidgets/QAbstractButton>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QMessageBox>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+using benchmark::DoNotOptimize;
+
+namespace {
+
+/// Presses the first button of the newest window once events are idle, as a user's last act.
+void CloseWhenPainted(const QWidget* host)
+{
+    QTimer::singleShot(0, [host] {
+        for (QWidget* widget : QApplication::topLevelWidgets()) {
+            if (!widget->isVisible() || widget == host)
+                continue;
+            if (auto* button = widget->findChild<QAbstractButton*>()) {
+                button->click();
+                return;
+            }
+        }
+        CloseWhenPainted(host);
+    });
+}
+
+} // namespace
+
+void AddBenchmarks()
+{
+    static int argc = 1;
+    static char name[] = "box_bench";
+    static char* argv[] = { name, nullptr };
+    new QApplication(argc, argv); // as a host: until the process ends
+    dup2(open("/dev/null", O_WRONLY), STDERR_FILENO); // the box tells its texts
+
+    static QWidget host;
+    host.setGeometry(100, 100, 640, 480);
+    host.show();
+    QApplication::processEvents();
+
+    const std::string path = VELTRANO_BUNDLE;
+    CFURLRef url = CFURLCreateFromFileSystemRepresentation(
+        kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path.data()),
+        static_cast<CFIndex>(path.size()), true);
+    static const CFBundleRef bundle = CFBundleCreate(kCFAllocatorDefault, url);
+    CFRelease(url);
+    static const auto get = reinterpret_cast<GetEntryTableProc>(
+        CFBundleGetFunctionPointerForName(bundle, CFSTR("GetEntryTable")));
+    static const auto show = reinterpret_cast<ShowAboutBoxEntry>(get()[kEntryShowAboutBox]);
+    static const WindowRef parent = CreateWindowRefWithQWidget(&host);
+    static ProductRecord product = { { 0, 0 }, "Product 3.2 (build 88)" };
+
+    Add("About box, without picture", "ours", [] {
+        CloseWhenPainted(&host);
+        DoNotOptimize(show(parent, bundle, 999, &product, "Licensed to Ada", 0));
+    });
+    Add("About box, with picture", "ours", [] {
+        CloseWhenPainted(&host);
+        DoNotOptimize(show(parent, bundle, 128, &product, "Licensed to Ada", 0));
+    });
+    Add("alert", "ours", [] {
+        CloseWhenPainted(&host);
+        DoNotOptimize(Veltrano::ShowAlert("It is in use.", "Cannot open the file.", 0));
+    });
+    for (const char* workload :
+         { "About box, without picture", "About box, with picture", "alert" })
+        Add(workload, "QMessageBox", [] {
+            CloseWhenPainted(&host);
+            QMessageBox::warning(&host, QStringLiteral("About"),
+                                 QStringLiteral("Product 3.2 (build 88)"));
+        });
+}
