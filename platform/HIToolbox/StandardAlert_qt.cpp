@@ -27,7 +27,8 @@ constexpr int kNarrowestText = 260;
 constexpr int kWidestText = 420;
 constexpr int kNarrowestButton = 80;
 constexpr int kButtonHeight = 26;
-constexpr int kTitleRoom = 60; // for the frame that the window manager adds
+constexpr int kTitleRoom = 40; // for the frame that the window manager adds
+constexpr int kFrameRoom = 8;
 
 struct Button
 {
@@ -103,7 +104,8 @@ public:
     {
         const QWidget* active = QApplication::activeWindow();
         const QScreen* screen = active ? active->screen() : QGuiApplication::primaryScreen();
-        const QRect room = screen->availableGeometry().adjusted(0, 0, -kTitleRoom, -kTitleRoom);
+        const QRect room = screen->availableGeometry().adjusted(kFrameRoom, kTitleRoom, -kFrameRoom,
+                                                                -kFrameRoom);
 
         m_window = Windows_Create(QApplication::applicationDisplayName(), QRect(0, 0, 1, 1), true);
         m_window->windowClass = kMovableAlertWindowClass;
@@ -207,11 +209,11 @@ private:
         auto* scroll = new QScrollArea(m_window->widget);
         scroll->setFrameShape(QFrame::NoFrame);
         scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-        scroll->setFocusPolicy(Qt::NoFocus);
         scroll->setWidget(texts);
         const int barRoom = textHeight < texts->height()
             ? QApplication::style()->pixelMetric(QStyle::PM_ScrollBarExtent)
             : 0;
+        scroll->setFocusPolicy(barRoom ? Qt::StrongFocus : Qt::NoFocus);
         scroll->setGeometry(kMargin + iconRoom, kMargin, textWidth + barRoom, textHeight);
         if (iconRoom) {
             auto* label = new QLabel(m_window->widget);

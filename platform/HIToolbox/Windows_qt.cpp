@@ -129,7 +129,9 @@ void WidgetWindow::Move(QPoint content)
 void WidgetWindow::Activate()
 {
     if (widget && widget->isVisible()) {
-        widget->raise();
+        if (QGuiApplication::platformName() != u"offscreen") { // which warns that it has no order
+            widget->raise();
+        }
         widget->activateWindow();
     }
 }

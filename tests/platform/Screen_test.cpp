@@ -1,0 +1,307 @@
+// SPDX-License-Identifier: MIT
+// Screen_test.cpp - windows as the X server and the window manager see them, worked by a real pointer and
+// keyboard. Runs under with_xvfb.sh.
+#include "tests/support/NibBundle.h"
+
+#include <veltrano/HostWindow.h>
+
+#include <QtTest/QTest>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QPushButton>
+#include <xcb/xcb.h>
+
+#include <clocale>
+#include <cstdio>
+#include <gtest/gtest.h>
+#include <memory>
+#include <unistd.h>
+
+namespace {
+
+/// Runs a shell command and returns what it printed.
+std::string Shell(const std::string& command)
+{
+    std::string output;
+    FILE* pipe = popen(command.c_str(), "r");
+    char buffer[256];
+    while (fgets(buffer, sizeof buffer, pipe)) {
+        output += buffer;
+    }
+    pclose(pipe);
+    return output;
+}
+
+/// Runs a command while our own events go on.
+void During(const std::string& command)
+{
+    (void)std::system(("(" + command + ") >/dev/null 2>&1 &").c_str());
+}
+
+std::string At(int x, int y)
+{
+    return "xdotool mousemove " + std::to_string(x) + " " + std::to_string(y) + "; ";
+}
+
+/// Where X says that the window with this title has its content.
+QPoint ContentOf(const char* title)
+{
+    int x = -1;
+    int y = -1;
+    const std::string command
+        = std::string("xwininfo -name '") + title + "' | awk '/Absolute/ { print $NF }'";
+    std::sscanf(Shell(command).c_str(), "%d %d", &x, &y);
+    return { x, y };
+}
+
+std::string ActiveTitle()
+{
+    return Shell("xdotool getactivewindow getwindowname");
+}
+
+/// A plain window of another X client, as a host that is no Qt program has it.
+class PlainHost
+{
+public:
+    PlainHost()
+    {
+        m_x = xcb_connect(nullptr, nullptr);
+        const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(m_x)).data;
+        window = xcb_generate_id(m_x);
+        const std::uint32_t mask = XCB_EVENT_MASK_BUTTON_PRESS;
+        xcb_create_window(m_x, XCB_COPY_FROM_PARENT, window, screen->root, 0, 0, 400, 300, 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, XCB_CW_EVENT_MASK,
+                          &mask);
+        xcb_change_property(m_x, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING,
+                            8, 5, "Plain");
+        xcb_map_window(m_x, window);
+        xcb_flush(m_x);
+        Shell("xdotool search --sync --onlyvisible --name '^Plain$'; xdotool search --sync --name"
+              " '^Plain$' windowactivate --sync windowmove --sync 300 200");
+    }
+    ~PlainHost()
+    {
+        xcb_destroy_window(m_x, window);
+        xcb_disconnect(m_x);
+    }
+    PlainHost(const PlainHost&) = delete;
+    PlainHost& operator=(const PlainHost&) = delete;
+
+    void Destroy()
+    {
+        xcb_destroy_window(m_x, window);
+        xcb_flush(m_x);
+    }
+    int Clicks()
+    {
+        int clicks = 0;
+        std::free(xcb_get_input_focus_reply(m_x, xcb_get_input_focus(m_x), nullptr)); // all is here
+        while (xcb_generic_event_t* event = xcb_poll_for_event(m_x)) {
+            clicks += (event->response_type & 0x7F) == XCB_BUTTON_PRESS;
+            std::free(event);
+        }
+        return clicks;
+    }
+    xcb_window_t window;
+
+private:
+    xcb_connection_t* m_x;
+};
+
+/// A box with a button that ends it, as the About box does: modal to a parent, centred, run.
+class Box
+{
+public:
+    explicit Box(WindowRef parent)
+        : m_window(
+            NibOf(NibControl(1,
+                             "IBCarbonButton",
+                             "40 50 60 150 ",
+                             "<ostype name=\"command\">clos</ostype>"
+                             "<int name=\"buttonType\">1</int>"),
+                  "<string name=\"title\">Box</string><boolean name=\"isResizable\">FALSE</boolean>"
+                  "<boolean name=\"hasCloseBox\">FALSE</boolean>"))
+        , m_handler(GetWindowEventTarget(m_window),
+                    { { kEventClassCommand, kEventCommandProcess } },
+                    [this](EventRef event) {
+                        source = CommandOf(event).attributes;
+                        QuitAppModalLoopForWindow(m_window);
+                        HideWindow(m_window);
+                        return noErr;
+                    })
+    {
+        SetWindowModality(m_window, kWindowModalityWindowModal, parent);
+        BringToFront(m_window);
+        ShowWindow(m_window);
+        MoveWindow(m_window, 431, 287, true);
+    }
+    void Run(const std::string& command)
+    {
+        During("sleep 0.15; " + command);
+        const auto over = std::make_shared<bool>(false);
+        Later(5, [this, over] { // no answer came
+            if (!*over) {
+                ADD_FAILURE() << "still open";
+                QuitAppModalLoopForWindow(m_window);
+            }
+        });
+        EXPECT_EQ(noErr, RunAppModalLoopForWindow(m_window));
+        *over = true;
+    }
+    WindowRef Ref() const { return m_window; }
+
+    UInt32 source = 0; // attributes of the command that ended it
+
+private:
+    TestWindow m_window;
+    Handler m_handler;
+};
+
+struct QtHost
+{
+    QtHost()
+    {
+        widget.setWindowTitle(QStringLiteral("QtHost"));
+        widget.setGeometry(200, 150, 600, 400);
+        button.setGeometry(widget.rect());
+        QObject::connect(&button, &QPushButton::clicked, [this] { ++clicks; });
+        widget.show();
+        widget.activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(&widget));
+        ref = CreateWindowRefWithQWidget(&widget);
+    }
+    ~QtHost() { DisposeWindow(ref); }
+    QWidget widget;
+    QPushButton button { &widget };
+    int clicks = 0;
+    WindowRef ref;
+};
+
+} // namespace
+
+// First, since it looks at what starting the toolbox in a host without Qt changes.
+TEST(Screen, APlainHostKeepsItsProcessAndIsBlockedMeanwhile)
+{
+    const std::string locale = std::setlocale(LC_ALL, nullptr);
+    PlainHost host;
+    const WindowRef parent = CreateWindowRefWithX11Window(host.window);
+    ASSERT_TRUE(parent);
+    EXPECT_EQ(locale, std::setlocale(LC_ALL, nullptr));
+    EXPECT_EQ(nullptr, CreateWindowRefWithX11Window(0));
+    EXPECT_EQ(nullptr, CreateWindowRefWithX11Window(0x7FFFFFF));
+    EXPECT_TRUE(IsWindowVisible(parent));
+
+    Rect content {};
+    Rect structure {};
+    GetWindowBounds(parent, kWindowContentRgn, &content);
+    GetWindowBounds(parent, kWindowStructureRgn, &structure);
+    EXPECT_EQ(ContentOf("Plain"), QPoint(content.left, content.top));
+    EXPECT_EQ(400, content.right - content.left);
+    EXPECT_LT(structure.top, content.top - 10); // a title bar
+    EXPECT_GE(structure.bottom, content.bottom);
+    {
+        Box box(parent);
+        EXPECT_NE(std::string::npos, Shell("xprop -name Box WM_TRANSIENT_FOR").find("window id"));
+        box.Run(At(content.left + 5, content.top + 5)
+                + "xdotool click 1; sleep 0.1; xdotool key Return");
+        EXPECT_EQ(0, host.Clicks());
+    }
+    BringToFront(parent);
+    QTest::qWait(100);
+    EXPECT_EQ("Plain\n", ActiveTitle());
+    Shell(At(content.left + 5, content.top + 5) + "xdotool click 1");
+    EXPECT_EQ(1, host.Clicks());
+
+    // The host may destroy its window while the box is open.
+    {
+        Box box(parent);
+        host.Destroy();
+        box.Run("xdotool key Return");
+    }
+    GetWindowBounds(parent, kWindowStructureRgn, &structure);
+    EXPECT_EQ(structure.left, structure.right);
+    BringToFront(parent);
+    EXPECT_EQ(noErr, SetWindowModality(parent, kWindowModalityNone, nullptr));
+    DisposeWindow(parent);
+}
+
+TEST(Screen, ClickReturnAndTheCloseRequestEndTheBox)
+{
+    struct Row
+    {
+        const char* name;
+        std::string command;
+        UInt32 source;
+    };
+    const Row rows[] = {
+        { "click", At(431 + 100, 287 + 50) + "xdotool click 1", kHICommandFromControl },
+        { "Return", "xdotool key Return", kHICommandFromControl },
+        { "Enter", "xdotool key KP_Enter", kHICommandFromControl },
+        { "space", "xdotool key space", kHICommandFromControl },
+        { "close request", "wmctrl -c Box", kHICommandFromWindow },
+    };
+    const QtHost host;
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        Box box(host.ref);
+        QTest::qWait(20);
+        EXPECT_EQ(QPoint(431, 287), ContentOf("Box"));
+        box.Run(row.command);
+        EXPECT_EQ(row.source, box.source);
+        BringToFront(host.ref);
+        EXPECT_TRUE(QTest::qWaitForWindowActive(const_cast<QWidget*>(&host.widget)));
+    }
+    EXPECT_EQ(0, host.clicks);
+}
+
+TEST(Screen, FramesAreKnownWhenShowReturns)
+{
+    const TestWindow window(NibOf("", "<string name=\"title\">Framed</string>"));
+    ShowWindow(window);
+    Rect content {};
+    Rect structure {};
+    GetWindowBounds(window, kWindowContentRgn, &content);
+    GetWindowBounds(window, kWindowStructureRgn, &structure);
+    EXPECT_GT(content.top - structure.top, 10);
+    int top = 0;
+    std::sscanf(Shell("xprop -name Framed _NET_FRAME_EXTENTS").c_str(), "%*[^=]= %*d, %*d, %d",
+                &top);
+    EXPECT_EQ(top, content.top - structure.top);
+}
+
+TEST(Screen, AQtHostIsBlockedAndTheBoxKeepsTheKeyboard)
+{
+    QtHost host;
+    const std::string clickHost = At(220, 170) + "xdotool click 1; sleep 0.15; ";
+    Box box(host.ref);
+    // A click activates the blocked host in some window managers; Return must still reach the box.
+    box.Run(clickHost + "wmctrl -c QtHost; sleep 0.1; xdotool key Return");
+    EXPECT_EQ(0, host.clicks);
+    EXPECT_TRUE(host.widget.isVisible());
+    QTest::qWait(50);
+    Shell(clickHost);
+    QTest::qWait(50);
+    EXPECT_EQ(1, host.clicks);
+}
+
+TEST(Screen, AnAlertOverAPlainHost)
+{
+    PlainHost host;
+    const WindowRef parent = CreateWindowRefWithX11Window(host.window);
+    Rect content {};
+    GetWindowBounds(parent, kWindowContentRgn, &content);
+    AlertStdAlertParamRec param {};
+    param.defaultText = reinterpret_cast<ConstStringPtr>("\2No");
+    param.cancelText = reinterpret_cast<ConstStringPtr>("\3Yes");
+    param.defaultButton = kAlertStdAlertCancelButton;
+    During("sleep 0.3; " + At(content.left + 5, content.bottom - 5)
+           + "xdotool click 1; sleep 0.1; xdotool key Escape; sleep 0.1; xdotool key Return");
+    SInt16 hit = 0;
+    EXPECT_EQ(noErr,
+              StandardAlert(kAlertCautionAlert, reinterpret_cast<ConstStringPtr>("\4Text"),
+                            reinterpret_cast<ConstStringPtr>("\0"), &param, &hit));
+    EXPECT_EQ(2, hit);
+    EXPECT_EQ(0, host.Clicks());
+    QTest::qWait(100);
+    EXPECT_EQ("Plain\n", ActiveTitle());
+    DisposeWindow(parent);
+}

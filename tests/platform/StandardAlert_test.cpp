@@ -1,0 +1,248 @@
+// SPDX-License-Identifier: MIT
+// StandardAlert_test.cpp - the standard alert: which key and button gives which item, and its
+// layout.
+#include "tests/support/NibBundle.h"
+
+#include <QtGui/QScreen>
+#include <QtTest/QTest>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QScrollArea>
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace {
+
+struct Pascal
+{
+    explicit Pascal(const std::string& text)
+    {
+        bytes[0] = static_cast<unsigned char>(std::min<std::size_t>(text.size(), 255));
+        std::copy_n(text.begin(), bytes[0], bytes + 1);
+    }
+    unsigned char bytes[256] = {};
+};
+
+AlertStdAlertParamRec YesNo()
+{
+    AlertStdAlertParamRec param {};
+    param.defaultText = reinterpret_cast<ConstStringPtr>("\2No");
+    param.cancelText = reinterpret_cast<ConstStringPtr>("\3Yes");
+    param.defaultButton = kAlertStdAlertCancelButton;
+    return param;
+}
+
+QWidget* AlertWidget()
+{
+    for (QWidget* widget : QApplication::topLevelWidgets()) {
+        if (widget->isVisible() && widget->findChild<QPushButton*>()) {
+            return widget;
+        }
+    }
+    return nullptr;
+}
+
+QPushButton* ButtonNamed(const char* name)
+{
+    for (auto* button : AlertWidget()->findChildren<QPushButton*>()) {
+        if (button->accessibleName() == QString::fromUtf8(name)) {
+            return button;
+        }
+    }
+    return nullptr;
+}
+
+/// Shows an alert and does something to it. Returns its result; the item goes to `hit`.
+OSErr Show(const AlertStdAlertParamRec* param,
+           const std::function<void(QWidget*)>& act,
+           SInt16* hit,
+           const std::string& message = "Message",
+           const std::string& explanation = "Explanation")
+{
+    Later(0, [act] { act(AlertWidget()); });
+    const Pascal first(message);
+    const Pascal second(explanation);
+    return StandardAlert(kAlertCautionAlert, first.bytes, second.bytes, param, hit);
+}
+
+} // namespace
+
+TEST(StandardAlert, KeysAndButtonsGiveTheirItems)
+{
+    AlertStdAlertParamRec three = YesNo();
+    three.otherText = reinterpret_cast<ConstStringPtr>("\5Other");
+    three.helpButton = true;
+    three.defaultButton = kAlertStdAlertOKButton;
+    three.cancelButton = kAlertStdAlertCancelButton;
+    const AlertStdAlertParamRec yesNo = YesNo();
+    AlertStdAlertParamRec noKeys = YesNo();
+    noKeys.defaultButton = 0;
+
+    const auto key = [](Qt::Key code, Qt::KeyboardModifiers with = {}) {
+        return [=](QWidget* alert) { QTest::keyClick(alert->windowHandle(), code, with); };
+    };
+    const auto click = [](const char* name) {
+        return [=](QWidget*) { QTest::mouseClick(ButtonNamed(name), Qt::LeftButton); };
+    };
+    const auto close = [](QWidget* alert) { alert->windowHandle()->close(); };
+    struct Row
+    {
+        const char* name;
+        const AlertStdAlertParamRec* param;
+        std::function<void(QWidget*)> act;
+        SInt16 item; // 0: nothing is chosen, the alert stays
+    };
+    const Row rows[] = {
+        { "Return", &yesNo, key(Qt::Key_Return), 2 },
+        { "Enter", &yesNo, key(Qt::Key_Enter, Qt::KeypadModifier), 2 },
+        { "Return beside", &three, key(Qt::Key_Return), 1 },
+        { "Return, no default", &noKeys, key(Qt::Key_Return), 0 },
+        { "Escape, none bound", &yesNo, key(Qt::Key_Escape), 0 },
+        { "Control-period, none bound", &yesNo, key(Qt::Key_Period, Qt::ControlModifier), 0 },
+        { "close request, none bound", &yesNo, close, 0 },
+        { "Escape", &three, key(Qt::Key_Escape), 2 },
+        { "Control-period", &three, key(Qt::Key_Period, Qt::ControlModifier), 2 },
+        { "close request", &three, close, 2 },
+        { "click No", &yesNo, click("No"), 1 },
+        { "click Yes", &yesNo, click("Yes"), 2 },
+        { "click Other", &three, click("Other"), 3 },
+        { "click Help", &three, click("Help"), 4 },
+        { "standard, Return", nullptr, key(Qt::Key_Return), 1 },
+        { "standard, Escape", nullptr, key(Qt::Key_Escape), 0 },
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const auto over = std::make_shared<bool>(false);
+        bool stayed = false;
+        SInt16 hit = 99;
+        EXPECT_EQ(noErr,
+                  Show(
+                      row.param,
+                      [&](QWidget* alert) {
+                          row.act(alert);
+                          Later(0.005,
+                                [&stayed, over] { // a choice would have ended the alert before
+                                    if (!*over) {
+                                        stayed = true;
+                                        QTest::mouseClick(AlertWidget()->findChild<QPushButton*>(),
+                                                          Qt::LeftButton);
+                                    }
+                                });
+                      },
+                      &hit));
+        *over = true;
+        EXPECT_EQ(row.item == 0, stayed);
+        EXPECT_TRUE(stayed || hit == row.item) << hit;
+    }
+}
+
+TEST(StandardAlert, ButtonsStandInOrderAndOnTheScreen)
+{
+    AlertStdAlertParamRec param = YesNo();
+    param.otherText = reinterpret_cast<ConstStringPtr>("\5Other");
+    const Pascal endless(std::string(255, 'W'));
+    const std::string sentence = "The quick & <b>brown</b> fox jumps over the lazy dog. ";
+    std::string lines;
+    for (int i = 0; i < 127; ++i) {
+        lines += "x\n";
+    }
+    struct Row
+    {
+        const char* name;
+        std::string message, explanation;
+        ConstStringPtr ok;
+        bool scrolls;
+    };
+    const Row rows[] = {
+        { "short", "Message", "Explanation", param.defaultText, false },
+        { "empty", "", "", param.defaultText, false },
+        { "long", sentence + sentence, sentence + sentence + sentence, param.defaultText, false },
+        { "one word", std::string(255, 'M'), std::string(255, 'm'), param.defaultText, false },
+        { "too high", lines, lines, param.defaultText, true },
+        { "endless button", "Message", "Explanation", endless.bytes, false },
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        param.defaultText = row.ok;
+        SInt16 hit = 0;
+        EXPECT_EQ(noErr,
+                  Show(
+                      &param,
+                      [&](QWidget* alert) {
+                          const QRect screen = alert->screen()->availableGeometry();
+                          EXPECT_TRUE(screen.contains(alert->frameGeometry()));
+                          auto buttons = alert->findChildren<QPushButton*>();
+                          ASSERT_EQ(3, buttons.size());
+                          const QPushButton* yes = ButtonNamed("Yes");
+                          const QPushButton* other = ButtonNamed("Other");
+                          const QPushButton* right = nullptr;
+                          for (const auto* button : buttons) {
+                              EXPECT_TRUE(alert->rect().contains(button->geometry()));
+                              right = button != yes && button != other ? button : right;
+                          }
+                          EXPECT_GT(right->x(), yes->geometry().right());
+                          EXPECT_GT(yes->x(), other->geometry().right());
+                          EXPECT_LT(other->x(), 30);
+                          const auto* scroll = alert->findChild<QScrollArea*>();
+                          EXPECT_EQ(row.scrolls, scroll->widget()->height() > scroll->height());
+                          EXPECT_LE(scroll->geometry().bottom(), right->y());
+                          QTest::keyClick(alert->windowHandle(), Qt::Key_Return);
+                      },
+                      &hit, row.message, row.explanation));
+        EXPECT_EQ(2, hit);
+    }
+}
+
+TEST(StandardAlert, StandardTextsAndBadArguments)
+{
+    AlertStdAlertParamRec param {};
+    param.defaultText = kAlertDefaultOKText;
+    param.cancelText = kAlertDefaultCancelText;
+    param.otherText = kAlertDefaultOtherText;
+    SInt16 hit = 77;
+    EXPECT_EQ(noErr,
+              Show(
+                  &param,
+                  [](QWidget*) {
+                      EXPECT_TRUE(ButtonNamed("Cancel"));
+                      EXPECT_TRUE(ButtonNamed("Don't Save"));
+                      QTest::mouseClick(ButtonNamed("OK"), Qt::LeftButton);
+                  },
+                  &hit));
+    EXPECT_EQ(1, hit);
+    const Pascal text("text");
+    EXPECT_EQ(paramErr, StandardAlert(4, text.bytes, text.bytes, nullptr, &hit));
+    EXPECT_EQ(paramErr, StandardAlert(-1, text.bytes, text.bytes, nullptr, &hit));
+    EXPECT_EQ(paramErr, StandardAlert(kAlertStopAlert, text.bytes, text.bytes, nullptr, nullptr));
+    EXPECT_EQ(1, hit);
+}
+
+TEST(StandardAlert, BlocksTheActiveHostAndGivesTheFocusBack)
+{
+    QWidget host;
+    host.resize(200, 100);
+    int clicks = 0;
+    QPushButton button(&host);
+    QObject::connect(&button, &QPushButton::clicked, [&] { ++clicks; });
+    host.show();
+    host.activateWindow();
+    EXPECT_TRUE(QTest::qWaitForWindowActive(&host));
+    const AlertStdAlertParamRec param = YesNo();
+    SInt16 hit = 0;
+    EXPECT_EQ(noErr,
+              Show(
+                  &param,
+                  [&](QWidget*) {
+                      QTest::mouseClick(host.windowHandle(), Qt::LeftButton, {}, { 5, 5 });
+                      EXPECT_EQ(0, clicks);
+                      QWidget* alert = ButtonNamed("Yes")->window();
+                      EXPECT_EQ(host.windowHandle(), alert->windowHandle()->transientParent());
+                      QTest::keyClick(alert->windowHandle(), Qt::Key_Return);
+                  },
+                  &hit));
+    EXPECT_EQ(2, hit);
+    QTest::mouseClick(host.windowHandle(), Qt::LeftButton, {}, { 5, 5 });
+    EXPECT_EQ(1, clicks);
+}
