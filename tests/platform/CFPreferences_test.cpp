@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+// CFPreferences_test.cpp - values, merging, failures, and several processes on one domain.
 // VELTRANO_SETS=n and VELTRANO_KILLS=n make the tests with several processes longer.
 #include "tests/platform/FailingCalls.h"
 #include "tests/platform/FailingNew.h"
@@ -120,7 +121,6 @@ TEST_F(CFPreferences, KeepsEveryKindOfValueThroughTheFile)
     CFDictionarySetValue(inner.get(), CFSTR(""), CFSTR("empty key"));
     CFDictionarySetValue(inner.get(), CFSTR("<&>\"'"), CFSTR("a < b & c > d ]]>\r\n\t\001"));
     const void* elements[] = { kCFBooleanTrue, inner.get(), CFSTR("") };
-    auto values = Dict();
     const std::pair<const char*, Owned<CFTypeRef>> rows[] = {
         { "text", Own<CFTypeRef>(Str("ä€😀").release()) },
         { "least", Own<CFTypeRef>(Int(INT64_MIN).release()) },
@@ -140,7 +140,7 @@ TEST_F(CFPreferences, KeepsEveryKindOfValueThroughTheFile)
         Set(key, value.get());
     }
     ASSERT_TRUE(Synchronize());
-    // Another name for the same bytes is read by a domain that has none of it in memory.
+    // Read back by a domain that has none of it in memory any more.
     std::string text = Contents();
     Write("<dict/>");
     EXPECT_EQ(0, CountKeys());
