@@ -4,6 +4,13 @@
 // seen too, and no other thread is touched.
 #pragma once
 
+namespace FailingCalls {
+
+/// Instead of an error: half of what should be written is written.
+const int kShortWrite = 0;
+
+} // namespace FailingCalls
+
 #if defined(__x86_64__) || defined(__i386__)
 #define HAS_FAILING_CALLS 1
 
@@ -22,9 +29,6 @@
 #include <vector>
 
 namespace FailingCalls {
-
-/// Instead of an error: half of what should be written is written.
-const int kShortWrite = 0;
 
 const struct
 {

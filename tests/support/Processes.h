@@ -3,6 +3,7 @@
 #pragma once
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <random>
@@ -34,6 +35,7 @@ inline int CountDescriptors()
 /// Runs `work(0)` to `work(n - 1)` in processes at once; the number that did not end with true.
 template <typename Work> int InProcesses(int n, Work work)
 {
+    fflush(nullptr); // or each process writes what is buffered
     std::vector<pid_t> children;
     for (int i = 0; i < n; ++i) {
         pid_t child = fork();
@@ -55,6 +57,7 @@ template <typename Work> int InProcesses(int n, Work work)
 /// than the first.
 template <typename Work, typename Check> void KillWriters(int nKills, Work work, Check check)
 {
+    fflush(nullptr);
     std::mt19937 random(7);
     for (int kill = 0; kill < nKills; ++kill) {
         const int nFirst = kill * 100000;
