@@ -52,9 +52,9 @@ template <typename Work> int InProcesses(int n, Work work)
     return nBad;
 }
 
-/// Kills a process, again and again, that calls `work(i)` with rising i. After each kill calls
-/// `check(first, last)`: its first number, and the last one for which `work` had returned true, or less
-/// than the first.
+/// Kills a process, again and again, that calls `work(i)` with rising i, as long as that gives true. After
+/// each kill calls `check(first, last)`: its first number, and the last one for which `work` had returned,
+/// or one less than the first.
 template <typename Work, typename Check> void KillWriters(int nKills, Work work, Check check)
 {
     fflush(nullptr);
@@ -68,16 +68,20 @@ template <typename Work, typename Check> void KillWriters(int nKills, Work work,
         pid_t child = fork();
         if (child == 0) {
             for (int i = nFirst;; ++i) {
-                if (work(i)) {
-                    [[maybe_unused]] ssize_t n = write(report[1], &i, sizeof(i));
+                if (!work(i)) {
+                    _exit(1);
                 }
+                [[maybe_unused]] ssize_t n = write(report[1], &i, sizeof(i));
             }
         }
         close(report[1]);
+        int last = nFirst - 1;
+        if (kill % 2 != 0) { // every other one is in full swing, however slow the machine is
+            [[maybe_unused]] ssize_t n = read(report[0], &last, sizeof(last));
+        }
         usleep(static_cast<useconds_t>(random() % 4000));
         ::kill(child, SIGKILL);
         waitpid(child, nullptr, 0);
-        int last = nFirst - 1;
         for (int i = 0; read(report[0], &i, sizeof(i)) == sizeof(i);) {
             last = i;
         }
