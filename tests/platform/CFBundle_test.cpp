@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+// CFBundle_test.cpp - bundles: identity, code, search, resource maps.
 #include "Resources/ResourceFile.h"
 #include "tests/support/Foundation.h"
 

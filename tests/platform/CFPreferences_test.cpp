@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
+// CFPreferences_test.cpp - values, merging, failures, and several processes on one domain.
 // VELTRANO_SETS=n and VELTRANO_KILLS=n make the tests with several processes longer.
 #include "tests/platform/FailingCalls.h"
+#include "tests/platform/FailingNew.h"
 #include "tests/support/Foundation.h"
 
 #include <cmath>
@@ -119,7 +121,6 @@ TEST_F(CFPreferences, KeepsEveryKindOfValueThroughTheFile)
     CFDictionarySetValue(inner.get(), CFSTR(""), CFSTR("empty key"));
     CFDictionarySetValue(inner.get(), CFSTR("<&>\"'"), CFSTR("a < b & c > d ]]>\r\n\t\001"));
     const void* elements[] = { kCFBooleanTrue, inner.get(), CFSTR("") };
-    auto values = Dict();
     const std::pair<const char*, Owned<CFTypeRef>> rows[] = {
         { "text", Own<CFTypeRef>(Str("ä€😀").release()) },
         { "least", Own<CFTypeRef>(Int(INT64_MIN).release()) },
@@ -139,7 +140,7 @@ TEST_F(CFPreferences, KeepsEveryKindOfValueThroughTheFile)
         Set(key, value.get());
     }
     ASSERT_TRUE(Synchronize());
-    // Another name for the same bytes is read by a domain that has none of it in memory.
+    // Read back by a domain that has none of it in memory any more.
     std::string text = Contents();
     Write("<dict/>");
     EXPECT_EQ(0, CountKeys());
@@ -497,8 +498,7 @@ TEST_F(CFPreferences, EveryFailingSystemCallFailsCleanly)
             EXPECT_EQ(nDescriptors, CountDescriptors()) << row;
             EXPECT_EQ(n, Number(Copy("a").get())) << row;
             if (!isDone) {
-                bool isFolderFlush
-                    = failed.contains("rename") && (call == "fsync"); // the last step
+                bool isFolderFlush = before == good && failed.contains("rename") && call == "fsync";
                 EXPECT_EQ(!isFolderFlush, Contents() == before) << row;
                 failed.insert(call);
                 EXPECT_TRUE(Synchronize()) << row << ": the next try";
@@ -511,6 +511,36 @@ TEST_F(CFPreferences, EveryFailingSystemCallFailsCleanly)
         EXPECT_EQ((std::set<std::string> { "close", "fchmod", "flock", "fstat", "fsync", "futimens",
                                            "open", "rename", "write" }),
                   failed);
+    }
+}
+
+TEST_F(CFPreferences, EveryFailingAllocationFailsCleanly)
+{
+    Write("<dict><key>a</key><integer>0</integer></dict>");
+    auto value = Dict();
+    CFDictionarySetValue(value.get(), CFSTR("list"),
+                         Own(CFArrayCreate(nullptr, nullptr, 0, &kCFTypeArrayCallBacks)).get());
+    for (const std::string& before : { Contents(), std::string("damaged") }) {
+        bool isFailed = true;
+        for (int n = 1; isFailed; ++n) {
+            ASSERT_LT(n, 1000);
+            WriteFile(m_file, before);
+            ASSERT_TRUE(Synchronize());
+            auto key = Str("k" + std::to_string(n));
+            FailingNew::Fail(n);
+            CFPreferencesSetValue(key.get(), value.get(), kApplication, kCFPreferencesCurrentUser,
+                                  kCFPreferencesCurrentHost);
+            bool isDone = Synchronize();
+            isFailed = FailingNew::Stop();
+            if (!isDone) {
+                EXPECT_EQ(before, Contents()) << n;
+                Set("k" + std::to_string(n), value.get());
+                EXPECT_TRUE(Synchronize()) << n << ": the next try";
+            }
+            EXPECT_TRUE(CFEqual(value.get(), Copy("k" + std::to_string(n)).get())) << n;
+            EXPECT_EQ(before == "damaged", Copy("a") == nullptr) << n;
+            EXPECT_EQ(before == "damaged", std::filesystem::remove(m_file + ".damaged-1")) << n;
+        }
     }
 }
 

@@ -122,7 +122,9 @@ TEST(Controls, EachKindKnowsItsTags)
         }
         EXPECT_EQ(noErr, GetControlDataSize(control, 6, row.tag, &size));
         EXPECT_EQ(row.size, size);
-        EXPECT_EQ(noErr, GetControlData(control, 10, row.tag, 64, buffer, nullptr));
+        if (row.tag != 'cfst') { // would hand over a reference
+            EXPECT_EQ(noErr, GetControlData(control, 10, row.tag, 64, buffer, nullptr));
+        }
         if (row.tag != 'text') {
             EXPECT_EQ(errDataSizeMismatch,
                       SetControlData(control, 0, row.tag, row.size - 1, buffer));

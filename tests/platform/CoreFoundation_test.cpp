@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+// CoreFoundation_test.cpp - strings, numbers, containers, locations, and their counts.
 #include "tests/support/Foundation.h"
 
 #include <algorithm>

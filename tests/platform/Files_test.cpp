@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+// Files_test.cpp - references to files, and the well-known folders.
 #include "tests/support/Foundation.h"
 
 #include <CoreServices/CoreServices.h>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+// Resources_test.cpp - the chain of resource files, handles, and damaged files.
 #include "Resources/ResourceFile.h"
 #include "tests/support/Foundation.h"
 

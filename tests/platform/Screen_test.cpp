@@ -75,8 +75,10 @@ public:
                             8, 5, "Plain");
         xcb_map_window(m_x, window);
         xcb_flush(m_x);
-        Shell("xdotool search --sync --onlyvisible --name '^Plain$'; xdotool search --sync --name"
-              " '^Plain$' windowactivate --sync windowmove --sync 300 200");
+        Shell(
+            "timeout 5 sh -c 'until xwininfo -name Plain | grep -q IsViewable; do sleep 0.02; done'"
+            " 2>&1; wmctrl -a Plain; xdotool windowmove "
+            + std::to_string(window) + " 300 200; sleep 0.2");
     }
     ~PlainHost()
     {

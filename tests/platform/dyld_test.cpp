@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+// dyld_test.cpp - the image list, with a module that comes and goes.
 #include "tests/support/TemporaryFolder.h"
 
 #include <mach-o/dyld.h>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+// libc_test.cpp - the assertion report, the lock flags of open, the atomic add.
 #include "tests/support/TemporaryFolder.h"
 
 #include <CoreServices/DriverSynchronization.h>
