@@ -42,8 +42,28 @@ file(RELATIVE_PATH lib_from_bin /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR
 get_property(tools GLOBAL PROPERTY VELTRANO_TOOLS)
 set_target_properties(${tools} PROPERTIES INSTALL_RPATH "$ORIGIN/${lib_from_bin}")
 install(TARGETS ${tools} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+# veltrano_install_compressed(source name destination component)
+function(veltrano_install_compressed source name destination component)
+  set(compressed "${PROJECT_BINARY_DIR}/compressed/${component}/${name}")
+  get_filename_component(folder "${compressed}" DIRECTORY)
+  file(MAKE_DIRECTORY "${folder}")
+  execute_process(COMMAND gzip -9nc "${source}" OUTPUT_FILE "${compressed}" COMMAND_ERROR_IS_FATAL ANY)
+  install(FILES "${compressed}" DESTINATION ${destination} COMPONENT ${component})
+endfunction()
 foreach(tool IN LISTS tools)
-  install(FILES ${PROJECT_SOURCE_DIR}/docs/man/${tool}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+  veltrano_install_compressed(
+    ${PROJECT_SOURCE_DIR}/docs/man/${tool}.1 ${tool}.1.gz ${CMAKE_INSTALL_MANDIR}/man1 tools)
+endforeach()
+
+# Papers of each package.
+set(package_of_runtime libveltrano1)
+set(package_of_dev libveltrano-dev)
+set(package_of_tools veltrano-tools)
+foreach(component runtime dev tools)
+  set(papers ${CMAKE_INSTALL_DATAROOTDIR}/doc/${package_of_${component}})
+  install(FILES ${PROJECT_SOURCE_DIR}/cmake/debian/copyright DESTINATION ${papers} COMPONENT ${component})
+  veltrano_install_compressed(
+    ${PROJECT_SOURCE_DIR}/cmake/debian/changelog changelog.Debian.gz ${papers} ${component})
 endforeach()
 
 # Packages: cpack -G DEB in the build folder.
@@ -60,13 +80,14 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/platform)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libveltrano1)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
+  ${PROJECT_SOURCE_DIR}/cmake/debian/shlibs ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${package_of_runtime})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_DEV_PACKAGE_NAME libveltrano-dev)
+set(CPACK_DEBIAN_DEV_PACKAGE_NAME ${package_of_dev})
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libveltrano1 (= ${PROJECT_VERSION}-1)")
-set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME veltrano-tools)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ${package_of_tools})
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libveltrano1 (= ${PROJECT_VERSION}-1)")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION

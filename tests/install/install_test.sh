@@ -31,5 +31,5 @@ XDG_CONFIG_HOME=$folder/config "$folder/component/component"
 [ "$(XDG_CONFIG_HOME=$folder/config "$prefix/bin/vlprefs" get com.veltrano.Example.Part Started)" = 1 ]
 for tool in vlpict vlprefs vlprofile; do
     "$prefix/bin/$tool" --help >/dev/null
-    [ -f "$prefix/share/man/man1/$tool.1" ]
+    [ -f "$prefix/share/man/man1/$tool.1.gz" ]
 done
