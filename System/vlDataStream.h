@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// vlDataStream.h - typed binary values as text: two hexadecimal digits a byte, least significant
-// byte first. The native-order operations store the processor's own order. The order of the virtual
-// operations is fixed. Unless said otherwise: one thread at a time; counts are bytes, a negative
-// one is 0; input throws EOFException when it ends or there is none, output OutOfMemoryException
-// when it cannot grow.
+// vlDataStream.h - typed binary values as text: two hexadecimal digits a byte, low byte first.
+// The native-order operations store the processor's own order. The order of the virtual operations is
+// fixed.
+// Unless said otherwise: one thread at a time; counts are bytes, a negative one is 0; input throws
+// EOFException when it ends or there is none, output OutOfMemoryException when it cannot grow.
 #pragma once
 
 #include "System/vlException.h"
@@ -91,8 +91,7 @@ private:
     FILE* m_file; // null when it could not be opened
 };
 
-/// Collects the text in memory, in lines of 70 digits that end in a carriage return and a line
-/// feed.
+/// Collects the text in memory, in lines of 70 digits, a carriage return and a line feed.
 class DataOutputFile : public DataOutput
 {
 public:

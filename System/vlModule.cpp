@@ -114,8 +114,6 @@ void GetApplicationSupportFolder(String& result, SInt16 domain)
 /// Takes the next piece off a relative path; false at its end. Empty pieces are passed over.
 bool NextPiece(const char*& relative, String& piece)
 {
-    if (relative == nullptr)
-        return false;
     relative += strspn(relative, "/");
     const size_t length = strcspn(relative, "/");
     piece = String(relative, static_cast<int>(length));
@@ -185,22 +183,21 @@ void ModuleInit(const char* productName, const char* componentName)
 {
     LocateModuleImage();
     EnsureModuleStrings();
-    *sProductName = productName;
-    *sComponentName = componentName;
+    const String product(productName); // either may lie in one of our own names
+    const String component(componentName);
+    *sProductName = product;
+    *sComponentName = component;
     sInited = true;
-    *sModuleIdentifier = kIdentifierPrefix;
-    *sModuleIdentifier += productName;
-    if (componentName != nullptr) { // KEPT: an empty name, too, adds its "."
-        *sModuleIdentifier += ".";
-        *sModuleIdentifier += componentName;
-    }
+    *sModuleIdentifier = kIdentifierPrefix + product;
+    if (componentName != nullptr) // KEPT: an empty name, too, adds its "."
+        *sModuleIdentifier += '.' + component;
 }
 
 OSStatus
 ModuleInitWithPath(const char* modulePath, const char* productName, const char* componentName)
 {
-    ModuleInit(productName, componentName);
     const String path(modulePath); // may be one of our own names
+    ModuleInit(productName, componentName);
     *sModulePath = path.Head(FolderLength(path));
     FSRef ref = {};
     OSStatus error = FSPathMakeRef(reinterpret_cast<const UInt8*>(path.GetString()), &ref, nullptr);
@@ -362,6 +359,8 @@ void GetFolderPath(String& result, int kind)
 
 void GetFolderPathWith(String& result, int kind, const char* relative)
 {
+    const String pieces(relative); // may lie in the result
+    relative = pieces;
     GetFolderPath(result, kind);
     if (result.IsEmpty())
         return;
@@ -374,10 +373,11 @@ void GetFolderPathWith(String& result, int kind, const char* relative)
 
 void GetSupportFolderPath(String& result, int kind, const char* relative)
 {
+    const String pieces(relative); // may lie in the result
     GetFolderPath(result, kind);
     for (;;) {
         if (!result.IsEmpty())
-            AppendMadeFolders(result, relative);
+            AppendMadeFolders(result, pieces);
         if (!result.IsEmpty() || kind == 0)
             return;
         // KEPT: only 0 ends the search; a negative kind wraps round.

@@ -23,7 +23,7 @@ const size_t kPathSize = 260;
 const size_t kLineSize = 259;
 
 // Copies a text, or as much of it as leaves room for its zero; gives the end.
-char* AppendText(char* lpchDest, const char* lpchLimit, const char* lpsz)
+char* AppendText(char* lpchDest, char* lpchLimit, const char* lpsz)
 {
     const size_t n = strnlen(lpsz, static_cast<size_t>(lpchLimit - lpchDest));
     memcpy(lpchDest, lpsz, n);
@@ -56,7 +56,7 @@ int WritePrefixedLine(const char* lpszFormat, va_list argList)
 {
     // KEPT: the prefix becomes part of the format, so a "%" in it is a conversion.
     char format[kLineSize];
-    const char* lpchLimit = format + sizeof(format) - 1;
+    char* lpchLimit = format + sizeof(format) - 1;
     AppendText(AppendText(format, lpchLimit, moduleLog_.prefix), lpchLimit, lpszFormat);
     return WriteLine(format, argList);
 }
@@ -70,8 +70,7 @@ int ModuleLog::open(const char* prefix, const char* label, int flags, const char
     if (flags & kLogOff) {
         return 1;
     }
-    // KEPT: a prefix, or a file, of an earlier open is not given back: open is meant to be called
-    // once.
+    // KEPT: a prefix, or a file, of an earlier open is not given back; open is meant to be called once.
     char* lpszCopy = prefix && *prefix ? strdup(prefix) : nullptr;
     moduleLog_.prefix = lpszCopy ? lpszCopy : sNoPrefix;
     if (!(flags & (kLogNew | kLogAppend))) {
@@ -85,7 +84,7 @@ int ModuleLog::open(const char* prefix, const char* label, int flags, const char
     }
     int file = -1;
     if (strlen(lpszFolder) + strlen(fileName) < kPathSize) {
-        const char* lpchLimit = path + sizeof(path) - 1;
+        char* lpchLimit = path + sizeof(path) - 1;
         AppendText(AppendText(path, lpchLimit, lpszFolder), lpchLimit, fileName);
         const int mode = flags & kLogNew ? O_TRUNC : O_APPEND;
         file = ::open(path, O_RDWR | O_SHLOCK | O_CREAT | mode, 0666);

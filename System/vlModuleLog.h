@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// vlModuleLog.h - the one log of the process: when the module was loaded and unloaded, and
-// diagnostics. Order: closed from load on -> ModuleLog::open, once and optional -> lines ->
-// ModuleLog::close. While it is closed every line is dropped. A line is handed to the system in one
-// write and cut at 258 bytes; it allocates nothing and gets no newline of its own. Unless said
-// otherwise: any thread, but not beside open or close; nothing throws.
+// vlModuleLog.h - the one log of the process: loading and unloading of the module, and diagnostics.
+// Order: closed from load on -> ModuleLog::open, once and optional -> lines -> ModuleLog::close.
+// While it is closed every line is dropped. A line is handed to the system in one write and cut at
+// 258 bytes; it allocates nothing and gets no newline of its own.
+// Unless said otherwise: any thread, but not beside open or close; nothing throws.
 #pragma once
 
 #include <CoreServices/MacTypes.h>
@@ -21,17 +21,18 @@ const char kLogFileName[] = "logfile.log";
 
 struct ModuleLog
 {
-    SInt32 fd; // the file; -1 closed; 0 and 1 no file of its own (1: standard output, after a
-               // failed open)
+    SInt32 fd; // -1 closed; 0, 1 no file of its own (1: standard output, after a failed open)
     const char* prefix; // in front of every LogPrint line; a malloc block, or a shared empty text
 
     /// Opens the log and writes a line with the time.
-    ///   prefix    [in]  copied; part of each line's format, so a "%" in it is a conversion; may be
-    ///   null label     [in]  names who was loaded; may be null flags     [in]  kLogNew and its
-    ///   like; without kLogNew and kLogAppend only the prefix is set fileName  [in]  appended to
-    ///   the folder; may be null; a path beyond 259 bytes cannot be opened returns   1 in every
-    ///   case fails     lines go to standard output thread    main example   open("[x] ", "Host",
-    ///   kLogNew | kLogInTmp, kLogFileName) writes
+    ///   prefix    [in]  copied; part of each line's format, so a "%" in it converts; may be null
+    ///   label     [in]  names who was loaded; may be null
+    ///   flags     [in]  kLogNew and its like; without kLogNew and kLogAppend only the prefix is set
+    ///   fileName  [in]  appended to the folder; may be null; over 259 bytes in all it cannot be opened
+    ///   returns   1 in every case
+    ///   fails     lines go to standard output
+    ///   thread    main
+    ///   example   open("[x] ", "Host", kLogNew | kLogInTmp, kLogFileName) writes
     ///             "[x] Host; loaded at Thu Jan  1 00:00:00 1970.\n" to /tmp/logfile.log
     static int open(const char* prefix, const char* label, int flags, const char* fileName);
     /// Writes a line with the time, if there is a file, and closes it.
@@ -42,8 +43,7 @@ struct ModuleLog
 extern ModuleLog moduleLog_;
 
 /// Writes one formatted line behind the prefix.
-///   returns  bytes written, or -1; while the log is closed the length that the whole line would
-///   have had
+///   returns  bytes written, or -1; while closed the length that the whole line would have had
 int LogPrint(const char* format, ...) __attribute__((__format__(__printf__, 1, 2)));
 /// LogPrint when the condition is not 0.
 void LogPrintIf(int condition, const char* format, ...)

@@ -34,8 +34,7 @@ struct NilBuffer
 };
 constinit NilBuffer sNilBuffer;
 
-// The length of a plain string. One too long for any block counts as INT_MAX, which no block can
-// have.
+// The length of a plain string. One too long for any block counts as INT_MAX.
 int Measure(const char* lpsz)
 {
     const size_t n = lpsz ? strlen(lpsz) : 0;
@@ -361,8 +360,7 @@ void String::CloseBuffer(int nNewLength)
 {
     MakeUnique();
     if (nNewLength < 0) {
-        // The writer may have run over the zero; the search ends with the block, and the check
-        // below sees it.
+        // The writer may have run over the zero: the search ends with the block, and the check sees it.
         const int nSize = GetAllocLength() + 1;
         const void* pEnd = memchr(m_pchData, '\0', static_cast<size_t>(nSize));
         nNewLength = pEnd ? static_cast<int>(static_cast<const char*>(pEnd) - m_pchData) : nSize;
@@ -603,8 +601,7 @@ int String::ReplaceText(const char* lpszOld, const char* lpszNew)
     const SInt64 nGrowth = static_cast<SInt64>(nReplacementLen - nSourceLen) * nCount;
     const int nNewLength = static_cast<int>(std::min<SInt64>(nOldLength + nGrowth, INT_MAX));
 
-    // Where the text is read from and, in front of it or elsewhere, written to: never over what is
-    // unread.
+    // The text is read from pSrc, which lies in another block or never before what is written.
     String old;
     const char* pSrc;
     if (IsShared()) {
@@ -743,8 +740,7 @@ void String::FormatArgs(const char* lpszFormat, va_list argList)
     va_end(args);
 
     if (estimate.lpchNarrowS != nullptr) {
-        // "%hS" takes narrow characters here, but wide ones in the C library, which would read past
-        // them.
+        // "%hS" takes narrow characters here; the C library would read wide ones, past their end.
         String narrow(lpszFormat);
         narrow.SetCharAt(static_cast<int>(estimate.lpchNarrowS - lpszFormat), 's');
         FormatArgs(narrow, argList);

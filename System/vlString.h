@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
-// vlString.h - String, a byte string whose characters are shared between copies until one is
-// written. A String is one pointer to zero-terminated characters; a StringData header stands in
-// front of them, in one heap block of exactly header + length + 1 bytes. Empty strings share one
-// static block. Unless said otherwise: lengths, indexes and results are counts of characters; a
-// null plain string is an empty one; arguments may point into the string itself; running out of
-// memory throws std::bad_alloc. Thread: one String belongs to one thread at a time; Strings that
-// share a block may live on several.
+// vlString.h - String, a byte string whose characters are shared between copies until one is written.
+// A String is one pointer to zero-terminated characters; a StringData header stands in front of them,
+// in one heap block of exactly header + length + 1 bytes. Empty strings share one static block.
+// Unless said otherwise: lengths, indexes and results are counts of characters; a null plain string
+// is an empty one; arguments may point into the string itself; no memory throws std::bad_alloc.
+// Thread: one String belongs to one thread at a time; Strings that share a block may live on several.
 #pragma once
 
 #include "System/vlAssert.h"
@@ -19,6 +18,8 @@
 #include <cstring>
 
 namespace Veltrano {
+
+using Bool32 = SInt32; // a truth value of 32 bits: 2 is true and stays 2
 
 bool gIsValidString(const char* lpsz);
 bool gIsValidAddress(const void* p, SInt32 n, bool write);
@@ -91,11 +92,10 @@ public:
     const char* GetString() const { return m_pchData; }
     StringData* GetData() const;
 
-    /// Gives room to write into: a private block, the present text in it.
-    ///   nMinBufLength  [in]  characters, without the zero; the block is never shorter than the
-    ///   text returns        at least nMinBufLength + 1 bytes, valid until the next change;
-    ///   CloseBuffer ends it example        char* p = s.OpenBuffer(10); strcpy(p, "xy");
-    ///   s.CloseBuffer(): length 2, capacity 10
+    /// Gives room to write into: a private block with the present text, never shorter than that.
+    ///   nMinBufLength  [in]  characters, without the zero
+    ///   returns        at least nMinBufLength + 1 bytes, until the next change; CloseBuffer ends it
+    ///   example        strcpy(s.OpenBuffer(10), "xy"); s.CloseBuffer(): length 2, capacity 10
     char* OpenBuffer(int nMinBufLength);
     /// Sets the length; -1 measures up to the first zero.
     void CloseBuffer(int nNewLength = -1);

@@ -13,3 +13,9 @@ if(VELTRANO_SANITIZE)
   add_compile_options(-fsanitize=${VELTRANO_SANITIZE} -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${VELTRANO_SANITIZE})
 endif()
+
+# Every reference of a shared object must be satisfied when it is linked. Not under clang's sanitizers, whose
+# run time comes with the program.
+if(NOT (VELTRANO_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang"))
+  set(VELTRANO_NO_UNDEFINED -Wl,-z,defs)
+endif()

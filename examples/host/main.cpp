@@ -278,8 +278,12 @@ Options ParseOptions(const QStringList& arguments)
 
 int main(int argc, char** argv)
 {
-    QApplication application(argc, argv);
-    const Options options = ParseOptions(application.arguments());
+    QStringList arguments; // before the toolkit takes its own, "--style" among them
+    for (int i = 0; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    int toolkitCount = 1;
+    const QApplication application(toolkitCount, argv);
+    const Options options = ParseOptions(arguments);
 
     Module module(options.modulePath);
     if (!module.IsLoaded()) {

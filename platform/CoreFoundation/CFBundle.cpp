@@ -299,6 +299,9 @@ CFURLRef CFBundleCopyResourceURL(CFBundleRef bundle,
                                  CFStringRef type,
                                  CFStringRef subFolder)
 {
+    if (bundle == nullptr || name == nullptr) {
+        return nullptr;
+    }
     try {
         std::string file;
         if (subFolder != nullptr && subFolder->nBytes > 0) {
@@ -324,6 +327,10 @@ CFURLRef CFBundleCopyResourceURL(CFBundleRef bundle,
 
 CFBundleRefNum CFBundleOpenBundleResourceMap(CFBundleRef bundle)
 {
+    if (bundle == nullptr) {
+        Resources_SetError(resFNotFound);
+        return kResFileNotOpened;
+    }
     try {
         std::vector<ResourceFile> files;
         OSErr error = resFNotFound;
@@ -356,6 +363,9 @@ void CFBundleCloseBundleResourceMap(CFBundleRef, CFBundleRefNum refNum)
 
 Boolean CFBundleLoadExecutable(CFBundleRef bundle)
 {
+    if (bundle == nullptr) {
+        return false;
+    }
     try {
         if (bundle->image != nullptr) {
             return true;
@@ -380,19 +390,20 @@ Boolean CFBundleLoadExecutable(CFBundleRef bundle)
 
 Boolean CFBundleIsExecutableLoaded(CFBundleRef bundle)
 {
-    return bundle->image != nullptr || !bundle->program.empty();
+    return bundle != nullptr && (bundle->image != nullptr || !bundle->program.empty());
 }
 
 void* CFBundleGetFunctionPointerForName(CFBundleRef bundle, CFStringRef name)
 {
-    const char* symbol = CFStringGetCStringPtr(name, kCFStringEncodingUTF8);
+    const char* symbol
+        = name != nullptr ? CFStringGetCStringPtr(name, kCFStringEncodingUTF8) : nullptr;
     return symbol != nullptr && CFBundleLoadExecutable(bundle) ? dlsym(bundle->image, symbol)
                                                                : nullptr;
 }
 
 void CFBundleUnloadExecutable(CFBundleRef bundle)
 {
-    if (void* image = std::exchange(bundle->image, nullptr)) {
+    if (void* image = bundle != nullptr ? std::exchange(bundle->image, nullptr) : nullptr) {
         dlclose(image); // the image's clean-ups run in here and may ask for this bundle
     }
 }

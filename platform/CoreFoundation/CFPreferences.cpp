@@ -311,7 +311,10 @@ static std::string MoveAside(const std::string& path)
     for (int n = 1; aside.empty() || lstat(aside.c_str(), &info) == 0; ++n) {
         aside = path + ".damaged-" + std::to_string(n);
     }
-    return rename(path.c_str(), aside.c_str()) == 0 ? aside : std::string();
+    if (rename(path.c_str(), aside.c_str()) != 0) {
+        aside.clear();
+    }
+    return aside; // moved, not copied: nothing may fail once the file has its new name
 }
 
 static bool Remove(const std::string& path)
@@ -408,13 +411,18 @@ void CFPreferencesSetValue(CFStringRef key,
             domain->isRefused = true;
             return;
         }
+        Ref<__CFDictionary*> changed;
         if (!IsChanged(*domain)) {
-            domain->values = Ref<__CFDictionary*>(new __CFDictionary(*domain->values.Get()));
+            changed = Ref<__CFDictionary*>(new __CFDictionary(*domain->values.Get()));
         }
+        __CFDictionary* values = changed ? changed.Get() : domain->values.Get();
         if (value != nullptr) {
-            domain->values->Set(key, copy.Get());
+            values->Set(key, copy.Get());
         } else {
-            domain->values->Remove(key);
+            values->Remove(key);
+        }
+        if (changed) {
+            domain->values = std::move(changed);
         }
     } catch (...) {
         if (domain != nullptr) {

@@ -57,7 +57,7 @@ template <typename Text> void Utf8_Append(Text& text, UInt32 code)
         return;
     }
     int nMore = code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
-    put((0xF00u >> nMore & 0xFF) | code >> (6 * nMore));
+    put((0xFF00u >> (nMore + 1) & 0xFF) | code >> (6 * nMore));
     for (int i = nMore - 1; i >= 0; --i) {
         put(0x80 | (code >> (6 * i) & 0x3F));
     }

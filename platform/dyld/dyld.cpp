@@ -104,18 +104,19 @@ static std::string ProgramName()
 }
 
 // The loader knows the folder that a relative name was bound to, wherever the process has gone since.
+// A name without a folder is the kernel's own image, which has no file.
 static std::string AbsoluteName(const mach_header* header, const std::string& name)
 {
     size_t slash = name.rfind('/');
     Dl_info info;
     link_map* map = nullptr;
     char folder[2 * PATH_MAX];
-    if (name.starts_with('/')
+    if (slash == std::string::npos || name.starts_with('/')
         || dladdr1(header, &info, reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) == 0
         || map == nullptr || dlinfo(map, RTLD_DI_ORIGIN, folder) != 0) {
         return name;
     }
-    return std::string(folder) + "/" + name.substr(slash == std::string::npos ? 0 : slash + 1);
+    return folder + name.substr(slash);
 }
 
 uint32_t _dyld_image_count(void)

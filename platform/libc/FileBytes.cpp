@@ -101,7 +101,7 @@ static int WriteTemporary(int fd, std::string_view bytes, mode_t mode, struct st
     return error;
 }
 
-// A descriptor of the folder that `path` stands in; -1 with errno.
+// A descriptor of the folder that `path` stands in; -1 with errno. Throws bad_alloc.
 static int OpenFolder(const std::string& path)
 {
     size_t slash = path.rfind('/');
@@ -109,45 +109,62 @@ static int OpenFolder(const std::string& path)
     return open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
 }
 
-static int FlushAndClose(int folder)
+int FileBytes_FlushFolder(const std::string& path) noexcept
 {
-    int error = fsync(folder) == 0 ? 0 : errno;
-    close(folder);
-    return error;
+    try {
+        int folder = OpenFolder(path);
+        if (folder < 0) {
+            return errno;
+        }
+        int error = fsync(folder) == 0 ? 0 : errno;
+        close(folder);
+        return error;
+    } catch (...) {
+        return ENOMEM;
+    }
 }
 
-int FileBytes_FlushFolder(const std::string& path)
+static int ReplaceIn(int folder,
+                     const char* temporary,
+                     const char* path,
+                     std::string_view bytes,
+                     mode_t mode,
+                     struct stat& info)
 {
-    int folder = OpenFolder(path);
-    return folder < 0 ? errno : FlushAndClose(folder);
+    int fd = open(temporary, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, mode);
+    if (fd < 0) {
+        return errno;
+    }
+    int error = WriteTemporary(fd, bytes, mode, info);
+    if (error == 0 && rename(temporary, path) != 0) {
+        error = errno;
+    }
+    if (error != 0) {
+        unlink(temporary);
+        return error;
+    }
+    return fsync(folder) == 0 ? 0 : errno;
 }
 
 int FileBytes_Replace(const std::string& path,
                       std::string_view bytes,
                       mode_t mode,
-                      struct stat* info)
+                      struct stat* info) noexcept
 {
-    std::string temporary = path + ".tmp";
-    int folder = OpenFolder(path); // first, so that little can fail once the name is taken over
-    if (folder < 0) {
-        return errno;
-    }
-    struct stat written = {};
-    int fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, mode);
-    int error = fd < 0 ? errno : WriteTemporary(fd, bytes, mode, written);
-    if (error == 0 && rename(temporary.c_str(), path.c_str()) != 0) {
-        error = errno;
-    }
-    if (error != 0) {
-        if (fd >= 0) {
-            unlink(temporary.c_str());
+    try {
+        std::string temporary = path + ".tmp";
+        int folder = OpenFolder(path); // first, so that little can fail once the name is taken over
+        if (folder < 0) {
+            return errno;
         }
+        struct stat written = {};
+        int error = ReplaceIn(folder, temporary.c_str(), path.c_str(), bytes, mode, written);
         close(folder);
+        if (error == 0 && info != nullptr) {
+            *info = written;
+        }
         return error;
+    } catch (...) {
+        return ENOMEM;
     }
-    error = FlushAndClose(folder);
-    if (error == 0 && info != nullptr) {
-        *info = written;
-    }
-    return error;
 }

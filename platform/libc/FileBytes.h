@@ -24,7 +24,7 @@ int FileBytes_Read(const char* path, size_t limit, std::string& bytes, struct st
 int FileBytes_Replace(const std::string& path,
                       std::string_view bytes,
                       mode_t mode,
-                      struct stat* info);
+                      struct stat* info) noexcept;
 
 /// Flushes the folder that `path` stands in, so that a new, renamed or removed name lasts.
-int FileBytes_FlushFolder(const std::string& path);
+int FileBytes_FlushFolder(const std::string& path) noexcept;

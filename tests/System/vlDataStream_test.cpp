@@ -2,8 +2,8 @@
 // vlDataStream_test.cpp - the text of each type, both ways, its lines, its end and its growth.
 
 #include "System/vlDataStream.h"
-#include "support/CountedNew.h"
-#include "support/TemporaryFolder.h"
+#include "tests/support/CountedNew.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <bit>
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 // vlModuleLog_test.cpp - opening, lines, the fallback to standard output, closing.
 
 #include "System/vlModuleLog.h"
-#include "support/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <ctime>
 #include <filesystem>
@@ -161,8 +161,7 @@ TEST_F(ModuleLogTest, TheStandardPlace)
     std::filesystem::remove(path);
 }
 
-// Lines of several processes stay whole, and every line whose call returned is in the file after a
-// kill.
+// Lines of several processes stay whole, and those whose call returned survive a kill.
 TEST_F(ModuleLogTest, LinesAreWholeBesideOthersAndAfterAKill)
 {
     const int nProcesses = 4;

@@ -2,8 +2,8 @@
 // vlString_test.cpp - sharing, block sizes, editing, formatting, and the text of every check.
 
 #include "System/vlString.h"
-#include "support/CountedNew.h"
-#include "support/StringChecks.h"
+#include "tests/support/CountedNew.h"
+#include "tests/support/StringChecks.h"
 
 #include <cmath>
 #include <functional>
@@ -422,8 +422,7 @@ TEST(String, FormatEstimatesItsBlock)
     EXPECT_EQ(Formatted("%.20f", -1.7976931348623157e308).GetLength(), 1 + 309 + 1 + 20);
 }
 
-// Where memory ends: an operation that gives its block up first leaves the string empty, others
-// unchanged.
+// An operation that gives its block up first leaves the string empty, others leave it unchanged.
 TEST(String, FailedAllocations)
 {
     const struct
@@ -535,8 +534,7 @@ TEST(StringDeathTest, EveryCheckReportsItsFileLineAndText)
     for (const auto& row : rows) {
         const std::string report = std::string("System/vlString.") + row.file + ":"
             + std::to_string(row.line) + ": failed assertion `" + row.text + "'\n";
-        // The report stands alone at the start of the line, so an absolute path would fail the
-        // match.
+        // The report stands at the start of the line, so an absolute path would fail the match.
         EXPECT_EXIT(row.call(), testing::KilledBySignal(SIGABRT), testing::StartsWith(report))
             << report;
     }

@@ -170,7 +170,6 @@ TEST_F(AboutBoxTest, CentresWithHalvesTowardsZero)
         { 100, 447, 444, 101 }, // 3 wider: 1 right of the parent's edge
         { 100, 441, 444, 99 }, // 3 narrower: 1 left of it
         { -50, 440, 444, -52 },
-        { 32000, 5000, 1000, static_cast<SInt16>(34000) },
     };
     for (const auto& row : rows) {
         gToolbox = ToolboxDouble();

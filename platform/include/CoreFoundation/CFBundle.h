@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // CFBundle.h - folders that hold code and resources: X.bundle/Contents/{Info.plist,MacOS,Resources}.
+// A null bundle is one without anything in it.
 // One object a folder: asking again for a folder gives the living object with one more reference.
 #pragma once
 

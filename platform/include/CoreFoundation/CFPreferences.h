@@ -4,6 +4,7 @@
 //   current user, current host   $XDG_CONFIG_HOME/preferences/ByHost/<application>.<machine id>.plist
 //   current user, any host       $XDG_CONFIG_HOME/preferences/<application>.plist
 //   any user,     current host   <first of $XDG_CONFIG_DIRS>/preferences/<application>.plist
+//   any user,     any host       <first of $XDG_CONFIG_DIRS>/preferences/Network/<application>.plist
 // An application identifier with a "/" has no location: every synchronize of it fails.
 #pragma once
 

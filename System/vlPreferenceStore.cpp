@@ -1,0 +1,452 @@
+// SPDX-License-Identifier: MIT
+// vlPreferenceStore.cpp - entry paths, property-list values and the lines about them.
+
+#include "System/vlPreferenceStore.h"
+
+#include "System/vlModuleLog.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace Veltrano {
+
+namespace {
+
+const char kGettingEntry[] = "%s Getting Entry '%@'\n"; // the object's text is shown
+
+void ReleaseIf(Bool32 release, CFTypeRef value)
+{
+    if (release && value != nullptr) {
+        CFRelease(value);
+    }
+}
+
+bool IsDictionary(CFTypeRef value)
+{
+    return value != nullptr && CFGetTypeID(value) == CFDictionaryGetTypeID();
+}
+
+int TypeOf(CFTypeRef value)
+{
+    return static_cast<int>(CFGetTypeID(value));
+}
+
+// A dictionary to change: a copy with room for one entry more, or a new one when the value is none.
+CFMutableDictionaryRef CreateDictionary(CFTypeRef value)
+{
+    if (IsDictionary(value)) {
+        const CFDictionaryRef dict = static_cast<CFDictionaryRef>(value);
+        return CFDictionaryCreateMutableCopy(kCFAllocatorDefault, CFDictionaryGetCount(dict) + 1,
+                                             dict);
+    }
+    return CFDictionaryCreateMutable(kCFAllocatorDefault, 1, &kCFTypeDictionaryKeyCallBacks,
+                                     &kCFTypeDictionaryValueCallBacks);
+}
+
+// Puts a dictionary to change in the place of what is there.
+// KEPT: its creation reference is not given back; the parent keeps it alive from then on. Leak checks
+// leave this function out, so it must stay a frame of its own.
+[[gnu::noinline]] CFMutableDictionaryRef AddInnerDictionary(CFMutableDictionaryRef parent,
+                                                            CFStringRef key)
+{
+    const void* entry = nullptr;
+    CFDictionaryGetValueIfPresent(parent, key, &entry);
+    const CFMutableDictionaryRef dict = CreateDictionary(entry);
+    if (dict != nullptr) {
+        CFDictionarySetValue(parent, key, dict);
+    }
+    return dict;
+}
+
+} // namespace
+
+// Life
+
+PreferenceStore::PreferenceStore(const char* application, Bool32 anyUser)
+    : m_application(nullptr)
+    , m_user(anyUser ? kCFPreferencesAnyUser : kCFPreferencesCurrentUser)
+    , m_valid(0)
+    , m_verbose(1)
+    , m_encoding(CFStringGetSystemEncoding())
+{
+    if (application != nullptr) {
+        Initialize(application, anyUser);
+    }
+}
+
+PreferenceStore::~PreferenceStore()
+{
+    ReleaseIf(1, m_application);
+}
+
+Bool32 PreferenceStore::Initialize(const char* application, Bool32 anyUser)
+{
+    if (application == nullptr) {
+        return 0;
+    }
+    LogPrintIf(m_verbose, "%s App '%s'\n", "Initialize:", application);
+    const CFStringRef name = GetEntryString(application);
+    if (name == nullptr) {
+        return 0;
+    }
+    ReleaseIf(1, m_application);
+    m_application = name;
+    m_user = anyUser ? kCFPreferencesAnyUser : kCFPreferencesCurrentUser;
+    m_valid = CFPreferencesSynchronize(m_application, m_user, kCFPreferencesCurrentHost) ? 1 : 0;
+    LogPrintIf(m_verbose, "%s Synchronizing %d\n", "Initialize:", m_valid);
+    return m_valid;
+}
+
+// Setters
+
+Bool32
+PreferenceStore::SetBinary(const char* entry, CFStringRef user, const void* bytes, SInt32 nLength)
+{
+    CFDataRef value = nullptr;
+    if (bytes != nullptr && nLength != 0) {
+        // The caller's bytes serve as they are: the service copies them.
+        value = CFDataCreateWithBytesNoCopy(kCFAllocatorDefault, static_cast<const UInt8*>(bytes),
+                                            nLength, kCFAllocatorNull);
+        if (value == nullptr) {
+            LogPrint("SetBinary: CFData NULL\n");
+            return 0;
+        }
+    }
+    return PutObject(entry, value, user, 1);
+}
+
+Bool32 PreferenceStore::SetString(const char* entry, CFStringRef user, const char* lpsz)
+{
+    CFStringRef value = nullptr;
+    if (lpsz != nullptr) {
+        value = CFStringCreateWithCString(kCFAllocatorDefault, lpsz, m_encoding);
+        if (value == nullptr) {
+            LogPrint("SetString: CFString NULL\n");
+            return 0;
+        }
+    }
+    return PutObject(entry, value, user, 1);
+}
+
+Bool32 PreferenceStore::SetInt(const char* entry, CFStringRef user, const SInt32* value)
+{
+    CFNumberRef number = nullptr;
+    if (value != nullptr) {
+        const SInt32 copy = *value;
+        number = CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt32Type, &copy);
+        if (number == nullptr) {
+            LogPrint("SetInt: CFNumber NULL\n");
+            return 0;
+        }
+    }
+    return PutObject(entry, number, user, 1);
+}
+
+Bool32 PreferenceStore::SetBool(const char* entry, CFStringRef user, const Bool32* value)
+{
+    CFBooleanRef boolean = nullptr;
+    if (value != nullptr) {
+        boolean = *value != 0 ? kCFBooleanTrue : kCFBooleanFalse;
+    }
+    return PutObject(entry, boolean, user, 0);
+}
+
+// Puts a value, which may be null, at an entry path; with `release` set it is released on every path.
+Bool32
+PreferenceStore::PutObject(const char* entry, CFTypeRef value, CFStringRef user, Bool32 release)
+{
+    if (!m_valid || entry == nullptr) {
+        LogPrint("%s Not initialized or invalid Entry (%p).\n",
+                 "PutObject:", static_cast<const void*>(entry));
+        ReleaseIf(release, value);
+        return 0;
+    }
+    String text(entry);
+    char* path = text.OpenBuffer(0);
+    char* slash = strchr(path, '/');
+    LogPrintIf(m_verbose, "%s Setting Entry '%s'\n", "PutObject:", path);
+    if (slash != nullptr) {
+        *slash = '\0';
+    }
+    const CFStringRef key = GetEntryString(path);
+    if (key == nullptr) {
+        ReleaseIf(release, value);
+        return 0;
+    }
+    if (slash == nullptr) {
+        return SetSynchronizeProperty(key, value, user, release);
+    }
+
+    const CFTypeRef top
+        = CFPreferencesCopyValue(key, m_application, user, kCFPreferencesCurrentHost);
+    const CFMutableDictionaryRef dict
+        = CreateDictionary(top); // anything else at the top is replaced
+    ReleaseIf(1, top);
+    if (dict == nullptr || !SetDictEntryValue(m_verbose, dict, slash + 1, value, this)) {
+        LogPrint("%s Out of memory.", "PutObject:"); // KEPT: no line end
+        ReleaseIf(1, dict);
+        CFRelease(key);
+        ReleaseIf(release, value);
+        return 0;
+    }
+    ReleaseIf(release, value);
+    return SetSynchronizeProperty(key, dict, user, 1);
+}
+
+// Sets or, with a null value, removes a top-level key and writes the domain. Releases the key.
+Bool32 PreferenceStore::SetSynchronizeProperty(CFStringRef key,
+                                               CFTypeRef value,
+                                               CFStringRef user,
+                                               Bool32 release)
+{
+    CFPreferencesSetValue(key, value, m_application, user, kCFPreferencesCurrentHost);
+    CFRelease(key);
+    ReleaseIf(release, value);
+    const Bool32 ok
+        = CFPreferencesSynchronize(m_application, user, kCFPreferencesCurrentHost) ? 1 : 0;
+    LogPrintIf(m_verbose, "%s Synchronizing %d\n", "SetSynchronizeProperty:", ok);
+    return ok;
+}
+
+// Puts a value below a dictionary, level by level; the path is cut in place.
+// KEPT: the lines carry the getter's name.
+Bool32 PreferenceStore::SetDictEntryValue(Bool32 verbose,
+                                          CFMutableDictionaryRef dict,
+                                          char* path,
+                                          CFTypeRef value,
+                                          PreferenceStore* store)
+{
+    for (;;) {
+        if (dict == nullptr) {
+            LogPrint("%s NULL Dictionary given.\n", "GetDictEntryValue:");
+            return 0;
+        }
+        char* slash = strchr(path, '/');
+        LogPrintIf(verbose, "%s Setting Entry '%s'\n", "GetDictEntryValue:", path);
+        if (slash != nullptr) {
+            *slash = '\0';
+        }
+        const CFStringRef key = store->GetEntryString(path);
+        if (key == nullptr) {
+            return 0;
+        }
+        if (slash == nullptr) {
+            if (value != nullptr) {
+                CFDictionarySetValue(dict, key, value);
+            }
+            CFRelease(key);
+            return value != nullptr ? 1 : 0;
+        }
+        dict = AddInnerDictionary(dict, key);
+        CFRelease(key);
+        if (dict == nullptr) {
+            return 0;
+        }
+        path = slash + 1;
+    }
+}
+
+// Getters
+
+CFTypeRef PreferenceStore::GetObjectOfType(const char* entry, CFTypeID type, CFStringRef user)
+{
+    if (!m_valid || entry == nullptr) {
+        LogPrint("%s Not initialized or invalid Entry (%p).\n",
+                 "GetObjectOfType:", static_cast<const void*>(entry));
+        return nullptr;
+    }
+    const CFStringRef key = GetEntryKey(entry);
+    if (key == nullptr) {
+        return nullptr;
+    }
+    TraceEntry(m_verbose, "GetObjectOfType:", key);
+    const CFTypeRef value
+        = CFPreferencesCopyValue(key, m_application, user, kCFPreferencesCurrentHost);
+    CFRelease(key);
+    if (value == nullptr) {
+        return nullptr;
+    }
+    LogPrintIf(m_verbose, "%s Found CFType %p ID %d\n", "GetObjectOfType:", value, TypeOf(value));
+    const char* rest = NextEntry(entry);
+    if (rest == nullptr && CFGetTypeID(value) == type) {
+        return value;
+    }
+    CFTypeRef result = nullptr;
+    if (rest != nullptr && IsDictionary(value)) {
+        LogPrintIf(m_verbose, "%s Entering Dictionary %p\n", "GetObjectOfType:", value);
+        if (*rest != '\0') {
+            // KEPT: the first character of the second component is passed over, here only.
+            result
+                = GetDictEntryValue(m_verbose, static_cast<CFDictionaryRef>(value), rest + 1, this);
+        }
+    }
+    CFRelease(value);
+    return result;
+}
+
+// The value below a dictionary, one reference; null when the path is null or leads nowhere.
+CFTypeRef PreferenceStore::GetDictEntryValue(Bool32 verbose,
+                                             CFDictionaryRef dict,
+                                             const char* path,
+                                             PreferenceStore* store)
+{
+    const char* const operation = "GetDictEntryValue:";
+    if (dict == nullptr) {
+        LogPrint("%s NULL Dictionary given.\n", operation);
+        return nullptr;
+    }
+    if (path == nullptr) {
+        LogPrint("%s Attempt to get Dictionary as value\n", operation);
+        return nullptr;
+    }
+    const CFStringRef key = store->GetEntryKey(path);
+    if (key == nullptr) {
+        return nullptr;
+    }
+    store->TraceEntry(verbose, operation, key);
+    CFTypeRef result = nullptr;
+    if (CFDictionaryGetValueIfPresent(dict, key, &result) && result != nullptr) {
+        LogPrintIf(verbose, "%s Found CFType %p ID %d\n", operation, result, TypeOf(result));
+        CFRetain(result);
+        if (IsDictionary(result)) {
+            LogPrintIf(verbose, "%s Entering Dictionary %p\n", operation, result);
+            const CFTypeRef entry = result;
+            result = GetDictEntryValue(verbose, static_cast<CFDictionaryRef>(entry),
+                                       NextEntry(path), store);
+            CFRelease(entry);
+        }
+    }
+    CFRelease(key);
+    if (result != nullptr) {
+        LogPrintIf(verbose, "%s Returning CFType %p ID %d\n", operation, result, TypeOf(result));
+    } else {
+        LogPrint("%s Returning NULL CFType\n", operation);
+    }
+    return result;
+}
+
+// An object that is of the type wherever it was found.
+CFTypeRef PreferenceStore::GetTypedObject(const char* entry, CFTypeID type, CFStringRef user)
+{
+    const CFTypeRef value = GetObjectOfType(entry, type, user);
+    if (value != nullptr && CFGetTypeID(value) != type) {
+        CFRelease(value);
+        return nullptr;
+    }
+    return value;
+}
+
+Bool32 PreferenceStore::GetBinary(const char* entry, CFStringRef user, void* buffer, UInt32* size)
+{
+    const auto data = static_cast<CFDataRef>(GetTypedObject(entry, CFDataGetTypeID(), user));
+    if (data == nullptr) {
+        return 0;
+    }
+    const UInt32 nLength = static_cast<UInt32>(CFDataGetLength(data));
+    const UInt32 nCapacity = size != nullptr ? *size : 0;
+    const bool bFits = buffer != nullptr && size != nullptr && nLength <= nCapacity;
+    if (size != nullptr) {
+        *size = nLength;
+    }
+    if (bFits) {
+        std::copy_n(CFDataGetBytePtr(data), nLength, static_cast<UInt8*>(buffer));
+        LogPrintIf(m_verbose, "%s %d bytes copied\n", "GetBinary:", static_cast<int>(nLength));
+    } else {
+        LogPrint("%s buffer null or overflow (%d > %d)\n", "GetBinary:", static_cast<int>(nLength),
+                 static_cast<int>(nCapacity));
+    }
+    CFRelease(data);
+    return bFits ? 1 : 0;
+}
+
+String PreferenceStore::GetString(const char* entry, CFStringRef user, const char* lpszDefault)
+{
+    String result(lpszDefault);
+    const auto string = static_cast<CFStringRef>(GetTypedObject(entry, CFStringGetTypeID(), user));
+    if (string != nullptr) {
+        const CFIndex nLength = CFStringGetLength(string);
+        if (const char* lpsz = CFStringGetCStringPtr(string, m_encoding)) {
+            result = lpsz;
+        } else if (nLength > 0) {
+            // KEPT: the length counts the zero.
+            char* buffer = result.OpenBufferWithLength(static_cast<int>(nLength) + 1);
+            if (!CFStringGetCString(string, buffer, nLength + 1, m_encoding)) {
+                result = lpszDefault; // not to be had in this encoding
+            }
+        }
+        CFRelease(string);
+    }
+    LogPrintIf(m_verbose, "GetString: result '%s'\n", result.GetString());
+    return result;
+}
+
+Bool32 PreferenceStore::GetBool(const char* entry, CFStringRef user, Bool32 bDefault)
+{
+    Bool32 result = bDefault;
+    const auto boolean
+        = static_cast<CFBooleanRef>(GetTypedObject(entry, CFBooleanGetTypeID(), user));
+    if (boolean != nullptr) {
+        result = CFBooleanGetValue(boolean) ? 1 : 0;
+        CFRelease(boolean);
+    }
+    LogPrintIf(m_verbose, "GetBool: result '%s'\n", result ? "Yes" : "No");
+    return result;
+}
+
+SInt32 PreferenceStore::GetInt(const char* entry, CFStringRef user, SInt32 nDefault)
+{
+    SInt32 result = nDefault;
+    const auto number = static_cast<CFNumberRef>(GetTypedObject(entry, CFNumberGetTypeID(), user));
+    if (number != nullptr) {
+        CFNumberGetValue(number, kCFNumberSInt32Type, &result);
+        CFRelease(number);
+    }
+    LogPrintIf(m_verbose, "GetInt: result %d\n", result);
+    return result;
+}
+
+// Entry paths
+
+// A plain string as an object, one reference; null when it is no text in the encoding.
+CFStringRef PreferenceStore::GetEntryString(const char* text)
+{
+    const CFStringRef string = CFStringCreateWithCString(kCFAllocatorDefault, text, m_encoding);
+    if (string == nullptr) {
+        LogPrint("%s CFString NULL\n", "GetEntryString:");
+    }
+    return string;
+}
+
+// The first component.
+CFStringRef PreferenceStore::GetEntryKey(const char* entry)
+{
+    const String path(entry);
+    const int nSlash = path.FindChar('/');
+    return GetEntryString(nSlash < 0 ? path : path.Head(nSlash));
+}
+
+// What follows the first "/"; null when there is none.
+const char* PreferenceStore::NextEntry(const char* path)
+{
+    const char* slash = strchr(path, '/');
+    return slash != nullptr ? slash + 1 : nullptr;
+}
+
+void PreferenceStore::TraceEntry(Bool32 verbose, const char* operation, CFStringRef key)
+{
+    if (!verbose || moduleLog_.fd == -1) {
+        return;
+    }
+    char format[sizeof(kGettingEntry)];
+    memcpy(format, kGettingEntry, sizeof(format));
+    *strchr(format, '@') = 's';
+    char buffer[260] = "";
+    const char* text = CFStringGetCStringPtr(key, m_encoding);
+    if (text == nullptr) {
+        CFStringGetCString(key, buffer, sizeof(buffer), m_encoding);
+        text = buffer;
+    }
+    LogPrintIf(verbose, format, operation, text);
+}
+
+} // namespace Veltrano

@@ -1,0 +1,407 @@
+// SPDX-License-Identifier: MIT
+// vlProfileFile.cpp - loading, looking up, changing and writing the lines of a profile.
+
+#include "System/vlProfileFile.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <new>
+
+namespace Veltrano {
+
+namespace {
+
+const size_t kMaxPiece = 1022; // what fgets puts in a buffer of 1,023 characters
+
+bool IsGiven(const char* lpsz)
+{
+    return lpsz != nullptr && *lpsz != '\0';
+}
+
+std::string_view TextOf(const String& string)
+{
+    return { string.GetString(), static_cast<size_t>(string.GetLength()) };
+}
+
+String MakeString(std::string_view text)
+{
+    return String(text.data(), static_cast<int>(text.size()));
+}
+
+std::string_view TrimEnd(std::string_view text, const char* lpszTargets)
+{
+    return text.substr(0, text.find_last_not_of(lpszTargets) + 1);
+}
+
+std::string_view Trim(std::string_view text)
+{
+    const char* const lpszSpace = " \t\n\v\f\r";
+    text.remove_prefix(std::min(text.find_first_not_of(lpszSpace), text.size()));
+    return TrimEnd(text, lpszSpace);
+}
+
+// Reads a stream to its end. A line of more than 1,022 characters arrives in several pieces.
+//   returns  false after a read error
+bool Load(FILE* file, ProfileLineList& lines)
+{
+    char buffer[65536];
+    size_t nKept = 0; // the start of a piece whose end is not read yet
+    for (bool bEnd = false; !bEnd;) {
+        const size_t nWanted = sizeof(buffer) - nKept;
+        const size_t nRead = fread(buffer + nKept, 1, nWanted, file);
+        bEnd = nRead < nWanted;
+        std::string_view rest(buffer, nKept + nRead);
+        while (!rest.empty()) {
+            const std::string_view most = rest.substr(0, kMaxPiece);
+            const size_t nLineFeed = most.find('\n');
+            if (nLineFeed == most.npos && most.size() < kMaxPiece && !bEnd) {
+                break;
+            }
+            const std::string_view piece = most.substr(0, std::min(nLineFeed, kMaxPiece - 1) + 1);
+            lines.Append(MakeString(TrimEnd(piece, "\r\n")));
+            rest.remove_prefix(piece.size());
+        }
+        nKept = rest.size();
+        memmove(buffer, rest.data(), nKept);
+    }
+    return !ferror(file) || errno == EBADF; // a stream opened for writing only has no lines
+}
+
+} // namespace
+
+// ProfileLineList
+
+ProfileLineList::~ProfileLineList()
+{
+    Clear();
+}
+
+void ProfileLineList::Append(const String& text)
+{
+    InsertBefore(nullptr, text);
+}
+
+void ProfileLineList::RemoveHead()
+{
+    Remove(head);
+}
+
+void ProfileLineList::InsertBefore(ProfileLine* pPosition, const String& text)
+{
+    ProfileLine* pPrevious = pPosition ? pPosition->previous : tail;
+    ProfileLine* pLine = new ProfileLine { pPosition, pPrevious, text };
+    (pPrevious ? pPrevious->next : head) = pLine;
+    (pPosition ? pPosition->previous : tail) = pLine;
+}
+
+void ProfileLineList::Remove(ProfileLine* pLine)
+{
+    if (pLine != nullptr) {
+        (pLine->previous ? pLine->previous->next : head) = pLine->next;
+        (pLine->next ? pLine->next->previous : tail) = pLine->previous;
+        delete pLine;
+    }
+}
+
+void ProfileLineList::Clear()
+{
+    while (head != nullptr) {
+        RemoveHead();
+    }
+}
+
+int ProfileLineList::GetCount() const
+{
+    int nCount = 0;
+    for (const ProfileLine* p = head; p != nullptr; p = p->next) {
+        ++nCount;
+    }
+    return nCount;
+}
+
+void ProfileLineList::Join(ProfileLineList& other)
+{
+    if (other.head != nullptr) {
+        other.head->previous = tail;
+        (tail ? tail->next : head) = other.head;
+        tail = other.tail;
+        other.head = nullptr;
+        other.tail = nullptr;
+    }
+}
+
+// Opening and closing
+
+ProfileFile::~ProfileFile()
+{
+    Close();
+}
+
+Bool32 ProfileFile::Open(const char* path, const char* mode)
+{
+    Close();
+    if (path != nullptr) {
+        m_path = path;
+    }
+    std::unique_ptr<FILE, int (*)(FILE*)> file(mode ? fopen(m_path, mode) : nullptr, fclose);
+    if (!file) {
+        return 0;
+    }
+    rewind(file.get());
+    ProfileLineList lines;
+    if (!Load(file.get(), lines)) {
+        return 0; // what was not read could not be written back
+    }
+    m_lines.Join(lines);
+    m_file = file.release();
+    return 1;
+}
+
+void ProfileFile::Close()
+{
+    if (m_file == nullptr) {
+        return;
+    }
+    if (m_dirty) {
+        if (m_lines.head != nullptr) {
+            Write();
+        }
+        m_dirty = 0;
+    }
+    m_lines.Clear();
+    fclose(m_file);
+    m_file = nullptr;
+}
+
+// The text is complete before the file is emptied, and written at once.
+void ProfileFile::Write()
+{
+    size_t nSize = 0;
+    for (const ProfileLine* p = m_lines.head; p != nullptr; p = p->next) {
+        nSize += TextOf(p->text).size() + 1;
+    }
+    std::unique_ptr<char[]> text(new (std::nothrow) char[nSize]);
+    // When this fails the stream is closed already, but its object stays for the caller's fclose.
+    if (freopen(m_path, "w", m_file) == nullptr) {
+        return;
+    }
+    char* pEnd = text.get();
+    for (const ProfileLine* p = m_lines.head; p != nullptr; p = p->next) {
+        const std::string_view line = TextOf(p->text);
+        if (text) {
+            pEnd = std::copy(line.begin(), line.end(), pEnd);
+            *pEnd++ = '\n';
+        } else { // no memory for the whole: line by line
+            fwrite(line.data(), 1, line.size(), m_file);
+            fputc('\n', m_file);
+        }
+    }
+    fwrite(text.get(), 1, static_cast<size_t>(pEnd - text.get()), m_file);
+}
+
+// Kinds of lines
+
+bool ProfileFile::ParseHeader(const String& line, std::string_view& name)
+{
+    const std::string_view text = TextOf(line);
+    const size_t nOpen = text.find('[');
+    if (text.size() <= 1 || nOpen == text.npos) {
+        return false;
+    }
+    const size_t nClose = text.find(']', nOpen);
+    if (nClose == text.npos) {
+        return false;
+    }
+    name = text.substr(nOpen + 1, nClose - nOpen - 1);
+    return true;
+}
+
+bool ProfileFile::ParseLine(const String& line, std::string_view& key, std::string_view& value)
+{
+    const std::string_view text = TextOf(line);
+    const size_t nEquals = text.find('=');
+    if (nEquals == text.npos) {
+        return false;
+    }
+    key = Trim(text.substr(0, nEquals));
+    value = Trim(text.substr(nEquals + 1));
+    return !key.empty();
+}
+
+// Moves the position to the next header of that, or of any, name; to null when there is none.
+bool ProfileFile::FindSection(ProfileLine*& pPosition,
+                              std::string_view& name,
+                              const char* lpszWanted) const
+{
+    while (pPosition != nullptr
+           && !(ParseHeader(pPosition->text, name) && (!lpszWanted || name == lpszWanted))) {
+        pPosition = pPosition->next;
+    }
+    return pPosition != nullptr;
+}
+
+// The header of a section: the first one, when several carry the name. Null when there is none.
+ProfileLine* ProfileFile::GetSection(const char* lpszSection) const
+{
+    ProfileLine* pPosition = m_lines.head;
+    std::string_view name;
+    FindSection(pPosition, name, lpszSection);
+    return pPosition;
+}
+
+// The line behind, unless the section ends there.
+ProfileLine* ProfileFile::GetNextInSection(ProfileLine* pLine) const
+{
+    std::string_view name;
+    return pLine->next && !ParseHeader(pLine->next->text, name) ? pLine->next : nullptr;
+}
+
+void ProfileFile::AppendHeader(const char* lpszSection)
+{
+    m_lines.Append('[' + String(lpszSection) + ']');
+    m_dirty = 1;
+}
+
+// Entries
+
+Bool32 ProfileFile::GetValue(const char* section, const char* key, String& value)
+{
+    const String before(value); // section and key may lie in it
+    value.Clear();
+    if (!IsGiven(section) || !IsGiven(key)) {
+        return 0;
+    }
+    ProfileLine* p = GetSection(section);
+    while (p != nullptr && (p = GetNextInSection(p)) != nullptr) {
+        std::string_view found;
+        std::string_view text;
+        if (ParseLine(p->text, found, text) && found == key) {
+            value = MakeString(text);
+            return 1;
+        }
+    }
+    return 0;
+}
+
+void ProfileFile::SetValue(const char* section, const char* key, const String& value)
+{
+    if (!IsGiven(section) || !IsGiven(key)) {
+        return;
+    }
+    const String text = String(key) + '=' + value;
+    ProfileLine* p = GetSection(section);
+    if (p == nullptr) {
+        if (value.IsEmpty()) {
+            return;
+        }
+        AppendHeader(section);
+    }
+    while (p != nullptr && (p = GetNextInSection(p)) != nullptr) {
+        std::string_view found;
+        std::string_view old;
+        if (ParseLine(p->text, found, old) && found == key) {
+            if (value.IsEmpty()) {
+                m_lines.Remove(p);
+            } else {
+                p->text = text;
+            }
+            m_dirty = 1;
+            return;
+        }
+    }
+    // KEPT: at the end of the file and not of the section, and even when the value is empty.
+    m_lines.Append(text);
+    m_dirty = 1;
+}
+
+void ProfileFile::AddLine(const char* section, const char* line)
+{
+    if (!IsGiven(section)) {
+        return;
+    }
+    ProfileLine* pLast = GetSection(section);
+    if (pLast == nullptr) {
+        AppendHeader(section);
+        pLast = m_lines.tail;
+    }
+    if (!IsGiven(line)) {
+        return;
+    }
+    while (ProfileLine* p = GetNextInSection(pLast)) {
+        if (p->text == line) {
+            return;
+        }
+        pLast = p;
+    }
+    m_lines.InsertBefore(pLast->next, line);
+    m_dirty = 1;
+}
+
+void ProfileFile::RemoveLine(const char* section, const char* line)
+{
+    if (!IsGiven(section)) {
+        return;
+    }
+    ProfileLine* p = GetSection(section);
+    if (p == nullptr) {
+        AppendHeader(section); // KEPT: removing from a missing section makes it
+        return;
+    }
+    while (IsGiven(line) && (p = GetNextInSection(p)) != nullptr) {
+        if (p->text == line) {
+            m_lines.Remove(p);
+            m_dirty = 1;
+            return;
+        }
+    }
+}
+
+// Enumerations
+
+int ProfileFile::GetSections(ProfileLineList& names)
+{
+    names.Clear();
+    std::string_view name;
+    for (ProfileLine* p = m_lines.head; FindSection(p, name, nullptr); p = p->next) {
+        names.Append(MakeString(name));
+    }
+    return names.GetCount();
+}
+
+int ProfileFile::GetKeys(ProfileLineList& keys, const char* section)
+{
+    const String wanted(section); // may lie in the list
+    keys.Clear();
+    if (wanted.IsEmpty()) {
+        return 0;
+    }
+    // KEPT: the header too may hold a key.
+    for (ProfileLine* p = GetSection(wanted); p != nullptr; p = GetNextInSection(p)) {
+        std::string_view key;
+        std::string_view value;
+        if (ParseLine(p->text, key, value)) {
+            keys.Append(MakeString(key));
+        }
+    }
+    return keys.GetCount();
+}
+
+int ProfileFile::GetLines(ProfileLineList& lines, const char* section)
+{
+    const String wanted(section); // may lie in the list
+    lines.Clear();
+    if (wanted.IsEmpty()) {
+        return 0;
+    }
+    ProfileLine* p = GetSection(wanted);
+    while (p != nullptr && (p = p->next) != nullptr) { // KEPT: beyond the section's end
+        const std::string_view text = Trim(TextOf(p->text));
+        if (!text.empty()) {
+            lines.Append(MakeString(text));
+        }
+    }
+    return lines.GetCount();
+}
+
+} // namespace Veltrano

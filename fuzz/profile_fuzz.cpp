@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+// profile_fuzz.cpp - any text as a profile: what is listed can be asked for, and an edit leaves the other
+// lines as they were.
+#include "System/vlProfileFile.h"
+#include "fuzz/MemoryFile.h"
+
+#include <cstdlib>
+#include <sstream>
+#include <vector>
+
+using namespace Veltrano;
+
+namespace {
+
+void Require(bool condition)
+{
+    if (!condition)
+        abort();
+}
+
+/// The lines as the profile has them: without their ends, pieces of 1022.
+std::vector<std::string> LinesOf(const ProfileFile& file)
+{
+    std::vector<std::string> lines;
+    for (const ProfileLine* p = file.m_lines.head; p != nullptr; p = p->next)
+        lines.emplace_back(p->text.GetString());
+    return lines;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    const MemoryFile input(data, size);
+    ProfileFile file;
+    Require(file.Open(input.Path(), "r+") != 0);
+    const std::vector<std::string> before = LinesOf(file);
+
+    ProfileLineList sections;
+    file.GetSections(sections);
+    int budget = 8;
+    for (const ProfileLine* s = sections.head; s != nullptr && budget-- > 0; s = s->next) {
+        ProfileLineList keys;
+        file.GetKeys(keys, s->text);
+        ProfileLineList lines;
+        file.GetLines(lines, s->text);
+        for (const ProfileLine* k = keys.head; k != nullptr; k = k->next) {
+            String value;
+            file.GetValue(s->text, k->text, value);
+        }
+    }
+    file.AddLine("fuzz section", "a new line");
+    file.SetValue("fuzz section", "key", "value");
+    file.Close();
+
+    std::istringstream after(input.Contents());
+    for (const std::string& line : before) {
+        std::string kept;
+        Require(static_cast<bool>(std::getline(after, kept)));
+        Require(kept == line);
+    }
+    return 0;
+}

@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: MIT
+// Resources_test.cpp - the chain of resource files, handles, and damaged files.
+#include "Resources/ResourceFile.h"
+#include "tests/support/Foundation.h"
+
+#include <CoreServices/CoreServices.h>
+
+#include <random>
+
+static std::vector<uint8_t> Bytes(const std::string& text)
+{
+    return { text.begin(), text.end() };
+}
+
+static std::string FileText(const ResourceFile& file)
+{
+    auto bytes = file.Serialize();
+    return bytes ? std::string(bytes->begin(), bytes->end()) : "";
+}
+
+// Opens a file with one resource; the number, or -1.
+static SInt16 Open(const std::string& path, OSErr expected = noErr)
+{
+    FSRef ref;
+    SInt16 number = 99;
+    EXPECT_EQ(noErr, FSPathMakeRef(reinterpret_cast<const UInt8*>(path.c_str()), &ref, nullptr));
+    EXPECT_EQ(expected, FSOpenResourceFile(&ref, 0, nullptr, 1, &number));
+    EXPECT_EQ(expected, ResError());
+    return number;
+}
+
+static std::string Get(ResType type, SInt16 id)
+{
+    Handle handle = GetResource(type, id);
+    return handle != nullptr ? std::string(*handle, static_cast<size_t>(GetHandleSize(handle)))
+                             : "(none)";
+}
+
+TEST(Resources, SearchesFromTheCurrentFileDownTheChain)
+{
+    TemporaryFolder folder;
+    for (const char* name : { "old", "new" }) {
+        ResourceFile file;
+        file.Set({ 'TEXT', 1, 0, "", Bytes(std::string("from ") + name) });
+        file.Set({ 'only', name[0], 0, "", Bytes("") });
+        WriteFile(folder.Path(name), FileText(file));
+    }
+    EXPECT_EQ(kSystemResFile, CurResFile());
+    SInt16 older = Open(folder.Path("old"));
+    SInt16 newer = Open(folder.Path("new"));
+    SInt16 again = Open(folder.Path("new"));
+    EXPECT_TRUE(older > 0 && newer > older && again > newer);
+    CloseResFile(again);
+    EXPECT_EQ(newer, CurResFile()) << "the next older file becomes current";
+
+    EXPECT_EQ("from new", Get('TEXT', 1));
+    EXPECT_EQ("", Get('only', 'o')) << "found further down, empty";
+    UseResFile(older);
+    EXPECT_EQ("from old", Get('TEXT', 1));
+    EXPECT_EQ("(none)", Get('only', 'n')) << "newer than the current file";
+    EXPECT_EQ(resNotFound, ResError());
+    UseResFile(77);
+    EXPECT_EQ(resFNotFound, ResError());
+    EXPECT_EQ(older, CurResFile());
+    UseResFile(kSystemResFile);
+    EXPECT_EQ("(none)", Get('TEXT', 1));
+    CloseResFile(newer);
+    EXPECT_EQ(kSystemResFile, CurResFile()) << "another file closed";
+    CloseResFile(newer);
+    EXPECT_EQ(resFNotFound, ResError());
+    CloseResFile(older);
+    CloseResFile(kSystemResFile);
+    EXPECT_EQ(noErr, ResError());
+}
+
+TEST(Resources, GivesOneHandleUntilItIsReleased)
+{
+    TemporaryFolder folder;
+    ResourceFile file;
+    file.Set({ 'TEXT', -5, 0, "name", Bytes("data") });
+    WriteFile(folder.Path("f"), FileText(file));
+    SInt16 number = Open(folder.Path("f"));
+    Handle handle = GetResource('TEXT', -5);
+    ASSERT_NE(nullptr, handle);
+    EXPECT_EQ(handle, GetResource('TEXT', -5));
+    EXPECT_EQ(4, GetHandleSize(handle));
+    ReleaseResource(handle);
+    EXPECT_EQ(noErr, ResError());
+    EXPECT_EQ(0, GetHandleSize(handle));
+    for (Handle none : { handle, Handle(nullptr) }) {
+        ReleaseResource(none);
+        EXPECT_EQ(resNotFound, ResError());
+    }
+    EXPECT_EQ("data", Get('TEXT', -5)) << "loaded anew";
+    handle = GetResource('TEXT', -5);
+    CloseResFile(number);
+    EXPECT_EQ(0, GetHandleSize(handle)) << "ends with its file";
+}
+
+TEST(Resources, RefusesWhatIsNoResourceFile)
+{
+    TemporaryFolder folder;
+    WriteFile(folder.Path("junk"), std::string(300, 'x'));
+    EXPECT_EQ(kResFileNotOpened, Open(folder.Path("junk"), mapReadErr));
+    EXPECT_EQ(kSystemResFile, CurResFile());
+}
+
+TEST(ResourceFile, DamagedBytesAreReadOrRefused)
+{
+    ResourceFile file;
+    for (int16_t id = 0; id < 20; ++id) {
+        file.Set({ ResType(id % 2 ? 'PICT' : 'STR '), id, 0x20, "n" + std::to_string(id),
+                   Bytes("0123456789") });
+    }
+    const std::string good = FileText(file);
+    std::mt19937 random(1);
+    int nRead = 0;
+    for (int i = 0; i < 5000; ++i) {
+        std::string bad = good.substr(0, i % 3 ? good.size() : random() % good.size());
+        for (unsigned k = 0; k < 1 + random() % 3 && !bad.empty(); ++k) {
+            size_t at = random() % 2
+                ? random() % bad.size()
+                : bad.size() - 1 - random() % std::min<size_t>(bad.size(), 400);
+            bad[at] = static_cast<char>(random());
+        }
+        std::vector<uint8_t> bytes = Bytes(bad); // exact size: a checker sees every read beyond it
+        auto parsed = ResourceFile::Parse(bytes.data(), bytes.size());
+        nRead += parsed.has_value();
+    }
+    EXPECT_GT(nRead, 0);
+    EXPECT_LT(nRead, 5000);
+}

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+// Foundation.h - short hands for tests that use Core Foundation, and a home of their own.
+#pragma once
+
+#include "tests/support/TemporaryFolder.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+
+struct ReleaseObject
+{
+    void operator()(const void* object) const { CFRelease(object); }
+};
+
+/// Owns one reference.
+template <typename Pointer>
+using Owned = std::unique_ptr<std::remove_pointer_t<Pointer>, ReleaseObject>;
+
+template <typename Pointer> Owned<Pointer> Own(Pointer object)
+{
+    return Owned<Pointer>(object);
+}
+
+inline Owned<CFStringRef> Str(const std::string& text)
+{
+    return Own(CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingUTF8));
+}
+
+inline Owned<CFNumberRef> Int(SInt64 value)
+{
+    return Own(CFNumberCreate(nullptr, kCFNumberSInt64Type, &value));
+}
+
+inline Owned<CFMutableDictionaryRef> Dict()
+{
+    return Own(CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
+                                         &kCFTypeDictionaryValueCallBacks));
+}
+
+inline std::string TextOf(CFTypeRef object)
+{
+    if (object == nullptr || CFGetTypeID(object) != CFStringGetTypeID()) {
+        return "(no text)";
+    }
+    std::string text(4096, 0);
+    EXPECT_TRUE(CFStringGetCString(static_cast<CFStringRef>(object), text.data(), 4096,
+                                   kCFStringEncodingUTF8));
+    return text.c_str();
+}
+
+inline std::string PathOf(CFURLRef url)
+{
+    UInt8 path[4096] = "";
+    bool isDone = url != nullptr && CFURLGetFileSystemRepresentation(url, true, path, sizeof(path));
+    return isDone ? reinterpret_cast<const char*>(path) : "(no path)";
+}
+
+inline Owned<CFURLRef> FolderURL(const std::string& path)
+{
+    return Own(CFURLCreateFromFileSystemRepresentation(nullptr,
+                                                       reinterpret_cast<const UInt8*>(path.data()),
+                                                       static_cast<CFIndex>(path.size()), true));
+}
+
+/// Every folder that the platform derives from the environment, below a temporary one.
+class TemporaryHome : public TemporaryFolder
+{
+public:
+    TemporaryHome()
+    {
+        setenv("HOME", Path("home").c_str(), 1);
+        setenv("XDG_CONFIG_HOME", Path("config").c_str(), 1);
+        setenv("XDG_CONFIG_DIRS", Path("etc").c_str(), 1);
+        setenv("XDG_DATA_HOME", Path("data").c_str(), 1);
+        setenv("XDG_DATA_DIRS", Path("share").c_str(), 1);
+    }
+};
