@@ -29,16 +29,30 @@ String MakeString(std::string_view text)
     return String(text.data(), static_cast<int>(text.size()));
 }
 
-std::string_view TrimEnd(std::string_view text, const char* lpszTargets)
+bool IsSpace(char ch)
 {
-    return text.substr(0, text.find_last_not_of(lpszTargets) + 1);
+    return ch == ' ' || (ch >= '\t' && ch <= '\r');
+}
+
+bool IsLineEnd(char ch)
+{
+    return ch == '\r' || ch == '\n';
+}
+
+std::string_view TrimEnd(std::string_view text, bool (*isCut)(char))
+{
+    while (!text.empty() && isCut(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
 }
 
 std::string_view Trim(std::string_view text)
 {
-    const char* const lpszSpace = " \t\n\v\f\r";
-    text.remove_prefix(std::min(text.find_first_not_of(lpszSpace), text.size()));
-    return TrimEnd(text, lpszSpace);
+    while (!text.empty() && IsSpace(text.front())) {
+        text.remove_prefix(1);
+    }
+    return TrimEnd(text, IsSpace);
 }
 
 // Reads a stream to its end. A line of more than 1,022 characters arrives in several pieces.
@@ -59,7 +73,7 @@ bool Load(FILE* file, ProfileLineList& lines)
                 break;
             }
             const std::string_view piece = most.substr(0, std::min(nLineFeed, kMaxPiece - 1) + 1);
-            lines.Append(MakeString(TrimEnd(piece, "\r\n")));
+            lines.Append(MakeString(TrimEnd(piece, IsLineEnd)));
             rest.remove_prefix(piece.size());
         }
         nKept = rest.size();

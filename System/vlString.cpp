@@ -34,13 +34,6 @@ struct NilBuffer
 };
 constinit NilBuffer sNilBuffer;
 
-// The length of a plain string. One too long for any block counts as INT_MAX.
-int Measure(const char* lpsz)
-{
-    const size_t n = lpsz ? strlen(lpsz) : 0;
-    return static_cast<int>(std::min<size_t>(n, INT_MAX));
-}
-
 void CopyChars(char* lpchDest, const char* lpchSrc, int n)
 {
     if (n > 0) {
@@ -162,7 +155,9 @@ void String::CopyFrom(int nSrcLen, const char* lpchSrc)
         CopyFrom(nSrcLen, lpchSrc);
         return;
     }
-    PrepareOverwrite(nSrcLen);
+    if (IsShared() || nSrcLen > GetAllocLength()) {
+        PrepareOverwrite(nSrcLen);
+    }
     CopyChars(m_pchData, lpchSrc, nSrcLen);
     SetLength(nSrcLen);
 }
@@ -255,12 +250,6 @@ String::String(char ch, int nRepeat)
     }
 }
 
-String& String::operator=(const char* lpsz)
-{
-    CopyFrom(Measure(lpsz), lpsz);
-    return *this;
-}
-
 String& String::operator=(char ch)
 {
     CopyFrom(1, &ch);
@@ -289,14 +278,14 @@ String operator+(const String& string1, const String& string2)
 String operator+(const String& string, const char* lpsz)
 {
     String result;
-    result.JoinCopy(string.GetLength(), string, Measure(lpsz), lpsz);
+    result.JoinCopy(string.GetLength(), string, String::Measure(lpsz), lpsz);
     return result;
 }
 
 String operator+(const char* lpsz, const String& string)
 {
     String result;
-    result.JoinCopy(Measure(lpsz), lpsz, string.GetLength(), string);
+    result.JoinCopy(String::Measure(lpsz), lpsz, string.GetLength(), string);
     return result;
 }
 

@@ -179,6 +179,7 @@ private:
         const char* lpchNarrowS = nullptr; // the first "S" that stands for narrow characters
     };
 
+    static int Measure(const char* lpsz);
     bool IsShared() const { return GetData()->GetRefs() > 1; }
     bool Contains(const char* lpch) const;
     void SetLength(int nLen);
@@ -271,6 +272,19 @@ inline String& String::operator=(const String& stringSrc)
             AddAtomic(1, &pData->nRefs);
         }
     }
+    return *this;
+}
+
+// The length of a plain string. One too long for any block counts as INT_MAX.
+inline int String::Measure(const char* lpsz)
+{
+    const size_t n = lpsz ? strlen(lpsz) : 0;
+    return n < INT_MAX ? static_cast<int>(n) : INT_MAX;
+}
+
+inline String& String::operator=(const char* lpsz)
+{
+    CopyFrom(Measure(lpsz), lpsz);
     return *this;
 }
 
