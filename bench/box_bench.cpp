@@ -45,9 +45,9 @@ void AddBenchmarks()
     new QApplication(argc, argv); // as a host: until the process ends
     dup2(open("/dev/null", O_WRONLY), STDERR_FILENO); // the box tells its texts
 
-    static QWidget host;
-    host.setGeometry(100, 100, 640, 480);
-    host.show();
+    static QWidget* const host = new QWidget; // as the application: until the process ends
+    host->setGeometry(100, 100, 640, 480);
+    host->show();
     QApplication::processEvents();
 
     const std::string path = VELTRANO_BUNDLE;
@@ -59,26 +59,26 @@ void AddBenchmarks()
     static const auto get = reinterpret_cast<GetEntryTableProc>(
         CFBundleGetFunctionPointerForName(bundle, CFSTR("GetEntryTable")));
     static const auto show = reinterpret_cast<ShowAboutBoxEntry>(get()[kEntryShowAboutBox]);
-    static const WindowRef parent = CreateWindowRefWithQWidget(&host);
+    static const WindowRef parent = CreateWindowRefWithQWidget(host);
     static ProductRecord product = { { 0, 0 }, "Product 3.2 (build 88)" };
 
     Add("About box, without picture", "ours", [] {
-        CloseWhenPainted(&host);
+        CloseWhenPainted(host);
         DoNotOptimize(show(parent, bundle, 999, &product, "Licensed to Ada", 0));
     });
     Add("About box, with picture", "ours", [] {
-        CloseWhenPainted(&host);
+        CloseWhenPainted(host);
         DoNotOptimize(show(parent, bundle, 128, &product, "Licensed to Ada", 0));
     });
     Add("alert", "ours", [] {
-        CloseWhenPainted(&host);
+        CloseWhenPainted(host);
         DoNotOptimize(Veltrano::ShowAlert("It is in use.", "Cannot open the file.", 0));
     });
     for (const char* workload :
          { "About box, without picture", "About box, with picture", "alert" })
         Add(workload, "QMessageBox", [] {
-            CloseWhenPainted(&host);
-            QMessageBox::warning(&host, QStringLiteral("About"),
+            CloseWhenPainted(host);
+            QMessageBox::warning(host, QStringLiteral("About"),
                                  QStringLiteral("Product 3.2 (build 88)"));
         });
 }

@@ -82,10 +82,12 @@ void UnpackRow(PictureData packed, uint8_t* out, size_t size, size_t unit)
         RequirePicture(count <= static_cast<size_t>(end - out));
         if (flag >= 0) {
             memcpy(out, packed.Bytes(count), count);
+        } else if (unit == 1) {
+            memset(out, packed.U8(), count);
         } else {
-            const uint8_t* value = packed.Bytes(unit);
-            for (size_t i = 0; i < count; ++i)
-                out[i] = value[i % unit];
+            const uint8_t* value = packed.Bytes(2);
+            for (size_t i = 0; i < count; i += 2)
+                memcpy(out + i, value, 2);
         }
         out += count;
     }
