@@ -125,9 +125,13 @@ void ProfileLineList::Remove(ProfileLine* pLine)
 
 void ProfileLineList::Clear()
 {
-    while (head != nullptr) {
-        RemoveHead();
+    for (ProfileLine* p = head; p != nullptr;) {
+        ProfileLine* pNext = p->next;
+        delete p;
+        p = pNext;
     }
+    head = nullptr;
+    tail = nullptr;
 }
 
 int ProfileLineList::GetCount() const
