@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 /* host.c - a host that knows the entry table alone. */
 #include <module/EntryTable.h>
-
 #include <stdio.h>
 #include <string.h>
 
