@@ -239,15 +239,26 @@ void DataOutputFile::Reserve(SInt64 nMore)
     m_capacity = static_cast<SInt32>(nCapacity);
 }
 
+// Whether nobody derives from it: bytes then need not go through writeByte one by one.
+inline bool DataOutputFile::IsExact() const
+{
+    return typeid(*this) == typeid(DataOutputFile);
+}
+
 void DataOutputFile::write(const void* source, SInt32 nCount)
 {
     const unsigned char* p = static_cast<const unsigned char*>(source);
-    if (typeid(*this) != typeid(DataOutputFile)) {
-        for (; nCount > 0; --nCount) {
-            writeByte(*p++); // a derived class sees each byte
-        }
+    if (IsExact()) {
+        Append(p, nCount);
         return;
     }
+    for (; nCount > 0; --nCount) {
+        writeByte(*p++);
+    }
+}
+
+void DataOutputFile::Append(const unsigned char* p, SInt32 nCount)
+{
     if (nCount <= 0) {
         return;
     }
@@ -257,8 +268,8 @@ void DataOutputFile::write(const void* source, SInt32 nCount)
     char* pOut = m_buffer + m_length;
     while (nCount > 0) {
         const SInt32 nRun = std::min(nCount, (kLineDigits - nColumn) / 2);
-        for (SInt32 i = 0; i < nRun; ++i) {
-            memcpy(pOut, kDigits[*p++].data(), 2);
+        for (const unsigned char* const pRunEnd = p + nRun; p != pRunEnd; ++p) {
+            memcpy(pOut, kDigits[*p].data(), 2);
             pOut += 2;
         }
         nCount -= nRun;
@@ -288,18 +299,36 @@ void DataOutputFile::writeByte(SInt32 value)
 
 template <class T> void DataOutputFile::WriteLittleEndian(T value)
 {
-    value = Swap(value);
-    write(&value, sizeof(value));
+    WriteNative(Swap(value));
+}
+
+// Most values fit into their line and the buffer.
+template <class T> void DataOutputFile::WriteNative(T value)
+{
+    constexpr SInt32 nDigits = 2 * sizeof(T);
+    if (!IsExact() || m_length % kLineLength + nDigits >= kLineDigits
+        || m_capacity - m_length <= nDigits) {
+        write(&value, sizeof(value));
+        return;
+    }
+    const auto bytes = std::bit_cast<std::array<unsigned char, sizeof(T)>>(value);
+    char* pOut = m_buffer + m_length;
+    for (const unsigned char byte : bytes) {
+        memcpy(pOut, kDigits[byte].data(), 2);
+        pOut += 2;
+    }
+    *pOut = '\0';
+    m_length += nDigits;
 }
 
 void DataOutputFile::writeNative32(SInt32 value)
 {
-    write(&value, sizeof(value));
+    WriteNative(value);
 } // KEPT: no swap
 
 void DataOutputFile::writeNativeLong32(SInt32 value)
 {
-    write(&value, sizeof(value));
+    WriteNative(value);
 } // KEPT: no swap
 
 void DataOutputFile::writeInt16(SInt32 value)

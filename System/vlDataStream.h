@@ -98,7 +98,7 @@ public:
     DataOutputFile();
     ~DataOutputFile() override;
 
-    /// Every typed write goes through this one, which hands each byte to writeByte.
+    /// Every typed write of a derived class goes through this one, which hands each byte to writeByte.
     void write(const void* source, SInt32 nCount) override;
     void writeByte(SInt32 value) override;
     void writeNative32(SInt32 value) override;
@@ -117,7 +117,10 @@ public:
     SInt32 GetCapacity() const { return m_capacity; }
 
 private:
+    bool IsExact() const;
+    void Append(const unsigned char* p, SInt32 nCount);
     template <class T> void WriteLittleEndian(T value);
+    template <class T> void WriteNative(T value);
     void Reserve(SInt64 nMore);
 
     char* m_buffer;

@@ -58,10 +58,10 @@ OSErr GoUpToBundleFolder(FSRef& ref)
 
 OSErr StoreModuleFolder(const FSRef& ref)
 {
-    FSSpec spec = {};
-    const OSErr error = FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &spec, nullptr);
+    FSSpec fsSpec = {};
+    const OSErr error = FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &fsSpec, nullptr);
     if (error == noErr)
-        sModuleFolder = spec;
+        sModuleFolder = fsSpec;
     return error;
 }
 

@@ -44,7 +44,8 @@ void GetTimeText(char (&text)[64])
 
 int WriteLine(const char* lpszFormat, va_list argList)
 {
-    char line[kLineSize] = "";
+    char line[kLineSize];
+    line[0] = '\0'; // in case the formatter fails
     const int nLength = vsnprintf(line, sizeof(line), lpszFormat, argList);
     if (moduleLog_.fd == -1) {
         return nLength;
@@ -54,6 +55,9 @@ int WriteLine(const char* lpszFormat, va_list argList)
 
 int WritePrefixedLine(const char* lpszFormat, va_list argList)
 {
+    if (*moduleLog_.prefix == '\0' && strlen(lpszFormat) < kLineSize) {
+        return WriteLine(lpszFormat, argList);
+    }
     // KEPT: the prefix becomes part of the format, so a "%" in it is a conversion.
     char format[kLineSize];
     char* lpchLimit = format + sizeof(format) - 1;

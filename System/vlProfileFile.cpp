@@ -29,16 +29,35 @@ String MakeString(std::string_view text)
     return String(text.data(), static_cast<int>(text.size()));
 }
 
-std::string_view TrimEnd(std::string_view text, const char* lpszTargets)
+bool IsSpace(char ch)
 {
-    return text.substr(0, text.find_last_not_of(lpszTargets) + 1);
+    return ch == ' ' || (ch >= '\t' && ch <= '\r');
+}
+
+bool IsLineEnd(char ch)
+{
+    return ch == '\r' || ch == '\n';
+}
+
+std::string_view TrimEnd(std::string_view text, bool (*isCut)(char))
+{
+    while (!text.empty() && isCut(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
+std::string_view TrimStart(std::string_view text)
+{
+    while (!text.empty() && IsSpace(text.front())) {
+        text.remove_prefix(1);
+    }
+    return text;
 }
 
 std::string_view Trim(std::string_view text)
 {
-    const char* const lpszSpace = " \t\n\v\f\r";
-    text.remove_prefix(std::min(text.find_first_not_of(lpszSpace), text.size()));
-    return TrimEnd(text, lpszSpace);
+    return TrimEnd(TrimStart(text), IsSpace);
 }
 
 // Reads a stream to its end. A line of more than 1,022 characters arrives in several pieces.
@@ -59,7 +78,7 @@ bool Load(FILE* file, ProfileLineList& lines)
                 break;
             }
             const std::string_view piece = most.substr(0, std::min(nLineFeed, kMaxPiece - 1) + 1);
-            lines.Append(MakeString(TrimEnd(piece, "\r\n")));
+            lines.Append(MakeString(TrimEnd(piece, IsLineEnd)));
             rest.remove_prefix(piece.size());
         }
         nKept = rest.size();
@@ -106,9 +125,13 @@ void ProfileLineList::Remove(ProfileLine* pLine)
 
 void ProfileLineList::Clear()
 {
-    while (head != nullptr) {
-        RemoveHead();
+    for (ProfileLine* p = head; p != nullptr;) {
+        ProfileLine* pNext = p->next;
+        delete p;
+        p = pNext;
     }
+    head = nullptr;
+    tail = nullptr;
 }
 
 int ProfileLineList::GetCount() const
@@ -204,7 +227,7 @@ void ProfileFile::Write()
 
 // Kinds of lines
 
-bool ProfileFile::ParseHeader(const String& line, std::string_view& name)
+inline bool ProfileFile::ParseHeader(const String& line, std::string_view& name)
 {
     const std::string_view text = TextOf(line);
     const size_t nOpen = text.find('[');
@@ -219,7 +242,8 @@ bool ProfileFile::ParseHeader(const String& line, std::string_view& name)
     return true;
 }
 
-bool ProfileFile::ParseLine(const String& line, std::string_view& key, std::string_view& value)
+inline bool
+ProfileFile::ParseLine(const String& line, std::string_view& key, std::string_view& value)
 {
     const std::string_view text = TextOf(line);
     const size_t nEquals = text.find('=');
@@ -259,6 +283,21 @@ ProfileLine* ProfileFile::GetNextInSection(ProfileLine* pLine) const
     return pLine->next && !ParseHeader(pLine->next->text, name) ? pLine->next : nullptr;
 }
 
+// The entry of a key behind a header, and its value. Null when there is none, or no header.
+ProfileLine*
+ProfileFile::FindEntry(ProfileLine* pHeader, std::string_view wanted, std::string_view& value) const
+{
+    for (ProfileLine* p = pHeader; p != nullptr && (p = GetNextInSection(p)) != nullptr;) {
+        // Most lines differ at the start of their keys, and need not be taken apart.
+        std::string_view key;
+        if (TrimStart(TextOf(p->text)).starts_with(wanted) && ParseLine(p->text, key, value)
+            && key == wanted) {
+            return p;
+        }
+    }
+    return nullptr;
+}
+
 void ProfileFile::AppendHeader(const char* lpszSection)
 {
     m_lines.Append('[' + String(lpszSection) + ']');
@@ -274,14 +313,10 @@ Bool32 ProfileFile::GetValue(const char* section, const char* key, String& value
     if (!IsGiven(section) || !IsGiven(key)) {
         return 0;
     }
-    ProfileLine* p = GetSection(section);
-    while (p != nullptr && (p = GetNextInSection(p)) != nullptr) {
-        std::string_view found;
-        std::string_view text;
-        if (ParseLine(p->text, found, text) && found == key) {
-            value = MakeString(text);
-            return 1;
-        }
+    std::string_view text;
+    if (FindEntry(GetSection(section), key, text) != nullptr) {
+        value = MakeString(text);
+        return 1;
     }
     return 0;
 }
@@ -299,21 +334,16 @@ void ProfileFile::SetValue(const char* section, const char* key, const String& v
         }
         AppendHeader(section);
     }
-    while (p != nullptr && (p = GetNextInSection(p)) != nullptr) {
-        std::string_view found;
-        std::string_view old;
-        if (ParseLine(p->text, found, old) && found == key) {
-            if (value.IsEmpty()) {
-                m_lines.Remove(p);
-            } else {
-                p->text = text;
-            }
-            m_dirty = 1;
-            return;
-        }
+    std::string_view old;
+    p = FindEntry(p, key, old);
+    if (p == nullptr) {
+        // KEPT: at the end of the file and not of the section, and even when the value is empty.
+        m_lines.Append(text);
+    } else if (value.IsEmpty()) {
+        m_lines.Remove(p);
+    } else {
+        p->text = text;
     }
-    // KEPT: at the end of the file and not of the section, and even when the value is empty.
-    m_lines.Append(text);
     m_dirty = 1;
 }
 

@@ -88,6 +88,8 @@ private:
     bool FindSection(ProfileLine*& pPosition, std::string_view& name, const char* lpszWanted) const;
     ProfileLine* GetSection(const char* lpszSection) const;
     ProfileLine* GetNextInSection(ProfileLine* pLine) const;
+    ProfileLine*
+    FindEntry(ProfileLine* pHeader, std::string_view wanted, std::string_view& value) const;
     void AppendHeader(const char* lpszSection);
     void Write();
 

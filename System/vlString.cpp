@@ -4,11 +4,14 @@
 #include "System/vlString.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
+#include <dlfcn.h>
 #include <functional>
 #include <iterator>
+#include <malloc/malloc.h>
 #include <new>
 
 namespace Veltrano {
@@ -33,13 +36,6 @@ struct NilBuffer
     char chars[sizeof(void*)] = {};
 };
 constinit NilBuffer sNilBuffer;
-
-// The length of a plain string. One too long for any block counts as INT_MAX.
-int Measure(const char* lpsz)
-{
-    const size_t n = lpsz ? strlen(lpsz) : 0;
-    return static_cast<int>(std::min<size_t>(n, INT_MAX));
-}
 
 void CopyChars(char* lpchDest, const char* lpchSrc, int n)
 {
@@ -99,6 +95,38 @@ SInt64 MeasureFixed(double value, int nWidth, int nPrecision)
     return nLength;
 }
 
+// Whether array new hands out malloc's blocks as they are, which malloc can then be asked about: both
+// forms of new must be the language runtime's own, and both routines of malloc one allocator's that
+// serves the whole process. A program that replaces any of them is told by the image it lies in.
+bool FindOutAboutNew()
+{
+    const auto imageOf = [](auto* function) {
+        Dl_info info = {};
+        dladdr(reinterpret_cast<const void*>(function), &info);
+        return info;
+    };
+    const auto isRuntimes = [imageOf](void* (*function)(size_t)) {
+        const char* lpszImage = imageOf(function).dli_fname;
+        return lpszImage != nullptr && strstr(lpszImage, "/libstdc++.so") != nullptr;
+    };
+    const void* pAllocator = imageOf(&malloc).dli_fbase;
+    return isRuntimes(&operator new[]) && isRuntimes(&operator new)
+        && pAllocator == imageOf(&malloc_usable_size).dli_fbase
+        && pAllocator != imageOf(&FindOutAboutNew).dli_fbase;
+}
+
+bool IsNewMalloc()
+{
+    enum { kUnknown, kNo, kYes };
+    static constinit std::atomic<int> sAnswer = kUnknown; // the same whoever finds it out
+    int answer = sAnswer.load(std::memory_order_relaxed);
+    if (answer == kUnknown) {
+        answer = FindOutAboutNew() ? kYes : kNo;
+        sAnswer.store(answer, std::memory_order_relaxed);
+    }
+    return answer == kYes;
+}
+
 } // namespace
 
 constinit StringData* String::nil_ = &sNilBuffer.header;
@@ -111,6 +139,16 @@ StringData* StringData::Create(SInt32 n)
     StringData* pData = new (block) StringData(1, n);
     pData->GetChars()[n] = '\0';
     return pData;
+}
+
+bool StringData::Extend(SInt32 n)
+{
+    const size_t nSize = sizeof(StringData) + static_cast<size_t>(n) + 1;
+    if (GetRefs() != 1 || !IsNewMalloc() || nSize > malloc_size(this)) {
+        return false;
+    }
+    nAllocLength = n;
+    return true;
 }
 
 void StringData::Free()
@@ -162,7 +200,9 @@ void String::CopyFrom(int nSrcLen, const char* lpchSrc)
         CopyFrom(nSrcLen, lpchSrc);
         return;
     }
-    PrepareOverwrite(nSrcLen);
+    if (IsShared() || nSrcLen > GetAllocLength()) {
+        PrepareOverwrite(nSrcLen);
+    }
     CopyChars(m_pchData, lpchSrc, nSrcLen);
     SetLength(nSrcLen);
 }
@@ -183,18 +223,26 @@ void String::AppendInPlace(int nSrcLen, const char* lpchSrc)
         return;
     }
     const int nLen = GetLength();
-    if (!IsShared() && nSrcLen <= GetAllocLength() - nLen) {
+    if (!IsShared()
+        && (nSrcLen <= GetAllocLength() - nLen
+            || (nSrcLen <= INT_MAX - 1 - nLen && GetData()->Extend(nLen + nSrcLen)))) {
         CopyChars(m_pchData + nLen, lpchSrc, nSrcLen);
         GetData()->nDataLength += nSrcLen;
         VL_ASSERT(399, GetData()->nDataLength <= GetData()->nAllocLength);
         m_pchData[GetData()->nDataLength] = '\0';
     } else {
-        // KEPT: no growth factor; memory is kept tight, and a repeated append costs a copy each.
+        // KEPT: no growth factor; memory is kept tight, and a repeated append costs a copy a block.
         StringData* pOldData = GetData();
         JoinCopy(nLen, m_pchData, nSrcLen, lpchSrc);
         VL_ASSERT(391, pOldData != 0);
         ReleaseData(pOldData);
     }
+}
+
+// By value, so that a loop of appends keeps its character in a register.
+void String::AppendChar(char ch)
+{
+    AppendInPlace(1, &ch);
 }
 
 void String::CopyRange(String& dest, int nCopyLen, int nCopyIndex, int nExtraLen) const
@@ -255,12 +303,6 @@ String::String(char ch, int nRepeat)
     }
 }
 
-String& String::operator=(const char* lpsz)
-{
-    CopyFrom(Measure(lpsz), lpsz);
-    return *this;
-}
-
 String& String::operator=(char ch)
 {
     CopyFrom(1, &ch);
@@ -289,14 +331,14 @@ String operator+(const String& string1, const String& string2)
 String operator+(const String& string, const char* lpsz)
 {
     String result;
-    result.JoinCopy(string.GetLength(), string, Measure(lpsz), lpsz);
+    result.JoinCopy(string.GetLength(), string, String::Measure(lpsz), lpsz);
     return result;
 }
 
 String operator+(const char* lpsz, const String& string)
 {
     String result;
-    result.JoinCopy(Measure(lpsz), lpsz, string.GetLength(), string);
+    result.JoinCopy(String::Measure(lpsz), lpsz, string.GetLength(), string);
     return result;
 }
 
@@ -424,7 +466,7 @@ void String::Clear()
 
 // Extraction
 
-String String::Substring(int nFirst, int nCount) const
+String String::Part(int nFirst, int nCount) const
 {
     nFirst = std::clamp(nFirst, 0, GetLength());
     nCount = std::clamp(nCount, 0, GetLength() - nFirst);

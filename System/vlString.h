@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // vlString.h - String, a byte string whose characters are shared between copies until one is written.
 // A String is one pointer to zero-terminated characters; a StringData header stands in front of them,
-// in one heap block of exactly header + length + 1 bytes. Empty strings share one static block.
+// in one heap block of exactly header + length + 1 bytes; an append may use what the allocator gave
+// beyond that, so that the block stays and the capacity is exact. Empty strings share one static block.
 // Unless said otherwise: lengths, indexes and results are counts of characters; a null plain string
 // is an empty one; arguments may point into the string itself; no memory throws std::bad_alloc.
 // Thread: one String belongs to one thread at a time; Strings that share a block may live on several.
@@ -30,6 +31,9 @@ class StringData final
 public:
     /// A new private block for n characters: count 1, length and capacity n, zero at n.
     static StringData* Create(SInt32 n);
+    /// Raises the capacity to n characters where the block lies. False: it has no such room, and
+    /// nothing is changed.
+    bool Extend(SInt32 n);
 
     constexpr StringData(SInt32 nInitialRefs, SInt32 nLength)
         : nRefs(nInitialRefs)
@@ -73,7 +77,7 @@ public:
     String& operator=(const String& stringSrc);
     String& operator=(const char* lpsz);
     String& operator=(char ch);
-    /// Appends; allocates exactly the sum unless OpenBuffer or a shortening left room.
+    /// Appends; the capacity becomes exactly the sum unless OpenBuffer or a shortening left more.
     String& operator+=(const String& string);
     String& operator+=(const char* lpsz);
     String& operator+=(char ch);
@@ -110,7 +114,10 @@ public:
     void Clear();
 
     /// Out of range is cut to what there is; the whole text shares the block.
-    String Substring(int nFirst, int nCount) const;
+    String Substring(int nFirst, int nCount) const
+    {
+        return nFirst <= 0 && nCount >= GetLength() ? *this : Part(nFirst, nCount);
+    }
     String Substring(int nFirst) const;
     String Head(int nCount) const;
     String Tail(int nCount) const;
@@ -179,6 +186,9 @@ private:
         const char* lpchNarrowS = nullptr; // the first "S" that stands for narrow characters
     };
 
+    static int Measure(const char* lpsz);
+    String Part(int nFirst, int nCount) const;
+    void AppendChar(char ch);
     bool IsShared() const { return GetData()->GetRefs() > 1; }
     bool Contains(const char* lpch) const;
     void SetLength(int nLen);
@@ -274,6 +284,27 @@ inline String& String::operator=(const String& stringSrc)
     return *this;
 }
 
+// The length of a plain string. One too long for any block counts as INT_MAX.
+inline int String::Measure(const char* lpsz)
+{
+    const size_t n = lpsz ? strlen(lpsz) : 0;
+    return n < INT_MAX ? static_cast<int>(n) : INT_MAX;
+}
+
+inline String& String::operator=(const char* lpsz)
+{
+    const int nLen = Measure(lpsz);
+    StringData* pData = GetData();
+    if (nLen != 0 && nLen <= pData->nAllocLength && pData->GetRefs() < 2) {
+        memmove(m_pchData, lpsz, static_cast<size_t>(nLen));
+        m_pchData[nLen] = '\0';
+        pData->nDataLength = nLen;
+    } else {
+        CopyFrom(nLen, lpsz);
+    }
+    return *this;
+}
+
 inline String& String::operator+=(char ch)
 {
     StringData* pData = GetData();
@@ -283,7 +314,7 @@ inline String& String::operator+=(char ch)
         m_pchData[nLen + 1] = '\0';
         pData->nDataLength = nLen + 1;
     } else {
-        AppendInPlace(1, &ch);
+        AppendChar(ch);
     }
     return *this;
 }

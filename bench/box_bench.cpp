@@ -7,6 +7,8 @@
 
 #include <veltrano/HostWindow.h>
 
+#include <QtCore/QEvent>
+#include <QtCore/QPointer>
 #include <QtCore/QTimer>
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QApplication>
@@ -19,21 +21,30 @@ using benchmark::DoNotOptimize;
 
 namespace {
 
-/// Presses the first button of the newest window once events are idle, as a user's last act.
-void CloseWhenPainted(const QWidget* host)
+/// Presses the first button of each window that is not the host's, once it has painted.
+class User : public QObject
 {
-    QTimer::singleShot(0, [host] {
-        for (QWidget* widget : QApplication::topLevelWidgets()) {
-            if (!widget->isVisible() || widget == host)
-                continue;
-            if (auto* button = widget->findChild<QAbstractButton*>()) {
-                button->click();
-                return;
-            }
+public:
+    explicit User(QWidget* host)
+        : m_host(host)
+    {
+    }
+
+    bool eventFilter(QObject* object, QEvent* event) override
+    {
+        auto* window = event->type() == QEvent::Paint ? qobject_cast<QWidget*>(object) : nullptr;
+        if (window != nullptr && window->isWindow() && window != m_host && window != m_seen) {
+            m_seen = window;
+            QTimer::singleShot(0, window,
+                               [window] { window->findChild<QAbstractButton*>()->click(); });
         }
-        CloseWhenPainted(host);
-    });
-}
+        return false;
+    }
+
+private:
+    QWidget* m_host;
+    QPointer<QWidget> m_seen;
+};
 
 } // namespace
 
@@ -45,10 +56,11 @@ void AddBenchmarks()
     new QApplication(argc, argv); // as a host: until the process ends
     dup2(open("/dev/null", O_WRONLY), STDERR_FILENO); // the box tells its texts
 
-    static QWidget host;
-    host.setGeometry(100, 100, 640, 480);
-    host.show();
+    static QWidget* const host = new QWidget; // as the application: until the process ends
+    host->setGeometry(100, 100, 640, 480);
+    host->show();
     QApplication::processEvents();
+    qApp->installEventFilter(new User(host));
 
     const std::string path = VELTRANO_BUNDLE;
     CFURLRef url = CFURLCreateFromFileSystemRepresentation(
@@ -59,26 +71,19 @@ void AddBenchmarks()
     static const auto get = reinterpret_cast<GetEntryTableProc>(
         CFBundleGetFunctionPointerForName(bundle, CFSTR("GetEntryTable")));
     static const auto show = reinterpret_cast<ShowAboutBoxEntry>(get()[kEntryShowAboutBox]);
-    static const WindowRef parent = CreateWindowRefWithQWidget(&host);
+    static const WindowRef parent = CreateWindowRefWithQWidget(host);
     static ProductRecord product = { { 0, 0 }, "Product 3.2 (build 88)" };
 
-    Add("About box, without picture", "ours", [] {
-        CloseWhenPainted(&host);
-        DoNotOptimize(show(parent, bundle, 999, &product, "Licensed to Ada", 0));
-    });
-    Add("About box, with picture", "ours", [] {
-        CloseWhenPainted(&host);
-        DoNotOptimize(show(parent, bundle, 128, &product, "Licensed to Ada", 0));
-    });
-    Add("alert", "ours", [] {
-        CloseWhenPainted(&host);
-        DoNotOptimize(Veltrano::ShowAlert("It is in use.", "Cannot open the file.", 0));
-    });
+    Add("About box, without picture", "ours",
+        [] { DoNotOptimize(show(parent, bundle, 999, &product, "Licensed to Ada", 0)); });
+    Add("About box, with picture", "ours",
+        [] { DoNotOptimize(show(parent, bundle, 128, &product, "Licensed to Ada", 0)); });
+    Add("alert", "ours",
+        [] { DoNotOptimize(Veltrano::ShowAlert("It is in use.", "Cannot open the file.", 0)); });
     for (const char* workload :
          { "About box, without picture", "About box, with picture", "alert" })
         Add(workload, "QMessageBox", [] {
-            CloseWhenPainted(&host);
-            QMessageBox::warning(&host, QStringLiteral("About"),
+            QMessageBox::warning(host, QStringLiteral("About"),
                                  QStringLiteral("Product 3.2 (build 88)"));
         });
 }

@@ -45,7 +45,8 @@ void AddOpen()
     // Ours is opened by its own benchmark and closed again, so that the closed ones come in any order.
     benchmark::RegisterBenchmark("open line/ours", [](benchmark::State& state) {
         ModuleLog::open("[m] ", nullptr, kLogNew, (kFolder + "/ours.log").c_str());
-        Measure(state, [] { DoNotOptimize(LogPrint(kFormat, kName, kEntry, 7)); });
+        for (auto _ : state)
+            DoNotOptimize(LogPrint(kFormat, kName, kEntry, 7));
         ModuleLog::close();
     });
     static const int fd = open((kFolder + "/floor.log").c_str(), O_RDWR | O_CREAT | O_TRUNC, 0666);

@@ -35,9 +35,19 @@ void WriteFloor(const std::string& folder, const std::string& text)
     close(folderFd);
 }
 
+/// As Add, with the preferences in a folder: the environment says which one.
+template <typename Work>
+void AddOurs(const std::string& workload, const std::string& folder, Work work)
+{
+    benchmark::RegisterBenchmark((workload + "/ours").c_str(), [=](benchmark::State& state) {
+        setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
+        for (auto _ : state)
+            work();
+    });
+}
+
 void AddIn(const std::string& where, const std::string& folder)
 {
-    // Which folder preferences live in is taken from the environment at the first use of a domain.
     const std::string application = "com.veltrano.bench-" + where;
     const std::string set = "durable set, " + where;
     setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
@@ -46,7 +56,7 @@ void AddIn(const std::string& where, const std::string& folder)
     PreferenceStore* store = stores.back().get();
     for (SInt32 i = 0; i < 100; ++i)
         store->SetInt(("key" + std::to_string(i)).c_str(), store->m_user, &i);
-    Add(set.c_str(), "ours", [store] {
+    AddOurs(set, folder, [store] {
         static SInt32 value = 1000;
         ++value;
         DoNotOptimize(store->SetInt("key50", store->m_user, &value));
@@ -59,7 +69,7 @@ void AddIn(const std::string& where, const std::string& folder)
                 text.assign(entry.file_size(), 'x');
         return text;
     }();
-    Add(set.c_str(), "floor", [folder, size] { WriteFloor(folder, size); });
+    Add(set, "floor", [folder, size] { WriteFloor(folder, size); });
 
     static std::vector<std::unique_ptr<QSettings>> settings;
     settings.push_back(std::make_unique<QSettings>(
@@ -67,7 +77,7 @@ void AddIn(const std::string& where, const std::string& folder)
     QSettings* qt = settings.back().get();
     for (int i = 0; i < 100; ++i)
         qt->setValue(QStringLiteral("key%1").arg(i), i);
-    Add(set.c_str(), "QSettings", [qt] {
+    Add(set, "QSettings", [qt] {
         static int value = 1000;
         qt->setValue(QStringLiteral("key50"), ++value);
         qt->sync();
@@ -76,7 +86,7 @@ void AddIn(const std::string& where, const std::string& folder)
     GKeyFile* glib = g_key_file_new();
     for (int i = 0; i < 100; ++i)
         g_key_file_set_integer(glib, "g", ("key" + std::to_string(i)).c_str(), i);
-    Add(set.c_str(), "GKeyFile", [glib, folder] {
+    Add(set, "GKeyFile", [glib, folder] {
         static int value = 1000;
         g_key_file_set_integer(glib, "g", "key50", ++value);
         g_key_file_save_to_file(glib, (folder + "/gkeyfile.ini").c_str(), nullptr);
@@ -84,7 +94,7 @@ void AddIn(const std::string& where, const std::string& folder)
     if (where == "in memory")
         return;
 
-    Add("get", "ours", [store] { DoNotOptimize(store->GetInt("key50", store->m_user, 0)); });
+    AddOurs("get", folder, [store] { DoNotOptimize(store->GetInt("key50", store->m_user, 0)); });
     Add("get", "QSettings", [qt] { DoNotOptimize(qt->value(QStringLiteral("key50")).toInt()); });
     Add("get", "GKeyFile",
         [glib] { DoNotOptimize(g_key_file_get_integer(glib, "g", "key50", nullptr)); });
@@ -92,7 +102,7 @@ void AddIn(const std::string& where, const std::string& folder)
         struct stat info;
         DoNotOptimize(stat(folder.c_str(), &info));
     });
-    Add("construct, get, destroy", "ours", [application] {
+    AddOurs("construct, get, destroy", folder, [application] {
         PreferenceStore fresh(application.c_str(), 0);
         DoNotOptimize(fresh.GetInt("key50", fresh.m_user, 0));
     });

@@ -3,12 +3,14 @@
 #include "System/vlProfileFile.h"
 #include "bench/Bench.h"
 
+#define SI_NO_CONVERSION // bytes as they are
 #include <SimpleIni.h>
 #include <cstdio>
 #include <fstream>
 #include <glib.h>
 #include <ini.h>
 #include <map>
+#include <memory>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -89,8 +91,7 @@ void AddLoad(const char* workload, const Sample& sample)
     });
     Add(workload, "SimpleIni", [&sample] {
         CSimpleIniA file;
-        file.LoadFile(sample.path.c_str());
-        DoNotOptimize(file);
+        DoNotOptimize(file.LoadFile(sample.path.c_str()));
     });
     Add(workload, "wxFileConfig", [&sample] {
         wxFileInputStream stream(sample.path);

@@ -4,6 +4,7 @@
 #include "System/vlProfileFile.h"
 #include "fuzz/MemoryFile.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <sstream>
 #include <vector>
@@ -18,12 +19,16 @@ void Require(bool condition)
         abort();
 }
 
-/// The lines as the profile has them: without their ends, pieces of 1022.
-std::vector<std::string> LinesOf(const ProfileFile& file)
+/// The lines of a text without their ends, in pieces of 1022.
+std::vector<std::string> LinesOf(const std::string& text)
 {
     std::vector<std::string> lines;
-    for (const ProfileLine* p = file.m_lines.head; p != nullptr; p = p->next)
-        lines.emplace_back(p->text.GetString());
+    for (size_t at = 0; at < text.size();) {
+        const size_t end = std::min({ text.find('\n', at), at + 1021, text.size() - 1 }) + 1;
+        const std::string piece = text.substr(at, end - at);
+        lines.push_back(piece.substr(0, piece.find_last_not_of("\r\n") + 1));
+        at = end;
+    }
     return lines;
 }
 
@@ -33,8 +38,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     const MemoryFile input(data, size);
     ProfileFile file;
+    const std::vector<std::string> before = LinesOf(input.Contents());
     Require(file.Open(input.Path(), "r+") != 0);
-    const std::vector<std::string> before = LinesOf(file);
 
     ProfileLineList sections;
     file.GetSections(sections);

@@ -70,7 +70,9 @@ void ReadColorTable(PictureData& data, PixelMap& map)
     }
 }
 
-/// PackBits in units of one or two bytes; exactly `size` bytes come out.
+constexpr size_t kRunStep = 8; // bytes that a run is written by: it may pass its end by one less
+
+/// PackBits in units of one or two bytes; exactly `size` bytes come out, before kRunStep of room.
 void UnpackRow(PictureData packed, uint8_t* out, size_t size, size_t unit)
 {
     uint8_t* const end = out + size;
@@ -84,8 +86,13 @@ void UnpackRow(PictureData packed, uint8_t* out, size_t size, size_t unit)
             memcpy(out, packed.Bytes(count), count);
         } else {
             const uint8_t* value = packed.Bytes(unit);
-            for (size_t i = 0; i < count; ++i)
-                out[i] = value[i % unit];
+            uint8_t step[kRunStep];
+            for (size_t i = 0; i < kRunStep; i += 2) {
+                step[i] = value[0];
+                step[i + 1] = value[unit - 1];
+            }
+            for (size_t i = 0; i < count; i += kRunStep)
+                memcpy(out + i, step, kRunStep);
         }
         out += count;
     }
@@ -149,7 +156,7 @@ QImage ReadRows(PictureData& data, const PixelMap& map, bool mayBePacked, Pictur
                             budget);
     if (!direct)
         image.setColorTable(map.colors);
-    std::vector<uint8_t> unpacked(packed ? rowSize : 0);
+    std::vector<uint8_t> unpacked(packed ? rowSize + kRunStep : 0);
     for (int y = 0; y < size.height(); ++y) {
         const uint8_t* row;
         if (packed) {

@@ -71,6 +71,7 @@ class PictureBudget
 public:
     /// Bytes of decoded pixels and regions held until the picture goes.
     void SpendMemory(uint64_t bytes) { Spend(m_memory, bytes); }
+    uint64_t MemorySpent() const { return kMostMemory - m_memory; }
     /// One painted operation over about `pixels` pixels of the frame, with `points` corners.
     void SpendPainting(double pixels, uint64_t points)
     {
@@ -84,7 +85,8 @@ private:
         RequirePicture(amount <= left);
         left -= amount;
     }
-    uint64_t m_memory = 64u << 20;
+    static constexpr uint64_t kMostMemory = 64u << 20;
+    uint64_t m_memory = kMostMemory;
     uint64_t m_pixels = 256u << 20;
     uint64_t m_points = 1u << 20;
 };

@@ -11,10 +11,12 @@
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <QtCore/QBuffer>
+#include <QtCore/QByteArrayView>
 #include <QtGui/QImageReader>
 #include <QtGui/QPolygonF>
 
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <map>
 #include <optional>
@@ -24,6 +26,7 @@ namespace {
 
 constexpr int kMaxFrameSide = 4096;
 constexpr qint64 kMaxFrameArea = 16 << 20;
+constexpr uint64_t kMostKept = 4 << 20; // bytes of a picture that are held for its next use
 
 using Step = std::function<void(QPainter&)>;
 
@@ -146,6 +149,8 @@ public:
         : m_data(data, size)
     {
     }
+
+    uint64_t MemorySpent() const { return m_budget.MemorySpent(); }
 
     void Run()
     {
@@ -843,9 +848,19 @@ public:
         QSize size(std::max(1, qRound(onDevice.width())), std::max(1, qRound(onDevice.height())));
         if (qint64(size.width()) * size.height() > kMaxFrameArea)
             size.scale(kMaxFrameSide, kMaxFrameSide, Qt::KeepAspectRatio);
+        if (m_canvas.size() != size)
+            m_canvas = Replay(size);
+        painter.drawImage(target, m_canvas);
+        if (static_cast<uint64_t>(m_canvas.sizeInBytes()) > kMostKept)
+            m_canvas = QImage();
+    }
+
+private:
+    QImage Replay(QSize size) const
+    {
         QImage canvas(size, QImage::Format_RGB32);
         if (canvas.isNull())
-            return;
+            return canvas;
         canvas.fill(Qt::white);
         QPainter replay(&canvas);
         replay.setRenderHint(QPainter::Antialiasing);
@@ -854,24 +869,46 @@ public:
         replay.translate(-m_space.topLeft());
         for (const Step& step : m_steps)
             step(replay);
-        replay.end();
-        painter.drawImage(target, canvas);
+        return canvas;
     }
 
-private:
     QSizeF m_size;
     QRect m_space;
     std::vector<Step> m_steps;
+    mutable QImage m_canvas; // as painted last
 };
+
+/// The pictures decoded last, with their data: a box is mostly opened again with the ones that it had.
+struct KeptPicture
+{
+    QByteArray data;
+    std::shared_ptr<const DecodedPicture> picture;
+};
+
+std::array<KeptPicture, 2>& KeptPictures()
+{
+    static auto* kept = new std::array<KeptPicture, 2>; // never freed: Qt may be gone by then
+    return *kept;
+}
 
 } // namespace
 
 std::shared_ptr<const DecodedPicture> DecodedPicture::Decode(const void* data, std::size_t size)
 {
+    auto& kept = KeptPictures();
+    const QByteArrayView bytes(static_cast<const char*>(data), static_cast<qsizetype>(size));
+    for (const KeptPicture& known : kept)
+        if (known.picture && bytes == known.data)
+            return known.picture;
     try {
         Interpreter interpreter(static_cast<const uint8_t*>(data), size);
         interpreter.Run();
-        return std::make_shared<InterpretedPicture>(interpreter);
+        auto picture = std::make_shared<InterpretedPicture>(interpreter);
+        if (interpreter.MemorySpent() + size <= kMostKept) {
+            std::swap(kept[0], kept[1]);
+            kept[0] = { bytes.toByteArray(), picture };
+        }
+        return picture;
     } catch (const BadPicture&) {
         return nullptr;
     } catch (const std::bad_alloc&) {

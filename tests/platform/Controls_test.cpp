@@ -122,7 +122,9 @@ TEST(Controls, EachKindKnowsItsTags)
         }
         EXPECT_EQ(noErr, GetControlDataSize(control, 6, row.tag, &size));
         EXPECT_EQ(row.size, size);
-        EXPECT_EQ(noErr, GetControlData(control, 10, row.tag, 64, buffer, nullptr));
+        if (row.tag != 'cfst') { // would hand over a reference
+            EXPECT_EQ(noErr, GetControlData(control, 10, row.tag, 64, buffer, nullptr));
+        }
         if (row.tag != 'text') {
             EXPECT_EQ(errDataSizeMismatch,
                       SetControlData(control, 0, row.tag, row.size - 1, buffer));
@@ -206,10 +208,8 @@ TEST(Controls, CopyingGivesExactlyTheText)
     const Sample window;
     ShowWindow(window);
     QClipboard* clipboard = QGuiApplication::clipboard();
-    const char* rows[] = { "plain",
-                           "no\xC2\xA0"
-                           "break",
-                           "<b>1</b> & 2", "a\r\nb\rc\nd", "tab\tand \xE2\x80\xA8 separator" };
+    const char* rows[] = { "plain", "no\xC2\xA0-break", "<b>1</b> & 2", "a\r\nb\rc\nd",
+                           "tab\tand \xE2\x80\xA8 separator" };
     for (const char* text : rows) {
         SCOPED_TRACE(text);
         window.SetText(kText, text);

@@ -243,13 +243,12 @@ TEST(NibDeathTest, AProcessThatCanShowNothing)
     EXPECT_EXIT(attempt(nullptr, ":987"), done, "");
     EXPECT_EXIT(attempt("wayland", nullptr), done, "");
     EXPECT_EXIT(attempt("nonsense", nullptr), done, "");
-    EXPECT_EXIT(
-        {
-            int count = 1;
-            char name[] = "host";
-            char* arguments[] = { name, nullptr };
-            const QCoreApplication application(count, arguments); // of another kind
-            attempt("offscreen", nullptr);
-        },
-        done, "");
+    const auto otherKind = [&] {
+        static int count = 1;
+        static char name[] = "host";
+        static char* arguments[] = { name, nullptr };
+        const QCoreApplication application(count, arguments);
+        attempt("offscreen", nullptr);
+    };
+    EXPECT_EXIT(otherKind(), done, "");
 }

@@ -75,8 +75,10 @@ public:
                             8, 5, "Plain");
         xcb_map_window(m_x, window);
         xcb_flush(m_x);
-        Shell("xdotool search --sync --onlyvisible --name '^Plain$'; xdotool search --sync --name"
-              " '^Plain$' windowactivate --sync windowmove --sync 300 200");
+        Shell(
+            "timeout 5 sh -c 'until xwininfo -name Plain | grep -q IsViewable; do sleep 0.02; done'"
+            " 2>&1; wmctrl -a Plain; xdotool windowmove "
+            + std::to_string(window) + " 300 200; sleep 0.2");
     }
     ~PlainHost()
     {
@@ -226,6 +228,7 @@ TEST(Screen, APlainHostKeepsItsProcessAndIsBlockedMeanwhile)
 
 TEST(Screen, ClickReturnAndTheCloseRequestEndTheBox)
 {
+    StartToolbox();
     struct Row
     {
         const char* name;
@@ -270,6 +273,7 @@ TEST(Screen, FramesAreKnownWhenShowReturns)
 
 TEST(Screen, AQtHostIsBlockedAndTheBoxKeepsTheKeyboard)
 {
+    StartToolbox();
     QtHost host;
     const std::string clickHost = At(220, 170) + "xdotool click 1; sleep 0.15; ";
     Box box(host.ref);

@@ -37,7 +37,7 @@ AlertStdAlertParamRec YesNo()
 QWidget* AlertWidget()
 {
     for (QWidget* widget : QApplication::topLevelWidgets()) {
-        if (widget->isVisible() && widget->findChild<QPushButton*>()) {
+        if (widget->isVisible() && widget->findChild<QScrollArea*>()) { // no host here has one
             return widget;
         }
     }
@@ -221,6 +221,7 @@ TEST(StandardAlert, StandardTextsAndBadArguments)
 
 TEST(StandardAlert, BlocksTheActiveHostAndGivesTheFocusBack)
 {
+    StartToolbox();
     QWidget host;
     host.resize(200, 100);
     int clicks = 0;
