@@ -22,7 +22,8 @@ PROGRAMS = ["string", "log", "preferences", "profile", "stream", "module", "box"
 
 # workload: (contender, most that ours may take of it)
 GOALS = {
-    "copy + destroy": ("floor", 2 / 9.8),  # while the process has one thread
+    # Beside std::string: a locked addition, the floor, costs another part of everything on each processor.
+    "copy + destroy": ("std::string", 2 / 13.3),  # while the process has one thread
     "assign twice, shared": ("std::string", 4 / 3.6),
     "assign from characters": ("std::string", 4 / 2.8),
     "copy, write one": ("floor", 15 / 8.2),
@@ -37,11 +38,11 @@ GOALS = {
     "copy + trim both ends": ("std::string", 28 / 32.9),
     "format %s=%d": ("floor", 100 / 48),
     "open line": ("floor", 1.4),
-    "closed LogPrintIf": ("spdlog", 2 / 1.2),
+    "closed LogPrintIf": ("closed LogPrint/floor", 2 / 76),
     "closed LogPrint": ("floor", 1.2),
     "durable set, in memory": ("floor", 20 / 6),
     "durable set, on disk": ("floor", 1.15),
-    "get": ("GKeyFile", 450 / 37),
+    "get": ("floor", 450 / 337),
     "construct, get, destroy": ("get/floor", 1800 / 337),
     "load 1 MB": ("floor", 1.3),
     "load 10 MB": ("floor", 1.3),
