@@ -58,10 +58,10 @@ OSErr GoUpToBundleFolder(FSRef& ref)
 
 OSErr StoreModuleFolder(const FSRef& ref)
 {
-    FSSpec spec = {};
-    const OSErr error = FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &spec, nullptr);
+    FSSpec fsSpec = {};
+    const OSErr error = FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &fsSpec, nullptr);
     if (error == noErr)
-        sModuleFolder = spec;
+        sModuleFolder = fsSpec;
     return error;
 }
 
@@ -98,15 +98,14 @@ void GetApplicationSupportFolder(String& result, SInt16 domain)
     FSRef ref = {}; // left alone by a failing search, and then no URL
     if (FSFindFolder(domain, kApplicationSupportFolderType, kCreateFolder, &ref) != noErr)
         result.Clear();
+    auto* buffer
+        = reinterpret_cast<UInt8*>(result.OpenBuffer(kPathBuffer)); // may throw: before the URL
     const CFURLRef url = CFURLCreateFromFSRef(kCFAllocatorDefault, &ref);
-    if (url == nullptr) {
-        result.Clear();
-        return;
-    }
-    auto* buffer = reinterpret_cast<UInt8*>(result.OpenBuffer(kPathBuffer));
-    const Boolean isWritten = CFURLGetFileSystemRepresentation(url, true, buffer, kPathBuffer);
+    const bool isWritten
+        = url != nullptr && CFURLGetFileSystemRepresentation(url, true, buffer, kPathBuffer);
+    if (url != nullptr)
+        CFRelease(url);
     result.CloseBuffer();
-    CFRelease(url);
     if (!isWritten)
         result.Clear();
 }

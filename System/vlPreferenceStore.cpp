@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <type_traits>
 
 namespace Veltrano {
 
@@ -14,12 +16,13 @@ namespace {
 
 const char kGettingEntry[] = "%s Getting Entry '%@'\n"; // the object's text is shown
 
-void ReleaseIf(Bool32 release, CFTypeRef value)
+struct Release
 {
-    if (release && value != nullptr) {
-        CFRelease(value);
-    }
-}
+    void operator()(CFTypeRef object) const { CFRelease(object); }
+};
+
+// Owns one reference, or none when null: the strings of a path throw without memory.
+template <class Reference> using Owned = std::unique_ptr<std::remove_pointer_t<Reference>, Release>;
 
 bool IsDictionary(CFTypeRef value)
 {
@@ -43,19 +46,28 @@ CFMutableDictionaryRef CreateDictionary(CFTypeRef value)
                                      &kCFTypeDictionaryValueCallBacks);
 }
 
+CFTypeRef FindEntry(CFDictionaryRef dict, CFStringRef key)
+{
+    const void* entry = nullptr;
+    CFDictionaryGetValueIfPresent(dict, key, &entry);
+    return entry;
+}
+
+// False when there was no memory for it: then the dictionary is as before, and does not say so.
+bool SetEntry(CFMutableDictionaryRef dict, CFStringRef key, CFTypeRef value)
+{
+    CFDictionarySetValue(dict, key, value);
+    return FindEntry(dict, key) == value;
+}
+
 // Puts a dictionary to change in the place of what is there.
 // KEPT: its creation reference is not given back; the parent keeps it alive from then on. Leak checks
 // leave this function out, so it must stay a frame of its own.
 [[gnu::noinline]] CFMutableDictionaryRef AddInnerDictionary(CFMutableDictionaryRef parent,
                                                             CFStringRef key)
 {
-    const void* entry = nullptr;
-    CFDictionaryGetValueIfPresent(parent, key, &entry);
-    const CFMutableDictionaryRef dict = CreateDictionary(entry);
-    if (dict != nullptr) {
-        CFDictionarySetValue(parent, key, dict);
-    }
-    return dict;
+    Owned<CFMutableDictionaryRef> dict(CreateDictionary(FindEntry(parent, key)));
+    return dict != nullptr && SetEntry(parent, key, dict.get()) ? dict.release() : nullptr;
 }
 
 } // namespace
@@ -76,7 +88,7 @@ PreferenceStore::PreferenceStore(const char* application, Bool32 anyUser)
 
 PreferenceStore::~PreferenceStore()
 {
-    ReleaseIf(1, m_application);
+    Owned<CFStringRef>(m_application).reset();
 }
 
 Bool32 PreferenceStore::Initialize(const char* application, Bool32 anyUser)
@@ -89,7 +101,7 @@ Bool32 PreferenceStore::Initialize(const char* application, Bool32 anyUser)
     if (name == nullptr) {
         return 0;
     }
-    ReleaseIf(1, m_application);
+    const Owned<CFStringRef> old(m_application);
     m_application = name;
     m_user = anyUser ? kCFPreferencesAnyUser : kCFPreferencesCurrentUser;
     m_valid = CFPreferencesSynchronize(m_application, m_user, kCFPreferencesCurrentHost) ? 1 : 0;
@@ -155,10 +167,10 @@ Bool32 PreferenceStore::SetBool(const char* entry, CFStringRef user, const Bool3
 Bool32
 PreferenceStore::PutObject(const char* entry, CFTypeRef value, CFStringRef user, Bool32 release)
 {
+    Owned<CFTypeRef> owned(release ? value : nullptr);
     if (!m_valid || entry == nullptr) {
         LogPrint("%s Not initialized or invalid Entry (%p).\n",
                  "PutObject:", static_cast<const void*>(entry));
-        ReleaseIf(release, value);
         return 0;
     }
     String text(entry);
@@ -168,32 +180,30 @@ PreferenceStore::PutObject(const char* entry, CFTypeRef value, CFStringRef user,
     if (slash != nullptr) {
         *slash = '\0';
     }
-    const CFStringRef key = GetEntryString(path);
+    Owned<CFStringRef> key(GetEntryString(path));
     if (key == nullptr) {
-        ReleaseIf(release, value);
         return 0;
     }
     if (slash == nullptr) {
-        return SetSynchronizeProperty(key, value, user, release);
+        owned.release();
+        return SetSynchronizeProperty(key.release(), value, user, release);
     }
 
-    const CFTypeRef top
-        = CFPreferencesCopyValue(key, m_application, user, kCFPreferencesCurrentHost);
-    const CFMutableDictionaryRef dict
-        = CreateDictionary(top); // anything else at the top is replaced
-    ReleaseIf(1, top);
-    if (dict == nullptr || !SetDictEntryValue(m_verbose, dict, slash + 1, value, this)) {
+    Owned<CFTypeRef> top(
+        CFPreferencesCopyValue(key.get(), m_application, user, kCFPreferencesCurrentHost));
+    Owned<CFMutableDictionaryRef> dict(
+        CreateDictionary(top.get())); // anything else at the top is replaced
+    top.reset();
+    if (dict == nullptr || !SetDictEntryValue(m_verbose, dict.get(), slash + 1, value, this)) {
         LogPrint("%s Out of memory.", "PutObject:"); // KEPT: no line end
-        ReleaseIf(1, dict);
-        CFRelease(key);
-        ReleaseIf(release, value);
         return 0;
     }
-    ReleaseIf(release, value);
-    return SetSynchronizeProperty(key, dict, user, 1);
+    owned.reset();
+    return SetSynchronizeProperty(key.release(), dict.release(), user, 1);
 }
 
-// Sets or, with a null value, removes a top-level key and writes the domain. Releases the key.
+// Sets or, with a null value, removes a top-level key and writes the domain. Releases the key and, with
+// `release` set, the value.
 Bool32 PreferenceStore::SetSynchronizeProperty(CFStringRef key,
                                                CFTypeRef value,
                                                CFStringRef user,
@@ -201,7 +211,7 @@ Bool32 PreferenceStore::SetSynchronizeProperty(CFStringRef key,
 {
     CFPreferencesSetValue(key, value, m_application, user, kCFPreferencesCurrentHost);
     CFRelease(key);
-    ReleaseIf(release, value);
+    Owned<CFTypeRef>(release ? value : nullptr).reset();
     const Bool32 ok
         = CFPreferencesSynchronize(m_application, user, kCFPreferencesCurrentHost) ? 1 : 0;
     LogPrintIf(m_verbose, "%s Synchronizing %d\n", "SetSynchronizeProperty:", ok);
@@ -226,19 +236,14 @@ Bool32 PreferenceStore::SetDictEntryValue(Bool32 verbose,
         if (slash != nullptr) {
             *slash = '\0';
         }
-        const CFStringRef key = store->GetEntryString(path);
+        const Owned<CFStringRef> key(store->GetEntryString(path));
         if (key == nullptr) {
             return 0;
         }
         if (slash == nullptr) {
-            if (value != nullptr) {
-                CFDictionarySetValue(dict, key, value);
-            }
-            CFRelease(key);
-            return value != nullptr ? 1 : 0;
+            return value != nullptr && SetEntry(dict, key.get(), value) ? 1 : 0;
         }
-        dict = AddInnerDictionary(dict, key);
-        CFRelease(key);
+        dict = AddInnerDictionary(dict, key.get());
         if (dict == nullptr) {
             return 0;
         }
@@ -255,33 +260,32 @@ CFTypeRef PreferenceStore::GetObjectOfType(const char* entry, CFTypeID type, CFS
                  "GetObjectOfType:", static_cast<const void*>(entry));
         return nullptr;
     }
-    const CFStringRef key = GetEntryKey(entry);
+    Owned<CFStringRef> key(GetEntryKey(entry));
     if (key == nullptr) {
         return nullptr;
     }
-    TraceEntry(m_verbose, "GetObjectOfType:", key);
-    const CFTypeRef value
-        = CFPreferencesCopyValue(key, m_application, user, kCFPreferencesCurrentHost);
-    CFRelease(key);
+    TraceEntry(m_verbose, "GetObjectOfType:", key.get());
+    Owned<CFTypeRef> value(
+        CFPreferencesCopyValue(key.get(), m_application, user, kCFPreferencesCurrentHost));
+    key.reset();
     if (value == nullptr) {
         return nullptr;
     }
-    LogPrintIf(m_verbose, "%s Found CFType %p ID %d\n", "GetObjectOfType:", value, TypeOf(value));
+    LogPrintIf(m_verbose, "%s Found CFType %p ID %d\n", "GetObjectOfType:", value.get(),
+               TypeOf(value.get()));
     const char* rest = NextEntry(entry);
-    if (rest == nullptr && CFGetTypeID(value) == type) {
-        return value;
+    if (rest == nullptr) {
+        return CFGetTypeID(value.get()) == type ? value.release() : nullptr;
     }
-    CFTypeRef result = nullptr;
-    if (rest != nullptr && IsDictionary(value)) {
-        LogPrintIf(m_verbose, "%s Entering Dictionary %p\n", "GetObjectOfType:", value);
-        if (*rest != '\0') {
-            // KEPT: the first character of the second component is passed over, here only.
-            result
-                = GetDictEntryValue(m_verbose, static_cast<CFDictionaryRef>(value), rest + 1, this);
-        }
+    if (!IsDictionary(value.get())) {
+        return nullptr;
     }
-    CFRelease(value);
-    return result;
+    LogPrintIf(m_verbose, "%s Entering Dictionary %p\n", "GetObjectOfType:", value.get());
+    if (*rest == '\0') {
+        return nullptr;
+    }
+    // KEPT: the first character of the second component is passed over, here only.
+    return GetDictEntryValue(m_verbose, static_cast<CFDictionaryRef>(value.get()), rest + 1, this);
 }
 
 // The value below a dictionary, one reference; null when the path is null or leads nowhere.
@@ -299,41 +303,35 @@ CFTypeRef PreferenceStore::GetDictEntryValue(Bool32 verbose,
         LogPrint("%s Attempt to get Dictionary as value\n", operation);
         return nullptr;
     }
-    const CFStringRef key = store->GetEntryKey(path);
+    const Owned<CFStringRef> key(store->GetEntryKey(path));
     if (key == nullptr) {
         return nullptr;
     }
-    store->TraceEntry(verbose, operation, key);
-    CFTypeRef result = nullptr;
-    if (CFDictionaryGetValueIfPresent(dict, key, &result) && result != nullptr) {
-        LogPrintIf(verbose, "%s Found CFType %p ID %d\n", operation, result, TypeOf(result));
-        CFRetain(result);
-        if (IsDictionary(result)) {
-            LogPrintIf(verbose, "%s Entering Dictionary %p\n", operation, result);
-            const CFTypeRef entry = result;
-            result = GetDictEntryValue(verbose, static_cast<CFDictionaryRef>(entry),
-                                       NextEntry(path), store);
-            CFRelease(entry);
+    store->TraceEntry(verbose, operation, key.get());
+    Owned<CFTypeRef> result;
+    if (const CFTypeRef found = FindEntry(dict, key.get())) {
+        LogPrintIf(verbose, "%s Found CFType %p ID %d\n", operation, found, TypeOf(found));
+        result.reset(CFRetain(found));
+        if (IsDictionary(found)) {
+            LogPrintIf(verbose, "%s Entering Dictionary %p\n", operation, found);
+            result.reset(GetDictEntryValue(verbose, static_cast<CFDictionaryRef>(found),
+                                           NextEntry(path), store));
         }
     }
-    CFRelease(key);
     if (result != nullptr) {
-        LogPrintIf(verbose, "%s Returning CFType %p ID %d\n", operation, result, TypeOf(result));
+        LogPrintIf(verbose, "%s Returning CFType %p ID %d\n", operation, result.get(),
+                   TypeOf(result.get()));
     } else {
         LogPrint("%s Returning NULL CFType\n", operation);
     }
-    return result;
+    return result.release();
 }
 
 // An object that is of the type wherever it was found.
 CFTypeRef PreferenceStore::GetTypedObject(const char* entry, CFTypeID type, CFStringRef user)
 {
-    const CFTypeRef value = GetObjectOfType(entry, type, user);
-    if (value != nullptr && CFGetTypeID(value) != type) {
-        CFRelease(value);
-        return nullptr;
-    }
-    return value;
+    Owned<CFTypeRef> value(GetObjectOfType(entry, type, user));
+    return value != nullptr && CFGetTypeID(value.get()) == type ? value.release() : nullptr;
 }
 
 Bool32 PreferenceStore::GetBinary(const char* entry, CFStringRef user, void* buffer, UInt32* size)
@@ -362,19 +360,19 @@ Bool32 PreferenceStore::GetBinary(const char* entry, CFStringRef user, void* buf
 String PreferenceStore::GetString(const char* entry, CFStringRef user, const char* lpszDefault)
 {
     String result(lpszDefault);
-    const auto string = static_cast<CFStringRef>(GetTypedObject(entry, CFStringGetTypeID(), user));
+    const Owned<CFStringRef> string(
+        static_cast<CFStringRef>(GetTypedObject(entry, CFStringGetTypeID(), user)));
     if (string != nullptr) {
-        const CFIndex nLength = CFStringGetLength(string);
-        if (const char* lpsz = CFStringGetCStringPtr(string, m_encoding)) {
+        const CFIndex nLength = CFStringGetLength(string.get());
+        if (const char* lpsz = CFStringGetCStringPtr(string.get(), m_encoding)) {
             result = lpsz;
         } else if (nLength > 0) {
             // KEPT: the length counts the zero.
             char* buffer = result.OpenBufferWithLength(static_cast<int>(nLength) + 1);
-            if (!CFStringGetCString(string, buffer, nLength + 1, m_encoding)) {
+            if (!CFStringGetCString(string.get(), buffer, nLength + 1, m_encoding)) {
                 result = lpszDefault; // not to be had in this encoding
             }
         }
-        CFRelease(string);
     }
     LogPrintIf(m_verbose, "GetString: result '%s'\n", result.GetString());
     return result;

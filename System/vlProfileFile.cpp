@@ -220,7 +220,9 @@ void ProfileFile::Write()
             fputc('\n', m_file);
         }
     }
-    fwrite(text.get(), 1, static_cast<size_t>(pEnd - text.get()), m_file);
+    if (text) {
+        fwrite(text.get(), 1, nSize, m_file);
+    }
 }
 
 // Kinds of lines

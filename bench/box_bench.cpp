@@ -76,15 +76,12 @@ void AddBenchmarks()
     show(parent, bundle, 128, &product, "Licensed to Ada", 0); // fonts, styles and files are read once
     Veltrano::ShowAlert("It is in use.", "Cannot open the file.", 0);
 
-    Add("About box, without picture", "ours", [] {
-        DoNotOptimize(show(parent, bundle, 999, &product, "Licensed to Ada", 0));
-    });
-    Add("About box, with picture", "ours", [] {
-        DoNotOptimize(show(parent, bundle, 128, &product, "Licensed to Ada", 0));
-    });
-    Add("alert", "ours", [] {
-        DoNotOptimize(Veltrano::ShowAlert("It is in use.", "Cannot open the file.", 0));
-    });
+    Add("About box, without picture", "ours",
+        [] { DoNotOptimize(show(parent, bundle, 999, &product, "Licensed to Ada", 0)); });
+    Add("About box, with picture", "ours",
+        [] { DoNotOptimize(show(parent, bundle, 128, &product, "Licensed to Ada", 0)); });
+    Add("alert", "ours",
+        [] { DoNotOptimize(Veltrano::ShowAlert("It is in use.", "Cannot open the file.", 0)); });
     for (const char* workload :
          { "About box, without picture", "About box, with picture", "alert" })
         Add(workload, "QMessageBox", [] {

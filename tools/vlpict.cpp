@@ -182,7 +182,10 @@ void List(const Arguments& arguments)
             const int c = resource.type >> shift & 0xFF;
             putchar(c >= 0x20 && c < 0x7F ? c : '?');
         }
-        printf(" %6d %9zu  %s\n", resource.id, resource.data.size(), resource.name.c_str());
+        printf(" %6d %9zu", resource.id, resource.data.size());
+        if (!resource.name.empty())
+            printf("  %s", resource.name.c_str());
+        putchar('\n');
     }
 }
 

@@ -71,13 +71,15 @@ template <typename To, typename From> static bool Convert(From from, To& to)
 {
     if constexpr (std::is_integral_v<To>) {
         return ConvertToInteger(from, to);
-    } else if constexpr (std::is_integral_v<From>) {
-        From back = 0;
-        to = static_cast<To>(from);
-        return ConvertToInteger(to, back) && back == from;
     } else {
-        to = static_cast<To>(from);
-        return static_cast<From>(to) == from || std::isnan(from);
+        volatile To rounded = static_cast<To>(from); // a register of the x87 would hold more digits
+        to = rounded;
+        if constexpr (std::is_integral_v<From>) {
+            From back = 0;
+            return ConvertToInteger(to, back) && back == from;
+        } else {
+            return static_cast<From>(to) == from || std::isnan(from);
+        }
     }
 }
 

@@ -180,25 +180,25 @@ static HFSUniStr255 UnicodeName(std::string_view name)
     return result;
 }
 
-static FSSpec Specification(std::string_view name, SInt32 parent)
+static FSSpec MakeFSSpec(std::string_view name, SInt32 parent)
 {
-    FSSpec spec = {};
-    spec.vRefNum = kVolume;
-    spec.parID = parent;
-    size_t n = std::min(name.size(), sizeof(spec.name) - 1);
+    FSSpec fsSpec = {};
+    fsSpec.vRefNum = kVolume;
+    fsSpec.parID = parent;
+    size_t n = std::min(name.size(), sizeof(fsSpec.name) - 1);
     while (n < name.size() && n > 0 && (name[n] & 0xC0) == 0x80) { // not through a character
         --n;
     }
-    spec.name[0] = static_cast<unsigned char>(n);
-    std::memcpy(spec.name + 1, name.data(), n);
-    return spec;
+    fsSpec.name[0] = static_cast<unsigned char>(n);
+    std::memcpy(fsSpec.name + 1, name.data(), n);
+    return fsSpec;
 }
 
 OSErr FSGetCatalogInfo(const FSRef* ref,
                        FSCatalogInfoBitmap which,
                        FSCatalogInfo* info,
                        HFSUniStr255* name,
-                       FSSpec* spec,
+                       FSSpec* fsSpec,
                        FSRef* parent)
 {
     if (ref == nullptr || which != kFSCatInfoNone || info != nullptr) {
@@ -219,7 +219,7 @@ OSErr FSGetCatalogInfo(const FSRef* ref,
             = isRoot ? std::string_view("/") : std::string_view(*path).substr(slash + 1);
         std::string folder = isRoot ? std::string() : path->substr(0, std::max<size_t>(slash, 1));
         SInt32 parentNumber = kRootParent;
-        if (!isRoot && spec != nullptr) {
+        if (!isRoot && fsSpec != nullptr) {
             if (stat(folder.c_str(), &status) != 0) {
                 return static_cast<OSErr>(FileRefs_Error(errno));
             }
@@ -229,8 +229,8 @@ OSErr FSGetCatalogInfo(const FSRef* ref,
         if (name != nullptr) {
             *name = UnicodeName(ownName);
         }
-        if (spec != nullptr) {
-            *spec = Specification(ownName, parentNumber);
+        if (fsSpec != nullptr) {
+            *fsSpec = MakeFSSpec(ownName, parentNumber);
         }
         if (parent != nullptr) { // may be `ref` itself
             *parent = folderRef;

@@ -102,10 +102,13 @@ public:
         : m_host(Windows_ActiveHost())
         , m_cancelItem(param.cancelButton)
     {
-        const QWidget* active = QApplication::activeWindow();
-        const QScreen* screen = active ? active->screen() : QGuiApplication::primaryScreen();
-        const QRect room = screen->availableGeometry().adjusted(kFrameRoom, kTitleRoom, -kFrameRoom,
-                                                                -kFrameRoom);
+        const QScreen* screen
+            = m_host ? QGuiApplication::screenAt(m_host->Structure().center()) : nullptr;
+        if (!screen) {
+            screen = QGuiApplication::primaryScreen();
+        }
+        const QRect room = (screen ? screen->availableGeometry() : QRect(0, 0, 640, 480))
+                               .adjusted(kFrameRoom, kTitleRoom, -kFrameRoom, -kFrameRoom);
 
         m_window = Windows_Create(QApplication::applicationDisplayName(), QRect(0, 0, 1, 1), true);
         m_window->windowClass = kMovableAlertWindowClass;

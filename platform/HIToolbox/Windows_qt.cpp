@@ -199,7 +199,9 @@ OwnWindow::OwnWindow(const QString& title, const QRect& content, bool resizable)
     Widget()->window = this;
     widget->setWindowTitle(title);
     widget->setGeometry(content);
-    if (!resizable) {
+    if (!resizable) { // nothing to enlarge or to shrink to; the close request is a command
+        widget->setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint
+                               | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint);
         widget->setFixedSize(content.size());
     }
 }

@@ -2,15 +2,17 @@
 // vlModuleLog_test.cpp - opening, lines, the fallback to standard output, closing.
 
 #include "System/vlModuleLog.h"
+#include "tests/support/Processes.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <algorithm>
 #include <ctime>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <map>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace Veltrano;
@@ -161,32 +163,70 @@ TEST_F(ModuleLogTest, TheStandardPlace)
     std::filesystem::remove(path);
 }
 
-// Lines of several processes stay whole, and those whose call returned survive a kill.
-TEST_F(ModuleLogTest, LinesAreWholeBesideOthersAndAfterAKill)
+// The number of lines of a log, each one whole: about loading, or of process `first` to `last` and with numbers
+// that rise by one from a hundred thousand times the process on.
+int CountWholeLines(const std::string& text, int first, int last)
 {
-    const int nProcesses = 4;
-    const int nLines = 2000;
-    for (int i = 0; i < nProcesses; ++i) {
-        if (fork() == 0) {
-            ModuleLog::open(nullptr, nullptr, kLogAppend, Path().c_str());
-            for (int n = 0; n < nLines; ++n) {
-                LogPrint("process %d line %040d end\n", i, n);
-            }
-            kill(getpid(), SIGKILL);
+    std::map<int, int> next;
+    std::istringstream lines(text);
+    int nLines = 0;
+    EXPECT_TRUE(text.empty() || text.ends_with('\n'));
+    for (std::string line; std::getline(lines, line);) {
+        int process = -1;
+        int n = -1;
+        if (sscanf(line.c_str(), "process %d line %d", &process, &n) == 2) {
+            EXPECT_TRUE(line.size() == 59 && line.ends_with(" end")) << line;
+            EXPECT_TRUE(process >= first && process <= last) << line;
+            EXPECT_EQ(next.try_emplace(process, process * 100000).first->second++, n) << line;
+            ++nLines;
+        } else {
+            EXPECT_EQ(line, "Loaded at TIME.");
         }
     }
-    while (wait(nullptr) > 0) { }
-    std::istringstream lines(Lines());
-    int nWhole = 0;
-    for (std::string line; std::getline(lines, line); ++nWhole) {
-        int nProcess;
-        int n;
-        ASSERT_TRUE(line == "Loaded at TIME."
-                    || (line.size() == 59 && line.ends_with(" end")
-                        && sscanf(line.c_str(), "process %d line %d", &nProcess, &n) == 2))
-            << line;
-    }
-    EXPECT_EQ(nWhole, nProcesses * (nLines + 1));
+    return nLines;
+}
+
+TEST_F(ModuleLogTest, LinesOfSeveralProcessesAreWhole)
+{
+    const int nProcesses = 4;
+    const int nLines = FromEnvironment("VELTRANO_LINES", 2000);
+    const int nBad = InProcesses(nProcesses, [&](int process) {
+        ModuleLog::open(nullptr, nullptr, kLogAppend, Path().c_str());
+        bool isGood = true;
+        for (int i = 0; i < nLines; ++i) {
+            isGood &= LogPrint("process %d line %040d end\n", process, process * 100000 + i) == 60;
+        }
+        return isGood;
+    });
+    EXPECT_EQ(nBad, 0);
+    const int nWhole = CountWholeLines(Lines(), 0, nProcesses - 1);
+    EXPECT_EQ(nWhole, nProcesses * nLines);
+    printf("%d processes: %d of %d lines whole\n", nProcesses, nWhole, nProcesses * nLines);
+}
+
+TEST_F(ModuleLogTest, LinesSurviveAKill)
+{
+    const int nKills = FromEnvironment("VELTRANO_KILLS", 40);
+    int nLines = 0;
+    int nLost = 0;
+    KillWriters(
+        nKills,
+        [&](int i) {
+            if (moduleLog_.fd == -1) {
+                ModuleLog::open(nullptr, nullptr, kLogNew, Path().c_str());
+            }
+            return LogPrint("process %d line %040d end\n", i / 100000, i) == 60;
+        },
+        [&](int first, int last) {
+            const int nReturned = last - first + 1;
+            const int nWhole
+                = nReturned > 0 ? CountWholeLines(Lines(), first / 100000, first / 100000) : 0;
+            nLines += nReturned;
+            nLost += std::max(nReturned - nWhole, 0);
+        });
+    EXPECT_GT(nLines, nKills);
+    EXPECT_EQ(nLost, 0);
+    printf("%d kills: %d lines returned, %d lost\n", nKills, nLines, nLost);
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include "System/vlString.h"
 #include "tests/support/CountedNew.h"
+#include "tests/support/Processes.h"
 #include "tests/support/StringChecks.h"
 
 #include <cmath>
@@ -10,6 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <thread>
+#include <vector>
 
 using Veltrano::String;
 using Veltrano::StringData;
@@ -467,9 +469,11 @@ TEST(String, ComparesAsStrcmp)
 
 TEST(String, CopiesLiveOnSeveralThreads)
 {
+    const int nThreads = 4;
+    const int nCopies = FromEnvironment("VELTRANO_COPIES", 400000) / nThreads;
     const String source("shared between threads");
-    auto work = [](String mine) {
-        for (int i = 0; i < 20000; ++i) {
+    auto work = [nCopies](String mine) {
+        for (int i = 0; i < nCopies; ++i) {
             String copy(mine);
             String empty;
             empty = "";
@@ -478,12 +482,16 @@ TEST(String, CopiesLiveOnSeveralThreads)
             }
         }
     };
-    std::thread first(work, source), second(work, source);
-    work(source);
-    first.join();
-    second.join();
+    std::vector<std::thread> threads;
+    for (int i = 0; i < nThreads; ++i) {
+        threads.emplace_back(work, source);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
     EXPECT_EQ(Refs(source), 1);
     EXPECT_TEXT("shared between threads", source);
+    printf("%d copies on %d threads: count %d\n", nThreads * nCopies, nThreads, Refs(source));
 }
 
 TEST(StringDeathTest, EveryCheckReportsItsFileLineAndText)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // EntryTable_test.cpp - the loaded module over the real toolbox, offscreen.
 #include "module/EntryTable.h"
+#include "tests/support/Processes.h"
 
 #include <Carbon/Carbon.h>
 #include <veltrano/HostWindow.h>
@@ -10,6 +11,7 @@
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QPushButton>
 
+#include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
@@ -166,6 +168,26 @@ TEST_F(EntryTableTest, AnswersToMissingArguments)
     EXPECT_TRUE(noProduct.isVisible);
     m_product.versionText = nullptr;
     EXPECT_TRUE(Show([&] { return m_show(nullptr, nullptr, 0, &m_product, "", 9); }).isVisible);
+}
+
+TEST_F(EntryTableTest, ManyBoxesLeaveNothingBehind)
+{
+    const int nBoxes = FromEnvironment("VELTRANO_BOXES", 20);
+    int nDescriptors = 0;
+    long nPages = 0;
+    const auto show = [&](int n) {
+        while (n-- > 0) {
+            Show([&] { return m_show(m_parent, m_hostBundle, 128, &m_product, "x", 0); });
+        }
+        nDescriptors = CountDescriptors() - nDescriptors;
+        long nResident = 0;
+        std::ifstream("/proc/self/statm") >> nResident >> nResident;
+        nPages = nResident - nPages;
+    };
+    show(10); // what the first ones bring stays
+    show(nBoxes);
+    EXPECT_EQ(nDescriptors, 0);
+    printf("%d boxes, %ld KiB more\n", nBoxes, nPages * sysconf(_SC_PAGESIZE) / 1024);
 }
 
 } // namespace

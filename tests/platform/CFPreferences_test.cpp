@@ -1,19 +1,15 @@
 // SPDX-License-Identifier: MIT
 // CFPreferences_test.cpp - values, merging, failures, and several processes on one domain.
 // VELTRANO_SETS=n and VELTRANO_KILLS=n make the tests with several processes longer.
-#include "tests/platform/FailingCalls.h"
-#include "tests/platform/FailingNew.h"
+#include "tests/support/FailingCalls.h"
+#include "tests/support/FailingNew.h"
 #include "tests/support/Foundation.h"
+#include "tests/support/Processes.h"
 
 #include <cmath>
-#include <csignal>
 #include <limits>
-#include <random>
 #include <set>
-#include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 static const CFStringRef kApplication = CFSTR("com.veltrano.test");
 
@@ -57,12 +53,6 @@ static CFIndex CountKeys()
     return keys != nullptr ? CFArrayGetCount(keys.get()) : 0;
 }
 
-static int FromEnvironment(const char* variable, int standard)
-{
-    const char* value = getenv(variable);
-    return value != nullptr ? atoi(value) : standard;
-}
-
 // A home of its own, so that the domain starts empty.
 class CFPreferences : public testing::Test
 {
@@ -95,15 +85,6 @@ protected:
         WriteFile(m_file,
                   "<?xml version=\"1.0\"?>\n<plist version=\"1.0\">" + values + "</plist>\n");
         EXPECT_TRUE(Synchronize());
-    }
-
-    static int CountFiles(const std::string& folder)
-    {
-        int n = 0;
-        for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder)) {
-            ++n;
-        }
-        return n;
     }
 
     TemporaryHome m_home;
@@ -468,51 +449,46 @@ TEST_F(CFPreferences, FailedWriteKeepsFileAndChanges)
     EXPECT_EQ(3, Number(Copy("b").get()));
 }
 
-static int CountDescriptors()
-{
-    int n = 0;
-    for ([[maybe_unused]] const auto& entry :
-         std::filesystem::directory_iterator("/proc/self/fd")) {
-        ++n;
-    }
-    return n;
-}
-
+#ifdef HAS_FAILING_CALLS
 TEST_F(CFPreferences, EveryFailingSystemCallFailsCleanly)
 {
     ASSERT_TRUE(Save("a", Int(0).get()));
     const std::string good = Contents();
-    for (const std::string& before : { good, std::string("damaged") }) {
-        std::set<std::string> failed;
-        std::string call = "first";
-        for (int n = 1; !call.empty(); ++n) {
-            ASSERT_LT(n, 100);
-            WriteFile(m_file, before);
-            ASSERT_TRUE(Synchronize());
-            Set("a", Int(n).get());
-            int nDescriptors = CountDescriptors();
-            FailingCalls::Fail(n);
-            bool isDone = Synchronize();
-            call = FailingCalls::Stop();
-            std::string row = std::to_string(n) + ": " + call;
-            EXPECT_EQ(nDescriptors, CountDescriptors()) << row;
-            EXPECT_EQ(n, Number(Copy("a").get())) << row;
-            if (!isDone) {
-                bool isFolderFlush = before == good && failed.contains("rename") && call == "fsync";
-                EXPECT_EQ(!isFolderFlush, Contents() == before) << row;
-                failed.insert(call);
-                EXPECT_TRUE(Synchronize()) << row << ": the next try";
+    for (int error : { EIO, ENOSPC, EACCES, EINTR, FailingCalls::kShortWrite }) {
+        for (const std::string& before : { good, std::string("damaged") }) {
+            std::set<std::string> failed;
+            std::string call = "first";
+            for (int n = 1; !call.empty(); ++n) {
+                ASSERT_LT(n, 100);
+                WriteFile(m_file, before);
+                ASSERT_TRUE(Synchronize());
+                Set("a", Int(n).get());
+                int nDescriptors = CountDescriptors();
+                bool isDone = false;
+                call = FailingCalls::Run(n, error, [&] { isDone = Synchronize(); });
+                std::string row = std::to_string(n) + ": " + call + ", " + strerror(error);
+                EXPECT_EQ(nDescriptors, CountDescriptors()) << row;
+                EXPECT_EQ(n, Number(Copy("a").get())) << row;
+                if (!isDone) {
+                    bool isFolderFlush
+                        = before == good && failed.contains("rename") && call == "fsync";
+                    EXPECT_EQ(!isFolderFlush, Contents() == before) << row;
+                    failed.insert(call);
+                    EXPECT_TRUE(Synchronize()) << row << ": the next try";
+                }
+                EXPECT_NE(std::string::npos, Contents().find("<integer>" + std::to_string(n) + "<"))
+                    << row;
+                std::filesystem::remove(m_file + ".damaged-1");
+                EXPECT_EQ(2, CountFiles(m_folder)) << row << ": file and lock";
             }
-            EXPECT_NE(std::string::npos, Contents().find("<integer>" + std::to_string(n) + "<"))
-                << row;
-            std::filesystem::remove(m_file + ".damaged-1");
-            EXPECT_EQ(2, CountFiles(m_folder)) << row << ": file and lock";
+            for (const char* name : { "fchmod", "open", "rename", "stat" }) {
+                EXPECT_EQ(error != FailingCalls::kShortWrite, failed.contains(name))
+                    << name << ", " << strerror(error);
+            }
         }
-        EXPECT_EQ((std::set<std::string> { "close", "fchmod", "flock", "fstat", "fsync", "futimens",
-                                           "open", "rename", "write" }),
-                  failed);
     }
 }
+#endif
 
 TEST_F(CFPreferences, EveryFailingAllocationFailsCleanly)
 {
@@ -545,25 +521,6 @@ TEST_F(CFPreferences, EveryFailingAllocationFailsCleanly)
 }
 
 // --- several processes ---
-
-// Runs `work` in n processes at once; the number that did not end well.
-template <typename Work> static int InProcesses(int n, Work work)
-{
-    std::vector<pid_t> children;
-    for (int i = 0; i < n; ++i) {
-        pid_t child = fork();
-        if (child == 0) {
-            _exit(work(i) ? 0 : 1);
-        }
-        children.push_back(child);
-    }
-    int nBad = 0;
-    for (pid_t child : children) {
-        int status = 0;
-        nBad += waitpid(child, &status, 0) != child || status != 0;
-    }
-    return nBad;
-}
 
 TEST_F(CFPreferences, WritersOfDifferentEntriesLoseNothing)
 {
@@ -626,37 +583,19 @@ TEST_F(CFPreferences, CountersOfEqualLengthLoseNothing)
 TEST_F(CFPreferences, KilledWritersLeaveAWholeFile)
 {
     const int nKills = FromEnvironment("VELTRANO_KILLS", 40);
-    std::mt19937 random(7);
     int nBroken = 0;
     int nLost = 0;
     for (int i = 0; i < 100; ++i) {
         Set("key" + std::to_string(i), Int(i).get());
     }
     ASSERT_TRUE(Synchronize());
-    for (int kill = 0; kill < nKills; ++kill) {
-        int report[2];
-        ASSERT_EQ(0, pipe(report));
-        pid_t child = fork();
-        if (child == 0) {
-            for (int i = kill * 100000;; ++i) {
-                if (Save("count", Int(i).get())) {
-                    [[maybe_unused]] ssize_t n = write(report[1], &i, sizeof(i));
-                }
-            }
-        }
-        close(report[1]);
-        usleep(static_cast<useconds_t>(random() % 4000));
-        ::kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
-        int last = -1;
-        for (int i = 0; read(report[0], &i, sizeof(i)) == sizeof(i);) {
-            last = i;
-        }
-        close(report[0]);
-        ASSERT_TRUE(Synchronize());
-        nBroken += CountKeys() < 100 || !Contents().ends_with("</plist>\n");
-        nLost += last >= 0 && Number(Copy("count").get()) < last;
-    }
+    KillWriters(
+        nKills, [](int i) { return Save("count", Int(i).get()); },
+        [&](int first, int last) {
+            EXPECT_TRUE(Synchronize());
+            nBroken += CountKeys() < 100 || !Contents().ends_with("</plist>\n");
+            nLost += last >= first && Number(Copy("count").get()) < last;
+        });
     EXPECT_EQ(0, nBroken);
     EXPECT_EQ(0, nLost) << "a set that had returned";
     int nStray = CountFiles(m_folder) - 1;

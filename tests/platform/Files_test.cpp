@@ -72,9 +72,9 @@ TEST(Files, ClimbsToTheRootAndNoFurther)
         ASSERT_EQ(path, RefPath(ref));
     }
     ASSERT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, nullptr, &ref));
-    FSSpec spec;
+    FSSpec fsSpec;
     EXPECT_EQ(errFSBadFSRef,
-              FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &spec, nullptr));
+              FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &fsSpec, nullptr));
     EXPECT_EQ(nullptr, CFURLCreateFromFSRef(nullptr, &ref));
     FSRef garbage;
     std::fill(std::begin(garbage.hidden), std::end(garbage.hidden), UInt8(0x46));
@@ -91,15 +91,15 @@ TEST(Files, TellsNamesAndWhatIsGone)
     FSRef ref;
     ASSERT_EQ(noErr, FSPathMakeRef(Bytes(folder.Path(longName)), &ref, nullptr));
     HFSUniStr255 name;
-    FSSpec spec;
-    ASSERT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, &name, &spec, nullptr));
+    FSSpec fsSpec;
+    ASSERT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, &name, &fsSpec, nullptr));
     EXPECT_EQ(67, name.length);
     EXPECT_EQ(0xE4, name.unicode[62]);
-    EXPECT_EQ(62, spec.name[0]);
-    EXPECT_LT(spec.vRefNum, 0);
+    EXPECT_EQ(62, fsSpec.name[0]);
+    EXPECT_LT(fsSpec.vRefNum, 0);
     struct stat info;
     ASSERT_EQ(0, stat(folder.Path(".").c_str(), &info));
-    EXPECT_EQ(static_cast<UInt32>(info.st_ino), static_cast<UInt32>(spec.parID));
+    EXPECT_EQ(static_cast<UInt32>(info.st_ino), static_cast<UInt32>(fsSpec.parID));
 
     UInt8 small[4];
     EXPECT_EQ(errFSNameTooLong, FSRefMakePath(&ref, small, sizeof(small)));

@@ -228,6 +228,7 @@ TEST(Screen, APlainHostKeepsItsProcessAndIsBlockedMeanwhile)
 
 TEST(Screen, ClickReturnAndTheCloseRequestEndTheBox)
 {
+    StartToolbox();
     struct Row
     {
         const char* name;
@@ -272,6 +273,7 @@ TEST(Screen, FramesAreKnownWhenShowReturns)
 
 TEST(Screen, AQtHostIsBlockedAndTheBoxKeepsTheKeyboard)
 {
+    StartToolbox();
     QtHost host;
     const std::string clickHost = At(220, 170) + "xdotool click 1; sleep 0.15; ";
     Box box(host.ref);

@@ -221,6 +221,7 @@ TEST(StandardAlert, StandardTextsAndBadArguments)
 
 TEST(StandardAlert, BlocksTheActiveHostAndGivesTheFocusBack)
 {
+    StartToolbox();
     QWidget host;
     host.resize(200, 100);
     int clicks = 0;

@@ -385,6 +385,7 @@ public:
 
 TEST(HostWindows, AWrapperLeavesTheHostAlone)
 {
+    StartToolbox();
     auto host = std::make_unique<Host>();
     WindowClass windowClass = 0;
     EXPECT_EQ(noErr, GetWindowClass(host->ref, &windowClass));
@@ -416,6 +417,7 @@ TEST(HostWindows, AWrapperLeavesTheHostAlone)
 
 TEST(HostWindows, ModalityBlocksAsAskedAndALoopBlocksTheRest)
 {
+    StartToolbox();
     Host parent;
     Host other;
     EXPECT_EQ(1, parent.ClicksOfOne());
@@ -447,6 +449,7 @@ TEST(HostWindows, ModalityBlocksAsAskedAndALoopBlocksTheRest)
 
 TEST(HostWindows, AHostThatGoesAwayMeanwhile)
 {
+    StartToolbox();
     const std::function<void(std::unique_ptr<Host>&)> acts[] = {
         [](std::unique_ptr<Host>& host) { host.reset(); },
         [](std::unique_ptr<Host>& host) { host->hide(); },

@@ -151,6 +151,12 @@ inline void Later(double delay, std::function<void()> function)
         new std::function<void()>(std::move(function)), nullptr);
 }
 
+/// Has the toolbox started, for tests that make Qt widgets of a host first.
+inline void StartToolbox()
+{
+    Later(0, [] {});
+}
+
 inline HICommandExtended CommandOf(EventRef event)
 {
     HICommandExtended command {};

@@ -32,7 +32,7 @@ server=$!
 await test -s "$folder/display"
 DISPLAY=:$(cat "$folder/display")
 export DISPLAY
-unset WAYLAND_DISPLAY XAUTHORITY
+unset WAYLAND_DISPLAY XAUTHORITY QT_QPA_PLATFORM
 XDG_CONFIG_HOME=$folder XDG_CACHE_HOME=$folder openbox --sm-disable >"$folder/manager.log" 2>&1 &
 manager=$!
 await wmctrl -m

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // AboutBox_test.cpp - every call that the box makes, in order.
+#include "tests/support/FailingNew.h"
 #include "tests/ui/ToolboxDouble.h"
 #include "ui/AboutBox.h"
 
@@ -145,6 +146,25 @@ TEST_F(AboutBoxTest, GoesOnWithoutPictureAndLeavesSmallFontDataAlone)
         EXPECT_EQ(call.find("GetControlData "), std::string::npos) << call;
     }
     EXPECT_TRUE(WasCalled("ReleaseResource null"));
+}
+
+// The copy of the text, then the font data of each line: what cannot be had is left out, the box runs on.
+TEST_F(AboutBoxTest, EveryFailingAllocationLeavesOneThingOut)
+{
+    const char* const missing[]
+        = { "SetControlData pver2 0 text x", "SetControlData pver1 0 font flags 0 color 0 0 0",
+            "SetControlData pver2 0 font flags 0 color 0 0 0", nullptr };
+    for (int n = 1; n <= 4; ++n) {
+        gToolbox = ToolboxDouble();
+        const size_t nRow = static_cast<size_t>(n - 1);
+        FailingNew::Fail(n);
+        EXPECT_EQ(Run(&m_product, "x", 0), 1) << n;
+        EXPECT_EQ(FailingNew::Stop(), n < 4) << n;
+        for (size_t i = 0; i < 3; ++i) {
+            EXPECT_EQ(WasCalled(missing[i]), i != nRow) << n << ": " << missing[i];
+        }
+        EXPECT_TRUE(WasCalled("CloseBundleResourceMap host 9") && WasCalled("disposed")) << n;
+    }
 }
 
 TEST_F(AboutBoxTest, EndsWithoutAWindow)

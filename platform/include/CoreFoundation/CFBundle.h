@@ -34,7 +34,7 @@ CFURLRef CFBundleCopyResourceURL(CFBundleRef bundle, CFStringRef name, CFStringR
 CFTypeRef CFBundleGetValueForInfoDictionaryKey(CFBundleRef bundle, CFStringRef key)
     VL_SYMBOL(CFBundleGetValueForInfoDictionaryKey);
 
-/// Opens Resources/<executable>.rsrc and the best <language>.lproj/Localized.rsrc as one read-only map
+/// Opens Resources/EXECUTABLE.rsrc and the best LANGUAGE.lproj/Localized.rsrc as one read-only map
 /// on top of the resource chain and makes it current.
 ///   returns  a reference number of its own for each call, given back with the close call;
 ///            -1 when neither file could be opened, the current file unchanged

@@ -46,7 +46,7 @@ OSStatus FSRefMakePath(const FSRef* ref, UInt8* path, UInt32 size) VL_SYMBOL(FSR
 ///   parent   [out]  the real folder it stands in; for the root a reference that is not valid, with noErr
 ///   returns  noErr; errFSBadFSRef; fnfErr when the object is gone
 OSErr FSGetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap which, FSCatalogInfo* info,
-                       HFSUniStr255* name, FSSpec* spec, FSRef* parent) VL_SYMBOL(FSGetCatalogInfo);
+                       HFSUniStr255* name, FSSpec* fsSpec, FSRef* parent) VL_SYMBOL(FSGetCatalogInfo);
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,61 @@
+/* SPDX-License-Identifier: MIT */
+/* Module.h - loading the module from a host in C. */
+#pragma once
+
+#include "module/EntryTable.h"
+
+#include <veltrano/HostWindow.h>
+
+#include <stdio.h>
+#include <string.h>
+
+/* The bundle at a path; null when there is none. One reference. */
+static inline CFBundleRef OpenBundle(const char* path)
+{
+    CFURLRef url = CFURLCreateFromFileSystemRepresentation(kCFAllocatorDefault, (const UInt8*)path,
+                                                           (CFIndex)strlen(path), 1);
+    CFBundleRef bundle = url != NULL ? CFBundleCreate(kCFAllocatorDefault, url) : NULL;
+    if (url != NULL)
+        CFRelease(url);
+    return bundle;
+}
+
+/* The module's table; null with a line on standard error when it cannot be loaded. */
+static inline const EntryPoint* LoadModule(CFBundleRef module)
+{
+    GetEntryTableProc get = NULL;
+    void* symbol
+        = module != NULL ? CFBundleGetFunctionPointerForName(module, CFSTR("GetEntryTable")) : NULL;
+    memcpy(&get, &symbol, sizeof get); /* ISO C has no cast for it */
+    if (get == NULL)
+        fprintf(stderr, "cannot load the module\n");
+    return get != NULL ? get() : NULL;
+}
+
+/* Presses the button of the box that is up, as a click would; for a run without a user. */
+static inline void PressButton(EventLoopTimerRef timer, void* unused)
+{
+    const ControlID buttonID = { 0x6275746E, 0 }; /* 'butn' */
+    ControlRef button = NULL;
+    (void)timer;
+    (void)unused;
+    if (GetControlByID(FrontNonFloatingWindow(), &buttonID, &button) == noErr)
+        HIViewSimulateClick(button, kControlButtonPart, 0, NULL);
+}
+
+/* Shows the box over a native window and prints what came back. `seconds` not 0: nobody is waited for. */
+static inline int
+ShowAbout(const EntryPoint* table, unsigned long window, const char* text, double seconds)
+{
+    static ProductRecord product = { { 0, 0 }, "Example Host 3.2 (build 88)" };
+    ShowAboutBoxEntry show = (ShowAboutBoxEntry)table[kEntryShowAboutBox];
+    WindowRef parent = CreateWindowRefWithX11Window(window);
+    if (seconds > 0)
+        InstallEventLoopTimer(GetMainEventLoop(), seconds, 0, NewEventLoopTimerUPP(PressButton),
+                              NULL, NULL);
+    const int result = show(parent, CFBundleGetMainBundle(), 128, &product, text, 0);
+    DisposeWindow(parent);
+    printf("ShowAboutBox returned %d\n", result);
+    fflush(stdout);
+    return result == 1 ? 0 : 1;
+}

@@ -1,0 +1,439 @@
+// SPDX-License-Identifier: MIT
+// Faults_test.cpp - each allocation and each system call of an operation fails once, in turn: the
+// documented answer, nothing lost, nothing kept open, and the next try succeeds.
+
+#include "System/vlDataStream.h"
+#include "System/vlModule.h"
+#include "System/vlModuleLog.h"
+#include "System/vlPreferenceStore.h"
+#include "System/vlProfileFile.h"
+#include "tests/support/FailingCalls.h"
+#include "tests/support/FailingNew.h"
+#include "tests/support/KeptLeaks.h"
+#include "tests/support/Processes.h"
+#include "tests/support/StringChecks.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <functional>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <set>
+#include <sys/stat.h>
+
+using namespace Veltrano;
+
+namespace {
+
+enum Outcome { kDone, kBadAlloc, kOutOfMemory, kEndOfFile };
+
+template <class Work> Outcome OutcomeOf(Work work)
+{
+    try {
+        work();
+    } catch (const std::bad_alloc&) {
+        return kBadAlloc;
+    } catch (const OutOfMemoryException&) {
+        return kOutOfMemory;
+    } catch (const EOFException&) {
+        return kEndOfFile;
+    }
+    return kDone;
+}
+
+// Runs an operation with its first, second, ... allocation failing, until none fails:
+// check(whether one did, outcome, blocks that the operation has left behind).
+template <class Work, class Check> void FailEachAllocation(Work work, Check check)
+{
+    bool isFailed = true;
+    for (int n = 1; isFailed && n < 3000; ++n) {
+        SCOPED_TRACE("allocation " + std::to_string(n));
+        const int nBlocks = FailingNew::nBlocks;
+        FailingNew::Fail(n);
+        const Outcome outcome = OutcomeOf(work);
+        isFailed = FailingNew::Stop();
+        check(isFailed, outcome, FailingNew::nBlocks - nBlocks);
+    }
+    EXPECT_FALSE(isFailed);
+}
+
+// The same for system calls, of which some must occur, with each error: check(name of the call or empty,
+// error).
+template <class Prepare, class Work, class Check>
+void FailEachCall([[maybe_unused]] const std::set<std::string>& expected,
+                  Prepare prepare,
+                  Work work,
+                  Check check)
+{
+#ifdef HAS_FAILING_CALLS
+    std::set<std::string> calls;
+    for (int error : { EIO, ENOSPC, EACCES, EINTR, FailingCalls::kShortWrite }) {
+        std::string call = "first";
+        for (int n = 1; !call.empty() && n < 300; ++n) {
+            prepare();
+            const int nDescriptors = CountDescriptors();
+            call = FailingCalls::Run(n, error, work);
+            SCOPED_TRACE(std::to_string(n) + ": " + call + ", " + strerror(error));
+            EXPECT_EQ(CountDescriptors(), nDescriptors);
+            check(call, error);
+            calls.insert(call);
+        }
+        EXPECT_EQ(call, "");
+    }
+    EXPECT_THAT(calls, testing::IsSupersetOf(expected));
+#else
+    prepare(); // an emulator hands no calls out
+    work();
+    check("", EIO);
+#endif
+}
+
+class FaultsTest : public testing::Test
+{
+protected:
+    FaultsTest()
+    {
+        setenv("XDG_DATA_HOME", Path("user").c_str(), 1);
+        setenv("XDG_DATA_DIRS", Path("local").c_str(), 1);
+        setenv("XDG_CONFIG_HOME", Path("config").c_str(), 1);
+        setenv("XDG_CONFIG_DIRS", Path("all").c_str(), 1);
+        std::filesystem::create_directories(Path("A/B/X.bundle/Contents/MacOS"));
+        WriteFile(Module(), "");
+    }
+    ~FaultsTest() override { ReleaseModuleStrings(); }
+
+    std::string Path(const std::string& name) const { return m_folder.Path(name); }
+    std::string Module() const { return Path("A/B/X.bundle/Contents/MacOS/X"); }
+
+    TemporaryFolder m_folder;
+};
+
+// --- streams ---
+
+TEST_F(FaultsTest, Streams)
+{
+    const std::string path = Path("digits");
+    FailEachAllocation(
+        [] {
+            DataOutputFile output;
+            const char bytes[5000] = {};
+            output.write(bytes, sizeof(bytes));
+            for (int i = 0; i < 5000; ++i) {
+                output.writeByte(i);
+            }
+        },
+        [](bool isFailed, Outcome outcome, int nLeft) {
+            EXPECT_EQ(outcome, isFailed ? kOutOfMemory : kDone);
+            EXPECT_EQ(nLeft, 0);
+        });
+
+    Outcome outcome = kDone;
+    SInt32 last = 0;
+    FailEachCall(
+        { "open", "read", "close" },
+        [&] { WriteFile(path, std::string(10000, '0') + "\n78563412"); },
+        [&] {
+            outcome = OutcomeOf([&] {
+                char bytes[5000];
+                DataInputFile input(path.c_str());
+                input.read(bytes, sizeof(bytes));
+                last = input.readInt32();
+            });
+        },
+        [&](const std::string& call, int error) {
+            const bool isEnd = call == "open" || (call == "read" && error != EINTR);
+            EXPECT_EQ(outcome, isEnd ? kEndOfFile : kDone);
+            EXPECT_EQ(std::exchange(last, 0), isEnd ? 0 : 0x12345678);
+        });
+}
+
+// --- profile ---
+
+// Changes of every kind.
+const std::function<void(ProfileFile&)> kEdits[] = {
+    [](ProfileFile& file) { file.SetValue("a", "k", "new value"); },
+    [](ProfileFile& file) { file.SetValue("a", "added", "x"); },
+    [](ProfileFile& file) { file.AddLine("a", "; a line"); },
+    [](ProfileFile& file) { file.RemoveLine("b", "gone"); },
+    [](ProfileFile& file) { file.AddLine("c", nullptr); },
+    [](ProfileFile& file) { file.AddLine("c", "; another"); },
+    [](ProfileFile& file) { file.RemoveLine("d", "makes its section"); },
+};
+
+const std::string kProfile = "; kept\r\n[a]\nk=v\n" + std::string(3000, 'x') + "\n[b]\ngone\n";
+
+void EditProfile(const std::string& path, size_t nEdits)
+{
+    ProfileFile file;
+    file.Open(path.c_str(), "r+");
+    for (size_t i = 0; i < nEdits; ++i) {
+        kEdits[i](file);
+    }
+    String value;
+    file.GetValue("b", "none", value);
+    ProfileLineList list;
+    file.GetSections(list);
+    file.GetKeys(list, "a");
+    file.GetLines(list, "a");
+    file.Close();
+}
+
+TEST_F(FaultsTest, Profile)
+{
+    const std::string path = Path("test.ini");
+    const size_t nEdits = std::size(kEdits);
+    std::vector<std::string> states; // after so many changes
+    for (size_t i = 0; i <= nEdits; ++i) {
+        WriteFile(path, kProfile);
+        EditProfile(path, i);
+        states.push_back(ReadFile(path));
+    }
+    EXPECT_EQ(states.front(), kProfile);
+    std::set<size_t> reached;
+    FailEachAllocation([&] { EditProfile(path, nEdits); },
+                       [&](bool isFailed, Outcome outcome, int) {
+                           const std::string text = ReadFile(path);
+                           const auto state = std::find(states.begin(), states.end(), text);
+                           EXPECT_NE(state, states.end()) << "half a change: " << text;
+                           reached.insert(static_cast<size_t>(state - states.begin()));
+                           // Only the memory for the text as a whole can be done without.
+                           EXPECT_TRUE(outcome == kBadAlloc || text == states.back());
+                           EXPECT_TRUE(isFailed || outcome == kDone);
+                           WriteFile(path, kProfile);
+                       });
+    EXPECT_EQ(reached.size(), nEdits) << "each change failed once, but for the removal";
+
+    Bool32 isOpen = 0;
+    FailEachCall(
+        { "open", "read", "write", "close" }, [&] { WriteFile(path, kProfile); },
+        [&] {
+            ProfileFile file;
+            isOpen = file.Open(path.c_str(), "r+");
+            for (const auto& edit : kEdits) {
+                edit(file);
+            }
+        },
+        [&](const std::string& call, int error) {
+            const std::string text = ReadFile(path);
+            if (!isOpen || call == "open") {
+                EXPECT_EQ(text, kProfile) << "not readable, or not writable: as it was";
+            } else if (call == "write" && error != FailingCalls::kShortWrite) {
+                EXPECT_TRUE(states.back().starts_with(text)) << text;
+            } else {
+                EXPECT_EQ(text, states.back());
+            }
+        });
+}
+
+// --- log ---
+
+TEST_F(FaultsTest, LogLinesNeedNoMemory)
+{
+    const std::string path = Path("logfile.log");
+    FailingNew::Fail(1, true);
+    ModuleLog::open("[x] ", "Host", kLogNew, path.c_str());
+    const int result = LogPrint("%s %d\n", "line", 1);
+    LogPrintIf(1, "if\n");
+    LogPrintRaw("raw %f\n", 0.5);
+    LogPrintRawIf(1, "raw if\n");
+    ModuleLog::close();
+    EXPECT_TRUE(FailingNew::Stop());
+    EXPECT_EQ(result, 7);
+    const std::string text = ReadFile(path);
+    EXPECT_TRUE(text.starts_with("Host; loaded at ")) << "without its prefix: " << text;
+    EXPECT_NE(text.find("line 1\nif\nraw 0.500000\nraw if\nUnloaded at "), std::string::npos);
+}
+
+TEST_F(FaultsTest, Log)
+{
+    const std::string path = Path("logfile.log");
+    int results[2];
+    int fd;
+    std::string printed;
+    FailEachCall(
+        { "open", "flock", "ftruncate", "fchmod", "write", "close" },
+        [&] {
+            WriteFile(path, "old\n");
+            testing::internal::CaptureStdout();
+        },
+        [&] {
+            ModuleLog::open("[x] ", "Host", kLogNew, path.c_str());
+            fd = moduleLog_.fd;
+            results[0] = LogPrint("first line\n");
+            results[1] = LogPrint("second\n");
+            ModuleLog::close();
+            moduleLog_.fd = -1;
+        },
+        [&](const std::string& call, int error) {
+            printed = testing::internal::GetCapturedStdout();
+            const std::string text = fd == 1 ? printed : ReadFile(path);
+            int nFailed = 0;
+            int i = 0;
+            for (const std::string line : { "[x] first line\n", "[x] second\n" }) {
+                const bool isWhole = results[i] == static_cast<int>(line.size());
+                EXPECT_EQ(text.find(line) != std::string::npos, isWhole) << text;
+                EXPECT_TRUE(isWhole || error == FailingCalls::kShortWrite || results[i] == -1);
+                nFailed += !isWhole;
+                ++i;
+            }
+            EXPECT_LE(nFailed, call == "write" ? 1 : 0);
+            if (fd == 1) {
+                EXPECT_TRUE(printed.size() <= 26u) << "no line about loading: " << printed;
+                EXPECT_TRUE(ReadFile(path) == "old\n" || call != "open");
+            } else {
+                EXPECT_EQ(printed, "");
+                EXPECT_EQ(text.find("old"), std::string::npos);
+                EXPECT_TRUE(call == "write" || text.starts_with("[x] Host; loaded at "));
+                EXPECT_TRUE(call == "write" || text.find("[x] Unloaded at ") != std::string::npos);
+            }
+        });
+}
+
+// --- preferences ---
+
+// Sets and gets: what is got is what was set, or the default.
+//   returns  whether the number was set
+bool SetNumber(SInt32 nValue)
+{
+    PreferenceStore store("faults", 0);
+    const bool isSet = store.SetInt("int", store.m_user, &nValue) != 0;
+    const SInt32 n = store.GetInt("int", store.m_user, -1);
+    EXPECT_TRUE(n == nValue || n == -1 || (!isSet && n < nValue)) << n;
+    return isSet;
+}
+
+// The other types, below dictionaries; the answers become whether each was set.
+void SetTexts(const std::string& text, bool (&answers)[3])
+{
+    PreferenceStore store("faults", 0);
+    const Bool32 isLong = text.size() > 40;
+    answers[0] = store.SetString("text", store.m_user, text.c_str()) != 0;
+    answers[1] = store.SetBinary("D/bytes", store.m_user, text.data(), 40) != 0;
+    answers[2] = store.SetBool("D/E/long", store.m_user, &isLong) != 0;
+}
+
+// Gets them; what was set must be there, unless something fails now.
+void GetTexts(const std::string& text, const bool (&answers)[3], bool mayFail)
+{
+    PreferenceStore store("faults", 0);
+    const String got = store.GetString("text", store.m_user, "none");
+    EXPECT_TRUE(!answers[0] || got == text.c_str() || (mayFail && got == "none"));
+    char bytes[40];
+    UInt32 nSize = sizeof(bytes);
+    const bool isGot = store.GetBinary("D/?bytes", store.m_user, bytes, &nSize) != 0;
+    EXPECT_TRUE(!answers[1] || (isGot ? text.starts_with(std::string(bytes, 40)) : mayFail));
+    const Bool32 isLong = store.GetBool("D/?E/long", store.m_user, 2);
+    EXPECT_TRUE(!answers[2] || isLong == (text.size() > 40) || (mayFail && isLong == 2));
+}
+
+std::string PreferencesFile(const std::string& folder)
+{
+    for (const auto& entry : std::filesystem::directory_iterator(folder + "/preferences/ByHost")) {
+        if (entry.path().extension() == ".plist") {
+            return entry.path();
+        }
+    }
+    return {};
+}
+
+TEST_F(FaultsTest, Store)
+{
+    int n = 1;
+    EXPECT_TRUE(SetNumber(n));
+    bool answers[3] = {};
+    std::string text(40, 'a');
+    SetTexts(text, answers);
+    const std::string path = PreferencesFile(Path("config"));
+    bool isSet = false;
+    const auto checkFile = [&](bool mayFail) {
+        const std::string file = ReadFile(path);
+        EXPECT_TRUE(file.ends_with("</plist>\n"));
+        EXPECT_NE(file.find("<key>text</key>"), std::string::npos);
+        const bool isNew = file.find(">" + std::to_string(n) + "<") != std::string::npos;
+        EXPECT_TRUE(isNew || !isSet) << "a set that had succeeded";
+        EXPECT_TRUE(mayFail || isSet);
+        EXPECT_TRUE(SetNumber(n + 1)) << "the next try";
+        n += 2;
+        isSet = false;
+    };
+    FailEachAllocation(
+        [&] {
+            isSet = SetNumber(n);
+            SetTexts(text, answers);
+            GetTexts(text, answers, true);
+        },
+        [&](bool isFailed, Outcome outcome, int) {
+            EXPECT_TRUE(outcome == kDone || (outcome == kBadAlloc && isFailed));
+            checkFile(isFailed);
+            GetTexts(text, answers, false);
+            text = std::string(81 - text.size(), static_cast<char>('a' + n % 26));
+            std::fill(std::begin(answers), std::end(answers), false);
+            PreferenceStore store("faults", 0);
+            store.SetString("D", store.m_user, nullptr); // the dictionaries are made anew
+        });
+    FailEachCall(
+        { "open", "flock", "fsync", "read", "rename", "write" },
+        [&] { WriteFile(path, ReadFile(path)); }, [&] { isSet = SetNumber(n); },
+        [&](const std::string& call, int) { checkFile(!call.empty()); });
+}
+
+// --- module environment ---
+
+TEST_F(FaultsTest, ModuleEnvironment)
+{
+    String folder;
+    const auto usePlaces = [&] {
+        StartModuleEnvironment();
+        ModuleInitWithPath(Module().c_str(), "Product", "Component");
+        String name;
+        GetModuleBundleName(name);
+        GetModuleParentFolder(name);
+        GetFolderPathWith(name, kFolderModule, "a/b");
+        GetProductFolderPath(name);
+        folder.Clear();
+        GetSupportFolderPath(folder, kFolderLocalSupport, "one/two");
+    };
+    const auto use = [&] {
+        usePlaces();
+        String value;
+        SetModuleStringPref("key", "value", false);
+        GetModuleStringPref(value, "key", "default", false);
+        EXPECT_TRUE(value == "value" || value == "default") << value.GetString();
+        SetModuleIntPref("n", GetModuleIntPref("n", 0, false) + 1, false);
+    };
+    const auto check = [&] {
+        usePlaces(); // the next try
+        EXPECT_TEXT("com.veltrano.Product.Component", GetModuleIdentifier());
+        EXPECT_TEXT(Path("A/B/X.bundle/Contents/MacOS/"), GetModulePath());
+        EXPECT_TEXT(Path("local/one/two/"), folder);
+        ReleaseModuleStrings();
+    };
+    FailEachAllocation(use, [&](bool isFailed, Outcome outcome, int) {
+        EXPECT_TRUE(outcome == kDone || (outcome == kBadAlloc && isFailed));
+        check();
+    });
+
+    std::set<std::string> folders;
+    FailEachCall(
+        { "mkdir" },
+        [&] {
+            for (const char* name : { "local", "user", "A/B/one" }) {
+                std::filesystem::remove_all(Path(name));
+            }
+            testing::internal::CaptureStderr();
+        },
+        usePlaces,
+        [&](const std::string& call, int) {
+            const std::string errors = testing::internal::GetCapturedStderr();
+            const std::string path = TextOf(folder);
+            EXPECT_TRUE(path.ends_with("/one/two/")) << path;
+            EXPECT_TRUE(std::filesystem::is_directory(path)) << path;
+            EXPECT_TRUE(errors.empty() || call == "mkdir") << errors;
+            folders.insert(path.substr(Path("").size()));
+            check();
+        });
+#ifdef HAS_FAILING_CALLS
+    EXPECT_EQ(folders, (std::set<std::string> { "local/one/two/", "user/one/two/" }));
+#endif
+}
+
+} // namespace

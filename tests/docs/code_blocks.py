@@ -1,0 +1,21 @@
+# SPDX-License-Identifier: MIT
+"""Compiles each ```c and ```cpp block of the given Markdown files by itself."""
+import pathlib
+import re
+import subprocess
+import sys
+
+root = pathlib.Path(sys.argv[1])
+gtk = subprocess.run(["pkg-config", "--cflags", "gtk+-3.0"], capture_output=True, text=True)
+failed = count = 0
+for name in sys.argv[2:]:
+    for language, block in re.findall(r"^```(c|cpp)\n(.*?)^```", pathlib.Path(name).read_text(), re.M | re.S):
+        compiler = ["gcc", "-xc", "-std=c11"] if language == "c" else ["g++", "-xc++", "-std=c++20"]
+        flags = [f"-I{root}", f"-I{root}/platform/include", "-Wall", "-Wextra", "-Werror", "-fsyntax-only"]
+        result = subprocess.run([*compiler, *flags, *gtk.stdout.split(), "-"], input=block, capture_output=True, text=True)
+        count += 1
+        if result.returncode:
+            failed += 1
+            print(f"{name}:\n{block}\n{result.stderr}")
+print(f"{count} blocks, {failed} failed")
+sys.exit(1 if failed or not count else 0)

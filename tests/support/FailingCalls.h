@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: MIT
+// FailingCalls.h - runs a function of which one system call fails, wherever in the process it is made.
+// The kernel hands the calls of one thread to a signal handler, so that those of the C library's streams are
+// seen too, and no other thread is touched.
+#pragma once
+
+namespace FailingCalls {
+
+/// Instead of an error: half of what should be written is written.
+const int kShortWrite = 0;
+
+} // namespace FailingCalls
+
+#if defined(__x86_64__) || defined(__i386__)
+#define HAS_FAILING_CALLS 1
+
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
+#include <cstring>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <string>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <thread>
+#include <ucontext.h>
+#include <unistd.h>
+#include <vector>
+
+namespace FailingCalls {
+
+const struct
+{
+    unsigned number;
+    const char* name;
+} kCalls[] = {
+    { SYS_close, "close" },     { SYS_fchmod, "fchmod" }, { SYS_flock, "flock" },
+    { SYS_fstat, "stat" },      { SYS_fsync, "fsync" },   { SYS_ftruncate, "ftruncate" },
+    { SYS_mkdir, "mkdir" },     { SYS_open, "open" },     { SYS_openat, "open" },
+    { SYS_read, "read" },       { SYS_rename, "rename" }, { SYS_stat, "stat" },
+    { SYS_statx, "stat" },      { SYS_unlink, "unlink" }, { SYS_utimensat, "futimens" },
+    { SYS_write, "write" },
+#ifdef __x86_64__
+    { SYS_newfstatat, "stat" },
+#else
+    { SYS_fstat64, "stat" },
+    { SYS_fstatat64, "stat" },
+    { SYS_ftruncate64, "ftruncate" },
+    { SYS_stat64, "stat" },
+    { SYS_utimensat_time64, "futimens" },
+#endif
+};
+
+inline int nUntilFailure = 0; // 1: the next call fails; 0: none does
+inline int nError = 0;
+inline const char* lpszFailed = "";
+
+const unsigned kPass = 0x5EC0FA11; // in the sixth argument: the handler's own call
+
+inline void OnSystemCall(int, siginfo_t* info, void* context)
+{
+    const int nErrorBefore = errno;
+    auto& regs = static_cast<ucontext_t*>(context)->uc_mcontext.gregs;
+#ifdef __x86_64__
+    long args[] = { regs[REG_RDI], regs[REG_RSI], regs[REG_RDX], regs[REG_R10], regs[REG_R8] };
+    auto& result = regs[REG_RAX];
+#else
+    long args[] = { regs[REG_EBX], regs[REG_ECX], regs[REG_EDX], regs[REG_ESI], regs[REG_EDI] };
+    auto& result = regs[REG_EAX];
+#endif
+    const bool bCounts = nError != kShortWrite || (info->si_syscall == SYS_write && args[2] > 1);
+    const bool bDue = bCounts && nUntilFailure > 0 && --nUntilFailure == 0;
+    for (const auto& call : kCalls) {
+        if (bDue && static_cast<int>(call.number) == info->si_syscall) {
+            lpszFailed = call.name;
+        }
+    }
+    if (bDue && nError == kShortWrite) {
+        args[2] /= 2;
+    }
+    result = -nError;
+    // A call that fails does not happen, except that close closes.
+    if (!bDue || nError == kShortWrite || info->si_syscall == SYS_close) {
+        const long n
+            = syscall(info->si_syscall, args[0], args[1], args[2], args[3], args[4], kPass);
+        if (!bDue || nError == kShortWrite) {
+            result = static_cast<greg_t>(n == -1 ? -errno : n);
+        }
+    }
+    errno = nErrorBefore;
+}
+
+inline void TrapCallsOfThisThread()
+{
+    struct sigaction action = {};
+    action.sa_sigaction = OnSystemCall;
+    action.sa_flags = SA_SIGINFO | SA_NODEFER;
+    sigaction(SIGSYS, &action, nullptr);
+
+    std::vector<sock_filter> filter = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[5])),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, kPass, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+    };
+    for (const auto& call : kCalls) {
+        filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call.number, 0, 1));
+        filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_TRAP));
+    }
+    filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+    const sock_fprog program = { static_cast<unsigned short>(filter.size()), filter.data() };
+    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0
+        || prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0) {
+        abort(); // a test without its faults would pass
+    }
+}
+
+/// Runs a function, on a thread of its own, whose n-th system call on files fails with an error, or whose
+/// n-th write is short.
+///   returns  the name of that call; empty when fewer were made
+template <class Work> std::string Run(int n, int error, Work work)
+{
+    lpszFailed = "";
+    nError = error;
+    std::thread([&] {
+        TrapCallsOfThisThread();
+        nUntilFailure = n;
+        work();
+        nUntilFailure = 0;
+    }).join();
+    return lpszFailed;
+}
+
+} // namespace FailingCalls
+
+#endif

@@ -1,0 +1,82 @@
+#!/bin/sh
+# SPDX-License-Identifier: MIT
+# Runs the tools as a user would and compares what they print, with their exit codes, with expected.txt.
+set -u
+tools=$1/tools
+bundle=$1/Veltrano.bundle
+source=$2
+expected=$3
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+export XDG_CONFIG_HOME="$folder/config" XDG_CONFIG_DIRS="$folder/all" QT_QPA_PLATFORM=offscreen XDG_RUNTIME_DIR="$folder"
+cd "$folder" || exit 1
+
+run() {
+    echo "\$ $*"
+    "$tools/$@" 2>errors
+    code=$?
+    grep "^$1:" errors
+    [ "$code" = 0 ] || echo "= $code"
+}
+
+same() { # two files
+    if cmp -s "$1" "$2"; then echo "same"; else echo "different"; fi
+}
+
+{
+    run vlprefs set com.example.a View/Main/Left --int -5
+    run vlprefs set com.example.a View/Main/Name --string 'a	tab'
+    run vlprefs set com.example.a On --bool true
+    run vlprefs set com.example.a Blob --data 00ffA0 --all-users
+    run vlprefs get com.example.a View/Main/Left
+    run vlprefs list com.example.a
+    run vlprefs list com.example.a --all-users
+    run vlprefs delete com.example.a View/Main/Name
+    run vlprefs delete com.example.a View/Main/Name
+    run vlprefs set com.example.a On --bool maybe
+    run vlprefs set a/b On --int 1
+    run vlprefs get com.example.b Nothing
+    plutil=$(find config -name '*.plist')
+    python3 -c 'import plistlib, sys; print(sorted(plistlib.load(open(sys.argv[1], "rb")).items()))' "$plutil"
+
+    printf '; kept\n[one]\na = 1\n\n[two]\nb=2\n' >profile.ini
+    run vlprofile get profile.ini one a
+    run vlprofile set profile.ini one new 'x y'
+    run vlprofile set profile.ini three c 3
+    run vlprofile set profile.ini two b ''
+    run vlprofile add-line profile.ini one '# a line'
+    run vlprofile remove-line profile.ini one 'a = 1'
+    run vlprofile lines profile.ini one
+    run vlprofile keys profile.ini two
+    run vlprofile sections profile.ini
+    run vlprofile get profile.ini one a
+    run vlprofile keys profile.ini none
+    cat profile.ini
+    run vlprofile get missing.ini one a
+    run vlprofile frobnicate
+
+    run vlpict add a.rsrc --id 128 --name First --density 2 "$source/examples/host/about-light.png" | sed 's|/.*/||'
+    run vlpict add a.rsrc --id -3 "$source/module/artwork/default.png" | sed 's|/.*/||'
+    run vlpict list a.rsrc | sed 's/ [0-9]\{4,\}/ N/'
+    run vlpict extract a.rsrc --id 128 one.pict
+    run vlpict draw one.pict --scale 2 two.png
+    run vlpict draw a.rsrc --id 128 --scale 2 three.png
+    same two.png three.png
+    run vlpict add b.rsrc --id 128 --density 2 two.png
+    run vlpict draw b.rsrc --id 128 --scale 2 four.png
+    same two.png four.png
+    run vlpict remove a.rsrc --id -3
+    run vlpict draw a.rsrc --id -3 none.png
+    run vlpict list profile.ini
+    run vlpict add a.rsrc --id 99999 one.png
+
+    run vlabout --picture two.png --density 2 --version "Product 3.2" --text "Extra" --snapshot box.png
+    run vlabout --bundle . --id 5 --snapshot nowhere/box.png
+    run vlabout --style light
+    [ -s box.png ] && echo "a picture"
+    run vlcheck "$bundle" | sed 's|/.*/||'
+    mkdir -p Bad.bundle/Contents/MacOS
+    run vlcheck Bad.bundle | sed 's|/.*/||'
+} | sed 's, *$,,' >printed.txt
+
+diff -u "$expected" printed.txt

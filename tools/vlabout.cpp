@@ -1,0 +1,255 @@
+// SPDX-License-Identifier: MIT
+// vlabout.cpp - shows any About box from the command line.
+#include "QuickDraw/PictureWriter_qt.h"
+#include "Resources/ResourceFile.h"
+#include "module/EntryTable.h"
+
+#include <Carbon/Carbon.h>
+#include <veltrano/HostWindow.h>
+
+#include <QtCore/QCommandLineParser>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QTemporaryDir>
+#include <QtGui/QImageReader>
+#include <QtGui/QScreen>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QWidget>
+
+#include <cstdio>
+
+namespace {
+
+enum { kDone = 0, kFailed = 1, kUsage = 2 };
+enum { kOwnPicture = 128 };
+
+const char kHelp[]
+    = "usage: vlabout [--picture IMAGE | --bundle HOST.bundle --id N] [--version TEXT] [--text "
+      "TEXT]\n"
+      "               [--style 0|1] [--parent WINDOWID] [--snapshot OUT.png] [--module BUNDLE]\n"
+      "\n"
+      "--picture   a PNG, JPEG or other image that Qt reads; up to 440 x 260 points fill the box\n"
+      "--density   pixels a point of that image (default 1)\n"
+      "--bundle    the bundle whose resource file holds 'PICT' N\n"
+      "--version   the version line; none hides it\n"
+      "--text      the extra line; none hides it\n"
+      "--style     1: light text, for dark pictures\n"
+      "--parent    the X11 id of a window that the box stands over and blocks; the screen without "
+      "it\n"
+      "--snapshot  save a picture of the box and close it; needs no display\n"
+      "--module    the module, where it is not found beside this program\n"
+      "exit codes: 0 shown, 1 it could not be, 2 wrong arguments\n";
+
+struct Failure
+{
+    int code;
+    QString message;
+};
+
+struct Options
+{
+    QString picture;
+    double density;
+    QString bundle;
+    int id;
+    QByteArray version;
+    bool hasVersion;
+    QByteArray text;
+    bool hasText;
+    int style;
+    unsigned long parent;
+    QString snapshot;
+    QString module;
+};
+
+CFBundleRef OpenBundle(const QString& path)
+{
+    const QByteArray bytes = path.toUtf8();
+    CFURLRef url = CFURLCreateFromFileSystemRepresentation(
+        kCFAllocatorDefault, reinterpret_cast<const UInt8*>(bytes.constData()),
+        static_cast<CFIndex>(bytes.size()), true);
+    CFBundleRef bundle = url != nullptr ? CFBundleCreate(kCFAllocatorDefault, url) : nullptr;
+    if (url != nullptr)
+        CFRelease(url);
+    if (bundle == nullptr)
+        throw Failure { kFailed, QStringLiteral("no bundle at %1").arg(path) };
+    return bundle;
+}
+
+/// Puts an image into a bundle of its own below `folder`.
+QString MakeBundle(const QString& folder, const Options& options)
+{
+    QImageReader reader(options.picture);
+    reader.setAutoTransform(true);
+    const QImage image = reader.read();
+    if (image.isNull())
+        throw Failure {
+            kFailed, QStringLiteral("cannot read %1: %2").arg(options.picture, reader.errorString())
+        };
+    const QSize points = (QSizeF(image.size()) / options.density).toSize();
+    const QByteArray picture = EncodePicture(image, QRect(QPoint(0, 0), points));
+    ResourceFile resources;
+    resources.Set({ 'PICT', kOwnPicture, 0, std::string(),
+                    std::vector<uint8_t>(picture.begin(), picture.end()) });
+    const auto bytes = resources.Serialize();
+    const QString path = folder + QStringLiteral("/Picture.bundle");
+    QDir().mkpath(path + QStringLiteral("/Contents/Resources"));
+    QFile file(path + QStringLiteral("/Contents/Resources/Picture.rsrc"));
+    if (picture.isEmpty() || !bytes || !file.open(QIODevice::WriteOnly)
+        || file.write(reinterpret_cast<const char*>(bytes->data()),
+                      static_cast<qint64>(bytes->size()))
+            < 0)
+        throw Failure { kFailed, QStringLiteral("%1 is too large").arg(options.picture) };
+    return path;
+}
+
+QString FindModule(const Options& options)
+{
+    if (!options.module.isEmpty())
+        return options.module;
+    const QString here = QCoreApplication::applicationDirPath();
+    static const char* const kPlaces[] = VELTRANO_MODULE_PLACES;
+    for (const char* relative : kPlaces) {
+        const QString path = here + QLatin1Char('/') + QLatin1String(relative);
+        if (QFileInfo::exists(path))
+            return QDir::cleanPath(path);
+    }
+    throw Failure { kFailed,
+                    QStringLiteral("the module is not beside this program: say --module") };
+}
+
+struct Snapshot
+{
+    QString file;
+    bool isSaved;
+};
+
+void TakeSnapshot(EventLoopTimerRef, void* userData)
+{
+    auto* snapshot = static_cast<Snapshot*>(userData);
+    for (QWidget* widget : QApplication::topLevelWidgets())
+        if (widget->isVisible())
+            snapshot->isSaved = widget->grab().save(snapshot->file);
+    const ControlID buttonID = { 'butn', 0 };
+    ControlRef button = nullptr;
+    if (GetControlByID(FrontNonFloatingWindow(), &buttonID, &button) == noErr)
+        HIViewSimulateClick(button, kControlButtonPart, 0, nullptr);
+}
+
+WindowRef MakeParent(const Options& options, QWidget& screen)
+{
+    if (options.parent == 0) { // never shown: it only says where the middle is
+        screen.setGeometry(QGuiApplication::primaryScreen()->availableGeometry());
+        return CreateWindowRefWithQWidget(&screen);
+    }
+    const WindowRef parent = CreateWindowRefWithX11Window(options.parent);
+    if (parent == nullptr)
+        throw Failure { kFailed, QStringLiteral("no window %1").arg(options.parent) };
+    return parent;
+}
+
+int Show(const Options& options)
+{
+    const QTemporaryDir folder;
+    const CFBundleRef module = OpenBundle(FindModule(options));
+    CFBundleRef host = nullptr;
+    if (!options.picture.isEmpty())
+        host = OpenBundle(MakeBundle(folder.path(), options));
+    else if (!options.bundle.isEmpty())
+        host = OpenBundle(options.bundle);
+    const auto get = reinterpret_cast<GetEntryTableProc>(
+        CFBundleGetFunctionPointerForName(module, CFSTR("GetEntryTable")));
+    if (get == nullptr)
+        throw Failure { kFailed, QStringLiteral("the module cannot be loaded") };
+
+    QWidget screen;
+    const WindowRef parent = MakeParent(options, screen);
+    Snapshot snapshot = { options.snapshot, false };
+    if (!options.snapshot.isEmpty())
+        InstallEventLoopTimer(GetMainEventLoop(), 0.2, 0, NewEventLoopTimerUPP(TakeSnapshot),
+                              &snapshot, nullptr);
+    ProductRecord product
+        = { { 0, 0 }, options.hasVersion ? options.version.constData() : nullptr };
+    const auto show = reinterpret_cast<ShowAboutBoxEntry>(get()[kEntryShowAboutBox]);
+    show(parent, host, options.picture.isEmpty() ? options.id : static_cast<int>(kOwnPicture),
+         &product, options.hasText ? options.text.constData() : nullptr, options.style);
+    DisposeWindow(parent);
+    if (host != nullptr)
+        CFRelease(host);
+    CFBundleUnloadExecutable(module);
+    CFRelease(module);
+    if (!options.snapshot.isEmpty() && !snapshot.isSaved)
+        throw Failure { kFailed, QStringLiteral("cannot write %1").arg(options.snapshot) };
+    return kDone;
+}
+
+Options ParseOptions(const QStringList& list)
+{
+    QCommandLineParser parser;
+    const auto add = [&parser](const char* name, const char* standard = "") {
+        parser.addOption({ QString::fromLatin1(name), QString(), QStringLiteral("value"),
+                           QString::fromLatin1(standard) });
+    };
+    for (const char* name : { "picture", "bundle", "version", "text", "snapshot", "module" })
+        add(name);
+    add("density", "1");
+    add("id", "128");
+    add("style", "0");
+    add("parent", "0");
+    parser.addOption({ { QStringLiteral("h"), QStringLiteral("help") }, QString() });
+    if (!parser.parse(list))
+        throw Failure { kUsage, parser.errorText() };
+    if (parser.isSet(QStringLiteral("help"))) {
+        fputs(kHelp, stdout);
+        throw Failure { kDone, QString() };
+    }
+    if (!parser.positionalArguments().isEmpty())
+        throw Failure { kUsage,
+                        QStringLiteral("what is %1?").arg(parser.positionalArguments().first()) };
+    bool ok[4] = {};
+    Options options;
+    options.picture = parser.value(QStringLiteral("picture"));
+    options.density = parser.value(QStringLiteral("density")).toDouble(&ok[0]);
+    options.bundle = parser.value(QStringLiteral("bundle"));
+    options.id = parser.value(QStringLiteral("id")).toInt(&ok[1]);
+    options.version = parser.value(QStringLiteral("version")).toUtf8();
+    options.hasVersion = parser.isSet(QStringLiteral("version"));
+    options.text = parser.value(QStringLiteral("text")).toUtf8();
+    options.hasText = parser.isSet(QStringLiteral("text"));
+    options.style = parser.value(QStringLiteral("style")).toInt(&ok[2]);
+    options.parent = parser.value(QStringLiteral("parent")).toULong(&ok[3], 0);
+    options.snapshot = parser.value(QStringLiteral("snapshot"));
+    options.module = parser.value(QStringLiteral("module"));
+    if (!ok[0] || !ok[1] || !ok[2] || !ok[3] || !(options.density >= 0.25 && options.density <= 8))
+        throw Failure { kUsage,
+                        QStringLiteral("--density, --id, --style and --parent take numbers") };
+    return options;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QStringList list; // before the toolkit takes its own, "--style" among them
+    for (int i = 0; i < argc; ++i)
+        list.append(QString::fromLocal8Bit(argv[i]));
+    try {
+        const Options options = ParseOptions(list);
+        const bool hasDisplay
+            = qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+        if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM") && !hasDisplay) {
+            if (options.snapshot.isEmpty())
+                throw Failure { kFailed, QStringLiteral("no display: say --snapshot") };
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        }
+        int toolkitCount = 1;
+        const QApplication application(toolkitCount, argv);
+        return Show(options);
+    } catch (const Failure& failure) {
+        if (!failure.message.isEmpty())
+            fprintf(stderr, "vlabout: %s\n", qUtf8Printable(failure.message));
+        if (failure.code == kUsage)
+            fputs("Try 'vlabout --help'.\n", stderr);
+        return failure.code;
+    }
+}
