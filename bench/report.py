@@ -5,7 +5,8 @@
 report.py FOLDER [--quick]    FOLDER holds the programs; --quick: one short run each, nothing written
 
 A figure is the median of the repetitions, which are interleaved at random, so that a busy moment of the
-machine meets all contenders. Machines differ, so goals are ratios: to the floor or to a peer that ran in
+machine meets all contenders; not those of the profiles, since each would begin in the pieces of memory that
+another left. Machines differ, so goals are ratios: to the floor or to a peer that ran in
 the same process, or, where a goal was set as a time, that time divided by the time of the contender named
 beside it on the machine where both were measured. "peer" is whichever peer is the fastest.
 """
@@ -67,7 +68,7 @@ def run(folder, name, quick, environment=None, wrapper=()):
         command += ["--benchmark_min_time=0.01"]
     else:
         command += ["--benchmark_repetitions=7", "--benchmark_min_time=0.05",
-                    "--benchmark_enable_random_interleaving=true"]
+                    f"--benchmark_enable_random_interleaving={str(name != 'profile').lower()}"]
     # What waits for a disk or a window counts by the clock; the rest by the processor's time.
     clock = "real_time" if name in ("preferences", "box", "log") else "cpu_time"
     result = subprocess.run(command, env={**os.environ, **(environment or {})}, check=True,
@@ -108,7 +109,10 @@ def show(nanoseconds):
 def evaluate(times):
     """Rows of (workload, ours, peer's name, peer, floor, reference's name, goal, ratio to it)."""
     rows = []
-    for workload, by in times.items():
+    order = list(GOALS)
+    for workload in sorted(times, key=lambda name: order.index(name.removesuffix(", on X"))
+                           if name.removesuffix(", on X") in order else len(order)):
+        by = times[workload]
         ours = by["ours"]
         peers = {name: time for name, time in by.items() if name not in ("ours", "floor")}
         peer = min(peers, key=peers.get, default=None)
