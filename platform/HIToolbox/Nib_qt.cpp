@@ -23,6 +23,7 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <sys/stat.h>
 #include <unordered_map>
 
 namespace {
@@ -393,12 +394,41 @@ QString FindNib(CFBundleRef bundle, CFStringRef name)
     return ok ? QString::fromUtf8(reinterpret_cast<const char*>(path.data())) : QString();
 }
 
+/// The file read last, kept as long as it stays the same one: a box is mostly opened again.
+struct KeptNib
+{
+    QString path;
+    struct stat version = {};
+    std::shared_ptr<const NibFile> file;
+
+    bool Is(const QString& wanted, const struct stat& now) const
+    {
+        return file && path == wanted && version.st_dev == now.st_dev
+            && version.st_ino == now.st_ino && version.st_size == now.st_size
+            && version.st_mtim.tv_sec == now.st_mtim.tv_sec
+            && version.st_mtim.tv_nsec == now.st_mtim.tv_nsec;
+    }
+};
+
+std::shared_ptr<const NibFile> ReadNib(const QString& path)
+{
+    static auto* kept = new KeptNib; // never freed: Qt may be gone by then
+    struct stat version = {};
+    if (stat(QFile::encodeName(path).constData(), &version) != 0) {
+        return nullptr;
+    }
+    if (!kept->Is(path, version)) {
+        *kept = { path, version, NibFile::Read(path) };
+    }
+    return kept->file;
+}
+
 } // namespace
 
 struct OpaqueIBNibRef
 {
     CFBundleRef bundle; // retained
-    std::unique_ptr<NibFile> file;
+    std::shared_ptr<const NibFile> file;
 };
 
 OSStatus CreateNibReferenceWithCFBundle(CFBundleRef bundle, CFStringRef name, IBNibRef* nib)
@@ -407,7 +437,7 @@ OSStatus CreateNibReferenceWithCFBundle(CFBundleRef bundle, CFStringRef name, IB
         return paramErr;
     }
     const QString path = FindNib(bundle, name);
-    auto file = path.isEmpty() ? nullptr : NibFile::Read(path + QStringLiteral("/objects.xib"));
+    auto file = path.isEmpty() ? nullptr : ReadNib(path + QStringLiteral("/objects.xib"));
     if (!file) {
         return kIBCarbonRuntimeCantFindNibFile;
     }

@@ -12,6 +12,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <random>
+#include <vector>
 
 namespace {
 
@@ -396,6 +397,27 @@ TEST(PictureTest, ExtendedHeadersGiveCoordinatesAtAnotherDensity)
     EXPECT_EQ(image.size(), QSize(20, 20));
     EXPECT_EQ(image.pixel(9, 19), kBlack);
     EXPECT_EQ(image.pixel(10, 10), kWhite);
+}
+
+TEST(PictureTest, PicturesThatComeAgainAreStillThemselves)
+{
+    // More of them than stay decoded, alike in length, one after the other at two sizes.
+    std::vector<QByteArray> pictures;
+    for (int width = 10; width <= 40; width += 10)
+        pictures.push_back(Picture(Bytes().W({ 0x31, 0, 0, 40, width })));
+    for (const double scale : { 1.0, 1.0, 2.0, 1.0 }) {
+        for (size_t i = 0; i < 2 * pictures.size(); ++i) {
+            const size_t at = i / 2;
+            const int width = 10 + 10 * int(at);
+            QByteArray data = pictures[at]; // elsewhere in memory
+            const QImage image = Render(data, scale);
+            EXPECT_EQ(image.width(), int(40 * scale)) << at;
+            EXPECT_EQ(image.pixel(int(width * scale) - 1, 5), kBlack) << at << " x" << scale;
+            if (width < 40) {
+                EXPECT_EQ(image.pixel(int(width * scale), 5), kWhite) << at << " x" << scale;
+            }
+        }
+    }
 }
 
 TEST(PictureTest, ShowsNothingOfADamagedPicture)
