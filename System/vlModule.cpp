@@ -105,9 +105,7 @@ void GetApplicationSupportFolder(String& result, SInt16 domain)
         = url != nullptr && CFURLGetFileSystemRepresentation(url, true, buffer, kPathBuffer);
     if (url != nullptr)
         CFRelease(url);
-    result.CloseBuffer();
-    if (!isWritten)
-        result.Clear();
+    result.CloseBuffer(isWritten ? -1 : 0);
 }
 
 /// Takes the next piece off a relative path; false at its end. Empty pieces are passed over.

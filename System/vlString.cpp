@@ -263,14 +263,14 @@ bool String::Contains(const char* lpch) const
         && !before(m_pchData + GetAllocLength(), lpch);
 }
 
-// Ends the text. Only what differs is stored: two threads may end the nil buffer at the same time.
+// Ends the text. In the nil buffer only what differs is stored: two threads may end it at the same time.
 void String::SetLength(int nLen)
 {
     StringData* pData = GetData();
     if (pData->nDataLength != nLen) {
         pData->nDataLength = nLen;
     }
-    if (m_pchData[nLen] != '\0') {
+    if (pData != GetNil() || m_pchData[nLen] != '\0') {
         m_pchData[nLen] = '\0';
     }
 }

@@ -219,8 +219,10 @@ TEST_F(ModuleLogTest, LinesSurviveAKill)
         },
         [&](int first, int last) {
             const int nReturned = last - first + 1;
+            std::string text = Lines();
+            text.erase(text.rfind('\n') + 1); // a call that had not returned
             const int nWhole
-                = nReturned > 0 ? CountWholeLines(Lines(), first / 100000, first / 100000) : 0;
+                = nReturned > 0 ? CountWholeLines(text, first / 100000, first / 100000) : 0;
             nLines += nReturned;
             nLost += std::max(nReturned - nWhole, 0);
         });

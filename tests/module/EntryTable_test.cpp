@@ -186,7 +186,7 @@ TEST_F(EntryTableTest, ManyBoxesLeaveNothingBehind)
     };
     show(10); // what the first ones bring stays
     show(nBoxes);
-    EXPECT_EQ(nDescriptors, 0);
+    EXPECT_LE(nDescriptors, 0);
     printf("%d boxes, %ld KiB more\n", nBoxes, nPages * sysconf(_SC_PAGESIZE) / 1024);
 }
 
