@@ -73,7 +73,7 @@ void AddBenchmarks()
     static const auto show = reinterpret_cast<ShowAboutBoxEntry>(get()[kEntryShowAboutBox]);
     static const WindowRef parent = CreateWindowRefWithQWidget(host);
     static ProductRecord product = { { 0, 0 }, "Product 3.2 (build 88)" };
-    show(parent, bundle, 128, &product, "Licensed to Ada", 0); // fonts, styles and files are read once
+    show(parent, bundle, 128, &product, "Licensed to Ada", 0); // fonts and files are read once
     Veltrano::ShowAlert("It is in use.", "Cannot open the file.", 0);
 
     Add("About box, without picture", "ours",
