@@ -1,30 +1,8 @@
 // SPDX-License-Identifier: MIT
-// EntryTable_test.cpp - the loaded module over the real toolbox, offscreen.
-#include "module/EntryTable.h"
-
-#include <Carbon/Carbon.h>
-#include <veltrano/HostWindow.h>
-
-#include <QtCore/QTimer>
-#include <QtGui/QWindow>
-#include <QtWidgets/QApplication>
-#include <QtWidgets/QPushButton>
-
-#include <functional>
-#include <gtest/gtest.h>
-#include <string>
+// EntryTable_test.cpp - the loaded module over the real toolbox.
+#include "tests/module/LoadedModule.h"
 
 namespace {
-
-CFBundleRef OpenBundle(const std::string& path)
-{
-    CFURLRef url = CFURLCreateFromFileSystemRepresentation(
-        kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path.data()),
-        static_cast<CFIndex>(path.size()), true);
-    CFBundleRef bundle = CFBundleCreate(kCFAllocatorDefault, url);
-    CFRelease(url);
-    return bundle;
-}
 
 /// What the user sees while the box is up.
 struct Seen
@@ -46,55 +24,23 @@ std::string TextOf(ControlRef control)
     return text;
 }
 
-class EntryTableTest : public testing::Test
+class EntryTableTest : public LoadedModule
 {
 protected:
-    void SetUp() override
-    {
-        m_module = OpenBundle(VELTRANO_BUNDLE);
-        m_hostBundle = OpenBundle(HOST_BUNDLE);
-        ASSERT_NE(m_module, nullptr);
-        ASSERT_NE(m_hostBundle, nullptr);
-        const auto get = reinterpret_cast<GetEntryTableProc>(
-            CFBundleGetFunctionPointerForName(m_module, CFSTR("GetEntryTable")));
-        ASSERT_NE(get, nullptr);
-        m_show = reinterpret_cast<ShowAboutBoxEntry>(get()[kEntryShowAboutBox]);
-        m_showSimple = reinterpret_cast<ShowAboutBoxSimpleEntry>(get()[kEntryShowAboutBoxSimple]);
-        m_host.setGeometry(100, 80, 600, 400);
-        m_host.show();
-        m_parent = CreateWindowRefWithQWidget(&m_host);
-    }
-
-    void TearDown() override
-    {
-        DisposeWindow(m_parent);
-        CFRelease(m_hostBundle);
-        CFBundleUnloadExecutable(m_module);
-        CFRelease(m_module);
-    }
-
     /// Looks at the box from inside its modal loop, then closes it.
     Seen Show(const std::function<int()>& call)
     {
         Seen seen;
-        QTimer::singleShot(50, [&] { // shown, placed, waiting
+        InModalLoop([&] {
             const WindowRef box = FrontNonFloatingWindow();
-            const auto find = [box](OSType signature, SInt32 id) {
-                const ControlID controlID = { signature, id };
-                ControlRef control = nullptr;
-                EXPECT_EQ(GetControlByID(box, &controlID, &control), noErr);
-                return control;
-            };
             seen.isVisible = IsWindowVisible(box);
-            seen.version = TextOf(find('pver', 1));
-            seen.extra = TextOf(find('pver', 2));
-            seen.hasExtra = IsControlVisible(find('pver', 2));
+            seen.version = TextOf(FindControl(box, 'pver', 1));
+            seen.extra = TextOf(FindControl(box, 'pver', 2));
+            seen.hasExtra = IsControlVisible(FindControl(box, 'pver', 2));
             GetWindowBounds(box, kWindowContentRgn, &seen.content);
             GetWindowClass(box, &seen.windowClass);
-            for (QWidget* widget : QApplication::topLevelWidgets())
-                if (widget->isVisible() && widget != &m_host)
-                    seen.image = widget->grab().toImage();
-            EXPECT_EQ(HIViewSimulateClick(find('butn', 0), kControlButtonPart, 0, nullptr), noErr);
+            seen.image = BoxWidget()->grab().toImage();
+            PressButton(box);
         });
         testing::internal::CaptureStderr();
         EXPECT_EQ(call(), 1);
@@ -104,13 +50,6 @@ protected:
         return seen;
     }
 
-    CFBundleRef m_module = nullptr;
-    CFBundleRef m_hostBundle = nullptr;
-    ShowAboutBoxEntry m_show = nullptr;
-    ShowAboutBoxSimpleEntry m_showSimple = nullptr;
-    QWidget m_host;
-    WindowRef m_parent = nullptr;
-    ProductRecord m_product = { { 0, 0 }, "Product 3.2 (build 88)" };
     std::string m_errors;
 };
 
@@ -125,8 +64,8 @@ TEST_F(EntryTableTest, ShowsTheBoxCentredOverTheHost)
     EXPECT_TRUE(seen.hasExtra);
     EXPECT_EQ(seen.windowClass, WindowClass { kMovableModalWindowClass });
     // The content stands where the structure would be centred.
-    const QMargins frame = m_host.windowHandle()->frameMargins();
-    const QRect host = m_host.frameGeometry();
+    const QMargins frame = m_host->windowHandle()->frameMargins();
+    const QRect host = m_host->frameGeometry();
     EXPECT_EQ(seen.content.left,
               host.left() + (host.width() - (440 + frame.left() + frame.right())) / 2);
     EXPECT_EQ(seen.content.top,
@@ -172,7 +111,8 @@ TEST_F(EntryTableTest, AnswersToMissingArguments)
 
 int main(int argc, char** argv)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
