@@ -14,6 +14,7 @@
 #include <cmath>
 #include <cstdio>
 #include <fstream>
+#include <malloc.h>
 #include <random>
 #include <unistd.h>
 #include <vector>
@@ -102,8 +103,10 @@ QWidget* Named(QWidget* window, const QString& name)
     return window;
 }
 
+/// Without what the allocator keeps for later.
 long ResidentBytes()
 {
+    malloc_trim(0);
     long pages = 0;
     long resident = 0;
     std::ifstream("/proc/self/statm") >> pages >> resident;
@@ -228,7 +231,7 @@ TEST_F(BoxWindow, AssistiveProgramsReadAllOfBoxAndAlert)
     param.defaultText = reinterpret_cast<ConstStringPtr>("\2No");
     param.cancelText = reinterpret_cast<ConstStringPtr>("\3Yes");
     param.defaultButton = kAlertStdAlertCancelButton;
-    InModalLoop([&] {
+    const InModalLoop then([&] {
         const std::vector<Accessible> expected
             = { { Role::Dialog, "Discard?" },     { Role::Graphic, "Caution" },
                 { Role::StaticText, "Discard?" }, { Role::StaticText, "It is not saved." },
@@ -265,7 +268,7 @@ TEST_F(BoxWindow, ReadsWellOnADarkDesktop)
         keep(widget, "/dark-box.png");
         PressButton(box);
     });
-    InModalLoop([&] {
+    const InModalLoop then([&] {
         QWidget* alert = BoxWidget();
         for (const char* name : { "Sure", "Sure?", "It is far." })
             EXPECT_GT(ContrastOf(Named(alert, QString::fromUtf8(name))), kReadable) << name;
@@ -397,7 +400,7 @@ TEST_F(BoxWindow, ManyBoxesLeaveNothingBehind)
             resident = ResidentBytes();
             descriptors = OpenDescriptors();
         }
-        InModalLoop([] { PressButton(FrontNonFloatingWindow()); });
+        const InModalLoop then([] { PressButton(FrontNonFloatingWindow()); });
         m_show(m_parent, m_hostBundle, 128, &m_product, "Licensed to Ada", 0);
     }
     EXPECT_EQ(OpenDescriptors(), descriptors);

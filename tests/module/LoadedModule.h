@@ -42,6 +42,27 @@ inline void PressButton(WindowRef box)
               noErr);
 }
 
+/// Does `work` once, when a modal loop runs: timers fire already while a window is on its way to the
+/// screen.
+class InModalLoop
+{
+public:
+    explicit InModalLoop(std::function<void()> work)
+    {
+        QObject::connect(&m_timer, &QTimer::timeout,
+                         [this, work, level = QThread::currentThread()->loopLevel()] {
+                             if (QThread::currentThread()->loopLevel() > level) {
+                                 m_timer.stop();
+                                 work();
+                             }
+                         });
+        m_timer.start(1);
+    }
+
+private:
+    QTimer m_timer;
+};
+
 class LoadedModule : public testing::Test
 {
 protected:
@@ -79,25 +100,10 @@ protected:
         return nullptr;
     }
 
-    /// Does `work` once a modal loop runs: timers fire already while a window is on its way to the screen.
-    static void InModalLoop(const std::function<void()>& work)
-    {
-        const int level = QThread::currentThread()->loopLevel();
-        auto* timer = new QTimer;
-        QObject::connect(timer, &QTimer::timeout, [=] {
-            if (QThread::currentThread()->loopLevel() > level) {
-                timer->stop();
-                timer->deleteLater();
-                work();
-            }
-        });
-        timer->start(5);
-    }
-
     /// Shows a box and does `work` from inside its modal loop, which has to see to its end.
     void Run(const std::function<void(WindowRef)>& work)
     {
-        InModalLoop([&] { work(FrontNonFloatingWindow()); });
+        const InModalLoop then([&] { work(FrontNonFloatingWindow()); });
         EXPECT_EQ(1, m_show(m_parent, m_hostBundle, 128, &m_product, "Licensed to Ada", 0));
     }
 
