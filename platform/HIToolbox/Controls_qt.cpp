@@ -11,11 +11,13 @@
 
 #include <QtGui/QKeyEvent>
 #include <QtGui/QPainter>
+#include <QtWidgets/QApplication>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QGroupBox>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QRadioButton>
+#include <QtWidgets/QStyleOptionButton>
 #include <QtWidgets/QTabBar>
 
 #include <algorithm>
@@ -40,6 +42,16 @@ protected:
         } else {
             QPushButton::keyPressEvent(event);
         }
+    }
+
+    // The style keeps drawn buttons by their palette, and each window with a brush has one of its
+    // own.
+    void initStyleOption(QStyleOptionButton* option) const override
+    {
+        QPushButton::initStyleOption(option);
+        const auto group = option->palette.currentColorGroup();
+        option->palette = QApplication::palette(this);
+        option->palette.setCurrentColorGroup(group);
     }
 };
 

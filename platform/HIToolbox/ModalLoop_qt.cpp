@@ -95,19 +95,23 @@ public:
 protected:
     bool eventFilter(QObject* object, QEvent* event) override
     {
-        return object->isWindowType() && IsInput(event->type())
-            && Blocks(static_cast<const QWindow*>(object));
+        if (!object->isWindowType() || !IsInput(event->type())
+            || !Blocks(static_cast<const QWindow*>(object))) {
+            return false;
+        }
+        event->ignore(); // who asks a window to close is told that it stays
+        return true;
     }
 
 private:
     // The host may open a modal window of its own above ours, from a timer say: Qt then sees to the
-    // rest.
+    // rest. A loop that was told to end blocks nothing: an application's quit closes the next window.
     bool Blocks(const QWindow* window) const
     {
         const bool modalSince = window->modality() != Qt::NonModal
             && std::find(m_modalBefore.begin(), m_modalBefore.end(), window) == m_modalBefore.end();
-        return Running().back() == this && window->type() != Qt::Popup && !modalSince
-            && !m_window->Owns(window);
+        return Running().back() == this && !m_window->quit && window->type() != Qt::Popup
+            && !modalSince && !m_window->Owns(window);
     }
 
     WindowPtr m_window;

@@ -91,7 +91,7 @@ public:
         if (!file.open(QIODevice::ReadOnly) || file.size() > kMostBytes) {
             return nullptr;
         }
-        QByteArray bytes = file.read(kMostBytes);
+        QByteArray bytes = file.read(file.size()); // a larger limit would be allocated whole
         for (char& c : bytes) { // titles hold raw control bytes now and then, which XML forbids
             if (static_cast<UInt8>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r') {
                 c = ' ';

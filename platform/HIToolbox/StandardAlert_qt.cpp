@@ -69,15 +69,24 @@ std::vector<Button> ButtonsOf(const AlertStdAlertParamRec& param)
     return buttons;
 }
 
-QIcon IconOf(AlertType type)
+/// What the alert's kind shows and is read out as; both empty for a plain one.
+struct Sign
 {
+    QIcon icon;
+    QString name;
+};
+
+Sign SignOf(AlertType type)
+{
+    const auto standard
+        = [](QStyle::StandardPixmap icon) { return QApplication::style()->standardIcon(icon); };
     switch (type) {
     case kAlertStopAlert:
-        return QApplication::style()->standardIcon(QStyle::SP_MessageBoxCritical);
+        return { standard(QStyle::SP_MessageBoxCritical), QStringLiteral("Stop") };
     case kAlertNoteAlert:
-        return QApplication::style()->standardIcon(QStyle::SP_MessageBoxInformation);
+        return { standard(QStyle::SP_MessageBoxInformation), QStringLiteral("Note") };
     case kAlertCautionAlert:
-        return QApplication::style()->standardIcon(QStyle::SP_MessageBoxWarning);
+        return { standard(QStyle::SP_MessageBoxWarning), QStringLiteral("Caution") };
     default:
         return {};
     }
@@ -116,7 +125,7 @@ public:
                                          | Qt::WindowTitleHint);
         m_window->widget->setAccessibleName(message);
         const QSize size
-            = LayOut(IconOf(type), message, explanation, ButtonsOf(param), param, room);
+            = LayOut(SignOf(type), message, explanation, ButtonsOf(param), param, room);
         QRect content(QPoint(), size);
         content.moveTo(room.left() + (room.width() - size.width()) / 2,
                        room.top() + (room.height() - size.height()) / 3);
@@ -169,15 +178,15 @@ private:
 
     // Texts wrap, and scroll where the screen is too low for them; the buttons always stay on the
     // screen.
-    QSize LayOut(const QIcon& icon,
+    QSize LayOut(const Sign& sign,
                  const QString& message,
                  const QString& explanation,
                  std::vector<Button> buttons,
                  const AlertStdAlertParamRec& param,
                  const QRect& room)
     {
-        const QSize iconSize = icon.actualSize({ kIconSize, kIconSize });
-        const int iconRoom = icon.isNull() ? 0 : iconSize.width() + kMargin;
+        const QSize iconSize = sign.icon.actualSize({ kIconSize, kIconSize });
+        const int iconRoom = sign.icon.isNull() ? 0 : iconSize.width() + kMargin;
         const int widest = room.width() - 2 * kMargin;
         int rowWidth = static_cast<int>(buttons.size() - 1) * kGap;
         const QFontMetrics metrics(FontOf(13, false));
@@ -220,7 +229,8 @@ private:
         scroll->setGeometry(kMargin + iconRoom, kMargin, textWidth + barRoom, textHeight);
         if (iconRoom) {
             auto* label = new QLabel(m_window->widget);
-            label->setPixmap(icon.pixmap(iconSize, m_window->widget->devicePixelRatio()));
+            label->setPixmap(sign.icon.pixmap(iconSize, m_window->widget->devicePixelRatio()));
+            label->setAccessibleName(sign.name);
             label->setGeometry(QRect(QPoint(kMargin, kMargin), iconSize));
         }
 

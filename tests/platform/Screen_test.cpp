@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Screen_test.cpp - windows as the X server and the window manager see them, worked by a real pointer and
 // keyboard. Runs under with_xvfb.sh.
+#include "tests/support/Desktop.h"
 #include "tests/support/NibBundle.h"
 
 #include <veltrano/HostWindow.h>
@@ -17,30 +18,6 @@
 #include <unistd.h>
 
 namespace {
-
-/// Runs a shell command and returns what it printed.
-std::string Shell(const std::string& command)
-{
-    std::string output;
-    FILE* pipe = popen(command.c_str(), "r");
-    char buffer[256];
-    while (fgets(buffer, sizeof buffer, pipe)) {
-        output += buffer;
-    }
-    pclose(pipe);
-    return output;
-}
-
-/// Runs a command while our own events go on.
-void During(const std::string& command)
-{
-    (void)std::system(("(" + command + ") >/dev/null 2>&1 &").c_str());
-}
-
-std::string At(int x, int y)
-{
-    return "xdotool mousemove " + std::to_string(x) + " " + std::to_string(y) + "; ";
-}
 
 /// Where X says that the window with this title has its content.
 QPoint ContentOf(const char* title)

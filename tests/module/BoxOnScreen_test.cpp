@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: MIT
+// BoxOnScreen_test.cpp - the module's box under a window manager, worked by a real pointer and keyboard.
+#include "tests/module/LoadedModule.h"
+#include "tests/support/Desktop.h"
+
+#include <QtTest/QTest>
+
+namespace {
+
+class BoxOnScreen : public LoadedModule
+{
+protected:
+    void SetUp() override
+    {
+        LoadedModule::SetUp();
+        QObject::connect(&m_hostButton, &QPushButton::clicked, [this] { ++m_clicks; });
+        m_hostButton.setParent(m_host.get());
+        m_hostButton.resize(m_host->size());
+        m_hostButton.show();
+        m_host->activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(m_host.get()));
+    }
+    void TearDown() override
+    {
+        m_hostButton.setParent(nullptr);
+        LoadedModule::TearDown();
+    }
+
+    /// A click on a point of a widget, in the screen's pixels.
+    static std::string Click(const QWidget* widget, QPoint at)
+    {
+        const QPoint pixels = widget->mapToGlobal(at) * widget->devicePixelRatio();
+        return At(pixels.x(), pixels.y()) + "xdotool click 1; ";
+    }
+
+    QPushButton m_hostButton;
+    int m_clicks = 0;
+};
+
+TEST_F(BoxOnScreen, ClickReturnAndTheCloseRequestEndItAndEscapeDoesNot)
+{
+    const struct
+    {
+        const char* name;
+        const char* command; // empty: a click on the button
+        bool ends;
+    } rows[] = {
+        { "click", "", true },
+        { "Return", "xdotool key Return", true },
+        { "Enter", "xdotool key KP_Enter", true },
+        { "close request", "wmctrl -c About", true },
+        { "Escape", "xdotool key Escape", false },
+        { "Control-period", "xdotool key ctrl+period", false },
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        bool ended = false;
+        Run([&](WindowRef box) {
+            QWidget* widget = BoxWidget();
+            EXPECT_TRUE(QTest::qWaitForWindowActive(widget));
+            const auto* button = widget->findChild<QPushButton*>();
+            During(*row.command ? row.command : Click(button, button->rect().center()));
+            ended = QTest::qWaitFor([&] { return !IsWindowVisible(box); }, row.ends ? 3000 : 400);
+            if (!ended)
+                PressButton(box);
+        });
+        EXPECT_EQ(ended, row.ends);
+        EXPECT_TRUE(QTest::qWaitForWindowActive(m_host.get())); // it comes to the front
+    }
+}
+
+TEST_F(BoxOnScreen, TheHostIsBlockedMeanwhile)
+{
+    const std::string click = Click(m_host.get(), QPoint(8, 8));
+    Run([&](WindowRef box) {
+        EXPECT_TRUE(QTest::qWaitForWindowActive(BoxWidget()));
+        During(click + "wmctrl -c Host");
+        QTest::qWait(400);
+        EXPECT_TRUE(m_host->isVisible());
+        EXPECT_NE(std::string::npos, Shell("xprop -name About WM_TRANSIENT_FOR").find("window id"));
+        EXPECT_NE(std::string::npos, Shell("xprop -name About _NET_WM_STATE").find("MODAL"));
+        PressButton(box);
+    });
+    EXPECT_EQ(0, m_clicks);
+    QTest::qWait(100);
+    During(click);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return m_clicks == 1; }));
+}
+
+} // namespace

@@ -1,0 +1,414 @@
+// SPDX-License-Identifier: MIT
+// BoxWindow_test.cpp - the box as a window among others: its place, its texts in each language, what
+// assistive programs read, and what happens around it while it is up. Runs at several scales and on
+// several window systems.
+#include "tests/module/LoadedModule.h"
+
+#include <QtCore/QDir>
+#include <QtGui/QAccessible>
+#include <QtGui/QClipboard>
+#include <QtGui/QKeyEvent>
+#include <QtTest/QTest>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <malloc.h>
+#include <random>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+bool IsOffscreen()
+{
+    return QGuiApplication::platformName() == u"offscreen";
+}
+
+/// The smallest rectangle around what a widget draws, in its coordinates.
+QRect InkOf(QWidget* widget)
+{
+    const double ratio = widget->devicePixelRatio();
+    QImage image(widget->size() * ratio, QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(ratio);
+    image.fill(Qt::transparent);
+    widget->render(&image, {}, {}, QWidget::DrawChildren);
+    QRect ink;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (qAlpha(image.pixel(x, y)) > 40)
+                ink |= QRect(x, y, 1, 1);
+    return QRectF(QPointF(ink.topLeft()) / ratio, QSizeF(ink.size()) / ratio).toAlignedRect();
+}
+
+/// The best contrast between two points of a widget as it is on the screen, 1 to 21.
+double ContrastOf(QWidget* widget)
+{
+    const QImage image
+        = widget->window()
+              ->grab(QRect(widget->mapTo(widget->window(), QPoint()), widget->size()))
+              .toImage();
+    double darkest = 1;
+    double lightest = 0;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x) {
+            const QColor color = image.pixelColor(x, y);
+            const auto linear = [](double part) {
+                return part <= 0.03928 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+            };
+            const double light = 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF())
+                + 0.0722 * linear(color.blueF());
+            darkest = std::min(darkest, light);
+            lightest = std::max(lightest, light);
+        }
+    return (lightest + 0.05) / (darkest + 0.05);
+}
+
+struct Accessible
+{
+    QAccessible::Role role;
+    QString name;
+    bool operator==(const Accessible&) const = default;
+};
+
+void PrintTo(const Accessible& accessible, std::ostream* out)
+{
+    *out << accessible.role << " \"" << accessible.name.toStdString() << '"';
+}
+
+/// What is to be read out in a window, itself first.
+void AddAccessible(QAccessibleInterface* from, std::vector<Accessible>& all)
+{
+    const auto role = from->role();
+    if (!from->state().invisible && role != QAccessible::Client && role != QAccessible::ScrollBar)
+        all.push_back({ role, from->text(QAccessible::Name) });
+    for (int child = 0; child < from->childCount(); ++child)
+        AddAccessible(from->child(child), all);
+}
+
+std::vector<Accessible> AccessibleIn(QWidget* window)
+{
+    std::vector<Accessible> all;
+    AddAccessible(QAccessible::queryAccessibleInterface(window), all);
+    return all;
+}
+
+QWidget* Named(QWidget* window, const QString& name)
+{
+    for (QWidget* widget : window->findChildren<QWidget*>())
+        if (widget->accessibleName() == name)
+            return widget;
+    ADD_FAILURE() << "no " << name.toStdString();
+    return window;
+}
+
+/// Without what the allocator keeps for later.
+long ResidentBytes()
+{
+    malloc_trim(0);
+    long pages = 0;
+    long resident = 0;
+    std::ifstream("/proc/self/statm") >> pages >> resident;
+    return resident * sysconf(_SC_PAGESIZE);
+}
+
+auto OpenDescriptors()
+{
+    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::AllEntries | QDir::System).size();
+}
+
+class BoxWindow : public LoadedModule
+{
+protected:
+    void TearDown() override
+    {
+        EXPECT_EQ(CurResFile(), kSystemResFile); // restored, whatever happened
+        EXPECT_EQ(FrontNonFloatingWindow(), nullptr);
+        LoadedModule::TearDown();
+    }
+};
+
+TEST_F(BoxWindow, StandsToThePixelWhereTheStructuresSay)
+{
+    std::mt19937 random(20);
+    const auto within = [&random](int low, int high) {
+        return std::uniform_int_distribution<int>(low, high)(random);
+    };
+    const bool offscreen = IsOffscreen(); // elsewhere a window manager has its say about the edges
+    for (int round = 0; round < (offscreen ? 200 : 6); ++round) {
+        const QRect place = offscreen // which shifts what begins left of or above the screen
+            ? QRect(within(250, 1500), within(150, 900), within(1, 1100), within(1, 700))
+            : QRect(within(150, 250), within(100, 150), within(300, 460), within(200, 320));
+        m_host->setGeometry(place);
+        QTest::qWait(offscreen ? 0 : 100);
+        SCOPED_TRACE(testing::Message() << place.x() << ',' << place.y() << ' ' << place.width()
+                                        << 'x' << place.height());
+        Run([&](WindowRef box) {
+            Rect parent {};
+            Rect structure {};
+            Rect content {};
+            GetWindowBounds(m_parent, kWindowStructureRgn, &parent);
+            GetWindowBounds(box, kWindowStructureRgn, &structure);
+            GetWindowBounds(box, kWindowContentRgn, &content);
+            EXPECT_GT(parent.right - parent.left, m_host->width()); // a frame, or nothing is tested
+            const int width = structure.right - structure.left;
+            const int height = structure.bottom - structure.top;
+            EXPECT_EQ(content.left, parent.left + (parent.right - parent.left - width) / 2);
+            EXPECT_EQ(content.top, parent.top + (parent.bottom - parent.top - height) / 2);
+            PressButton(box);
+        });
+    }
+}
+
+TEST_F(BoxWindow, SpeaksTheUsersLanguageAndNothingIsCut)
+{
+    const struct
+    {
+        const char* locale;
+        const char* title;
+        const char* button;
+        Qt::LayoutDirection direction;
+    } rows[] = {
+        { "C", "About", "OK", Qt::LeftToRight },
+        { "en_GB.UTF-8", "About", "OK", Qt::LeftToRight },
+        { "de_DE.UTF-8", "Über", "Schließen", Qt::LeftToRight },
+        { "fr_CA.UTF-8", "À propos", "Fermer", Qt::LeftToRight },
+        { "ja_JP.UTF-8", "バージョン情報", "閉じる", Qt::LeftToRight },
+        { "tlh", "About", "OK", Qt::LeftToRight },
+        { "ar_EG.UTF-8", "About", "OK", Qt::RightToLeft },
+    };
+    const QByteArray before = qgetenv("LC_ALL");
+    QRect versionPlace;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.locale);
+        qputenv("LC_ALL", row.locale);
+        QGuiApplication::setLayoutDirection(row.direction);
+        Run([&](WindowRef box) {
+            QWidget* widget = BoxWidget();
+            EXPECT_EQ(widget->windowTitle(), QString::fromUtf8(row.title));
+            auto* button = widget->findChild<QPushButton*>();
+            EXPECT_EQ(button->text(), QString::fromUtf8(row.button));
+            EXPECT_LE(button->fontMetrics().horizontalAdvance(button->text()),
+                      button->width() - 12);
+            EXPECT_LE(button->fontMetrics().height(), button->height() - 4);
+            for (const char* text : { "Product 3.2 (build 88)", "Licensed to Ada" }) {
+                QWidget* view = Named(widget, QString::fromUtf8(text));
+                const QRect ink = InkOf(view);
+                EXPECT_FALSE(ink.isEmpty()) << text;
+                EXPECT_TRUE(view->rect().adjusted(1, 0, -1, 0).contains(ink)) << text;
+                EXPECT_LE(std::abs(view->rect().center().x() - ink.center().x()), 2) << text;
+            }
+            const QRect place = Named(widget, QStringLiteral("Product 3.2 (build 88)"))->geometry();
+            EXPECT_TRUE(versionPlace.isNull() || versionPlace == place); // also from right to left
+            versionPlace = place;
+            const QByteArray folder = qgetenv("VELTRANO_SNAPSHOTS"); // for the eye
+            if (!folder.isEmpty())
+                widget->grab().save(QString::fromUtf8(folder + '/' + row.locale + ".png"));
+            PressButton(box);
+        });
+    }
+    QGuiApplication::setLayoutDirection(Qt::LeftToRight);
+    before.isNull() ? qunsetenv("LC_ALL") : qputenv("LC_ALL", before);
+}
+
+TEST_F(BoxWindow, AssistiveProgramsReadAllOfBoxAndAlert)
+{
+    using Role = QAccessible::Role;
+    Run([&](WindowRef box) {
+        const std::vector<Accessible> expected = { { Role::Dialog, "About" },
+                                                   { Role::Graphic, "About" },
+                                                   { Role::StaticText, "Product 3.2 (build 88)" },
+                                                   { Role::StaticText, "Licensed to Ada" },
+                                                   { Role::Button, "OK" } };
+        auto all = AccessibleIn(BoxWidget());
+        EXPECT_TRUE(std::is_permutation(all.begin(), all.end(), expected.begin(), expected.end()))
+            << testing::PrintToString(all);
+        PressButton(box);
+    });
+
+    AlertStdAlertParamRec param {};
+    param.defaultText = reinterpret_cast<ConstStringPtr>("\2No");
+    param.cancelText = reinterpret_cast<ConstStringPtr>("\3Yes");
+    param.defaultButton = kAlertStdAlertCancelButton;
+    const InModalLoop then([&] {
+        const std::vector<Accessible> expected
+            = { { Role::Dialog, "Discard?" },     { Role::Graphic, "Caution" },
+                { Role::StaticText, "Discard?" }, { Role::StaticText, "It is not saved." },
+                { Role::Button, "No" },           { Role::Button, "Yes" } };
+        QWidget* alert = BoxWidget();
+        const auto all = AccessibleIn(alert);
+        EXPECT_TRUE(std::is_permutation(all.begin(), all.end(), expected.begin(), expected.end()))
+            << testing::PrintToString(all);
+        static_cast<QPushButton*>(Named(alert, QStringLiteral("Yes")))->click();
+    });
+    SInt16 hit = 0;
+    EXPECT_EQ(noErr,
+              StandardAlert(kAlertCautionAlert, reinterpret_cast<ConstStringPtr>("\10Discard?"),
+                            reinterpret_cast<ConstStringPtr>("\20It is not saved."), &param, &hit));
+    EXPECT_EQ(2, hit);
+}
+
+TEST_F(BoxWindow, ReadsWellOnADarkDesktop)
+{
+    const QPalette light = QApplication::palette();
+    QPalette dark(QColor(45, 45, 48), QColor(30, 30, 32));
+    dark.setColor(QPalette::Base, QColor(25, 25, 27));
+    QApplication::setPalette(dark);
+    constexpr double kReadable = 4.5;
+    const QByteArray folder = qgetenv("VELTRANO_SNAPSHOTS");
+    const auto keep = [&](QWidget* widget, const char* name) {
+        if (!folder.isEmpty())
+            widget->grab().save(QString::fromUtf8(folder + name));
+    };
+    Run([&](WindowRef box) {
+        QWidget* widget = BoxWidget();
+        for (const char* name : { "OK", "Product 3.2 (build 88)", "Licensed to Ada" })
+            EXPECT_GT(ContrastOf(Named(widget, QString::fromUtf8(name))), kReadable) << name;
+        keep(widget, "/dark-box.png");
+        PressButton(box);
+    });
+    const InModalLoop then([&] {
+        QWidget* alert = BoxWidget();
+        for (const char* name : { "Sure", "Sure?", "It is far." })
+            EXPECT_GT(ContrastOf(Named(alert, QString::fromUtf8(name))), kReadable) << name;
+        keep(alert, "/dark-alert.png");
+        static_cast<QPushButton*>(Named(alert, QStringLiteral("Sure")))->click();
+    });
+    AlertStdAlertParamRec param {};
+    param.defaultText = reinterpret_cast<ConstStringPtr>("\4Sure");
+    param.defaultButton = kAlertStdAlertOKButton;
+    SInt16 hit = 0;
+    StandardAlert(kAlertNoteAlert, reinterpret_cast<ConstStringPtr>("\5Sure?"),
+                  reinterpret_cast<ConstStringPtr>("\12It is far."), &param, &hit);
+    QApplication::setPalette(light);
+}
+
+TEST_F(BoxWindow, ThePictureIsDrawnFromItsSourcePixels)
+{
+    const QImage source = QImage(HOST_PICTURE).convertToFormat(QImage::Format_RGB32);
+    ASSERT_EQ(source.size(), QSize(880, 520)); // two pixels a point
+    Run([&](WindowRef box) {
+        const QImage shown = BoxWidget()->grab().toImage().convertToFormat(QImage::Format_RGB32);
+        const double ratio = BoxWidget()->devicePixelRatio();
+        EXPECT_EQ(shown.size(), (QSizeF(440, 260) * ratio).toSize());
+        const QRect free(0, 0, shown.width(), static_cast<int>(160 * ratio)); // above the texts
+        if (ratio == 2.0) {
+            EXPECT_EQ(shown.copy(free), source.copy(free));
+        }
+        const auto at = [&](double x, double y) {
+            return qGray(shown.pixel(static_cast<int>(x * ratio), static_cast<int>(y * ratio)));
+        };
+        EXPECT_NEAR(at(3, 3), qGray(source.pixel(6, 6)), 8);
+        EXPECT_NEAR(at(436, 256), qGray(source.pixel(872, 512)), 8); // it fills the box
+        PressButton(box);
+    });
+}
+
+TEST_F(BoxWindow, CopiesTheVersionTextExactly)
+{
+    m_product.versionText = "<b>Prod&uct</b> 3.2  (build 88) \xE2\x84\xA2";
+    Run([&](WindowRef box) {
+        QWidget* view = Named(BoxWidget(), QString::fromUtf8(m_product.versionText));
+        view->setFocus();
+        QTest::keySequence(view, QKeySequence::SelectAll);
+        QTest::keySequence(view, QKeySequence::Copy);
+        EXPECT_EQ(QGuiApplication::clipboard()->text(), QString::fromUtf8(m_product.versionText));
+        PressButton(box);
+    });
+}
+
+TEST_F(BoxWindow, OutlivesWhatHappensToItsParent)
+{
+    const struct
+    {
+        const char* name;
+        std::function<void()> happens;
+    } rows[] = {
+        { "hidden", [&] { m_host->hide(); } },
+        { "shown again", [&] { m_host->show(); } },
+        { "minimised", [&] { m_host->showMinimized(); } },
+        { "restored", [&] { m_host->showNormal(); } },
+        { "moved", [&] { m_host->move(5, 5); } },
+        { "closed", [&] { m_host->close(); } },
+        { "destroyed", [&] { m_host.reset(); } },
+        { "gone", [] {} },
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Run([&](WindowRef box) {
+            row.happens();
+            QTest::qWait(30);
+            EXPECT_TRUE(IsWindowVisible(box));
+            PressButton(box);
+        });
+    }
+}
+
+TEST_F(BoxWindow, ASecondBoxOpensWhileTheFirstIsUp)
+{
+    for (const bool innerFirst : { true, false }) {
+        SCOPED_TRACE(innerFirst);
+        Run([&](WindowRef outer) {
+            Run([&](WindowRef inner) {
+                EXPECT_NE(inner, outer);
+                EXPECT_TRUE(IsWindowVisible(outer));
+                if (!innerFirst) {
+                    PressButton(outer); // it ends when the inner one has ended
+                    EXPECT_FALSE(IsWindowVisible(outer));
+                }
+                PressButton(inner);
+            });
+            if (innerFirst)
+                PressButton(outer);
+        });
+    }
+}
+
+TEST_F(BoxWindow, TheApplicationEndsMeanwhile)
+{
+    bool returned = false;
+    QTimer::singleShot(0, [&] {
+        Run([](WindowRef) { QCoreApplication::exit(7); });
+        returned = true;
+        EXPECT_EQ(FrontNonFloatingWindow(), nullptr);
+    });
+    EXPECT_EQ(QApplication::exec(), 7);
+    EXPECT_TRUE(returned);
+
+    returned = false;
+    QTimer::singleShot(0, [&] {
+        Run([](WindowRef) { QApplication::quit(); }); // closes all windows first
+        returned = true;
+    });
+    QTimer::singleShot(3000, [] { QCoreApplication::exit(1); });
+    EXPECT_EQ(QApplication::exec(), 0);
+    EXPECT_TRUE(returned);
+    Run(PressButton); // and it still works
+}
+
+// VELTRANO_BOXES sets the number; the bound is that of 1000.
+TEST_F(BoxWindow, ManyBoxesLeaveNothingBehind)
+{
+    const int boxes = std::max(50, qEnvironmentVariableIntValue("VELTRANO_BOXES"));
+    const int first = std::min(100, boxes / 2);
+    long resident = 0;
+    auto descriptors = OpenDescriptors();
+    testing::internal::CaptureStderr();
+    for (int box = 0; box < boxes; ++box) {
+        if (box == first) {
+            resident = ResidentBytes();
+            descriptors = OpenDescriptors();
+        }
+        const InModalLoop then([] { PressButton(FrontNonFloatingWindow()); });
+        m_show(m_parent, m_hostBundle, 128, &m_product, "Licensed to Ada", 0);
+    }
+    EXPECT_EQ(OpenDescriptors(), descriptors);
+    testing::internal::GetCapturedStderr();
+    RecordProperty("growth", std::to_string(ResidentBytes() - resident));
+#ifndef __SANITIZE_ADDRESS__ // which keeps what is freed
+    EXPECT_LE(ResidentBytes() - resident, 1 << 20);
+#endif
+}
+
+} // namespace
