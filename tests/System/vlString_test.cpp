@@ -342,6 +342,11 @@ TEST(String, TrimsAndCase)
 // Every operation with arguments that point into the string, in its three kinds of block.
 TEST(String, ArgumentsMayLieInTheStringItself)
 {
+    String trimmed("aab");
+    trimmed.TrimStart(trimmed.GetString() + 1);
+    EXPECT_TEXT("", trimmed);
+    trimmed = 'c';
+    EXPECT_TEXT("c", trimmed);
     struct Row
     {
         const char* name;
@@ -421,6 +426,7 @@ TEST(String, FormatEstimatesItsBlock)
     EXPECT_TEXT("abc", Formatted("ab%nc", &nWritten));
     EXPECT_EQ(nWritten, 2);
     EXPECT_EQ(std::string(Formatted("%f", -HUGE_VAL)), "-inf");
+    EXPECT_EQ(std::string(Formatted("%10p|", nullptr)), "     (nil)|");
     EXPECT_EQ(Formatted("%.20f", -1.7976931348623157e308).GetLength(), 1 + 309 + 1 + 20);
 }
 
