@@ -62,8 +62,8 @@ public:
     ///   mode     [in]  as for fopen; "a+" creates a missing file
     ///   returns  0 when it cannot be opened or read; nothing is open then
     Bool32 Open(const char* path, const char* mode);
-    /// Writes the lines back if any were changed, and frees them. A file that cannot be written is
-    /// as it was, and so is one that has no lines left.
+    /// Writes the lines back if any were changed, and frees them. A file that cannot be opened for
+    /// writing is as it was, and so is one that has no lines left.
     void Close();
 
     ///   value    [out]  trimmed; empty when the result is 0
