@@ -13,7 +13,7 @@ if readelf --wide --syms "$module" | grep -q ' UNIQUE '; then
     exit 1
 fi
 if readelf -d "$module" | grep NEEDED \
-    | grep -vE 'libvl(foundation|toolbox)\.so|libstdc\+\+|libgcc_s|libc\.so|libm\.so|ld-linux|lib[atu]+san'; then
+    | grep -vE 'libvl(foundation|toolbox)\.so|libstdc\+\+|libgcc_s|libc\.so|libm\.so|ld-linux|lib(a|l|t|ub)san'; then
     echo "the module needs more than the platform libraries"
     exit 1
 fi
