@@ -54,8 +54,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             file.GetValue(s->text, k->text, value);
         }
     }
-    file.AddLine("fuzz section", "a new line");
-    file.SetValue("fuzz section", "key", "value");
+    static const char kSection[] = "fuzz section";
+    if (input.Contents().find(kSection) != std::string::npos)
+        return 0; // the edit goes into the midst of it
+    file.AddLine(kSection, "a new line");
+    file.SetValue(kSection, "key", "value");
     file.Close();
 
     std::istringstream after(input.Contents());
