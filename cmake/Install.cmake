@@ -90,6 +90,7 @@ set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libveltrano1 (= ${PROJECT_VERSION}-1)")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ${package_of_tools})
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libveltrano1 (= ${PROJECT_VERSION}-1)")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "libqt6svg6")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
   "The module bundle and the platform libraries
  Veltrano.bundle, which desktop products load for their About box, and the
