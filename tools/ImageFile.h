@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// ImageFile.h - what the tools with pictures share: image files as pictures, errors in Qt's strings.
+// ImageFile.h - what the tools with pictures share: image files, errors in Qt's strings.
 #pragma once
 
 #include "QuickDraw/PictureWriter_qt.h"
@@ -7,6 +7,7 @@
 
 #include <QtCore/QFileInfo>
 #include <QtGui/QImageReader>
+#include <QtGui/QImageWriter>
 
 [[noreturn]] inline void Fail(const QString& message)
 {
@@ -40,4 +41,11 @@ inline QByteArray EncodeImageFile(const QString& path, double density)
     if (picture.isEmpty())
         Fail(QStringLiteral("%1 is too large: 4096 pixels a side").arg(path));
     return picture;
+}
+
+inline void SaveImage(const QImage& image, const QString& path)
+{
+    QImageWriter writer(path);
+    if (!writer.write(image))
+        Fail(QStringLiteral("cannot write %1: %2").arg(path, writer.errorString()));
 }

@@ -22,18 +22,17 @@ namespace {
 enum { kOwnPicture = 128 };
 
 const char kHelp[]
-    = "usage: vlabout [--picture IMAGE | --bundle HOST.bundle --id N] [--version TEXT] [--text "
-      "TEXT]\n"
-      "               [--style 0|1] [--parent WINDOWID] [--snapshot OUT.png] [--module BUNDLE]\n"
+    = "usage: vlabout [--picture IMAGE [--density D] | --bundle HOST.bundle [--id N]]\n"
+      "               [--version TEXT] [--text TEXT] [--style 0|1] [--parent WINDOWID]\n"
+      "               [--snapshot OUT.png] [--module BUNDLE]\n"
       "\n"
-      "--picture   a PNG, JPEG or other image that Qt reads; up to 440 x 260 points fill the box\n"
+      "--picture   an image: PNG, JPEG, SVG (package libqt6svg6); scaled to 440 x 260 points\n"
       "--density   pixels a point of that image (default 1)\n"
-      "--bundle    the bundle whose resource file holds 'PICT' N\n"
+      "--bundle    the bundle whose resource file holds 'PICT' N (default 128)\n"
       "--version   the version line; none hides it\n"
       "--text      the extra line; none hides it\n"
       "--style     1: light text, for dark pictures\n"
-      "--parent    the X11 id of a window that the box stands over and blocks; the screen without "
-      "it\n"
+      "--parent    the X11 id of a window that the box stands over and blocks, 12345 or 0x3039\n"
       "--snapshot  save a picture of the box and close it; needs no display\n"
       "--module    the module, where it is not found beside this program\n"
       "exit codes: 0 shown, 1 it could not be, 2 wrong arguments\n";
@@ -101,18 +100,11 @@ QString FindModule(const Options& options)
     Fail(QStringLiteral("the module is not beside this program: say --module"));
 }
 
-struct Snapshot
-{
-    QString file;
-    bool isSaved;
-};
-
 void TakeSnapshot(EventLoopTimerRef, void* userData)
 {
-    auto* snapshot = static_cast<Snapshot*>(userData);
     for (QWidget* widget : QApplication::topLevelWidgets())
         if (widget->isVisible())
-            snapshot->isSaved = widget->grab().save(snapshot->file);
+            *static_cast<QImage*>(userData) = widget->grab().toImage();
     const ControlID buttonID = { 'butn', 0 };
     ControlRef button = nullptr;
     if (GetControlByID(FrontNonFloatingWindow(), &buttonID, &button) == noErr)
@@ -127,7 +119,7 @@ WindowRef MakeParent(const Options& options, QWidget& screen)
     }
     const WindowRef parent = CreateWindowRefWithX11Window(options.parent);
     if (parent == nullptr)
-        Fail(QStringLiteral("no window %1").arg(options.parent));
+        Fail(QStringLiteral("no window 0x%1").arg(options.parent, 0, 16));
     return parent;
 }
 
@@ -147,7 +139,7 @@ int Show(const Options& options)
 
     QWidget screen;
     const WindowRef parent = MakeParent(options, screen);
-    Snapshot snapshot = { options.snapshot, false };
+    QImage snapshot;
     if (!options.snapshot.isEmpty())
         InstallEventLoopTimer(GetMainEventLoop(), 0.2, 0, NewEventLoopTimerUPP(TakeSnapshot),
                               &snapshot, nullptr);
@@ -161,8 +153,8 @@ int Show(const Options& options)
         CFRelease(host);
     CFBundleUnloadExecutable(module);
     CFRelease(module);
-    if (!options.snapshot.isEmpty() && !snapshot.isSaved)
-        Fail(QStringLiteral("cannot write %1").arg(options.snapshot));
+    if (!options.snapshot.isEmpty())
+        SaveImage(snapshot, options.snapshot);
     return kDone;
 }
 

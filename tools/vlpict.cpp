@@ -126,12 +126,6 @@ QImage Draw(const QByteArray& picture, double scale, const QString& source)
     return image;
 }
 
-void SaveImage(const QImage& image, const QString& path)
-{
-    if (!image.save(path))
-        Fail(QStringLiteral("cannot write %1").arg(path));
-}
-
 QByteArray BytesOf(const ResourceFile::Resource& resource)
 {
     return QByteArray(reinterpret_cast<const char*>(resource.data.data()),
