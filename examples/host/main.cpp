@@ -240,7 +240,9 @@ int RunSnapshot(HostWindow& host, const Options& options)
     InstallEventLoopTimer(GetMainEventLoop(), 0.2, 0, NewEventLoopTimerUPP(TakeSnapshot), &snapshot,
                           nullptr);
     const int result = host.ShowAboutBox(options.style);
-    if (!snapshot.saved)
+    if (snapshot.saved)
+        printf("saved %s\n", qUtf8Printable(options.snapshot));
+    else
         fprintf(stderr, "ExampleHost: cannot save %s\n", qUtf8Printable(options.snapshot));
     return result == 1 && snapshot.saved ? 0 : 1;
 }
