@@ -7,6 +7,7 @@ folder=$(mktemp -d) || exit 99
 chmod 700 "$folder"
 unset DISPLAY
 export XDG_RUNTIME_DIR="$folder" WAYLAND_DISPLAY=wayland-test QT_QPA_PLATFORM=wayland
+export QT_WAYLAND_CLIENT_BUFFER_INTEGRATION=none # widgets need no GL
 weston --backend=headless-backend.so --width=1280 --height=800 --socket=$WAYLAND_DISPLAY --idle-time=0 \
     --no-config >"$folder/weston.log" 2>&1 &
 weston=$!
