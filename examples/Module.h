@@ -54,14 +54,13 @@ static inline int IsModuleMapped(void)
 }
 
 /* Presses the button of the box that is up, as a click would; for a run without a user. */
-static inline void PressButton(EventLoopTimerRef timer, void* unused)
+static inline void PressButton(EventLoopTimerRef timer, void* isPressed)
 {
     const ControlID buttonID = { 0x6275746E, 0 }; /* 'butn' */
     ControlRef button = NULL;
     (void)timer;
-    (void)unused;
     if (GetControlByID(FrontNonFloatingWindow(), &buttonID, &button) == noErr)
-        HIViewSimulateClick(button, kControlButtonPart, 0, NULL);
+        *(int*)isPressed = HIViewSimulateClick(button, kControlButtonPart, 0, NULL) == noErr;
 }
 
 /* Loads the module, shows the box over a native window, unloads; an exit code. `seconds` not 0: nobody is waited for. */
@@ -71,13 +70,14 @@ ShowAbout(const char* path, unsigned long window, const char* text, double secon
     static ProductRecord product = { { 0, 0 }, "Example Host 3.2 (build 88)" };
     CFBundleRef module = OpenBundle(path);
     const EntryPoint* table = LoadModule(module);
+    int isPressed = seconds <= 0;
     int result = 0;
     if (table != NULL) {
         ShowAboutBoxEntry show = (ShowAboutBoxEntry)table[kEntryShowAboutBox];
         WindowRef parent = CreateWindowRefWithX11Window(window);
         if (seconds > 0)
             InstallEventLoopTimer(GetMainEventLoop(), seconds, 0, NewEventLoopTimerUPP(PressButton),
-                                  NULL, NULL);
+                                  &isPressed, NULL);
         result = show(parent, CFBundleGetMainBundle(), 128, &product, text, 0);
         DisposeWindow(parent);
         printf("ShowAboutBox returned %d\n", result);
@@ -85,5 +85,5 @@ ShowAbout(const char* path, unsigned long window, const char* text, double secon
     UnloadModule(module);
     if (IsModuleMapped())
         fprintf(stderr, "the module is still in the process\n");
-    return result == 1 && !IsModuleMapped() ? 0 : 1;
+    return result == 1 && isPressed && !IsModuleMapped() ? 0 : 1;
 }
