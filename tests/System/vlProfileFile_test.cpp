@@ -152,6 +152,9 @@ TEST_F(ProfileFileTest, LongLinesSplit)
     EXPECT_EQ(Edited(x1022, add), x1022 + "\n[s]\n");
     EXPECT_EQ(Edited(x1022 + "\n", add), x1022 + "\n\n[s]\n")
         << "the line feed is a piece of its own";
+    const std::string large(70000, 'x'); // more than is gathered for one write
+    EXPECT_EQ(Edited("a\n", [&](auto& f) { f.AddLine("s", large.c_str()); }),
+              "a\n[s]\n" + large + "\n");
 }
 
 // Against a plain model, with files large enough to be read in several blocks.
