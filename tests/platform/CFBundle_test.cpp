@@ -132,7 +132,9 @@ TEST_F(Bundle, SearchesPlainThenTheUsersLanguagesThenItsRegionThenEnglish)
     {
         const char* folder;
         const char* locale;
-    } rows[] = { { "en.lproj/", "C" },
+    } rows[] = { { "sv.lproj/", "it_IT" }, // better than none
+                 { "da.lproj/", "C" },
+                 { "en.lproj/", "C" },
                  { "English.lproj/", "C" },
                  { "fr.lproj/", "C" },
                  { "French.lproj/", "C" },
