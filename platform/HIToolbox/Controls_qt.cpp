@@ -106,7 +106,7 @@ QWidget* CreateWidget(ControlKind kind, const QRect& bounds, QWidget* parent)
     case ControlKind::EditLines: {
         auto* edit = new QPlainTextEdit(parent);
         edit->setTabChangesFocus(true);
-        edit->document()->setDocumentMargin(0);
+        edit->document()->setDocumentMargin(2);
         edit->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
         return edit;
     }
@@ -115,7 +115,8 @@ QWidget* CreateWidget(ControlKind kind, const QRect& bounds, QWidget* parent)
     case ControlKind::Separator: {
         auto* line = new QFrame(parent);
         line->setFrameShape(bounds.width() >= bounds.height() ? QFrame::HLine : QFrame::VLine);
-        line->setFrameShadow(QFrame::Sunken);
+        line->setFrameShadow(QFrame::Plain); // a pixel is often all the room
+        line->setForegroundRole(QPalette::Mid);
         return line;
     }
     case ControlKind::Tab:
@@ -433,8 +434,8 @@ void OpaqueControlRef::ApplyFont()
         : fontStyle.just == -1                                ? Qt::AlignRight | Qt::AlignAbsolute
         : fontStyle.just == -2                                ? Qt::AlignLeft | Qt::AlignAbsolute
                                                               : Qt::AlignLeading;
+    widget->setFont(font);
     if (kind != ControlKind::StaticText) {
-        widget->setFont(font);
         if (kind == ControlKind::EditText) {
             static_cast<QLineEdit*>(widget)->setAlignment(alignment);
         } else if (kind == ControlKind::EditLines) {
