@@ -106,7 +106,7 @@ QWidget* CreateWidget(ControlKind kind, const QRect& bounds, QWidget* parent)
     case ControlKind::EditLines: {
         auto* edit = new QPlainTextEdit(parent);
         edit->setTabChangesFocus(true);
-        edit->document()->setDocumentMargin(2);
+        edit->document()->setDocumentMargin(1);
         edit->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
         return edit;
     }

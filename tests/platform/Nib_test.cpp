@@ -72,10 +72,7 @@ TEST(Nib, TheExampleBecomesAHiddenWindow)
         ASSERT_TRUE(control) << row.id;
         Rect bounds {};
         GetControlBounds(control, &bounds);
-        EXPECT_EQ(row.bounds.top, bounds.top);
-        EXPECT_EQ(row.bounds.left, bounds.left);
-        EXPECT_EQ(row.bounds.bottom, bounds.bottom);
-        EXPECT_EQ(row.bounds.right, bounds.right);
+        EXPECT_EQ(0, std::memcmp(&row.bounds, &bounds, sizeof bounds)) << row.id;
         UInt32 command = 1;
         GetControlCommandID(control, &command);
         EXPECT_EQ(row.command, command);
@@ -117,8 +114,7 @@ TEST(Nib, DamagedFilesGiveAnErrorAndNoWindow)
     const std::string good = NibOf("");
     const std::string rectangle = "50 60 150 260 ";
     const auto button = [](const char* title) {
-        return NibOf(NibControl(1, "IBCarbonButton", "0 0 9 9 ",
-                                std::string("<string name=\"title\">") + title + "</string>"));
+        return NibOf(NibControl(1, "IBCarbonButton", "0 0 9 9 ", Text("title", title)));
     };
     std::string laughs = "<!DOCTYPE x [<!ENTITY a0 'haha'>";
     for (const char c : std::string("123456789")) {
@@ -136,56 +132,43 @@ TEST(Nib, DamagedFilesGiveAnErrorAndNoWindow)
         std::string text;
         OSStatus result;
     };
+    // clang-format off
     const Row rows[] = {
         { "whole", good, noErr },
         { "empty", "", kIBCarbonRuntimeCantFindNibFile },
         { "no XML", "bplist00\x01\x02", kIBCarbonRuntimeCantFindNibFile },
         { "cut", good.substr(0, good.size() - 20), kIBCarbonRuntimeCantFindNibFile },
-        { "other root", Replaced(good, "IBCarbonFramework", "IBCocoaFramework"),
-          kIBCarbonRuntimeCantFindNibFile },
+        { "other root", Replaced(good, "IBCarbonFramework", "IBCocoaFramework"), kIBCarbonRuntimeCantFindNibFile },
         { "too deep", Nested(5000), kIBCarbonRuntimeCantFindNibFile },
         { "deep", Nested(20), noErr },
         { "no rectangle", Replaced(good, rectangle, "50 60 "), kIBCarbonRuntimeCantFindObject },
-        { "rectangle out of range", Replaced(good, rectangle, "50 60 99999 260 "),
-          kIBCarbonRuntimeCantFindObject },
-        { "rectangle inside out", Replaced(good, rectangle, "150 60 50 260 "),
-          kIBCarbonRuntimeCantFindObject },
-        { "root missing", Replaced(good, "name=\"rootControl\"", "name=\"other\""),
-          kIBCarbonRuntimeCantFindObject },
-        { "name leads nowhere", Replaced(good, "idRef=\"10\"", "idRef=\"77\""),
-          kIBCarbonRuntimeCantFindObject },
+        { "rectangle out of range", Replaced(good, rectangle, "50 60 99999 260 "), kIBCarbonRuntimeCantFindObject },
+        { "rectangle inside out", Replaced(good, rectangle, "150 60 50 260 "), kIBCarbonRuntimeCantFindObject },
+        { "root missing", Replaced(good, "name=\"rootControl\"", "name=\"other\""), kIBCarbonRuntimeCantFindObject },
+        { "name leads nowhere", Replaced(good, "idRef=\"10\"", "idRef=\"77\""), kIBCarbonRuntimeCantFindObject },
         { "reference in a circle", NibOf("<reference idRef=\"11\"/>"), noErr },
         { "dead reference", NibOf("<reference idRef=\"1234\"/>"), noErr },
         { "odd bounds", NibOf(NibControl(1, "IBCarbonButton", "-1 0 -1 0 ")), noErr },
         { "bad bounds", NibOf(NibControl(1, "IBCarbonButton", "one two")), noErr },
         { "raw control bytes", button("\x14"), noErr },
         { "bytes that are no text", button("\xFF"), noErr },
-        { "an encoding",
-          Replaced(button("\xE9"), "version=\"1.0\"", "version=\"1.0\" encoding=\"ISO-8859-1\""),
-          noErr },
-        { "a false encoding",
-          Replaced(good, "version=\"1.0\"", "version=\"1.0\" encoding=\"UTF-16\""), noErr },
+        { "an encoding", Replaced(button("\xE9"), "version=\"1.0\"", "version=\"1.0\" encoding=\"ISO-8859-1\""), noErr
+          },
+        { "a false encoding", Replaced(good, "version=\"1.0\"", "version=\"1.0\" encoding=\"UTF-16\""), noErr },
         { "byte-order mark", "\xEF\xBB\xBF" + good, noErr },
         { "two bytes a character", wide, noErr },
         { "entities", laughs, kIBCarbonRuntimeCantFindNibFile },
-        { "a document type",
-          Replaced(good, "<object", "<!DOCTYPE object SYSTEM 'file:///etc/passwd'><object"),
-          noErr },
-        { "huge numbers",
-          NibOf("<object class=\"IBCarbonButton\" id=\"99999999999999\">" + Number("controlID", 0)
-                    + "</object>",
-                Text("themeBrush", "9e99")),
-          noErr },
+        { "a document type", Replaced(good, "<object", "<!DOCTYPE object SYSTEM 'file:///etc/passwd'><object"), noErr
+          },
+        { "huge numbers", NibOf("<object class=\"IBCarbonButton\" id=\"99999999999999\">" + Number("controlID", 0) +
+          "</object>", Text("themeBrush", "9e99")), noErr },
         { "the same id twice", NibOf(NibControl(11, "IBCarbonUserPane", "0 0 9 9 ")), noErr },
-        { "root by reference",
-          Replaced(Replaced(good, "<object name=\"rootControl\"", "<object name=\"first\""),
-                   rectangle + "</string>",
-                   rectangle + "</string><reference name=\"rootControl\" idRef=\"11\"/>"),
-          noErr },
+        { "root by reference", Replaced(Replaced(good, "<object name=\"rootControl\"", "<object name=\"first\""),
+          rectangle + "</string>", rectangle + "</string><reference name=\"rootControl\" idRef=\"11\"/>"), noErr },
         { "no names", Replaced(good, "nameTable", "other"), kIBCarbonRuntimeCantFindObject },
-        { "a menu", Replaced(good, "IBCarbonWindow", "IBCarbonMenu"),
-          kIBCarbonRuntimeObjectNotOfRequestedType },
+        { "a menu", Replaced(good, "IBCarbonWindow", "IBCarbonMenu"), kIBCarbonRuntimeObjectNotOfRequestedType },
     };
+    // clang-format on
     for (const Row& row : rows) {
         WindowRef window = nullptr;
         EXPECT_EQ(row.result, NibBundle(row.text).Open("Test", &window)) << row.name;
@@ -255,6 +238,7 @@ std::string Described(const TestWindow& window)
 TEST(Nib, EveryClassOfControlWithItsProperties)
 {
     const std::string title = Text("title", "A &amp; B");
+    // clang-format off
     const struct
     {
         const char* className; // after IBCarbon
@@ -263,31 +247,24 @@ TEST(Nib, EveryClassOfControlWithItsProperties)
         const char* bounds = "10 10 30 90 ";
     } rows[] = {
         { "Button", title, "QPushButton A && B 13" },
-        { "Button", Truth("enabled", false) + Truth("small", true),
-          "QPushButton 11 disabled 1/-2/0" },
+        { "Button", Truth("enabled", false) + Truth("small", true), "QPushButton 11 disabled 1/-2/0" },
         { "Button", Truth("hidden", true) + Number("contentType", 4) + Number("contentResID", 9),
           "QPushButton 13 hidden" },
         { "Button", Number("controlSize", 2) + Text("helpTagText", "what"), "QPushButton 13 what" },
         { "StaticText", title, "QWidget A & B 13" },
         { "StaticText", Text("title", "<![CDATA[a<b]]> &#10;"), "QWidget a<b \n 13" },
-        { "StaticText", Number("controlSize", 3) + Number("justification", -1),
-          "QWidget 9 65/-5/-1" },
+        { "StaticText", Number("controlSize", 3) + Number("justification", -1), "QWidget 9 65/-5/-1" },
         { "StaticText", Number("controlSize", 0) + Truth("small", true), "QWidget 13" },
         { "StaticText", Number("fontStyle", 2) + Number("justification", 1), "QWidget 11 192/2/1" },
-        { "StaticText", Number("fontStyle", -3) + Text("foreColor", "1 2 3 "),
-          "QWidget 11 9/-3/0" },
-        { "StaticText", Text("helpTagExtendedText", "more") + Truth("enabled", false),
-          "QWidget 13 disabled more" },
-        { "EditText", Text("title", "word") + Truth("isSingleLine", true), "QLineEdit word 13",
-          "10 10 90 90 " },
+        { "StaticText", Number("fontStyle", -3) + Text("foreColor", "1 2 3 "), "QWidget 11 9/-3/0" },
+        { "StaticText", Text("helpTagExtendedText", "more") + Truth("enabled", false), "QWidget 13 disabled more" },
+        { "EditText", Text("title", "word") + Truth("isSingleLine", true), "QLineEdit word 13", "10 10 90 90 " },
         { "EditText", Text("title", "word"), "QLineEdit word 13" }, // no room for two lines
         { "EditText", Text("title", "word"), "QPlainTextEdit 13", "10 10 90 90 " },
-        { "EditText", Text("title", "ab") + Truth("isPassword", true), "QLineEdit \u25CF\u25CF 13",
-          "10 10 90 90 " },
+        { "EditText", Text("title", "ab") + Truth("isPassword", true), "QLineEdit \u25CF\u25CF 13", "10 10 90 90 " },
         { "EditText", Number("controlSize", 1) + Number("fontStyle", 4), "QLineEdit 13 128/4/0" },
         { "CheckBox", title, "QCheckBox A && B 13" },
-        { "CheckBox", Number("initialState", 1) + Number("controlSize", 3),
-          "QCheckBox 9 on 1/-5/0" },
+        { "CheckBox", Number("initialState", 1) + Number("controlSize", 3), "QCheckBox 9 on 1/-5/0" },
         { "CheckBox", Number("initialState", 2), "QCheckBox 13 mixed" },
         { "RadioButton", title + Number("initialState", 1), "QRadioButton A && B 13 on" },
         { "RadioButton", Number("initialState", 2), "QRadioButton 13" },
@@ -297,16 +274,15 @@ TEST(Nib, EveryClassOfControlWithItsProperties)
         { "Separator", "", "QFrame 13" },
         { "Picture", Number("contentResID", 9) + Truth("dontTrack", false), "QWidget Test 13" },
         { "Icon", Number("contentType", 1) + Number("contentResID", -9), "QWidget Test 13" },
-        { "ImageView", Text("image", "none.png") + "<float name=\"alpha\">0.5</float>",
-          "QWidget Test 13" },
+        { "ImageView", Text("image", "none.png") + "<float name=\"alpha\">0.5</float>", "QWidget Test 13" },
         { "Tab", Number("direction", 3) + Number("controlSize", 1), "QTabWidget 11 1/-2/0" },
         { "UserPane", Number("featureBits", 2), "QWidget 13" },
-        { "HIView", Text("classID", "x") + "<dictionary name=\"auxiliaryDictionary\"/>",
-          "QWidget 13" },
+        { "HIView", Text("classID", "x") + "<dictionary name=\"auxiliaryDictionary\"/>", "QWidget 13" },
         { "SomethingNew", title, "QWidget A & B 13" },
-        { "Button", Text("viewFrame", "1.5 2 3 4 ") + Number("helpTagDisplaySide", 5),
-          "QPushButton 9", "-1 0 -1 0 " },
+        { "Button", Text("viewFrame", "1.5 2 3 4 ") + Number("helpTagDisplaySide", 5), "QPushButton 9", "-1 0 -1 0 "
+          },
     };
+    // clang-format on
     for (const auto& row : rows) {
         const TestWindow window(NibOf(
             NibControl(1, std::string("IBCarbon") + row.className, row.bounds, row.properties),
