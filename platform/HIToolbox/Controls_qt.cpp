@@ -203,13 +203,16 @@ template <class T> T Take(const void* data) // which need not be aligned
     return value;
 }
 
-// A user may have typed since the text was set.
+// A user may have typed since the text was set; else it is still the bytes that were given.
 void ReadBack(OpaqueControlRef& control)
 {
     if (control.kind == ControlKind::EditText) {
-        control.text = static_cast<QLineEdit*>(control.widget)->text().toStdString();
+        const auto* edit = static_cast<const QLineEdit*>(control.widget);
+        control.text = edit->isModified() ? edit->text().toStdString() : control.text;
     } else if (control.kind == ControlKind::EditLines) {
-        control.text = static_cast<QPlainTextEdit*>(control.widget)->toPlainText().toStdString();
+        const auto* edit = static_cast<const QPlainTextEdit*>(control.widget);
+        control.text
+            = edit->document()->isModified() ? edit->toPlainText().toStdString() : control.text;
     }
 }
 

@@ -541,6 +541,9 @@ QRect Place(QRect content, int position, bool constrained)
         content.moveTo(over.left() + (over.width() - content.width()) / 2,
                        over.top() + (over.height() - content.height()) / (place == 2 ? 3 : 2));
     }
+    if (const QScreen* its = QGuiApplication::screenAt(content.center())) {
+        room = its->availableGeometry();
+    }
     if (constrained) {
         content.moveLeft(
             std::max(room.left(), std::min(content.left(), room.right() + 1 - content.width())));

@@ -9,6 +9,7 @@
 #include <QtGui/QClipboard>
 #include <QtTest/QTest>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QLineEdit>
 
 #include <cstring>
 #include <gtest/gtest.h>
@@ -179,7 +180,12 @@ TEST(Controls, TextGoesInAndOutByteForByte)
     for (const std::string& text : rows) {
         EXPECT_EQ(noErr, window.SetText(kText, text));
         EXPECT_EQ(text, window.GetText(kText));
+        EXPECT_EQ(noErr, window.SetText(kEditText, text));
+        EXPECT_EQ(text, window.GetText(kEditText));
     }
+    window.SetText(kEditText, "ab");
+    QTest::keyClick(Sample::Top()->findChild<QLineEdit*>(), Qt::Key_C); // the user types
+    EXPECT_EQ("abc", window.GetText(kEditText));
     window.SetText(kText, "a\xFF z");
     EXPECT_TRUE(Sample::Named("a\xEF\xBF\xBD z")); // bytes that are no text are shown as such
     window.SetText(kText, "abcdef");

@@ -363,35 +363,56 @@ TEST(Nib, ControlsFollowTheEdgesTheyAreBoundTo)
     check("again");
 }
 
-TEST(Nib, WindowsStandWhereTheyAsk)
+TEST(Nib, WindowsStandWhereTheyAskInTheFrameOfTheirClass)
 {
-    const std::string rectangle = "50 60 150 260 ";
+    enum { kResize = 1, kCollapse = 2, kZoom = 4, kTitle = 8, kAll = 15 };
     const QRect room = QGuiApplication::primaryScreen()->availableGeometry();
+    const QPoint own(60, 50);
     const QPoint middle((room.width() - 200) / 2, (room.height() - 100) / 2);
+    const char* const far = "20000 -900 20100 -700 ";
+    // clang-format off
     const struct
     {
         std::string properties;
-        std::string rectangle;
         QPoint at;
+        int offers = kAll;
+        const char* rectangle = "50 60 150 260 ";
     } rows[] = {
-        { "", rectangle, { 60, 50 } },
-        { Number("windowPosition", 1), rectangle, middle },
-        { Number("windowPosition", 3) + Number("themeBrush", 49), rectangle, middle },
-        { Number("windowPosition", 7), rectangle, { middle.x(), (room.height() - 100) / 3 } },
-        { Number("windowPosition", 4), rectangle, { 20, 22 } },
-        { Number("windowPosition", 77), rectangle, { 60, 50 } },
-        { "", "20000 -900 20100 -700 ", { 0, room.height() - 100 } },
-        { Truth("isConstrained", false), "20000 -900 20100 -700 ", { -900, 20000 } },
+        { "", own },
+        { Number("windowPosition", 1), middle },
+        { Number("windowPosition", 3) + Number("themeBrush", 49), middle },
+        { Number("windowPosition", 7), { middle.x(), (room.height() - 100) / 3 } },
+        { Number("windowPosition", 4), { 20, 22 } },
+        { Number("windowPosition", 77), own },
+        { "", { 0, room.height() - 100 }, kAll, far },
+        { Truth("isConstrained", false), { -900, 20000 }, kAll, far },
+        { Truth("hasCollapseBox", false), own, kAll & ~kCollapse },
+        { Truth("hasHorizontalZoom", false) + Truth("hasVerticalZoom", false), own, kAll & ~kZoom },
+        { Truth("isResizable", false), own, kCollapse | kTitle },
+        { Number("carbonWindowClass", 3), own, kTitle },
+        { Number("carbonWindowClass", 4), own, kResize | kTitle },
+        { Number("carbonWindowClass", 13) + Truth("compositing", true), own, 0 },
     };
+    // clang-format on
+    Rect content {};
     for (const auto& row : rows) {
-        const TestWindow window(Replaced(NibOf("", row.properties), rectangle, row.rectangle));
-        Rect content {};
+        const TestWindow window(Replaced(NibOf("", row.properties + Text("title", "Frame")),
+                                         "50 60 150 260 ", row.rectangle));
         GetWindowBounds(window, kWindowContentRgn, &content);
         EXPECT_EQ(row.at, QPoint(content.left, content.top)) << row.properties << row.rectangle;
+        const QWidget* widget = WidgetOf(window);
+        const auto offer = [flags = widget->windowFlags()](Qt::WindowType flag, int value) {
+            return flags & flag ? value : 0;
+        };
+        EXPECT_EQ(row.offers,
+                  offer(Qt::WindowMinimizeButtonHint, kCollapse)
+                      | offer(Qt::WindowMaximizeButtonHint, kZoom)
+                      | offer(Qt::WindowTitleHint, kTitle)
+                      | (widget->maximumWidth() > 200 ? kResize : 0))
+            << row.properties;
     }
     const TestWindow first(NibOf("", Number("windowPosition", 4)));
     const TestWindow second(NibOf("", Number("windowPosition", 4)));
-    Rect content {};
     GetWindowBounds(second, kWindowContentRgn, &content);
     EXPECT_EQ(QPoint(40, 44), QPoint(content.left, content.top));
     ShowWindow(second);
@@ -400,36 +421,6 @@ TEST(Nib, WindowsStandWhereTheyAsk)
     Rect centred {};
     GetWindowBounds(over, kWindowContentRgn, &centred);
     EXPECT_EQ(0, std::memcmp(&content, &centred, sizeof centred)); // as large as its parent
-}
-
-TEST(Nib, FramesOfferWhatClassAndFileAllow)
-{
-    enum { kResize = 1, kCollapse = 2, kZoom = 4, kTitle = 8 };
-    const struct
-    {
-        std::string properties;
-        int offers;
-    } rows[] = {
-        { "", kResize | kCollapse | kZoom | kTitle },
-        { Truth("hasCollapseBox", false), kResize | kZoom | kTitle },
-        { Truth("hasHorizontalZoom", false) + Truth("hasVerticalZoom", false),
-          kResize | kCollapse | kTitle },
-        { Truth("isResizable", false), kCollapse | kTitle },
-        { Number("carbonWindowClass", 3), kTitle },
-        { Number("carbonWindowClass", 4), kResize | kTitle },
-        { Number("carbonWindowClass", 13) + Truth("compositing", true), 0 },
-    };
-    for (const auto& row : rows) {
-        const TestWindow window(NibOf("", row.properties + Text("title", "Frame")));
-        const QWidget* widget = WidgetOf(window);
-        const auto flags = widget->windowFlags();
-        EXPECT_EQ(row.offers,
-                  (widget->maximumWidth() > 200 ? kResize : 0)
-                      | (flags & Qt::WindowMinimizeButtonHint ? kCollapse : 0)
-                      | (flags & Qt::WindowMaximizeButtonHint ? kZoom : 0)
-                      | (flags & Qt::WindowTitleHint ? kTitle : 0))
-            << row.properties;
-    }
 }
 
 // Qt would end the process where it cannot start; the API says so instead. Each row is a process of its own.
