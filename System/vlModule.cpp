@@ -221,7 +221,8 @@ int LocateModuleImage()
 
     FSRef ref = {};
     bool isFound = false;
-    for (uint32_t i = 1; i < _dyld_image_count() && !isFound; ++i) { // 0 is the host's program
+    const uint32_t n = _dyld_image_count();
+    for (uint32_t i = 1; i < n && !isFound; ++i) { // 0 is the host's program
         if (_dyld_get_image_header(i) != &_mh_image_header)
             continue;
         const char* imagename = _dyld_get_image_name(i);

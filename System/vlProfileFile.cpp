@@ -197,32 +197,31 @@ void ProfileFile::Close()
     m_file = nullptr;
 }
 
-// The text is complete before the file is emptied, and written at once.
+// Empties the list. Lines are gathered in large pieces, which the stream hands on uncopied.
 void ProfileFile::Write()
 {
-    size_t nSize = 0;
-    for (const ProfileLine* p = m_lines.head; p != nullptr; p = p->next) {
-        nSize += TextOf(p->text).size() + 1;
-    }
-    std::unique_ptr<char[]> text(new (std::nothrow) char[nSize]);
     // When this fails the stream is closed already, but its object stays for the caller's fclose.
     if (freopen(m_path, "w", m_file) == nullptr) {
         return;
     }
-    char* pEnd = text.get();
-    for (const ProfileLine* p = m_lines.head; p != nullptr; p = p->next) {
-        const std::string_view line = TextOf(p->text);
-        if (text) {
-            pEnd = std::copy(line.begin(), line.end(), pEnd);
-            *pEnd++ = '\n';
-        } else { // no memory for the whole: line by line
-            fwrite(line.data(), 1, line.size(), m_file);
-            fputc('\n', m_file);
+    char buffer[65536];
+    char* pEnd = buffer;
+    const auto put = [this, &buffer, &pEnd](std::string_view text) {
+        if (text.size() > static_cast<size_t>(std::end(buffer) - pEnd)) {
+            fwrite(buffer, 1, static_cast<size_t>(pEnd - buffer), m_file);
+            pEnd = buffer;
         }
+        if (text.size() > sizeof(buffer)) {
+            fwrite(text.data(), 1, text.size(), m_file);
+        } else {
+            pEnd = std::copy(text.begin(), text.end(), pEnd);
+        }
+    };
+    for (; m_lines.head != nullptr; m_lines.RemoveHead()) { // freed while it is at hand
+        put(TextOf(m_lines.head->text));
+        put("\n");
     }
-    if (text) {
-        fwrite(text.get(), 1, nSize, m_file);
-    }
+    fwrite(buffer, 1, static_cast<size_t>(pEnd - buffer), m_file);
 }
 
 // Kinds of lines
@@ -288,10 +287,11 @@ ProfileLine*
 ProfileFile::FindEntry(ProfileLine* pHeader, std::string_view wanted, std::string_view& value) const
 {
     for (ProfileLine* p = pHeader; p != nullptr && (p = GetNextInSection(p)) != nullptr;) {
-        // Most lines differ at the start of their keys, and need not be taken apart.
+        // Most lines differ at the end of such a key, and need not be taken apart.
+        const std::string_view start = TrimStart(TextOf(p->text)).substr(0, wanted.size());
         std::string_view key;
-        if (TrimStart(TextOf(p->text)).starts_with(wanted) && ParseLine(p->text, key, value)
-            && key == wanted) {
+        if (start.size() == wanted.size() && start.back() == wanted.back()
+            && ParseLine(p->text, key, value) && key == wanted) {
             return p;
         }
     }

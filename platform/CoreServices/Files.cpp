@@ -124,8 +124,8 @@ OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory)
             return errno == ENOENT ? MissingError(text) : FileRefs_Error(errno);
         }
         std::unique_ptr<char, void (*)(void*)> owner(canonical, std::free);
-        struct stat info;
-        if (stat(canonical, &info) != 0) {
+        struct stat info = {};
+        if (isDirectory != nullptr && stat(canonical, &info) != 0) {
             return FileRefs_Error(errno);
         }
         *ref = FileRefs_FromPath(canonical);
