@@ -160,15 +160,17 @@ QPainterPath RegionPath(const QRegion& region)
     return path;
 }
 
-/// How far a pen goes around a path, at most.
-double LengthOf(const QPainterPath& path)
+/// What an outline takes. The raster engine walks a long straight edge anew for each band of rows.
+PaintCost OutlineCost(const QPainterPath& path)
 {
-    double length = 0;
+    PaintCost cost = { 2e3 + 1.5e3 * path.elementCount() };
     for (int i = 1; i < path.elementCount(); ++i) {
         const QPointF way = QPointF(path.elementAt(i)) - QPointF(path.elementAt(i - 1));
-        length += qAbs(way.x()) + qAbs(way.y());
+        cost.outline += 250 * (qAbs(way.x()) + qAbs(way.y()));
+        if (path.elementAt(i).isLineTo())
+            cost.area += (way.x() == 0 ? 0.15 : 1.2) * way.y() * way.y();
     }
-    return length;
+    return cost;
 }
 
 /// How many stretches of pixel rows a region has; none where it is a plain rectangle.
@@ -289,11 +291,9 @@ private:
         const QPainterPath path = shape.translated(-m_origin);
         const QRectF bounds = path.boundingRect();
         const auto points = static_cast<uint64_t>(path.elementCount());
-        const double cost = FillCost(pattern, mode);
-        AddStep(bounds,
-                { 2e3 + 1.5e3 * double(points), (cost > 1 ? 2e3 : 250) * LengthOf(path),
-                  std::min(area, SeenArea(bounds)) * cost },
-                64 + sizeof(QPainterPath::Element) * points,
+        PaintCost cost = OutlineCost(path);
+        cost.area += std::min(area, SeenArea(bounds)) * FillCost(pattern, mode);
+        AddStep(bounds, cost, 64 + sizeof(QPainterPath::Element) * points,
                 [path, pattern, mode, colors = m_colors](QPainter& painter) {
                     FillPath(painter, path, pattern, mode, colors);
                 });
