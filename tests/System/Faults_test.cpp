@@ -10,15 +10,10 @@
 #include "tests/support/FailingCalls.h"
 #include "tests/support/FailingNew.h"
 #include "tests/support/KeptLeaks.h"
-#include "tests/support/Processes.h"
 #include "tests/support/StringChecks.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <functional>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <set>
-#include <sys/stat.h>
 
 using namespace Veltrano;
 
@@ -26,65 +21,21 @@ namespace {
 
 enum Outcome { kDone, kBadAlloc, kOutOfMemory, kEndOfFile };
 
-template <class Work> Outcome OutcomeOf(Work work)
+// `work`, with what came of it noted.
+template <class Work> auto Noting(Outcome& outcome, Work work)
 {
-    try {
-        work();
-    } catch (const std::bad_alloc&) {
-        return kBadAlloc;
-    } catch (const OutOfMemoryException&) {
-        return kOutOfMemory;
-    } catch (const EOFException&) {
-        return kEndOfFile;
-    }
-    return kDone;
-}
-
-// Runs an operation with its first, second, ... allocation failing, until none fails:
-// check(whether one did, outcome, blocks that the operation has left behind).
-template <class Work, class Check> void FailEachAllocation(Work work, Check check)
-{
-    bool isFailed = true;
-    for (int n = 1; isFailed && n < 3000; ++n) {
-        SCOPED_TRACE("allocation " + std::to_string(n));
-        const int nBlocks = FailingNew::nBlocks;
-        FailingNew::Fail(n);
-        const Outcome outcome = OutcomeOf(work);
-        isFailed = FailingNew::Stop();
-        check(isFailed, outcome, FailingNew::nBlocks - nBlocks);
-    }
-    EXPECT_FALSE(isFailed);
-}
-
-// The same for system calls, of which some must occur, with each error: check(name of the call or empty,
-// error).
-template <class Prepare, class Work, class Check>
-void FailEachCall([[maybe_unused]] const std::set<std::string>& expected,
-                  Prepare prepare,
-                  Work work,
-                  Check check)
-{
-#ifdef HAS_FAILING_CALLS
-    std::set<std::string> calls;
-    for (int error : { EIO, ENOSPC, EACCES, EINTR, FailingCalls::kShortWrite }) {
-        std::string call = "first";
-        for (int n = 1; !call.empty() && n < 300; ++n) {
-            prepare();
-            const int nDescriptors = CountDescriptors();
-            call = FailingCalls::Run(n, error, work);
-            SCOPED_TRACE(std::to_string(n) + ": " + call + ", " + strerror(error));
-            EXPECT_EQ(CountDescriptors(), nDescriptors);
-            check(call, error);
-            calls.insert(call);
+    return [&outcome, work] {
+        outcome = kDone;
+        try {
+            work();
+        } catch (const std::bad_alloc&) {
+            outcome = kBadAlloc;
+        } catch (const OutOfMemoryException&) {
+            outcome = kOutOfMemory;
+        } catch (const EOFException&) {
+            outcome = kEndOfFile;
         }
-        EXPECT_EQ(call, "");
-    }
-    EXPECT_THAT(calls, testing::IsSupersetOf(expected));
-#else
-    prepare(); // an emulator hands no calls out
-    work();
-    check("", EIO);
-#endif
+    };
 }
 
 class FaultsTest : public testing::Test
@@ -92,10 +43,6 @@ class FaultsTest : public testing::Test
 protected:
     FaultsTest()
     {
-        setenv("XDG_DATA_HOME", Path("user").c_str(), 1);
-        setenv("XDG_DATA_DIRS", Path("local").c_str(), 1);
-        setenv("XDG_CONFIG_HOME", Path("config").c_str(), 1);
-        setenv("XDG_CONFIG_DIRS", Path("all").c_str(), 1);
         std::filesystem::create_directories(Path("A/B/X.bundle/Contents/MacOS"));
         WriteFile(Module(), "");
     }
@@ -104,7 +51,7 @@ protected:
     std::string Path(const std::string& name) const { return m_folder.Path(name); }
     std::string Module() const { return Path("A/B/X.bundle/Contents/MacOS/X"); }
 
-    TemporaryFolder m_folder;
+    TemporaryHome m_folder;
 };
 
 // --- streams ---
@@ -112,33 +59,33 @@ protected:
 TEST_F(FaultsTest, Streams)
 {
     const std::string path = Path("digits");
-    FailEachAllocation(
-        [] {
-            DataOutputFile output;
-            const char bytes[5000] = {};
-            output.write(bytes, sizeof(bytes));
-            for (int i = 0; i < 5000; ++i) {
-                output.writeByte(i);
-            }
-        },
-        [](bool isFailed, Outcome outcome, int nLeft) {
-            EXPECT_EQ(outcome, isFailed ? kOutOfMemory : kDone);
-            EXPECT_EQ(nLeft, 0);
-        });
-
     Outcome outcome = kDone;
+    int nBlocks = 0;
+    FailingNew::ForEach([&] { nBlocks = FailingNew::nBlocks; },
+                        Noting(outcome,
+                               [] {
+                                   DataOutputFile output;
+                                   const char bytes[5000] = {};
+                                   output.write(bytes, sizeof(bytes));
+                                   for (int i = 0; i < 5000; ++i)
+                                       output.writeByte(i);
+                               }),
+                        [&](bool isFailed) {
+                            EXPECT_EQ(outcome, isFailed ? kOutOfMemory : kDone);
+                            EXPECT_EQ(FailingNew::nBlocks, nBlocks);
+                        });
+
     SInt32 last = 0;
-    FailEachCall(
+    FailingCalls::ForEach(
         { "open", "read", "close" },
         [&] { WriteFile(path, std::string(10000, '0') + "\n78563412"); },
-        [&] {
-            outcome = OutcomeOf([&] {
-                char bytes[5000];
-                DataInputFile input(path.c_str());
-                input.read(bytes, sizeof(bytes));
-                last = input.readInt32();
-            });
-        },
+        Noting(outcome,
+               [&] {
+                   char bytes[5000];
+                   DataInputFile input(path.c_str());
+                   input.read(bytes, sizeof(bytes));
+                   last = input.readInt32();
+               }),
         [&](const std::string& call, int error) {
             const bool isEnd = call == "open" || (call == "read" && error != EINTR);
             EXPECT_EQ(outcome, isEnd ? kEndOfFile : kDone);
@@ -165,9 +112,8 @@ void EditProfile(const std::string& path, size_t nEdits)
 {
     ProfileFile file;
     file.Open(path.c_str(), "r+");
-    for (size_t i = 0; i < nEdits; ++i) {
+    for (size_t i = 0; i < nEdits; ++i)
         kEdits[i](file);
-    }
     String value;
     file.GetValue("b", "none", value);
     ProfileLineList list;
@@ -189,38 +135,37 @@ TEST_F(FaultsTest, Profile)
     }
     EXPECT_EQ(states.front(), kProfile);
     std::set<size_t> reached;
-    FailEachAllocation([&] { EditProfile(path, nEdits); },
-                       [&](bool isFailed, Outcome outcome, int) {
-                           const std::string text = ReadFile(path);
-                           const auto state = std::find(states.begin(), states.end(), text);
-                           EXPECT_NE(state, states.end()) << "half a change: " << text;
-                           reached.insert(static_cast<size_t>(state - states.begin()));
-                           // Only the memory for the text as a whole can be done without.
-                           EXPECT_TRUE(outcome == kBadAlloc || text == states.back());
-                           EXPECT_TRUE(isFailed || outcome == kDone);
-                           WriteFile(path, kProfile);
-                       });
+    Outcome outcome = kDone;
+    FailingNew::ForEach([&] { WriteFile(path, kProfile); },
+                        Noting(outcome, [&] { EditProfile(path, nEdits); }),
+                        [&](bool isFailed) {
+                            const std::string text = ReadFile(path);
+                            const auto state = std::find(states.begin(), states.end(), text);
+                            EXPECT_NE(state, states.end()) << "half a change: " << text;
+                            reached.insert(static_cast<size_t>(state - states.begin()));
+                            // Only the memory for the text as a whole can be done without.
+                            EXPECT_TRUE(outcome == kBadAlloc || text == states.back());
+                            EXPECT_TRUE(isFailed || outcome == kDone);
+                        });
     EXPECT_EQ(reached.size(), nEdits) << "each change failed once, but for the removal";
 
     Bool32 isOpen = 0;
-    FailEachCall(
+    FailingCalls::ForEach(
         { "open", "read", "write", "close" }, [&] { WriteFile(path, kProfile); },
         [&] {
             ProfileFile file;
             isOpen = file.Open(path.c_str(), "r+");
-            for (const auto& edit : kEdits) {
+            for (const auto& edit : kEdits)
                 edit(file);
-            }
         },
         [&](const std::string& call, int error) {
             const std::string text = ReadFile(path);
-            if (!isOpen || call == "open") {
+            if (!isOpen || call == "open")
                 EXPECT_EQ(text, kProfile) << "not readable, or not writable: as it was";
-            } else if (call == "write" && error != FailingCalls::kShortWrite) {
+            else if (call == "write" && error != FailingCalls::kShortWrite)
                 EXPECT_TRUE(states.back().starts_with(text)) << text;
-            } else {
+            else
                 EXPECT_EQ(text, states.back());
-            }
         });
 }
 
@@ -249,7 +194,7 @@ TEST_F(FaultsTest, Log)
     int results[2];
     int fd;
     std::string printed;
-    FailEachCall(
+    FailingCalls::ForEach(
         { "open", "flock", "ftruncate", "fchmod", "write", "close" },
         [&] {
             WriteFile(path, "old\n");
@@ -290,90 +235,63 @@ TEST_F(FaultsTest, Log)
 
 // --- preferences ---
 
-// Sets and gets: what is got is what was set, or the default.
-//   returns  whether the number was set
-bool SetNumber(SInt32 nValue)
+// One value of each type, below dictionaries too: sets them, and tells for each whether it was set.
+void SetAll(SInt32 n, const std::string& text, bool (&isSet)[4])
 {
-    PreferenceStore store("faults", 0);
-    const bool isSet = store.SetInt("int", store.m_user, &nValue) != 0;
-    const SInt32 n = store.GetInt("int", store.m_user, -1);
-    EXPECT_TRUE(n == nValue || n == -1 || (!isSet && n < nValue)) << n;
-    return isSet;
-}
-
-// The other types, below dictionaries; the answers become whether each was set.
-void SetTexts(const std::string& text, bool (&answers)[3])
-{
-    PreferenceStore store("faults", 0);
+    PreferenceStore store("faults", 1);
     const Bool32 isLong = text.size() > 40;
-    answers[0] = store.SetString("text", store.m_user, text.c_str()) != 0;
-    answers[1] = store.SetBinary("D/bytes", store.m_user, text.data(), 40) != 0;
-    answers[2] = store.SetBool("D/E/long", store.m_user, &isLong) != 0;
+    isSet[0] = store.SetInt("int", store.m_user, &n) != 0;
+    isSet[1] = store.SetString("text", store.m_user, text.c_str()) != 0;
+    isSet[2] = store.SetBinary("D/bytes", store.m_user, text.data(), 40) != 0;
+    isSet[3] = store.SetBool("D/E/long", store.m_user, &isLong) != 0;
 }
 
-// Gets them; what was set must be there, unless something fails now.
-void GetTexts(const std::string& text, const bool (&answers)[3], bool mayFail)
+// Gets them: what was set must be there, unless something fails now, which gives the default.
+void GetAll(SInt32 n, const std::string& text, const bool (&isSet)[4], bool mayFail)
 {
-    PreferenceStore store("faults", 0);
+    PreferenceStore store("faults", 1);
+    const SInt32 number = store.GetInt("int", store.m_user, -1);
+    EXPECT_TRUE(!isSet[0] || number == n || (mayFail && number == -1)) << number;
     const String got = store.GetString("text", store.m_user, "none");
-    EXPECT_TRUE(!answers[0] || got == text.c_str() || (mayFail && got == "none"));
+    EXPECT_TRUE(!isSet[1] || got == text.c_str() || (mayFail && got == "none"));
     char bytes[40];
     UInt32 nSize = sizeof(bytes);
     const bool isGot = store.GetBinary("D/?bytes", store.m_user, bytes, &nSize) != 0;
-    EXPECT_TRUE(!answers[1] || (isGot ? text.starts_with(std::string(bytes, 40)) : mayFail));
+    EXPECT_TRUE(!isSet[2] || (isGot ? text.starts_with(std::string(bytes, 40)) : mayFail));
     const Bool32 isLong = store.GetBool("D/?E/long", store.m_user, 2);
-    EXPECT_TRUE(!answers[2] || isLong == (text.size() > 40) || (mayFail && isLong == 2));
-}
-
-std::string PreferencesFile(const std::string& folder)
-{
-    for (const auto& entry : std::filesystem::directory_iterator(folder + "/preferences/ByHost")) {
-        if (entry.path().extension() == ".plist") {
-            return entry.path();
-        }
-    }
-    return {};
+    EXPECT_TRUE(!isSet[3] || isLong == (text.size() > 40) || (mayFail && isLong == 2));
 }
 
 TEST_F(FaultsTest, Store)
 {
-    int n = 1;
-    EXPECT_TRUE(SetNumber(n));
-    bool answers[3] = {};
+    const std::string path = Path("etc/preferences/faults.plist");
+    SInt32 n = 0;
     std::string text(40, 'a');
-    SetTexts(text, answers);
-    const std::string path = PreferencesFile(Path("config"));
-    bool isSet = false;
-    const auto checkFile = [&](bool mayFail) {
-        const std::string file = ReadFile(path);
-        EXPECT_TRUE(file.ends_with("</plist>\n"));
-        EXPECT_NE(file.find("<key>text</key>"), std::string::npos);
-        const bool isNew = file.find(">" + std::to_string(n) + "<") != std::string::npos;
-        EXPECT_TRUE(isNew || !isSet) << "a set that had succeeded";
-        EXPECT_TRUE(mayFail || isSet);
-        EXPECT_TRUE(SetNumber(n + 1)) << "the next try";
-        n += 2;
-        isSet = false;
+    bool isSet[4] = {};
+    Outcome outcome = kDone;
+    const auto prepare = [&] {
+        text = std::string(81 - text.size(), static_cast<char>('a' + ++n % 26));
+        std::fill(std::begin(isSet), std::end(isSet), false);
+        PreferenceStore store("faults", 1);
+        store.SetString("D", store.m_user, nullptr); // the dictionaries are made anew
+        WriteFile(path, ReadFile(path)); // by another writer: it is read again
     };
-    FailEachAllocation(
-        [&] {
-            isSet = SetNumber(n);
-            SetTexts(text, answers);
-            GetTexts(text, answers, true);
-        },
-        [&](bool isFailed, Outcome outcome, int) {
-            EXPECT_TRUE(outcome == kDone || (outcome == kBadAlloc && isFailed));
-            checkFile(isFailed);
-            GetTexts(text, answers, false);
-            text = std::string(81 - text.size(), static_cast<char>('a' + n % 26));
-            std::fill(std::begin(answers), std::end(answers), false);
-            PreferenceStore store("faults", 0);
-            store.SetString("D", store.m_user, nullptr); // the dictionaries are made anew
-        });
-    FailEachCall(
-        { "open", "flock", "fsync", "read", "rename", "write" },
-        [&] { WriteFile(path, ReadFile(path)); }, [&] { isSet = SetNumber(n); },
-        [&](const std::string& call, int) { checkFile(!call.empty()); });
+    const auto work = Noting(outcome, [&] {
+        SetAll(n, text, isSet);
+        GetAll(n, text, isSet, true);
+    });
+    const auto check = [&](bool isFailed) {
+        EXPECT_TRUE(outcome == kDone || (outcome == kBadAlloc && isFailed));
+        EXPECT_TRUE(isFailed || (isSet[0] && isSet[1] && isSet[2] && isSet[3]));
+        EXPECT_TRUE(ReadFile(path).ends_with("</plist>\n"));
+        GetAll(n, text, isSet, false);
+        SetAll(n, text, isSet); // the next try
+        EXPECT_TRUE(isSet[0] && isSet[1] && isSet[2] && isSet[3]);
+    };
+    SetAll(n, text, isSet);
+    FailingNew::ForEach(prepare, work, check);
+    FailingCalls::ForEach({ "open", "flock", "fsync", "read", "rename", "write" }, prepare, work,
+                          [&](const std::string& call, int) { check(!call.empty()); });
 }
 
 // --- module environment ---
@@ -404,21 +322,22 @@ TEST_F(FaultsTest, ModuleEnvironment)
         usePlaces(); // the next try
         EXPECT_TEXT("com.veltrano.Product.Component", GetModuleIdentifier());
         EXPECT_TEXT(Path("A/B/X.bundle/Contents/MacOS/"), GetModulePath());
-        EXPECT_TEXT(Path("local/one/two/"), folder);
+        EXPECT_TEXT(Path("share/one/two/"), folder);
         ReleaseModuleStrings();
     };
-    FailEachAllocation(use, [&](bool isFailed, Outcome outcome, int) {
-        EXPECT_TRUE(outcome == kDone || (outcome == kBadAlloc && isFailed));
-        check();
-    });
+    Outcome outcome = kDone;
+    FailingNew::ForEach([] {}, Noting(outcome, use),
+                        [&](bool isFailed) {
+                            EXPECT_TRUE(outcome == kDone || (outcome == kBadAlloc && isFailed));
+                            check();
+                        });
 
     std::set<std::string> folders;
-    FailEachCall(
+    FailingCalls::ForEach(
         { "mkdir" },
         [&] {
-            for (const char* name : { "local", "user", "A/B/one" }) {
+            for (const char* name : { "share", "data", "A/B/one" })
                 std::filesystem::remove_all(Path(name));
-            }
             testing::internal::CaptureStderr();
         },
         usePlaces,
@@ -432,7 +351,7 @@ TEST_F(FaultsTest, ModuleEnvironment)
             check();
         });
 #ifdef HAS_FAILING_CALLS
-    EXPECT_EQ(folders, (std::set<std::string> { "local/one/two/", "user/one/two/" }));
+    EXPECT_EQ(folders, (std::set<std::string> { "share/one/two/", "data/one/two/" }));
 #endif
 }
 

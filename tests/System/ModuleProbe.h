@@ -4,29 +4,20 @@
 
 #include "System/vlModule.h"
 
+// clang-format off
+#define FOR_EACH_MODULE_ROUTINE(DO)                                                        \
+    DO(StartModuleEnvironment) DO(ModuleInit) DO(ModuleInitWithPath) DO(LocateModuleImage) \
+    DO(ReleaseModuleBundle) DO(ReleaseModuleStrings) DO(GetModuleBundle)                   \
+    DO(GetModuleParentFolder) DO(GetModuleBundleName) DO(GetModuleFolder)                  \
+    DO(GetMakerFolderPath) DO(GetProductFolderPath) DO(GetSupportFolderPath)               \
+    DO(GetFolderPath) DO(GetFolderPathWith) DO(GetModuleIdentifier) DO(GetModulePath)      \
+    DO(GetModuleIntPref) DO(SetModuleIntPref) DO(GetModuleStringPref)                      \
+    DO(SetModuleStringPref) DO(GetModuleProductName) DO(GetModuleComponentName)
+// clang-format on
+
 struct ModuleProbe
 {
-    decltype(&Veltrano::StartModuleEnvironment) StartModuleEnvironment;
-    decltype(&Veltrano::ReleaseModuleBundle) ReleaseModuleBundle;
-    decltype(&Veltrano::ReleaseModuleStrings) ReleaseModuleStrings;
-    decltype(&Veltrano::ModuleInit) ModuleInit;
-    decltype(&Veltrano::ModuleInitWithPath) ModuleInitWithPath;
-    decltype(&Veltrano::LocateModuleImage) LocateModuleImage;
-    decltype(&Veltrano::GetModuleBundle) GetModuleBundle;
-    decltype(&Veltrano::GetModuleParentFolder) GetModuleParentFolder;
-    decltype(&Veltrano::GetModuleBundleName) GetModuleBundleName;
-    decltype(&Veltrano::GetMakerFolderPath) GetMakerFolderPath;
-    decltype(&Veltrano::GetProductFolderPath) GetProductFolderPath;
-    decltype(&Veltrano::GetFolderPath) GetFolderPath;
-    decltype(&Veltrano::GetFolderPathWith) GetFolderPathWith;
-    decltype(&Veltrano::GetSupportFolderPath) GetSupportFolderPath;
-    decltype(&Veltrano::GetModuleIntPref) GetModuleIntPref;
-    decltype(&Veltrano::SetModuleIntPref) SetModuleIntPref;
-    decltype(&Veltrano::GetModuleStringPref) GetModuleStringPref;
-    decltype(&Veltrano::SetModuleStringPref) SetModuleStringPref;
-    decltype(&Veltrano::GetModulePath) GetModulePath;
-    decltype(&Veltrano::GetModuleProductName) GetModuleProductName;
-    decltype(&Veltrano::GetModuleComponentName) GetModuleComponentName;
-    decltype(&Veltrano::GetModuleIdentifier) GetModuleIdentifier;
-    decltype(&Veltrano::GetModuleFolder) GetModuleFolder;
+#define DECLARE(routine) decltype(&Veltrano::routine) routine = Veltrano::routine;
+    FOR_EACH_MODULE_ROUTINE(DECLARE)
+#undef DECLARE
 };

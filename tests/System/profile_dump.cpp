@@ -17,9 +17,8 @@ void Print(char kind, std::initializer_list<const String*> fields)
     putchar(kind);
     for (const String* field : fields) {
         putchar(' ');
-        for (int i = 0; i < field->GetLength(); ++i) {
+        for (int i = 0; i < field->GetLength(); ++i)
             printf("%02x", static_cast<unsigned char>(field->GetAt(i)));
-        }
     }
     putchar('\n');
 }
@@ -44,14 +43,12 @@ int main()
                 Print(bFound ? 'V' : 'K', { &key->text, &value });
             }
             file.GetLines(list, section->text);
-            for (ProfileLine* line = list.head; line; line = line->next) {
+            for (ProfileLine* line = list.head; line; line = line->next)
                 Print('L', { &line->text });
-            }
         }
-        if (sections.head != nullptr) {
+        if (sections.head != nullptr)
             file.SetValue(sections.head->text, "veltrano key", "a value");
-        } else {
+        else
             file.SetValue("veltrano section", "veltrano key", "a value");
-        }
     }
 }

@@ -11,7 +11,6 @@
 
 #include <dlfcn.h>
 #include <functional>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <optional>
 #include <sys/stat.h>
@@ -30,30 +29,28 @@ template <class Function> Function Real(Function, const char* name)
 {
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
+#define REAL(routine) Real(routine, "vlp_" #routine)
 
 } // namespace
 
 uint32_t _dyld_image_count()
 {
-    return sImageNames ? static_cast<uint32_t>(sImageNames->size())
-                       : Real(_dyld_image_count, "vlp__dyld_image_count")();
+    return sImageNames ? static_cast<uint32_t>(sImageNames->size()) : REAL(_dyld_image_count)();
 }
 
 const mach_header* _dyld_get_image_header(uint32_t i)
 {
-    return sImageNames ? &_mh_image_header
-                       : Real(_dyld_get_image_header, "vlp__dyld_get_image_header")(i);
+    return sImageNames ? &_mh_image_header : REAL(_dyld_get_image_header)(i);
 }
 
 const char* _dyld_get_image_name(uint32_t i)
 {
-    return sImageNames ? (*sImageNames)[i]
-                       : Real(_dyld_get_image_name, "vlp__dyld_get_image_name")(i);
+    return sImageNames ? (*sImageNames)[i] : REAL(_dyld_get_image_name)(i);
 }
 
 CFBundleRef CFBundleGetMainBundle()
 {
-    return sHasMainBundle ? Real(CFBundleGetMainBundle, "vlp_CFBundleGetMainBundle")() : nullptr;
+    return sHasMainBundle ? REAL(CFBundleGetMainBundle)() : nullptr;
 }
 
 namespace {
@@ -64,10 +61,6 @@ class ModuleTest : public testing::Test
 protected:
     ModuleTest()
     {
-        setenv("XDG_DATA_HOME", Path("user").c_str(), 1);
-        setenv("XDG_DATA_DIRS", Path("local").c_str(), 1);
-        setenv("XDG_CONFIG_HOME", Path("config").c_str(), 1);
-        setenv("XDG_CONFIG_DIRS", Path("all").c_str(), 1);
         const std::string folder = Path("A/B/X.bundle/Contents/MacOS");
         std::filesystem::create_directories(folder);
         std::filesystem::copy_file(MODULE_PROBE, folder + "/X");
@@ -94,7 +87,7 @@ protected:
         return text.starts_with(root) ? text.substr(root.size()) : "elsewhere: " + text;
     }
 
-    TemporaryFolder m_folder;
+    TemporaryHome m_folder;
     void* m_image;
     const ModuleProbe* m;
 };
@@ -142,11 +135,7 @@ TEST_F(ModuleTest, NamesMakeTheIdentifierAndTheFolders)
 {
     const struct
     {
-        const char* product;
-        const char* component;
-        const char* identifier;
-        const char* maker;
-        const char* folder;
+        const char *product, *component, *identifier, *maker, *folder;
     } rows[] = {
         { "P", "C", "com.veltrano.P.C", "Veltrano/P/", "Veltrano/P/C/" },
         { "P", nullptr, "com.veltrano.P", "Veltrano/P/", "Veltrano/P/" },
@@ -188,17 +177,14 @@ TEST_F(ModuleTest, InitWithPathTakesThePlaceFromThePath)
 TEST_F(ModuleTest, FolderKinds)
 {
     std::filesystem::create_directory(Path("back\\slash"));
-    const struct
-    {
-        int kind;
-        std::string folder;
-    } rows[] = { { 0, "A/B/" }, { 1, "user/" }, { 2, "user/" }, { 3, "local/" } };
+    const std::pair<int, std::string> rows[]
+        = { { 0, "A/B/" }, { 1, "data/" }, { 2, "data/" }, { 3, "share/" } };
     String result;
-    for (const auto& row : rows) {
-        m->GetFolderPath(result, row.kind);
-        EXPECT_EQ(Below(result), row.folder) << row.kind;
-        m->GetFolderPathWith(result, row.kind, "/a//b/");
-        EXPECT_EQ(Below(result), row.folder + "a/b/") << row.kind;
+    for (const auto& [kind, folder] : rows) {
+        m->GetFolderPath(result, kind);
+        EXPECT_EQ(Below(result), folder) << kind;
+        m->GetFolderPathWith(result, kind, "/a//b/");
+        EXPECT_EQ(Below(result), folder + "a/b/") << kind;
         EXPECT_FALSE(std::filesystem::exists(TextOf(result))) << "nothing is made";
     }
     for (int kind : { -1, 4, INT_MAX, INT_MIN }) {
@@ -206,10 +192,10 @@ TEST_F(ModuleTest, FolderKinds)
         EXPECT_TEXT("", result);
     }
     m->GetFolderPathWith(result, 1, nullptr);
-    EXPECT_EQ(Below(result), "user/");
+    EXPECT_EQ(Below(result), "data/");
     result = "c/d";
     m->GetFolderPathWith(result, 1, result);
-    EXPECT_EQ(Below(result), "user/c/d/") << "the argument lies in the result";
+    EXPECT_EQ(Below(result), "data/c/d/") << "the argument lies in the result";
     setenv("XDG_DATA_HOME", Path("back\\slash").c_str(), 1);
     m->GetFolderPath(result, 1);
     EXPECT_EQ(Below(result), "back/slash/") << "KEPT: a backslash becomes a slash";
@@ -224,32 +210,26 @@ TEST_F(ModuleTest, SupportFoldersAreMadeWhereTheyCanBe)
     const mode_t before = umask(022);
     m->GetSupportFolderPath(result, 3, "/Veltrano//P/");
     umask(before);
-    EXPECT_EQ(Below(result), "local/Veltrano/P/");
+    EXPECT_EQ(Below(result), "share/Veltrano/P/");
     struct stat info;
     ASSERT_EQ(stat(result, &info), 0);
     EXPECT_EQ(info.st_mode & 07777, 0755u);
     m->GetSupportFolderPath(result, 4, "Veltrano");
-    EXPECT_EQ(Below(result), "local/Veltrano/") << "KEPT: a kind above 3 steps down to 3";
+    EXPECT_EQ(Below(result), "share/Veltrano/") << "KEPT: a kind above 3 steps down to 3";
 
-    std::filesystem::create_directory(Path("user"));
-    WriteFile(Path("local/taken"), "");
-    WriteFile(Path("user/taken"), "");
+    std::filesystem::create_directory(Path("data"));
+    WriteFile(Path("share/taken"), "");
+    WriteFile(Path("data/taken"), "");
     testing::internal::CaptureStderr();
     m->GetSupportFolderPath(result, 3, "taken/below");
-    const std::string lines = testing::internal::GetCapturedStderr();
     EXPECT_EQ(Below(result), "A/B/taken/below/");
-    auto line = [this](const char* folder) {
-        return "mkdir error " + std::to_string(ENOTDIR) + ": path = \"" + Path(folder)
-            + "/taken/below\"\n";
-    };
-    EXPECT_EQ(lines, line("local") + line("user") + line("user"));
-
     WriteFile(Path("A/B/full"), "");
-    testing::internal::CaptureStderr();
     m->GetSupportFolderPath(result, 0, "full/below");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "mkdir error 20: path = \"" + Path("A/B/full/below") + "\"\n");
     EXPECT_TEXT("", result);
+    std::string lines;
+    for (const char* path : { "share/taken", "data/taken", "data/taken", "A/B/full" })
+        lines += "mkdir error 20: path = \"" + Path(path) + "/below\"\n";
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), lines);
 }
 
 TEST_F(ModuleTest, PreferencesOfTheModule)
@@ -266,7 +246,7 @@ TEST_F(ModuleTest, PreferencesOfTheModule)
         m->GetModuleStringPref(result, "s", "x", allUsers);
         EXPECT_TEXT("text", result);
     }
-    EXPECT_TRUE(std::filesystem::exists(Path("all/preferences/com.veltrano.P.C.plist")));
+    EXPECT_TRUE(std::filesystem::exists(Path("etc/preferences/com.veltrano.P.C.plist")));
     m->ModuleInit("no/place", nullptr); // an application without a file: the store is not valid
     String result;
     EXPECT_EQ(m->SetModuleIntPref("n", 1, false), -1);
@@ -288,14 +268,9 @@ TEST(ModuleImagesDeathTest, TheWalkPassesOverWhatHasNoFile)
         return LocateModuleImage();
     };
     auto isFound = [&] {
-        return TextOf(GetModulePath()) == folder.Path("A/X.bundle/Contents/MacOS/")
-            && GetModuleFolder().name[1] == 'A';
+        return found == TextOf(GetModulePath()) + "X" && GetModuleFolder().name[1] == 'A';
     };
-    const struct
-    {
-        const char* name;
-        std::function<bool()> call;
-    } rows[] = {
+    const std::pair<const char*, std::function<bool()>> rows[] = {
         // clang-format off
         { "the program is skipped", [&] { return locate({ found.c_str() }) == 1 && GetModulePath().IsEmpty(); } },
         { "not found is final", [&] { return locate({}) == 1 && locate({ "", found.c_str() }) == 1 && GetModulePath().IsEmpty(); } },
@@ -304,78 +279,57 @@ TEST(ModuleImagesDeathTest, TheWalkPassesOverWhatHasNoFile)
         { "too few folders", [&] { return locate({ "", "/dev/null" }) == 0 && locate({ "", found.c_str() }) == 1 && isFound(); } },
         // clang-format on
     };
-    for (const auto& row : rows) {
-        EXPECT_EXIT(_exit(row.call() ? 0 : 1), testing::ExitedWithCode(0), "") << row.name;
-    }
+    for (const auto& [name, call] : rows)
+        EXPECT_EXIT(_exit(call() ? 0 : 1), testing::ExitedWithCode(0), "") << name;
 }
 
 TEST(ModulePaths, MakeDirectories)
 {
     TemporaryFolder folder;
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(MakeDirectories(folder.Path("a/b//c").c_str()), 1);
-    EXPECT_EQ(MakeDirectories(folder.Path("a/b/c").c_str()), 1);
-    EXPECT_EQ(MakeDirectories(folder.Path("d/e/").c_str()), 1);
-    EXPECT_EQ(MakeDirectories(nullptr), 1);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    EXPECT_TRUE(std::filesystem::is_directory(folder.Path("a/b/c")));
-    EXPECT_TRUE(std::filesystem::is_directory(folder.Path("d/e")));
     WriteFile(folder.Path("file"), "");
     testing::internal::CaptureStderr();
-    EXPECT_EQ(MakeDirectories(folder.Path("file/x/y").c_str()), 1);
+    for (const char* path : { "a/b//c", "a/b/c", "d/e/", "file/x/y" })
+        EXPECT_EQ(MakeDirectories(folder.Path(path).c_str()), 1) << path;
+    EXPECT_EQ(MakeDirectories(nullptr), 1);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "mkdir error 20: path = \"" + folder.Path("file/x") + "\"\n");
+    EXPECT_TRUE(std::filesystem::is_directory(folder.Path("a/b/c")));
+    EXPECT_TRUE(std::filesystem::is_directory(folder.Path("d/e")));
 }
 
 TEST(ModulePaths, Parts)
 {
-    const struct
-    {
-        const char* path;
-        unsigned nFolder;
-        const char* folder;
-        unsigned nName;
-        const char* name;
-    } rows[] = {
-        { "/a/b.txt", 4, "/a/", 6, "b.txt" },
-        { "b.txt", 1, "", 6, "b.txt" },
-        { "/a/", 4, "/a/", 1, "" },
-        { "/", 2, "/", 1, "" },
-        { "", 1, "", 1, "" },
+    using Part = unsigned (*)(const char*, char*, unsigned);
+    const std::tuple<Part, const char*, unsigned, const char*> rows[] = {
+        { GetDirectoryPart, "/a/b.txt", 4, "/a/" },
+        { GetFileNamePart, "/a/b.txt", 6, "b.txt" },
+        { GetDirectoryPart, "b.txt", 1, "" },
+        { GetFileNamePart, "b.txt", 6, "b.txt" },
+        { GetDirectoryPart, "/a/", 4, "/a/" },
+        { GetFileNamePart, "/a/", 1, "" },
+        { GetDirectoryPart, "/", 2, "/" },
+        { GetFileNamePart, "/", 1, "" },
+        { GetDirectoryPart, "", 1, "" },
+        { GetFileNamePart, "", 1, "" },
     };
-    for (const auto& row : rows) {
-        const struct
-        {
-            unsigned (*part)(const char*, char*, unsigned);
-            unsigned nNeeded;
-            const char* text;
-        } parts[] = { { GetDirectoryPart, row.nFolder, row.folder },
-                      { GetFileNamePart, row.nName, row.name } };
-        for (const auto& [part, nNeeded, text] : parts) {
-            char out[10] = "untouched";
-            EXPECT_EQ(part(row.path, nullptr, 10), nNeeded) << row.path;
-            EXPECT_EQ(part(row.path, out, nNeeded - 1), nNeeded) << row.path;
-            EXPECT_STREQ(out, "untouched");
-            EXPECT_EQ(part(row.path, out, nNeeded), 0u) << row.path;
-            EXPECT_STREQ(out, text);
-        }
+    for (const auto& [part, path, nNeeded, text] : rows) {
+        SCOPED_TRACE(path);
+        char out[10] = "untouched";
+        EXPECT_EQ(part(path, nullptr, 10), nNeeded);
+        EXPECT_EQ(part(path, out, nNeeded - 1), nNeeded);
+        EXPECT_STREQ(out, "untouched");
+        EXPECT_EQ(part(path, out, nNeeded), 0u);
+        EXPECT_STREQ(out, text);
+        EXPECT_EQ(part(nullptr, out, 10), 0xFFFFFFFF);
     }
-    char out[10];
-    EXPECT_EQ(GetDirectoryPart(nullptr, out, 10), 0xFFFFFFFF);
-    EXPECT_EQ(GetFileNamePart(nullptr, out, 10), 0xFFFFFFFF);
 }
 
 TEST(ModuleDeathTest, EveryCheckReportsItsFileLineAndText)
 {
     static String result;
-    const struct
-    {
-        int line;
-        const char* text;
-        std::function<void()> call;
-    } rows[] = {
+    const ReportRow rows[] = {
         // clang-format off
-        // clang-format off { 667, "sInited", [] { CheckInited(); } },
+        { 667, "sInited", [] { CheckInited(); } },
         { 684, "sInited", [] { GetModuleIntPref("k", 0, false); } },
         { 701, "sInited", [] { SetModuleIntPref("k", 0, false); } },
         { 717, "sInited", [] { GetModuleStringPref(result, "k", "", false); } },
@@ -391,15 +345,9 @@ TEST(ModuleDeathTest, EveryCheckReportsItsFileLineAndText)
         { 1012, "imagename != 0", [] { sImageNames = { nullptr }; GetModuleBundle(); } },
         { 1028, "ref != 0", [] { sImageNames = { "/missing/c/m/X" }; GetModuleBundle(); } },
         { 1074, "mainBundle != 0", [] { sHasMainBundle = false; GetHostMainBundle(); } },
-        // clang-format on,
         // clang-format on
     };
-    for (const auto& row : rows) {
-        const std::string report = "System/vlModule.cpp:" + std::to_string(row.line)
-            + ": failed assertion `" + row.text + "'\n";
-        EXPECT_EXIT(row.call(), testing::KilledBySignal(SIGABRT), testing::StartsWith(report))
-            << report;
-    }
+    ExpectReports("System/vlModule.cpp", rows);
 }
 
 } // namespace

@@ -18,19 +18,7 @@ namespace {
 class PreferenceStoreTest : public testing::Test
 {
 protected:
-    PreferenceStoreTest()
-        : m_isPointed(PointTo(m_folder))
-        , m_store("test.store", 0)
-    {
-    }
     ~PreferenceStoreTest() override { ModuleLog::close(); }
-
-    static bool PointTo(const TemporaryFolder& folder)
-    {
-        setenv("XDG_CONFIG_HOME", folder.Path("user").c_str(), 1);
-        setenv("XDG_CONFIG_DIRS", folder.Path("all").c_str(), 1);
-        return true;
-    }
 
     Bool32 SetInt(const char* entry, SInt32 value)
     {
@@ -54,9 +42,8 @@ protected:
         return text;
     }
 
-    TemporaryFolder m_folder;
-    bool m_isPointed;
-    PreferenceStore m_store;
+    TemporaryHome m_folder;
+    PreferenceStore m_store { "test.store", 0 };
 };
 
 TEST_F(PreferenceStoreTest, EachTypeComesBackFromDisk)
@@ -64,8 +51,7 @@ TEST_F(PreferenceStoreTest, EachTypeComesBackFromDisk)
     for (Bool32 anyUser : { 0, 1 }) {
         PreferenceStore store("test.types", anyUser);
         EXPECT_EQ(store.m_user, anyUser ? kCFPreferencesAnyUser : kCFPreferencesCurrentUser);
-        const SInt32 values[] = { INT32_MIN, -1, 0, INT32_MAX };
-        for (SInt32 value : values) {
+        for (const SInt32 value : { INT32_MIN, -1, 0, INT32_MAX }) {
             EXPECT_EQ(store.SetInt("i", store.m_user, &value), 1);
             EXPECT_EQ(store.GetInt("i", store.m_user, 7), value);
         }
@@ -73,10 +59,7 @@ TEST_F(PreferenceStoreTest, EachTypeComesBackFromDisk)
         const Bool32 zero = 0;
         EXPECT_EQ(store.SetBool("yes", store.m_user, &two), 1);
         EXPECT_EQ(store.SetBool("no", store.m_user, &zero), 1);
-        EXPECT_EQ(store.SetString("s", store.m_user,
-                                  "Gr\xc3\xbc\xc3\x9f"
-                                  "e"),
-                  1);
+        EXPECT_EQ(store.SetString("s", store.m_user, "größe"), 1);
         EXPECT_EQ(store.SetString("empty", store.m_user, ""), 1);
         EXPECT_EQ(store.SetBinary("b", store.m_user, "\0\1\2\xff", 4), 1);
 
@@ -84,9 +67,7 @@ TEST_F(PreferenceStoreTest, EachTypeComesBackFromDisk)
         EXPECT_EQ(other.GetBool("yes", other.m_user, 0), 1);
         EXPECT_EQ(other.GetBool("no", other.m_user, 1), 0);
         EXPECT_EQ(other.GetBool("absent", other.m_user, 2), 2);
-        EXPECT_TEXT("Gr\xc3\xbc\xc3\x9f"
-                    "e",
-                    other.GetString("s", other.m_user, "x"));
+        EXPECT_TEXT("größe", other.GetString("s", other.m_user, "x"));
         EXPECT_TEXT("", other.GetString("empty", other.m_user, "x"));
         EXPECT_TEXT("x", other.GetString("absent", other.m_user, "x"));
         char bytes[5] = "abcd";
@@ -135,24 +116,16 @@ TEST_F(PreferenceStoreTest, NullRemovesATopLevelKey)
 
 TEST_F(PreferenceStoreTest, PathsLeadIntoDictionaries)
 {
-    EXPECT_EQ(SetInt("A/B/C", 1), 1);
-    EXPECT_EQ(SetInt("A/B/D", 2), 1);
-    EXPECT_EQ(SetInt("A/E", 3), 1);
-    EXPECT_EQ(SetInt("Z/", 4), 1);
-    EXPECT_EQ(SetInt("A//F", 5), 1);
-    EXPECT_EQ(SetInt("", 6), 1);
-    const struct
-    {
-        const char* entry;
-        SInt32 value;
-    } rows[] = {
+    SInt32 n = 0;
+    for (const char* entry : { "A/B/C", "A/B/D", "A/E", "Z/", "A//F", "" })
+        EXPECT_EQ(SetInt(entry, ++n), 1) << entry;
+    const std::pair<const char*, SInt32> rows[] = {
         { "A/xB/C", 1 }, { "A/yB/D", 2 }, { "A/?E", 3 },  { "A/E", -1 },  { "A/B/C", -1 },
         { "Z/x", 4 },    { "Z/", -1 },    { "A", -1 },    { "A/x/F", 5 }, { "A//F", -1 },
         { "", 6 },       { "/", -1 },     { "a/xE", -1 }, { "A/xB", -1 }, { "A/xB/C/x", 1 },
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(GetInt(row.entry), row.value) << '"' << row.entry << '"';
-    }
+    for (const auto& [entry, value] : rows)
+        EXPECT_EQ(GetInt(entry), value) << '"' << entry << '"';
     CFTypeRef top = m_store.GetObjectOfType("A", CFDictionaryGetTypeID(), m_store.m_user);
     ASSERT_NE(top, nullptr);
     EXPECT_EQ(CFDictionaryGetCount(static_cast<CFDictionaryRef>(top)), 3);
@@ -166,9 +139,8 @@ TEST_F(PreferenceStoreTest, PathsLeadIntoDictionaries)
 TEST_F(PreferenceStoreTest, DeepPathsAreSafe)
 {
     std::string path = "deep";
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 300; ++i)
         path += "/k";
-    }
     EXPECT_EQ(SetInt(path.c_str(), 1), 1);
     EXPECT_EQ(GetInt(("deep/x" + path.substr(5)).c_str()), 1);
     EXPECT_EQ(SetInt((path + path + path).c_str(), 1), 0) << "too deep for the service";
@@ -205,8 +177,7 @@ TEST_F(PreferenceStoreTest, FailuresGiveZeroOrTheDefault)
         EXPECT_TEXT("x", store->GetString("k", store->m_user, "x"));
         EXPECT_EQ(store->GetObjectOfType("k", CFNumberGetTypeID(), store->m_user), nullptr);
     }
-    EXPECT_EQ(none.Initialize("test.store", 0), 1)
-        << "a store can be turned to another application";
+    EXPECT_EQ(none.Initialize("test.store", 0), 1) << "a store can be turned to another one";
     EXPECT_EQ(none.m_user, kCFPreferencesCurrentUser);
     EXPECT_EQ(none.Initialize("bad \xff", 1), 0);
     EXPECT_EQ(none.m_valid, 1) << "and stays as it was when that fails";
@@ -220,7 +191,7 @@ TEST_F(PreferenceStoreTest, FailuresGiveZeroOrTheDefault)
     const SInt32 two = 2;
     EXPECT_EQ(blocked.SetInt("k", blocked.m_user, &two), 0);
     EXPECT_EQ(blocked.GetInt("k", blocked.m_user, 5), 2) << "the value stays in memory";
-    setenv("XDG_CONFIG_HOME", m_folder.Path("user").c_str(), 1);
+    setenv("XDG_CONFIG_HOME", m_folder.Path("config").c_str(), 1);
 }
 
 TEST_F(PreferenceStoreTest, TracesEveryStep)
@@ -237,6 +208,12 @@ TEST_F(PreferenceStoreTest, TracesEveryStep)
     store.GetBinary("b", store.m_user, bytes, &size);
     store.GetString("absent", store.m_user, "none");
     store.GetBool("absent", store.m_user, 2);
+    const std::string into = "> GetObjectOfType: Getting Entry 'A'\n"
+                             "> GetObjectOfType: Found CFType 0x# ID #\n"
+                             "> GetObjectOfType: Entering Dictionary 0x#\n"
+                             "> GetDictEntryValue: Getting Entry 'B'\n"
+                             "> GetDictEntryValue: Found CFType 0x# ID #\n"
+                             "> GetDictEntryValue: Entering Dictionary 0x#\n";
     EXPECT_EQ(Lines(),
               "> Initialize: App 'test.log'\n"
               "> Initialize: Synchronizing 1\n"
@@ -244,35 +221,25 @@ TEST_F(PreferenceStoreTest, TracesEveryStep)
               "> GetDictEntryValue: Setting Entry 'B/C'\n"
               "> GetDictEntryValue: Setting Entry 'C'\n"
               "> SetSynchronizeProperty: Synchronizing 1\n"
-              "> GetObjectOfType: Getting Entry 'A'\n"
-              "> GetObjectOfType: Found CFType 0x# ID #\n"
-              "> GetObjectOfType: Entering Dictionary 0x#\n"
-              "> GetDictEntryValue: Getting Entry 'B'\n"
-              "> GetDictEntryValue: Found CFType 0x# ID #\n"
-              "> GetDictEntryValue: Entering Dictionary 0x#\n"
-              "> GetDictEntryValue: Getting Entry 'C'\n"
-              "> GetDictEntryValue: Found CFType 0x# ID #\n"
-              "> GetDictEntryValue: Returning CFType 0x# ID #\n"
-              "> GetDictEntryValue: Returning CFType 0x# ID #\n"
-              "> GetInt: result 1\n"
-              "> GetObjectOfType: Getting Entry 'A'\n"
-              "> GetObjectOfType: Found CFType 0x# ID #\n"
-              "> GetObjectOfType: Entering Dictionary 0x#\n"
-              "> GetDictEntryValue: Getting Entry 'B'\n"
-              "> GetDictEntryValue: Found CFType 0x# ID #\n"
-              "> GetDictEntryValue: Entering Dictionary 0x#\n"
-              "> GetDictEntryValue: Attempt to get Dictionary as value\n"
-              "> GetDictEntryValue: Returning NULL CFType\n"
-              "> GetInt: result 0\n"
-              "> PutObject: Setting Entry 'b'\n"
-              "> SetSynchronizeProperty: Synchronizing 1\n"
-              "> GetObjectOfType: Getting Entry 'b'\n"
-              "> GetObjectOfType: Found CFType 0x# ID #\n"
-              "> GetBinary: 2 bytes copied\n"
-              "> GetObjectOfType: Getting Entry 'absent'\n"
-              "> GetString: result 'none'\n"
-              "> GetObjectOfType: Getting Entry 'absent'\n"
-              "> GetBool: result 'Yes'\n");
+                  + into
+                  + "> GetDictEntryValue: Getting Entry 'C'\n"
+                    "> GetDictEntryValue: Found CFType 0x# ID #\n"
+                    "> GetDictEntryValue: Returning CFType 0x# ID #\n"
+                    "> GetDictEntryValue: Returning CFType 0x# ID #\n"
+                    "> GetInt: result 1\n"
+                  + into
+                  + "> GetDictEntryValue: Attempt to get Dictionary as value\n"
+                    "> GetDictEntryValue: Returning NULL CFType\n"
+                    "> GetInt: result 0\n"
+                    "> PutObject: Setting Entry 'b'\n"
+                    "> SetSynchronizeProperty: Synchronizing 1\n"
+                    "> GetObjectOfType: Getting Entry 'b'\n"
+                    "> GetObjectOfType: Found CFType 0x# ID #\n"
+                    "> GetBinary: 2 bytes copied\n"
+                    "> GetObjectOfType: Getting Entry 'absent'\n"
+                    "> GetString: result 'none'\n"
+                    "> GetObjectOfType: Getting Entry 'absent'\n"
+                    "> GetBool: result 'Yes'\n");
 }
 
 TEST_F(PreferenceStoreTest, ReportsFailuresAlsoWhenQuiet)

@@ -75,14 +75,9 @@ protected:
 
 TEST_F(ProfileFileTest, Edits)
 {
-    const struct
-    {
-        const char* name;
-        const char* before;
-        std::function<void(ProfileFile&)> edit;
-        const char* after;
-    } rows[] = {
-        // clang-format off
+    const std::tuple<const char*, const char*, std::function<void(ProfileFile&)>, const char*>
+        rows[] = {
+            // clang-format off
         { "replace", "[a]\n k = v \n", [](auto& f) { f.SetValue("a", "k", "x"); }, "[a]\nk=x\n" },
         { "the first of two", "[a]\nk=1\nk=2\n", [](auto& f) { f.SetValue("a", "k", "x"); }, "[a]\nk=x\nk=2\n" },
         { "value as given", "[a]\n", [](auto& f) { f.SetValue("a", " k", " x "); }, "[a]\n k= x \n" },
@@ -102,34 +97,27 @@ TEST_F(ProfileFileTest, Edits)
         { "KEPT: remove makes the section", "x\n", [](auto& f) { f.RemoveLine("a", "x"); }, "x\n[a]\n" },
         { "the first of two sections", "[a]\n[a]\nk=1\n", [](auto& f) { f.AddLine("a", "y"); }, "[a]\ny\n[a]\nk=1\n" },
         { "untouched kinds", "; c\r\n\r\n=x\n[\nnote=[a]\n\t[b]\n", [](auto& f) { f.AddLine("a", "x"); }, "; c\n\n=x\n[\nnote=[a]\nx\n\t[b]\n" },
-        // clang-format on
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(Edited(row.before, row.edit), row.after) << row.name;
-    }
+            // clang-format on
+        };
+    for (const auto& [name, before, edit, after] : rows)
+        EXPECT_EQ(Edited(before, edit), after) << name;
 }
 
 TEST_F(ProfileFileTest, Values)
 {
     ProfileFile& file = Loaded("g=0\n[a]\n  k = v  \nk=second\nempty=\n=x\n==\nx=y=z\n[A]\nk=big\n"
                                "note=[odd name]\nk=odd\n[a]\nlate=1\n[]\nk=1\n");
-    const struct
-    {
-        const char* section;
-        const char* key;
-        int found;
-        const char* value;
-    } rows[] = {
+    const std::tuple<const char*, const char*, int, const char*> rows[] = {
         { "a", "k", 1, "v" },    { "a", " k", 0, "" },          { "A", "k", 1, "big" },
         { "a", "empty", 1, "" }, { "a", "x", 1, "y=z" },        { "a", "", 0, "" },
         { "a", "late", 0, "" },  { "odd name", "k", 1, "odd" }, { "a", "g", 0, "" },
         { nullptr, "k", 0, "" }, { "a", nullptr, 0, "" },       { "missing", "k", 0, "" },
         { "", "k", 0, "" },
     };
-    for (const auto& row : rows) {
+    for (const auto& [section, key, found, expected] : rows) {
         String value("before");
-        EXPECT_EQ(file.GetValue(row.section, row.key, value), row.found) << row.section << row.key;
-        EXPECT_TEXT(row.value, value);
+        EXPECT_EQ(file.GetValue(section, key, value), found) << section << key;
+        EXPECT_TEXT(expected, value);
     }
     String own("k");
     EXPECT_EQ(file.GetValue("a", own, own), 1);
@@ -164,6 +152,9 @@ TEST_F(ProfileFileTest, LongLinesSplit)
     EXPECT_EQ(Edited(x1022, add), x1022 + "\n[s]\n");
     EXPECT_EQ(Edited(x1022 + "\n", add), x1022 + "\n\n[s]\n")
         << "the line feed is a piece of its own";
+    const std::string large(70000, 'x'); // more than is gathered for one write
+    EXPECT_EQ(Edited("a\n", [&](auto& f) { f.AddLine("s", large.c_str()); }),
+              "a\n[s]\n" + large + "\n");
 }
 
 // Against a plain model, with files large enough to be read in several blocks.
@@ -174,10 +165,9 @@ TEST_F(ProfileFileTest, RandomFilesSurviveAnEdit)
         std::string text;
         const size_t nSize = random() % (n % 20 == 0 ? 200000 : 300);
         while (text.size() < nSize) {
-            const char alphabet[] = "[]= \t\r\n\nab\0\xff";
-            text += random() % 400 == 0
-                ? std::string(random() % 3000, 'l')
-                : std::string(1, alphabet[random() % (sizeof(alphabet) - 1)]);
+            const std::string alphabet("[]= \t\r\n\nab\0\xff", 12);
+            text += random() % 400 == 0 ? std::string(random() % 3000, 'l')
+                                        : std::string(1, alphabet[random() % 12]);
         }
         std::string expected;
         for (size_t i = 0; i < text.size();) {

@@ -39,32 +39,28 @@ protected:
 
 TEST_F(BoxOnScreen, ClickReturnAndTheCloseRequestEndItAndEscapeDoesNot)
 {
-    const struct
-    {
-        const char* name;
-        const char* command; // empty: a click on the button
-        bool ends;
-    } rows[] = {
-        { "click", "", true },
-        { "Return", "xdotool key Return", true },
-        { "Enter", "xdotool key KP_Enter", true },
-        { "close request", "wmctrl -c About", true },
-        { "Escape", "xdotool key Escape", false },
-        { "Control-period", "xdotool key ctrl+period", false },
+    const std::pair<std::string, bool> rows[] = {
+        { "", true }, // a click on the button
+        { "xdotool key Return", true },
+        { "xdotool key KP_Enter", true },
+        { "xdotool key space", true },
+        { "wmctrl -c About", true },
+        { "xdotool key Escape", false },
+        { "xdotool key ctrl+period", false },
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto& [command, ends] : rows) {
+        SCOPED_TRACE(command);
         bool ended = false;
         Run([&](WindowRef box) {
             QWidget* widget = BoxWidget();
             EXPECT_TRUE(QTest::qWaitForWindowActive(widget));
             const auto* button = widget->findChild<QPushButton*>();
-            During(*row.command ? row.command : Click(button, button->rect().center()));
-            ended = QTest::qWaitFor([&] { return !IsWindowVisible(box); }, row.ends ? 3000 : 400);
+            During(command.empty() ? Click(button, button->rect().center()) : command);
+            ended = QTest::qWaitFor([&] { return !IsWindowVisible(box); }, ends ? 3000 : 400);
             if (!ended)
                 PressButton(box);
         });
-        EXPECT_EQ(ended, row.ends);
+        EXPECT_EQ(ended, ends);
         EXPECT_TRUE(QTest::qWaitForWindowActive(m_host.get())); // it comes to the front
     }
 }
@@ -74,12 +70,12 @@ TEST_F(BoxOnScreen, TheHostIsBlockedMeanwhile)
     const std::string click = Click(m_host.get(), QPoint(8, 8));
     Run([&](WindowRef box) {
         EXPECT_TRUE(QTest::qWaitForWindowActive(BoxWidget()));
-        During(click + "wmctrl -c Host");
-        QTest::qWait(400);
-        EXPECT_TRUE(m_host->isVisible());
         EXPECT_NE(std::string::npos, Shell("xprop -name About WM_TRANSIENT_FOR").find("window id"));
         EXPECT_NE(std::string::npos, Shell("xprop -name About _NET_WM_STATE").find("MODAL"));
-        PressButton(box);
+        // A click activates the blocked host in some window managers; Return must still reach the box.
+        During(click + "sleep 0.15; wmctrl -c Host; sleep 0.1; xdotool key Return");
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !IsWindowVisible(box); }, 3000));
+        EXPECT_TRUE(m_host->isVisible());
     });
     EXPECT_EQ(0, m_clicks);
     QTest::qWait(100);

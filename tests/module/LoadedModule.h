@@ -3,6 +3,7 @@
 #pragma once
 
 #include "module/EntryTable.h"
+#include "tests/support/Foundation.h"
 
 #include <Carbon/Carbon.h>
 #include <veltrano/HostWindow.h>
@@ -14,19 +15,6 @@
 #include <QtWidgets/QPushButton>
 
 #include <functional>
-#include <gtest/gtest.h>
-#include <memory>
-#include <string>
-
-inline CFBundleRef OpenBundle(const std::string& path)
-{
-    CFURLRef url = CFURLCreateFromFileSystemRepresentation(
-        kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path.data()),
-        static_cast<CFIndex>(path.size()), true);
-    CFBundleRef bundle = CFBundleCreate(kCFAllocatorDefault, url);
-    CFRelease(url);
-    return bundle;
-}
 
 inline ControlRef FindControl(WindowRef box, OSType signature, SInt32 id)
 {
@@ -68,8 +56,8 @@ class LoadedModule : public testing::Test
 protected:
     void SetUp() override
     {
-        m_module = OpenBundle(VELTRANO_BUNDLE);
-        m_hostBundle = OpenBundle(HOST_BUNDLE);
+        m_module = CFBundleCreate(nullptr, FolderURL(VELTRANO_BUNDLE).get());
+        m_hostBundle = CFBundleCreate(nullptr, FolderURL(HOST_BUNDLE).get());
         ASSERT_NE(m_module, nullptr);
         ASSERT_NE(m_hostBundle, nullptr);
         const auto get = reinterpret_cast<GetEntryTableProc>(

@@ -15,9 +15,8 @@ protected:
     {
         std::filesystem::copy(TEST_BUNDLE, m_path, std::filesystem::copy_options::recursive);
         std::filesystem::create_directories(m_path + "/Contents/Resources");
-        for (const char* variable : { "LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG" }) {
+        for (const char* variable : { "LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG" })
             unsetenv(variable);
-        }
     }
 
     Owned<CFBundleRef> Create() const
@@ -92,11 +91,7 @@ TEST_F(Bundle, LoadsOnceAndTheLastReleaseUnloads)
 
 TEST_F(Bundle, TakesItsExecutableFromInfoOrItsName)
 {
-    const struct
-    {
-        const char* entries;
-        bool isLoaded;
-    } rows[] = {
+    const std::pair<const char*, bool> rows[] = {
         { "<key>Other</key><true/>", true }, // the bundle's own name
         { "<key>CFBundleExecutable</key><string>Other</string>", true },
         { "<key>CFBundleExecutable</key><string>Missing</string>", false },
@@ -105,10 +100,10 @@ TEST_F(Bundle, TakesItsExecutableFromInfoOrItsName)
         { "<key>CFBundleExecutable</key><integer>1</integer>", true },
     };
     std::filesystem::copy_file(m_executable, m_path + "/Contents/MacOS/Other");
-    for (const auto& row : rows) {
-        PutInfo(row.entries);
+    for (const auto& [entries, isLoaded] : rows) {
+        PutInfo(entries);
         auto bundle = Create();
-        EXPECT_EQ(row.isLoaded, CFBundleLoadExecutable(bundle.get())) << row.entries;
+        EXPECT_EQ(isLoaded, CFBundleLoadExecutable(bundle.get())) << entries;
     }
     Put("Info.plist", "junk");
     EXPECT_TRUE(CFBundleLoadExecutable(Create().get()));
@@ -128,32 +123,28 @@ TEST_F(Bundle, SearchesPlainThenTheUsersLanguagesThenItsRegionThenEnglish)
 {
     PutInfo("<key>CFBundleDevelopmentRegion</key><string>French</string>");
     // each resource is found where only that folder and the ones after it hold it
-    const struct
-    {
-        const char* folder;
-        const char* locale;
-    } rows[] = { { "sv.lproj/", "it_IT" }, // better than none
-                 { "da.lproj/", "C" },
-                 { "en.lproj/", "C" },
-                 { "English.lproj/", "C" },
-                 { "fr.lproj/", "C" },
-                 { "French.lproj/", "C" },
-                 { "German.lproj/", "de_AT.UTF-8" },
-                 { "de.lproj/", "de_AT@euro" },
-                 { "de-AT.lproj/", "de_AT" },
-                 { "de_AT.lproj/", "de_AT.UTF-8" },
-                 { "", "de_AT" } };
+    const std::pair<const char*, const char*> rows[]
+        = { { "sv.lproj/", "it_IT" }, // better than none
+            { "da.lproj/", "C" },
+            { "en.lproj/", "C" },
+            { "English.lproj/", "C" },
+            { "fr.lproj/", "C" },
+            { "French.lproj/", "C" },
+            { "German.lproj/", "de_AT.UTF-8" },
+            { "de.lproj/", "de_AT@euro" },
+            { "de-AT.lproj/", "de_AT" },
+            { "de_AT.lproj/", "de_AT.UTF-8" },
+            { "", "de_AT" } };
     std::string last;
-    for (const auto& row : rows) {
-        if (std::string(row.folder) == "English.lproj/") {
+    for (const auto& [folder, locale] : rows) {
+        if (std::string(folder) == "English.lproj/")
             std::filesystem::remove_all(m_path + "/Contents/Resources/en.lproj");
-        }
-        Put(std::string("Resources/") + row.folder + "about.nib", "x");
-        setenv("LANG", row.locale, 1);
+        Put(std::string("Resources/") + folder + "about.nib", "x");
+        setenv("LANG", locale, 1);
         auto url
             = Own(CFBundleCopyResourceURL(Create().get(), CFSTR("about"), CFSTR("nib"), nullptr));
-        EXPECT_EQ(m_path + "/Contents/Resources/" + row.folder + "about.nib", PathOf(url.get()))
-            << row.locale;
+        EXPECT_EQ(m_path + "/Contents/Resources/" + folder + "about.nib", PathOf(url.get()))
+            << locale;
     }
     setenv("LANGUAGE", "it:fr", 1);
     Put("Resources/it.lproj/sub/text", "x");

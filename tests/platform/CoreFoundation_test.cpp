@@ -12,13 +12,8 @@
 
 TEST(CFString, ReadsEveryEncodingOrRefuses)
 {
-    const struct
-    {
-        const char* bytes;
-        CFStringEncoding encoding;
-        const char* utf8; // null: refused
-        CFIndex nUnits;
-    } rows[] = {
+    const std::tuple<const char*, CFStringEncoding, const char*, CFIndex> rows[] = {
+        // the text in UTF-8, or null where it is refused, and its UTF-16 units
         { "", kCFStringEncodingUTF8, "", 0 },
         { "a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80", kCFStringEncodingUTF8, "aä€😀", 5 },
         { "\x8A\xDB\xF0", kCFStringEncodingMacRoman, "ä€\xEF\xA3\xBF", 3 },
@@ -35,12 +30,12 @@ TEST(CFString, ReadsEveryEncodingOrRefuses)
         { "\xF8\x88\x80\x80\x80", kCFStringEncodingUTF8, nullptr, 0 }, // five bytes
         { "x", 0x0100, nullptr, 0 }, // unknown encoding
     };
-    for (const auto& row : rows) {
-        auto string = Own(CFStringCreateWithCString(nullptr, row.bytes, row.encoding));
-        ASSERT_EQ(row.utf8 != nullptr, string != nullptr) << row.bytes << " in " << row.encoding;
-        if (row.utf8 != nullptr) {
-            EXPECT_EQ(row.utf8, TextOf(string.get()));
-            EXPECT_EQ(row.nUnits, CFStringGetLength(string.get())) << row.utf8;
+    for (const auto& [bytes, encoding, utf8, nUnits] : rows) {
+        auto string = Own(CFStringCreateWithCString(nullptr, bytes, encoding));
+        ASSERT_EQ(utf8 != nullptr, string != nullptr) << bytes << " in " << encoding;
+        if (utf8 != nullptr) {
+            EXPECT_EQ(utf8, TextOf(string.get()));
+            EXPECT_EQ(nUnits, CFStringGetLength(string.get())) << utf8;
         }
     }
     EXPECT_EQ(nullptr, CFStringCreateWithCString(nullptr, nullptr, kCFStringEncodingUTF8));
@@ -48,12 +43,11 @@ TEST(CFString, ReadsEveryEncodingOrRefuses)
 
 TEST(CFString, EightBitEncodingsRoundTripEveryByte)
 {
+    std::string bytes;
+    for (int byte = 1; byte < 256; ++byte)
+        bytes += static_cast<char>(byte);
     for (CFStringEncoding encoding : { kCFStringEncodingMacRoman, kCFStringEncodingISOLatin1,
                                        kCFStringEncodingWindowsLatin1 }) {
-        std::string bytes;
-        for (int byte = 1; byte < 256; ++byte) {
-            bytes += static_cast<char>(byte);
-        }
         auto string = Own(CFStringCreateWithCString(nullptr, bytes.c_str(), encoding));
         char back[256];
         ASSERT_TRUE(CFStringGetCString(string.get(), back, sizeof(back), encoding)) << encoding;
@@ -72,9 +66,7 @@ TEST(CFString, GivesOutOnlyWhatFitsAndExists)
     EXPECT_TRUE(CFStringGetCString(plain.get(), buffer, 4, kCFStringEncodingASCII));
     EXPECT_STREQ("abc", buffer);
     EXPECT_TRUE(CFStringGetCString(umlaut.get(), buffer, 3, kCFStringEncodingMacRoman));
-    EXPECT_STREQ("\x8A"
-                 "b",
-                 buffer);
+    EXPECT_EQ(std::string("\x8A") + "b", buffer);
     EXPECT_FALSE(CFStringGetCString(umlaut.get(), buffer, 8, kCFStringEncodingASCII));
 
     EXPECT_STREQ("abc", CFStringGetCStringPtr(plain.get(), kCFStringEncodingMacRoman));
@@ -113,9 +105,8 @@ TEST(CFBase, CountsFromManyThreads)
             }
         });
     }
-    for (auto& thread : threads) {
+    for (auto& thread : threads)
         thread.join();
-    }
     EXPECT_EQ(1, CFGetRetainCount(string.get()));
     EXPECT_GT(CFGetRetainCount(kCFBooleanTrue), 1);
 }
@@ -147,51 +138,44 @@ TEST(CFNumber, ConvertsExactlyOrTellsAndGivesTheNearest)
 {
     const struct
     {
-        double real; // NaN: use `integer`
-        SInt64 integer;
-        bool exact8;
+        Owned<CFNumberRef> number;
+        bool isExact[3]; // in 8, 32 and 64 bits
         SInt8 as8;
-        bool exact32;
         SInt32 as32;
-        bool exact64;
         SInt64 as64;
     } rows[] = {
-        { NAN, 5, true, 5, true, 5, true, 5 },
-        { NAN, 300, false, 127, true, 300, true, 300 },
-        { NAN, -300, false, -128, true, -300, true, -300 },
-        { NAN, INT64_MIN, false, -128, false, INT32_MIN, true, INT64_MIN },
-        { 3.7, 0, false, 3, false, 3, false, 3 },
-        { -3.7, 0, false, -3, false, -3, false, -3 },
-        { -128.0, 0, true, -128, true, -128, true, -128 },
-        { 1e300, 0, false, 127, false, INT32_MAX, false, INT64_MAX },
-        { -9223372036854775808.0, 0, false, -128, false, INT32_MIN, true, INT64_MIN },
-        { 9223372036854775808.0, 0, false, 127, false, INT32_MAX, false, INT64_MAX },
-        { -INFINITY, 0, false, -128, false, INT32_MIN, false, INT64_MIN },
+        { Int(5), { true, true, true }, 5, 5, 5 },
+        { Int(300), { false, true, true }, 127, 300, 300 },
+        { Int(-300), { false, true, true }, -128, -300, -300 },
+        { Int(INT64_MIN), { false, false, true }, -128, INT32_MIN, INT64_MIN },
+        { Real(3.7), { false, false, false }, 3, 3, 3 },
+        { Real(-3.7), { false, false, false }, -3, -3, -3 },
+        { Real(-128.0), { true, true, true }, -128, -128, -128 },
+        { Real(1e300), { false, false, false }, 127, INT32_MAX, INT64_MAX },
+        { Real(-9223372036854775808.0), { false, false, true }, -128, INT32_MIN, INT64_MIN },
+        { Real(9223372036854775808.0), { false, false, false }, 127, INT32_MAX, INT64_MAX },
+        { Real(-INFINITY), { false, false, false }, -128, INT32_MIN, INT64_MIN },
     };
     for (const auto& row : rows) {
-        bool isReal = !std::isnan(row.real);
-        auto number = isReal ? Own(CFNumberCreate(nullptr, kCFNumberDoubleType, &row.real))
-                             : Int(row.integer);
-        std::string name = isReal ? std::to_string(row.real) : std::to_string(row.integer);
+        SCOPED_TRACE(&row - rows);
+        CFNumberRef number = row.number.get();
         SInt8 as8 = 0;
         SInt32 as32 = 0;
         SInt64 as64 = 0;
-        EXPECT_EQ(row.exact8, CFNumberGetValue(number.get(), kCFNumberSInt8Type, &as8)) << name;
-        EXPECT_EQ(row.exact32, CFNumberGetValue(number.get(), kCFNumberSInt32Type, &as32)) << name;
-        EXPECT_EQ(row.exact64, CFNumberGetValue(number.get(), kCFNumberSInt64Type, &as64)) << name;
-        EXPECT_EQ(row.as8, as8) << name;
-        EXPECT_EQ(row.as32, as32) << name;
-        EXPECT_EQ(row.as64, as64) << name;
-        EXPECT_EQ(isReal, CFNumberIsFloatType(number.get())) << name;
+        EXPECT_EQ(row.isExact[0], CFNumberGetValue(number, kCFNumberSInt8Type, &as8));
+        EXPECT_EQ(row.isExact[1], CFNumberGetValue(number, kCFNumberSInt32Type, &as32));
+        EXPECT_EQ(row.isExact[2], CFNumberGetValue(number, kCFNumberSInt64Type, &as64));
+        EXPECT_EQ(row.as8, as8);
+        EXPECT_EQ(row.as32, as32);
+        EXPECT_EQ(row.as64, as64);
+        EXPECT_EQ(&row - rows > 3, CFNumberIsFloatType(number));
     }
     double asReal = 0;
     EXPECT_FALSE(CFNumberGetValue(Int(INT64_MAX).get(), kCFNumberDoubleType, &asReal));
     EXPECT_EQ(9223372036854775808.0, asReal);
-    double three = 3;
-    EXPECT_TRUE(
-        CFEqual(Int(3).get(), Own(CFNumberCreate(nullptr, kCFNumberDoubleType, &three)).get()));
+    EXPECT_TRUE(CFEqual(Int(3).get(), Real(3).get()));
     EXPECT_FALSE(CFEqual(Int(1).get(), kCFBooleanTrue));
-    EXPECT_EQ(nullptr, CFNumberCreate(nullptr, 99, &three));
+    EXPECT_EQ(nullptr, CFNumberCreate(nullptr, 99, &asReal));
 }
 
 // --- data, arrays, dictionaries ---
@@ -232,14 +216,13 @@ TEST(CFDictionary, FindsByContentAndKeepsTheOrder)
 {
     auto dictionary = Dict();
     constexpr int kMany = 1000;
-    for (int i = 0; i < kMany; ++i) {
-        CFDictionarySetValue(dictionary.get(), Str("key" + std::to_string(i)).get(), Int(i).get());
-    }
+    const auto key = [](int i) { return Str("key" + std::to_string(i)); };
+    for (int i = 0; i < kMany; ++i)
+        CFDictionarySetValue(dictionary.get(), key(i).get(), Int(i).get());
     auto copy = Own(CFDictionaryCreateMutableCopy(nullptr, 0, dictionary.get()));
     EXPECT_TRUE(CFEqual(copy.get(), dictionary.get()));
-    for (int i = 0; i < kMany; i += 2) {
-        CFDictionaryRemoveValue(copy.get(), Str("key" + std::to_string(i)).get());
-    }
+    for (int i = 0; i < kMany; i += 2)
+        CFDictionaryRemoveValue(copy.get(), key(i).get());
     CFDictionaryRemoveValue(copy.get(), CFSTR("no such"));
     EXPECT_FALSE(CFEqual(copy.get(), dictionary.get()));
     ASSERT_EQ(kMany / 2, CFDictionaryGetCount(copy.get()));
@@ -247,11 +230,9 @@ TEST(CFDictionary, FindsByContentAndKeepsTheOrder)
 
     std::vector<const void*> keys(kMany / 2);
     CFDictionaryGetKeysAndValues(copy.get(), keys.data(), nullptr);
-    for (int i = 0; i < kMany / 2; ++i) {
-        std::string key = "key" + std::to_string(2 * i + 1);
-        EXPECT_EQ(key, TextOf(keys[static_cast<size_t>(i)]));
-        EXPECT_TRUE(
-            CFEqual(Int(2 * i + 1).get(), CFDictionaryGetValue(copy.get(), Str(key).get())));
+    for (int i = 1; i < kMany; i += 2) {
+        EXPECT_TRUE(CFEqual(key(i).get(), keys[static_cast<size_t>(i / 2)]));
+        EXPECT_TRUE(CFEqual(Int(i).get(), CFDictionaryGetValue(copy.get(), key(i).get())));
     }
     EXPECT_EQ(nullptr, CFDictionaryGetValue(copy.get(), CFSTR("key0")));
 }
@@ -282,19 +263,14 @@ TEST(CFDictionary, ReplacesTheValueAndKeepsTheKey)
 TEST(CFURL, DropsTheLastComponent)
 {
     std::string here = std::filesystem::current_path();
-    const struct
-    {
-        const char* path;
-        std::string parent;
-    } rows[] = {
+    const std::pair<const char*, std::string> rows[] = {
         { "/a/b/c", "/a/b" }, { "/a/b/", "/a" },      { "/a", "/" },
         { "/", "/" },         { "/a//b", "/a" },      { "/a/..", "/a/../.." },
         { "b", here },        { "b/c", here + "/b" }, { "/sp ace/%41", "/sp ace" },
     };
-    for (const auto& row : rows) {
-        auto url = FolderURL(row.path);
-        auto parent = Own(CFURLCreateCopyDeletingLastPathComponent(nullptr, url.get()));
-        EXPECT_EQ(row.parent, PathOf(parent.get())) << row.path;
+    for (const auto& [path, parent] : rows) {
+        auto url = Own(CFURLCreateCopyDeletingLastPathComponent(nullptr, FolderURL(path).get()));
+        EXPECT_EQ(parent, PathOf(url.get())) << path;
     }
 }
 

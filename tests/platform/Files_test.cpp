@@ -26,13 +26,7 @@ TEST(Files, PathBecomesAReferenceOrAnError)
     WriteFile(folder.Path("real/file"), "x");
     std::filesystem::create_symlink("real", folder.Path("link"));
     std::filesystem::create_symlink("nowhere", folder.Path("dangling"));
-    const struct
-    {
-        std::string path;
-        OSStatus status;
-        const char* canonical;
-        bool isFolder;
-    } rows[] = {
+    const std::tuple<std::string, OSStatus, const char*, bool> rows[] = {
         { "real/sub", noErr, "real/sub", true },
         { "real/sub/../file", noErr, "real/file", false },
         { "link", noErr, "real", true },
@@ -43,18 +37,14 @@ TEST(Files, PathBecomesAReferenceOrAnError)
         { "real/file/below", dirNFErr, "", false },
         { std::string(5000, 'x'), errFSNameTooLong, "", false },
     };
-    for (const auto& row : rows) {
+    for (const auto& [path, status, canonical, folderOrNot] : rows) {
+        SCOPED_TRACE(path);
         FSRef ref = {};
         Boolean isFolder = 7;
-        EXPECT_EQ(row.status, FSPathMakeRef(Bytes(folder.Path(row.path)), &ref, &isFolder))
-            << row.path;
-        if (row.status == noErr) {
-            EXPECT_EQ(folder.Path(row.canonical), RefPath(ref)) << row.path;
-            EXPECT_EQ(row.isFolder, isFolder) << row.path;
-        } else {
-            EXPECT_EQ(0, ref.hidden[0]) << row.path << ": reference touched";
-            EXPECT_EQ(7, isFolder) << row.path;
-        }
+        EXPECT_EQ(status, FSPathMakeRef(Bytes(folder.Path(path)), &ref, &isFolder));
+        EXPECT_EQ(status == noErr ? folder.Path(canonical) : "(no path)", RefPath(ref));
+        EXPECT_EQ(status == noErr ? folderOrNot : 7, isFolder);
+        EXPECT_TRUE(status == noErr || ref.hidden[0] == 0) << "reference touched";
     }
     EXPECT_EQ(paramErr, FSPathMakeRef(nullptr, nullptr, nullptr));
 }

@@ -366,6 +366,7 @@ TEST(Nib, ControlsFollowTheEdgesTheyAreBoundTo)
 TEST(Nib, WindowsStandWhereTheyAskInTheFrameOfTheirClass)
 {
     enum { kResize = 1, kCollapse = 2, kZoom = 4, kTitle = 8, kAll = 15 };
+    StartToolbox();
     const QRect room = QGuiApplication::primaryScreen()->availableGeometry();
     const QPoint own(60, 50);
     const QPoint middle((room.width() - 200) / 2, (room.height() - 100) / 2);

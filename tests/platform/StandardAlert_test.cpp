@@ -36,35 +36,37 @@ AlertStdAlertParamRec YesNo()
 
 QWidget* AlertWidget()
 {
-    for (QWidget* widget : QApplication::topLevelWidgets()) {
-        if (widget->isVisible() && widget->findChild<QScrollArea*>()) { // no host here has one
+    for (QWidget* widget : QApplication::topLevelWidgets())
+        if (widget->isVisible() && widget->findChild<QScrollArea*>()) // no host here has one
             return widget;
-        }
-    }
     return nullptr;
 }
 
 QPushButton* ButtonNamed(const char* name)
 {
-    for (auto* button : AlertWidget()->findChildren<QPushButton*>()) {
-        if (button->accessibleName() == QString::fromUtf8(name)) {
+    for (auto* button : AlertWidget()->findChildren<QPushButton*>())
+        if (button->accessibleName() == QString::fromUtf8(name))
             return button;
-        }
-    }
     return nullptr;
 }
 
-/// Shows an alert and does something to it. Returns its result; the item goes to `hit`.
-OSErr Show(const AlertStdAlertParamRec* param,
-           const std::function<void(QWidget*)>& act,
-           SInt16* hit,
-           const std::string& message = "Message",
-           const std::string& explanation = "Explanation")
+/// Shows an alert and does something to it. Returns the item.
+SInt16 Show(const AlertStdAlertParamRec* param,
+            const std::function<void(QWidget*)>& act,
+            const std::string& message = "Message",
+            const std::string& explanation = "Explanation")
 {
     Later(0, [act] { act(AlertWidget()); });
     const Pascal first(message);
     const Pascal second(explanation);
-    return StandardAlert(kAlertCautionAlert, first.bytes, second.bytes, param, hit);
+    SInt16 hit = 99;
+    EXPECT_EQ(noErr, StandardAlert(kAlertCautionAlert, first.bytes, second.bytes, param, &hit));
+    return hit;
+}
+
+void Click(const char* name)
+{
+    QTest::mouseClick(ButtonNamed(name), Qt::LeftButton);
 }
 
 } // namespace
@@ -83,18 +85,11 @@ TEST(StandardAlert, KeysAndButtonsGiveTheirItems)
     const auto key = [](Qt::Key code, Qt::KeyboardModifiers with = {}) {
         return [=](QWidget* alert) { QTest::keyClick(alert->windowHandle(), code, with); };
     };
-    const auto click = [](const char* name) {
-        return [=](QWidget*) { QTest::mouseClick(ButtonNamed(name), Qt::LeftButton); };
-    };
+    const auto click = [](const char* name) { return [=](QWidget*) { Click(name); }; };
     const auto close = [](QWidget* alert) { alert->windowHandle()->close(); };
-    struct Row
-    {
-        const char* name;
-        const AlertStdAlertParamRec* param;
-        std::function<void(QWidget*)> act;
-        SInt16 item; // 0: nothing is chosen, the alert stays
-    };
-    const Row rows[] = {
+    using Act = std::function<void(QWidget*)>;
+    const std::tuple<const char*, const AlertStdAlertParamRec*, Act, SInt16> rows[] = {
+        // the item 0: nothing is chosen, the alert stays
         { "Return", &yesNo, key(Qt::Key_Return), 2 },
         { "Enter", &yesNo, key(Qt::Key_Enter, Qt::KeypadModifier), 2 },
         { "Return beside", &three, key(Qt::Key_Return), 1 },
@@ -112,29 +107,22 @@ TEST(StandardAlert, KeysAndButtonsGiveTheirItems)
         { "standard, Return", nullptr, key(Qt::Key_Return), 1 },
         { "standard, Escape", nullptr, key(Qt::Key_Escape), 0 },
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto& [name, param, act, item] : rows) {
+        SCOPED_TRACE(name);
         const auto over = std::make_shared<bool>(false);
         bool stayed = false;
-        SInt16 hit = 99;
-        EXPECT_EQ(noErr,
-                  Show(
-                      row.param,
-                      [&](QWidget* alert) {
-                          row.act(alert);
-                          Later(0.005,
-                                [&stayed, over] { // a choice would have ended the alert before
-                                    if (!*over) {
-                                        stayed = true;
-                                        QTest::mouseClick(AlertWidget()->findChild<QPushButton*>(),
-                                                          Qt::LeftButton);
-                                    }
-                                });
-                      },
-                      &hit));
+        const SInt16 hit = Show(param, [&](QWidget* alert) {
+            act(alert);
+            Later(0.005, [&stayed, over] { // a choice would have ended the alert before
+                if (*over)
+                    return;
+                stayed = true;
+                QTest::mouseClick(AlertWidget()->findChild<QPushButton*>(), Qt::LeftButton);
+            });
+        });
         *over = true;
-        EXPECT_EQ(row.item == 0, stayed);
-        EXPECT_TRUE(stayed || hit == row.item) << hit;
+        EXPECT_EQ(item == 0, stayed);
+        EXPECT_TRUE(stayed || hit == item) << hit;
     }
 }
 
@@ -145,17 +133,9 @@ TEST(StandardAlert, ButtonsStandInOrderAndOnTheScreen)
     const Pascal endless(std::string(255, 'W'));
     const std::string sentence = "The quick & <b>brown</b> fox jumps over the lazy dog. ";
     std::string lines;
-    for (int i = 0; i < 127; ++i) {
+    for (int i = 0; i < 127; ++i)
         lines += "x\n";
-    }
-    struct Row
-    {
-        const char* name;
-        std::string message, explanation;
-        ConstStringPtr ok;
-        bool scrolls;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, std::string, std::string, ConstStringPtr, bool> rows[] = {
         { "short", "Message", "Explanation", param.defaultText, false },
         { "empty", "", "", param.defaultText, false },
         { "long", sentence + sentence, sentence + sentence + sentence, param.defaultText, false },
@@ -163,35 +143,29 @@ TEST(StandardAlert, ButtonsStandInOrderAndOnTheScreen)
         { "too high", lines, lines, param.defaultText, true },
         { "endless button", "Message", "Explanation", endless.bytes, false },
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        param.defaultText = row.ok;
-        SInt16 hit = 0;
-        EXPECT_EQ(noErr,
-                  Show(
-                      &param,
-                      [&](QWidget* alert) {
-                          const QRect screen = alert->screen()->availableGeometry();
-                          EXPECT_TRUE(screen.contains(alert->frameGeometry()));
-                          auto buttons = alert->findChildren<QPushButton*>();
-                          ASSERT_EQ(3, buttons.size());
-                          const QPushButton* yes = ButtonNamed("Yes");
-                          const QPushButton* other = ButtonNamed("Other");
-                          const QPushButton* right = nullptr;
-                          for (const auto* button : buttons) {
-                              EXPECT_TRUE(alert->rect().contains(button->geometry()));
-                              right = button != yes && button != other ? button : right;
-                          }
-                          EXPECT_GT(right->x(), yes->geometry().right());
-                          EXPECT_GT(yes->x(), other->geometry().right());
-                          EXPECT_LT(other->x(), 30);
-                          const auto* scroll = alert->findChild<QScrollArea*>();
-                          EXPECT_EQ(row.scrolls, scroll->widget()->height() > scroll->height());
-                          EXPECT_LE(scroll->geometry().bottom(), right->y());
-                          QTest::keyClick(alert->windowHandle(), Qt::Key_Return);
-                      },
-                      &hit, row.message, row.explanation));
-        EXPECT_EQ(2, hit);
+    for (const auto& [name, message, explanation, ok, scrolls] : rows) {
+        SCOPED_TRACE(name);
+        param.defaultText = ok;
+        const auto look = [scrolls = scrolls](QWidget* alert) {
+            EXPECT_TRUE(alert->screen()->availableGeometry().contains(alert->frameGeometry()));
+            const auto buttons = alert->findChildren<QPushButton*>();
+            ASSERT_EQ(3, buttons.size());
+            const QPushButton* yes = ButtonNamed("Yes");
+            const QPushButton* other = ButtonNamed("Other");
+            const QPushButton* right = nullptr;
+            for (const auto* button : buttons) {
+                EXPECT_TRUE(alert->rect().contains(button->geometry()));
+                right = button != yes && button != other ? button : right;
+            }
+            EXPECT_GT(right->x(), yes->geometry().right());
+            EXPECT_GT(yes->x(), other->geometry().right());
+            EXPECT_LT(other->x(), 30);
+            const auto* scroll = alert->findChild<QScrollArea*>();
+            EXPECT_EQ(scrolls, scroll->widget()->height() > scroll->height());
+            EXPECT_LE(scroll->geometry().bottom(), right->y());
+            QTest::keyClick(alert->windowHandle(), Qt::Key_Return);
+        };
+        EXPECT_EQ(2, Show(&param, look, message, explanation));
     }
 }
 
@@ -201,22 +175,18 @@ TEST(StandardAlert, StandardTextsAndBadArguments)
     param.defaultText = kAlertDefaultOKText;
     param.cancelText = kAlertDefaultCancelText;
     param.otherText = kAlertDefaultOtherText;
+    const auto choose = [](QWidget*) {
+        EXPECT_TRUE(ButtonNamed("Cancel"));
+        EXPECT_TRUE(ButtonNamed("Don't Save"));
+        Click("OK");
+    };
+    EXPECT_EQ(1, Show(&param, choose));
     SInt16 hit = 77;
-    EXPECT_EQ(noErr,
-              Show(
-                  &param,
-                  [](QWidget*) {
-                      EXPECT_TRUE(ButtonNamed("Cancel"));
-                      EXPECT_TRUE(ButtonNamed("Don't Save"));
-                      QTest::mouseClick(ButtonNamed("OK"), Qt::LeftButton);
-                  },
-                  &hit));
-    EXPECT_EQ(1, hit);
     const Pascal text("text");
     EXPECT_EQ(paramErr, StandardAlert(4, text.bytes, text.bytes, nullptr, &hit));
     EXPECT_EQ(paramErr, StandardAlert(-1, text.bytes, text.bytes, nullptr, &hit));
     EXPECT_EQ(paramErr, StandardAlert(kAlertStopAlert, text.bytes, text.bytes, nullptr, nullptr));
-    EXPECT_EQ(1, hit);
+    EXPECT_EQ(77, hit);
 }
 
 TEST(StandardAlert, BlocksTheActiveHostAndGivesTheFocusBack)
@@ -231,19 +201,16 @@ TEST(StandardAlert, BlocksTheActiveHostAndGivesTheFocusBack)
     host.activateWindow();
     EXPECT_TRUE(QTest::qWaitForWindowActive(&host));
     const AlertStdAlertParamRec param = YesNo();
-    SInt16 hit = 0;
-    EXPECT_EQ(noErr,
-              Show(
-                  &param,
-                  [&](QWidget*) {
-                      QTest::mouseClick(host.windowHandle(), Qt::LeftButton, {}, { 5, 5 });
-                      EXPECT_EQ(0, clicks);
-                      QWidget* alert = ButtonNamed("Yes")->window();
-                      EXPECT_EQ(host.windowHandle(), alert->windowHandle()->transientParent());
-                      QTest::keyClick(alert->windowHandle(), Qt::Key_Return);
-                  },
-                  &hit));
-    EXPECT_EQ(2, hit);
-    QTest::mouseClick(host.windowHandle(), Qt::LeftButton, {}, { 5, 5 });
+    const auto clickHost = [&] {
+        QTest::mouseClick(host.windowHandle(), Qt::LeftButton, {}, { 5, 5 });
+    };
+    const auto act = [&](QWidget* alert) {
+        clickHost();
+        EXPECT_EQ(0, clicks);
+        EXPECT_EQ(host.windowHandle(), alert->windowHandle()->transientParent());
+        QTest::keyClick(alert->windowHandle(), Qt::Key_Return);
+    };
+    EXPECT_EQ(2, Show(&param, act));
+    clickHost();
     EXPECT_EQ(1, clicks);
 }

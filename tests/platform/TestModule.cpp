@@ -10,20 +10,17 @@ struct Watch
 {
     ~Watch()
     {
-        if (sGone != nullptr) {
+        if (sGone != nullptr)
             ++*sGone;
-        }
     }
 };
 static Watch sWatch;
 
 // The image list as this module's static initialisers see it: its own index, 0 for none.
 static unsigned sIndexAtLoad = [] {
-    for (unsigned i = 1; i < _dyld_image_count(); ++i) {
-        if (_dyld_get_image_header(i) == &_mh_image_header) {
+    for (unsigned i = 1; i < _dyld_image_count(); ++i)
+        if (_dyld_get_image_header(i) == &_mh_image_header)
             return i;
-        }
-    }
     return 0u;
 }();
 

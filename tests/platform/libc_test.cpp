@@ -88,13 +88,11 @@ TEST(AddAtomic, GivesTheValueBefore)
     SInt32 value = 5;
     EXPECT_EQ(5, AddAtomic(-2, &value));
     std::thread other([&value] {
-        for (int i = 0; i < 10000; ++i) {
+        for (int i = 0; i < 10000; ++i)
             AddAtomic(1, &value);
-        }
     });
-    for (int i = 0; i < 10000; ++i) {
+    for (int i = 0; i < 10000; ++i)
         AddAtomic(1, &value);
-    }
     other.join();
     EXPECT_EQ(20003, value);
 }

@@ -18,9 +18,8 @@ inline std::atomic<int> nFailAfter
 
 inline void* Allocate(size_t nSize)
 {
-    if (nFailAfter >= 0 && nFailAfter-- == 0) {
+    if (nFailAfter >= 0 && nFailAfter-- == 0)
         return nullptr;
-    }
     ++nCount;
     ++nLive;
     nLastSize = nSize;
@@ -39,9 +38,8 @@ inline void Release(void* p)
 
 void* operator new[](size_t nSize)
 {
-    if (void* p = CountedNew::Allocate(nSize)) {
+    if (void* p = CountedNew::Allocate(nSize))
         return p;
-    }
     throw std::bad_alloc();
 }
 

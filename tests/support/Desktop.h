@@ -12,9 +12,8 @@ inline std::string Shell(const std::string& command)
     std::string output;
     FILE* pipe = popen(command.c_str(), "r");
     char buffer[256];
-    while (fgets(buffer, sizeof buffer, pipe)) {
+    while (fgets(buffer, sizeof buffer, pipe))
         output += buffer;
-    }
     pclose(pipe);
     return output;
 }

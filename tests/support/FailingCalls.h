@@ -4,6 +4,14 @@
 // seen too, and no other thread is touched.
 #pragma once
 
+#include "tests/support/Processes.h"
+
+#include <cerrno>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <set>
+#include <string>
+
 namespace FailingCalls {
 
 /// Instead of an error: half of what should be written is written.
@@ -14,13 +22,11 @@ const int kShortWrite = 0;
 #if defined(__x86_64__) || defined(__i386__)
 #define HAS_FAILING_CALLS 1
 
-#include <cerrno>
 #include <csignal>
 #include <cstddef>
 #include <cstring>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
-#include <string>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <thread>
@@ -71,22 +77,18 @@ inline void OnSystemCall(int, siginfo_t* info, void* context)
 #endif
     const bool bCounts = nError != kShortWrite || (info->si_syscall == SYS_write && args[2] > 1);
     const bool bDue = bCounts && nUntilFailure > 0 && --nUntilFailure == 0;
-    for (const auto& call : kCalls) {
-        if (bDue && static_cast<int>(call.number) == info->si_syscall) {
+    for (const auto& call : kCalls)
+        if (bDue && static_cast<int>(call.number) == info->si_syscall)
             lpszFailed = call.name;
-        }
-    }
-    if (bDue && nError == kShortWrite) {
+    if (bDue && nError == kShortWrite)
         args[2] /= 2;
-    }
     result = -nError;
     // A call that fails does not happen, except that close closes.
     if (!bDue || nError == kShortWrite || info->si_syscall == SYS_close) {
         const long n
             = syscall(info->si_syscall, args[0], args[1], args[2], args[3], args[4], kPass);
-        if (!bDue || nError == kShortWrite) {
+        if (!bDue || nError == kShortWrite)
             result = static_cast<greg_t>(n == -1 ? -errno : n);
-        }
     }
     errno = nErrorBefore;
 }
@@ -111,9 +113,8 @@ inline void TrapCallsOfThisThread()
     filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
     const sock_fprog program = { static_cast<unsigned short>(filter.size()), filter.data() };
     if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0
-        || prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0) {
+        || prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
         abort(); // a test without its faults would pass
-    }
 }
 
 /// Runs a function, on a thread of its own, whose n-th system call on files fails with an error, or whose
@@ -135,3 +136,41 @@ template <class Work> std::string Run(int n, int error, Work work)
 } // namespace FailingCalls
 
 #endif
+
+namespace FailingCalls {
+
+const int kErrors[] = { EIO, ENOSPC, EACCES, EINTR, kShortWrite };
+
+/// Runs `work` with its first, second, ... system call failing, until none fails, once more for each error;
+/// `prepare` before each run, `check` with the name of the call or "", and the error, after it. Some calls
+/// must have occurred, and none leaves a descriptor behind.
+template <class Prepare, class Work, class Check>
+void ForEach([[maybe_unused]] const std::set<std::string>& expected,
+             Prepare prepare,
+             Work work,
+             Check check)
+{
+#ifdef HAS_FAILING_CALLS
+    std::set<std::string> calls;
+    for (int error : kErrors) {
+        std::string call = "first";
+        for (int n = 1; !call.empty() && n < 300; ++n) {
+            prepare();
+            const int nDescriptors = CountDescriptors();
+            call = Run(n, error, work);
+            SCOPED_TRACE(std::to_string(n) + ": " + call + ", " + strerror(error));
+            EXPECT_EQ(CountDescriptors(), nDescriptors);
+            check(call, error);
+            calls.insert(call);
+        }
+        EXPECT_EQ(call, "");
+    }
+    EXPECT_THAT(calls, testing::IsSupersetOf(expected));
+#else
+    prepare(); // an emulator hands no calls out
+    work();
+    check("", EIO);
+#endif
+}
+
+} // namespace FailingCalls

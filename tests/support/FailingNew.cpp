@@ -8,18 +8,16 @@
 
 void* operator new(std::size_t n, const std::nothrow_t&) noexcept
 {
-    if (FailingNew::IsDue()) {
+    if (FailingNew::IsDue())
         return nullptr;
-    }
     __atomic_add_fetch(&FailingNew::nBlocks, 1, __ATOMIC_RELAXED);
     return std::calloc(1, n != 0 ? n : 1);
 }
 
 void* operator new(std::size_t n)
 {
-    if (void* block = operator new(n, std::nothrow)) {
+    if (void* block = operator new(n, std::nothrow))
         return block;
-    }
     throw std::bad_alloc();
 }
 

@@ -3,6 +3,9 @@
 // sources that are linked: FailingNew.cpp has the operators, FailingMalloc.cpp malloc and strdup.
 #pragma once
 
+#include <gtest/gtest.h>
+#include <string>
+
 namespace FailingNew {
 
 inline int nUntilFailure = 0; // 0: none fails
@@ -28,12 +31,28 @@ inline bool Stop()
 /// Asked by each allocation.
 inline bool IsDue()
 {
-    if (nUntilFailure == 0 || --nUntilFailure > 0) {
+    if (nUntilFailure == 0 || --nUntilFailure > 0)
         return false;
-    }
     bFailed = true;
     nUntilFailure = bForever ? 1 : 0;
     return true;
+}
+
+/// Runs `work` with its first, second, ... allocation failing, until none fails; `prepare` before each run,
+/// `check` with whether one did fail after it.
+template <class Prepare, class Work, class Check>
+void ForEach(Prepare prepare, Work work, Check check)
+{
+    bool isFailed = true;
+    for (int n = 1; isFailed && n < 3000; ++n) {
+        SCOPED_TRACE("allocation " + std::to_string(n));
+        prepare();
+        Fail(n);
+        work();
+        isFailed = Stop();
+        check(isFailed);
+    }
+    EXPECT_FALSE(isFailed);
 }
 
 } // namespace FailingNew

@@ -34,6 +34,11 @@ inline Owned<CFNumberRef> Int(SInt64 value)
     return Own(CFNumberCreate(nullptr, kCFNumberSInt64Type, &value));
 }
 
+inline Owned<CFNumberRef> Real(double value)
+{
+    return Own(CFNumberCreate(nullptr, kCFNumberDoubleType, &value));
+}
+
 inline Owned<CFMutableDictionaryRef> Dict()
 {
     return Own(CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
@@ -42,9 +47,8 @@ inline Owned<CFMutableDictionaryRef> Dict()
 
 inline std::string TextOf(CFTypeRef object)
 {
-    if (object == nullptr || CFGetTypeID(object) != CFStringGetTypeID()) {
+    if (object == nullptr || CFGetTypeID(object) != CFStringGetTypeID())
         return "(no text)";
-    }
     std::string text(4096, 0);
     EXPECT_TRUE(CFStringGetCString(static_cast<CFStringRef>(object), text.data(), 4096,
                                    kCFStringEncodingUTF8));
@@ -64,17 +68,3 @@ inline Owned<CFURLRef> FolderURL(const std::string& path)
                                                        reinterpret_cast<const UInt8*>(path.data()),
                                                        static_cast<CFIndex>(path.size()), true));
 }
-
-/// Every folder that the platform derives from the environment, below a temporary one.
-class TemporaryHome : public TemporaryFolder
-{
-public:
-    TemporaryHome()
-    {
-        setenv("HOME", Path("home").c_str(), 1);
-        setenv("XDG_CONFIG_HOME", Path("config").c_str(), 1);
-        setenv("XDG_CONFIG_DIRS", Path("etc").c_str(), 1);
-        setenv("XDG_DATA_HOME", Path("data").c_str(), 1);
-        setenv("XDG_DATA_DIRS", Path("share").c_str(), 1);
-    }
-};

@@ -21,9 +21,8 @@ inline int FromEnvironment(const char* variable, int standard)
 inline int CountFiles(const std::string& folder)
 {
     int n = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder)) {
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder))
         ++n;
-    }
     return n;
 }
 
@@ -39,9 +38,8 @@ template <typename Work> int InProcesses(int n, Work work)
     std::vector<pid_t> children;
     for (int i = 0; i < n; ++i) {
         pid_t child = fork();
-        if (child == 0) {
+        if (child == 0)
             _exit(work(i) ? 0 : 1);
-        }
         children.push_back(child);
     }
     int nBad = 0;
@@ -62,29 +60,26 @@ template <typename Work, typename Check> void KillWriters(int nKills, Work work,
     for (int kill = 0; kill < nKills; ++kill) {
         const int nFirst = kill * 100000;
         int report[2];
-        if (pipe(report) != 0) {
+        if (pipe(report) != 0)
             abort();
-        }
         pid_t child = fork();
         if (child == 0) {
             for (int i = nFirst;; ++i) {
-                if (!work(i)) {
+                if (!work(i))
                     _exit(1);
-                }
                 [[maybe_unused]] ssize_t n = write(report[1], &i, sizeof(i));
             }
         }
         close(report[1]);
         int last = nFirst - 1;
-        if (kill % 2 != 0) { // every other one is in full swing, however slow the machine is
-            [[maybe_unused]] ssize_t n = read(report[0], &last, sizeof(last));
-        }
+        if (kill % 2 != 0) // every other one is in full swing, however slow the machine is
+            [[maybe_unused]]
+            ssize_t n = read(report[0], &last, sizeof(last));
         usleep(static_cast<useconds_t>(random() % 4000));
         ::kill(child, SIGKILL);
         waitpid(child, nullptr, 0);
-        for (int i = 0; read(report[0], &i, sizeof(i)) == sizeof(i);) {
+        for (int i = 0; read(report[0], &i, sizeof(i)) == sizeof(i);)
             last = i;
-        }
         close(report[0]);
         check(nFirst, last);
     }

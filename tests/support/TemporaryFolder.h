@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// TemporaryFolder.h - a folder that goes away with its object, and whole-file reads and writes.
+// TemporaryFolder.h - a folder that goes away with its object, one with the user's folders in it, and
+// whole-file reads and writes.
 #pragma once
 
 #include <cstdlib>
@@ -24,6 +25,20 @@ public:
 
 private:
     std::string m_path;
+};
+
+/// Every folder that the platform derives from the environment, below a temporary one.
+class TemporaryHome : public TemporaryFolder
+{
+public:
+    TemporaryHome()
+    {
+        setenv("HOME", Path("home").c_str(), 1);
+        setenv("XDG_CONFIG_HOME", Path("config").c_str(), 1);
+        setenv("XDG_CONFIG_DIRS", Path("etc").c_str(), 1);
+        setenv("XDG_DATA_HOME", Path("data").c_str(), 1);
+        setenv("XDG_DATA_DIRS", Path("share").c_str(), 1);
+    }
 };
 
 inline std::string ReadFile(const std::string& path)

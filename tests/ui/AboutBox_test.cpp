@@ -11,12 +11,6 @@ using namespace Veltrano;
 
 namespace {
 
-/// Stands for the host's bundle; only compared with null.
-CFBundleRef HostBundle()
-{
-    return CFBundleGetMainBundle();
-}
-
 class AboutBoxTest : public testing::Test
 {
 protected:
@@ -26,10 +20,9 @@ protected:
     int Run(ProductRecord* product, const char* text, int lightStyle, SInt16 pictureId = 128)
     {
         testing::internal::CaptureStderr();
-        auto* box
-            = new AboutBox(product, HostBundle(), pictureId, ParentWindow(), text, lightStyle);
-        m_constructed = gToolbox.calls.size();
-        const int result = box->run();
+        const int result = (new AboutBox(product, CFBundleGetMainBundle(), pictureId,
+                                         ParentWindow(), text, lightStyle))
+                               ->run();
         m_errors = testing::internal::GetCapturedStderr();
         return result;
     }
@@ -41,7 +34,6 @@ protected:
     }
 
     ProductRecord m_product = { { 1, 2 }, "Product 3.2" };
-    size_t m_constructed = 0;
     std::string m_errors;
 };
 
@@ -50,11 +42,11 @@ TEST_F(AboutBoxTest, MakesItsCallsInOrder)
     char text[] = "Licensed to Ada";
     gToolbox.fontStyle.flags = 0x48;
     EXPECT_EQ(Run(&m_product, text, 1, -3), 1);
-    EXPECT_EQ(gToolbox.Transcript(), R"(CreateNibReference bundle about
+    EXPECT_EQ(gToolbox.Transcript(), R"(CreateNibReferenceWithCFBundle bundle about
 CreateWindowFromNib AboutDlg
 DisposeNibReference
 CurResFile
-OpenBundleResourceMap host
+CFBundleOpenBundleResourceMap host
 UseResFile 9
 GetPicture -3
 GetControlByID box pict 1
@@ -73,7 +65,7 @@ ShowControl pver1
 SetControlData pver2 0 text Licensed to Ada
 ShowControl pver2
 GetWindowEventTarget box
-InstallEventHandler cmds1 wind73
+InstallEventHandler forgotten cmds1 wind73
 SetControlData pict1 6 pich picture
 EmbedControl butn0 pict1
 EmbedControl pver1 pict1
@@ -94,16 +86,16 @@ GetWindowRegion box 32
 GetRegionBounds
 DisposeRgn
 MoveWindow box 278 160 1
-RunAppModalLoop box
+RunAppModalLoopForWindow box
 GetEventParameter hcmd
-QuitAppModalLoop box
+QuitAppModalLoopForWindow box
 HideWindow box
 HideWindow box
 DisposeWindow box
 GetEventParameter wind
 ReleaseResource picture
 UseResFile 5
-CloseBundleResourceMap host 9
+CFBundleCloseBundleResourceMap host 9
 BringToFront parent
 disposed
 )");
@@ -115,7 +107,7 @@ TEST_F(AboutBoxTest, KeepsACopyOfTheTextButReadsTheVersionLate)
 {
     char text[] = "first";
     testing::internal::CaptureStderr();
-    auto* box = new AboutBox(&m_product, HostBundle(), 128, ParentWindow(), text, 0);
+    auto* box = new AboutBox(&m_product, CFBundleGetMainBundle(), 128, ParentWindow(), text, 0);
     text[0] = 'X';
     m_product.versionText = "late";
     box->run();
@@ -160,10 +152,10 @@ TEST_F(AboutBoxTest, EveryFailingAllocationLeavesOneThingOut)
         FailingNew::Fail(n);
         EXPECT_EQ(Run(&m_product, "x", 0), 1) << n;
         EXPECT_EQ(FailingNew::Stop(), n < 4) << n;
-        for (size_t i = 0; i < 3; ++i) {
+        for (size_t i = 0; i < 3; ++i)
             EXPECT_EQ(WasCalled(missing[i]), i != nRow) << n << ": " << missing[i];
-        }
-        EXPECT_TRUE(WasCalled("CloseBundleResourceMap host 9") && WasCalled("disposed")) << n;
+        EXPECT_TRUE(WasCalled("CFBundleCloseBundleResourceMap host 9") && WasCalled("disposed"))
+            << n;
     }
 }
 
@@ -174,10 +166,11 @@ TEST_F(AboutBoxTest, EndsWithoutAWindow)
         gToolbox.nibResult = hasNib ? 0 : static_cast<OSStatus>(kIBCarbonRuntimeCantFindNibFile);
         gToolbox.hasWindow = false;
         EXPECT_EQ(Run(&m_product, "x", 0), 1);
-        EXPECT_EQ(gToolbox.Transcript(),
-                  hasNib ? "CreateNibReference bundle about\nCreateWindowFromNib AboutDlg\n"
-                           "DisposeNibReference\nBringToFront parent\n"
-                         : "CreateNibReference bundle about\nBringToFront parent\n");
+        EXPECT_EQ(
+            gToolbox.Transcript(),
+            hasNib ? "CreateNibReferenceWithCFBundle bundle about\nCreateWindowFromNib AboutDlg\n"
+                     "DisposeNibReference\nBringToFront parent\n"
+                   : "CreateNibReferenceWithCFBundle bundle about\nBringToFront parent\n");
     }
 }
 

@@ -14,16 +14,13 @@ namespace {
 TEST(AlertsTest, LengthByteWrapsAt256)
 {
     unsigned char buffer[512] = {};
-    const struct
-    {
-        size_t characters;
-        int length;
-    } rows[] = { { 0, 0 }, { 5, 5 }, { 255, 255 }, { 256, 0 }, { 300, 44 } };
-    for (const auto& row : rows) {
+    const std::pair<size_t, int> rows[]
+        = { { 0, 0 }, { 5, 5 }, { 255, 255 }, { 256, 0 }, { 300, 44 } };
+    for (const auto& [characters, length] : rows) {
         memset(buffer, 0, sizeof buffer);
-        memset(buffer + 1, 'x', row.characters);
+        memset(buffer + 1, 'x', characters);
         EXPECT_EQ(SetPascalLength(buffer), buffer);
-        EXPECT_EQ(buffer[0], row.length) << row.characters;
+        EXPECT_EQ(buffer[0], length) << characters;
     }
 }
 

@@ -2,7 +2,6 @@
 // ToolboxDouble.cpp - the recorded routines.
 #include "tests/ui/ToolboxDouble.h"
 
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
@@ -10,12 +9,10 @@ ToolboxDouble gToolbox;
 
 namespace {
 
+// What the references stand for; only their addresses count.
 char sParent;
 char sBox;
 char sControls[4];
-char sRegion;
-char sNib;
-char sTarget;
 char sPicture[sizeof(Picture)];
 PicPtr sPicturePointer = reinterpret_cast<PicPtr>(sPicture);
 WindowRef sRegionOf = nullptr;
@@ -27,32 +24,7 @@ struct Event
     UInt32 command;
 };
 
-__attribute__((format(printf, 1, 2))) void Record(const char* format, ...)
-{
-    char line[1024];
-    va_list arguments;
-    va_start(arguments, format);
-    vsnprintf(line, sizeof line, format, arguments);
-    va_end(arguments);
-    gToolbox.calls.emplace_back(line);
-}
-
-const char* NameOf(const void* reference)
-{
-    static const char* const kControlNames[] = { "pict1", "butn0", "pver1", "pver2" };
-    if (reference == nullptr)
-        return "null";
-    if (reference == &sParent)
-        return "parent";
-    if (reference == &sBox)
-        return "box";
-    for (size_t i = 0; i < 4; ++i)
-        if (reference == &sControls[i])
-            return kControlNames[i];
-    return "?";
-}
-
-std::string FourCharacters(UInt32 code)
+std::string Code(UInt32 code)
 {
     std::string text;
     for (const int shift : { 24, 16, 8, 0 })
@@ -60,16 +32,60 @@ std::string FourCharacters(UInt32 code)
     return text;
 }
 
+// How an argument is written down: a text as it is, a number in decimal, a reference by its name.
+
+std::string Shown(const std::string& text)
+{
+    return text;
+}
+
+std::string Shown(long number)
+{
+    return std::to_string(number);
+}
+
+std::string Shown(const void* reference)
+{
+    const std::pair<const void*, const char*> names[] = {
+        { nullptr, "null" },
+        { &sParent, "parent" },
+        { &sBox, "box" },
+        { CFBundleGetMainBundle(), "host" },
+        { &sControls[0], "pict1" },
+        { &sControls[1], "butn0" },
+        { &sControls[2], "pver1" },
+        { &sControls[3], "pver2" },
+        { &sPicturePointer, "picture" },
+    };
+    for (const auto& [known, name] : names)
+        if (reference == known)
+            return name;
+    return "?";
+}
+
+/// Writes down a routine's name and its arguments.
+template <class... Arguments> void Record(const char* routine, const Arguments&... arguments)
+{
+    gToolbox.calls.emplace_back(routine);
+    ((gToolbox.calls.back() += " " + Shown(arguments)), ...);
+}
+
+std::string TextOf(CFStringRef string)
+{
+    return CFStringGetCStringPtr(string, kCFStringEncodingUTF8);
+}
+
+std::string TextOf(ConstStringPtr pascal)
+{
+    return pascal == nullptr ? "null"
+                             : std::string(reinterpret_cast<const char*>(pascal + 1), pascal[0]);
+}
+
 } // namespace
 
 WindowRef ParentWindow()
 {
     return reinterpret_cast<WindowRef>(&sParent);
-}
-
-WindowRef BoxWindow()
-{
-    return reinterpret_cast<WindowRef>(&sBox);
 }
 
 OSStatus ToolboxDouble::Send(UInt32 eventClass, UInt32 eventKind, UInt32 command)
@@ -86,91 +102,90 @@ std::string ToolboxDouble::Transcript() const
     return text;
 }
 
+// A routine that is written down with these arguments, and its answer.
+#define ANSWERED(Result, answer, routine, parameters, ...)                                         \
+    Result routine parameters                                                                      \
+    {                                                                                              \
+        Record(#routine __VA_OPT__(, ) __VA_ARGS__);                                               \
+        return answer;                                                                             \
+    }
+#define RECORDED(Result, ...) ANSWERED(Result, Result(), __VA_ARGS__)
+
 extern "C" {
+
+RECORDED(void, DisposeNibReference, (IBNibRef))
+ANSWERED(SInt16, 5, CurResFile, (void))
+RECORDED(void, UseResFile, (SInt16 file), file)
+ANSWERED(CFBundleRefNum, 9, CFBundleOpenBundleResourceMap, (CFBundleRef bundle), bundle)
+RECORDED(
+    void, CFBundleCloseBundleResourceMap, (CFBundleRef bundle, CFBundleRefNum map), bundle, map)
+ANSWERED(PicHandle, gToolbox.hasPicture ? &sPicturePointer : nullptr, GetPicture, (SInt16 id), id)
+RECORDED(void, ReleaseResource, (Handle handle), static_cast<void*>(handle))
+RECORDED(OSStatus,
+         SetThemeWindowBackground,
+         (WindowRef window, ThemeBrush brush, Boolean update),
+         window,
+         brush,
+         update)
+RECORDED(void, HideControl, (ControlRef control), control)
+RECORDED(void, ShowControl, (ControlRef control), control)
+RECORDED(OSErr, EmbedControl, (ControlRef control, ControlRef container), control, container)
+RECORDED(void, DrawControls, (WindowRef window), window)
+RECORDED(EventTargetRef, GetWindowEventTarget, (WindowRef window), window)
+RECORDED(OSStatus, RemoveEventHandler, (EventHandlerRef))
+RECORDED(OSStatus, SetWindowClass, (WindowRef window, WindowClass windowClass), window, windowClass)
+RECORDED(OSStatus,
+         SetWindowModality,
+         (WindowRef window, WindowModality modality, WindowRef unavailable),
+         window,
+         modality,
+         unavailable)
+RECORDED(void, BringToFront, (WindowRef window), window)
+RECORDED(void, ShowWindow, (WindowRef window), window)
+RECORDED(void, HideWindow, (WindowRef window), window)
+RECORDED(
+    void, MoveWindow, (WindowRef window, SInt16 h, SInt16 v, Boolean front), window, h, v, front)
+RECORDED(RgnHandle, NewRgn, (void))
+RECORDED(void, DisposeRgn, (RgnHandle))
+RECORDED(OSStatus, QuitAppModalLoopForWindow, (WindowRef window), window)
 
 OSStatus CreateNibReferenceWithCFBundle(CFBundleRef bundle, CFStringRef name, IBNibRef* nib)
 {
-    Record("CreateNibReference %s %s", bundle != nullptr ? "bundle" : "null",
-           CFStringGetCStringPtr(name, kCFStringEncodingUTF8));
+    Record(__func__, std::string(bundle != nullptr ? "bundle" : "null"), TextOf(name));
     if (gToolbox.nibResult == noErr)
-        *nib = reinterpret_cast<IBNibRef>(&sNib);
+        *nib = nullptr;
     return gToolbox.nibResult;
 }
 
 OSStatus CreateWindowFromNib(IBNibRef, CFStringRef name, WindowRef* window)
 {
-    Record("CreateWindowFromNib %s", CFStringGetCStringPtr(name, kCFStringEncodingUTF8));
+    Record(__func__, TextOf(name));
     if (!gToolbox.hasWindow)
         return kIBCarbonRuntimeCantFindObject;
-    *window = BoxWindow();
+    *window = reinterpret_cast<WindowRef>(&sBox);
     return noErr;
-}
-
-void DisposeNibReference(IBNibRef)
-{
-    Record("DisposeNibReference");
-}
-
-SInt16 CurResFile(void)
-{
-    Record("CurResFile");
-    return 5;
-}
-
-CFBundleRefNum CFBundleOpenBundleResourceMap(CFBundleRef bundle)
-{
-    Record("OpenBundleResourceMap %s", bundle != nullptr ? "host" : "null");
-    return 9;
-}
-
-void UseResFile(SInt16 refNum)
-{
-    Record("UseResFile %d", refNum);
-}
-
-PicHandle GetPicture(SInt16 id)
-{
-    Record("GetPicture %d", id);
-    return gToolbox.hasPicture ? &sPicturePointer : nullptr;
-}
-
-void ReleaseResource(Handle handle)
-{
-    Record("ReleaseResource %s", handle != nullptr ? "picture" : "null");
-}
-
-void CFBundleCloseBundleResourceMap(CFBundleRef bundle, CFBundleRefNum refNum)
-{
-    Record("CloseBundleResourceMap %s %d", bundle != nullptr ? "host" : "null", refNum);
 }
 
 OSStatus GetControlByID(WindowRef window, const ControlID* id, ControlRef* control)
 {
-    Record("GetControlByID %s %s %d", NameOf(window), FourCharacters(id->signature).c_str(),
-           id->id);
-    const std::string name = FourCharacters(id->signature);
+    const std::string name = Code(id->signature);
+    Record(__func__, window, name, id->id);
     const size_t index = name == "pict" ? 0 : name == "butn" ? 1 : static_cast<size_t>(id->id) + 1;
     *control = reinterpret_cast<ControlRef>(&sControls[index]);
     return noErr;
 }
 
-OSStatus SetThemeWindowBackground(WindowRef window, ThemeBrush brush, Boolean update)
-{
-    Record("SetThemeWindowBackground %s %d %d", NameOf(window), brush, update);
-    return noErr;
-}
-
 OSErr GetControlDataSize(ControlRef control, ControlPartCode part, ResType tag, Size* size)
 {
-    Record("GetControlDataSize %s %d %s", NameOf(control), part, FourCharacters(tag).c_str());
+    Record(__func__, control, part, Code(tag));
     *size = gToolbox.fontDataSize;
-    return gToolbox.fontDataSize < 0 ? static_cast<OSErr>(errDataNotSupported) : 0;
+    return noErr;
 }
 
 OSErr GetControlData(
     ControlRef control, ControlPartCode part, ResType tag, Size size, void* data, Size*)
 {
-    Record("GetControlData %s %d %s %ld", NameOf(control), part, FourCharacters(tag).c_str(), size);
+    Record(__func__, control, part, Code(tag), size);
     memcpy(data, &gToolbox.fontStyle, sizeof gToolbox.fontStyle);
     return noErr;
 }
@@ -183,11 +198,8 @@ OSErr SetControlData(
         value = std::string(static_cast<const char*>(data), static_cast<size_t>(size));
     if (tag == kControlPushButtonDefaultTag)
         value = *static_cast<const Boolean*>(data) != 0 ? "true" : "false";
-    if (tag == kControlPictureHandleTag)
-        value
-            = size == sizeof(PicHandle) && *static_cast<const PicHandle*>(data) == &sPicturePointer
-            ? "picture"
-            : "?";
+    if (tag == kControlPictureHandleTag && size == sizeof(PicHandle))
+        value = *static_cast<const PicHandle*>(data) == &sPicturePointer ? "picture" : "?";
     if (tag == kControlFontStyleTag) {
         ControlFontStyleRec style;
         memcpy(&style, data, sizeof style);
@@ -196,25 +208,8 @@ OSErr SetControlData(
                  style.foreColor.red, style.foreColor.green, style.foreColor.blue);
         value = text;
     }
-    Record("SetControlData %s %d %s %s", NameOf(control), part, FourCharacters(tag).c_str(),
-           value.c_str());
+    Record(__func__, control, part, Code(tag), value);
     return noErr;
-}
-
-void HideControl(ControlRef control)
-{
-    Record("HideControl %s", NameOf(control));
-}
-
-void ShowControl(ControlRef control)
-{
-    Record("ShowControl %s", NameOf(control));
-}
-
-EventTargetRef GetWindowEventTarget(WindowRef window)
-{
-    Record("GetWindowEventTarget %s", NameOf(window));
-    return reinterpret_cast<EventTargetRef>(&sTarget);
 }
 
 EventHandlerUPP NewEventHandlerUPP(EventHandlerProcPtr routine)
@@ -229,99 +224,39 @@ OSStatus InstallEventHandler(EventTargetRef,
                              void* userData,
                              EventHandlerRef* handler)
 {
-    std::string list;
+    std::string list = handler != nullptr ? "kept" : "forgotten";
     for (UInt32 i = 0; i < count; ++i)
-        list += " " + FourCharacters(types[i].eventClass) + std::to_string(types[i].eventKind);
-    Record("InstallEventHandler%s%s", list.c_str(), handler != nullptr ? " kept" : "");
+        list += " " + Code(types[i].eventClass) + std::to_string(types[i].eventKind);
+    Record(__func__, list);
     gToolbox.handler = routine;
     gToolbox.handlerData = userData;
     return noErr;
 }
 
-OSStatus RemoveEventHandler(EventHandlerRef)
-{
-    Record("RemoveEventHandler");
-    return noErr;
-}
-
-OSErr EmbedControl(ControlRef control, ControlRef container)
-{
-    Record("EmbedControl %s %s", NameOf(control), NameOf(container));
-    return noErr;
-}
-
-void DrawControls(WindowRef window)
-{
-    Record("DrawControls %s", NameOf(window));
-}
-
 OSStatus GetWindowClass(WindowRef window, WindowClass* windowClass)
 {
-    Record("GetWindowClass %s", NameOf(window));
+    Record(__func__, window);
     *windowClass = kDocumentWindowClass;
     return noErr;
 }
 
-OSStatus SetWindowClass(WindowRef window, WindowClass windowClass)
-{
-    Record("SetWindowClass %s %u", NameOf(window), windowClass);
-    return noErr;
-}
-
-OSStatus SetWindowModality(WindowRef window, WindowModality modality, WindowRef unavailable)
-{
-    Record("SetWindowModality %s %u %s", NameOf(window), modality, NameOf(unavailable));
-    return noErr;
-}
-
-void BringToFront(WindowRef window)
-{
-    Record("BringToFront %s", NameOf(window));
-}
-
-void ShowWindow(WindowRef window)
-{
-    Record("ShowWindow %s", NameOf(window));
-}
-
-void HideWindow(WindowRef window)
-{
-    Record("HideWindow %s", NameOf(window));
-}
-
-RgnHandle NewRgn(void)
-{
-    Record("NewRgn");
-    return reinterpret_cast<RgnHandle>(&sRegion);
-}
-
 OSStatus GetWindowRegion(WindowRef window, WindowRegionCode code, RgnHandle)
 {
-    Record("GetWindowRegion %s %d", NameOf(window), code);
+    Record(__func__, window, code);
     sRegionOf = window;
     return noErr;
 }
 
 Rect* GetRegionBounds(RgnHandle, Rect* bounds)
 {
-    Record("GetRegionBounds");
+    Record(__func__);
     *bounds = sRegionOf == ParentWindow() ? gToolbox.parentBounds : gToolbox.boxBounds;
     return bounds;
 }
 
-void DisposeRgn(RgnHandle)
-{
-    Record("DisposeRgn");
-}
-
-void MoveWindow(WindowRef window, SInt16 h, SInt16 v, Boolean front)
-{
-    Record("MoveWindow %s %d %d %d", NameOf(window), h, v, front);
-}
-
 OSStatus RunAppModalLoopForWindow(WindowRef window)
 {
-    Record("RunAppModalLoop %s", NameOf(window));
+    Record(__func__, window);
     if (gToolbox.modalLoop)
         gToolbox.modalLoop();
     else
@@ -329,15 +264,9 @@ OSStatus RunAppModalLoopForWindow(WindowRef window)
     return noErr;
 }
 
-OSStatus QuitAppModalLoopForWindow(WindowRef window)
-{
-    Record("QuitAppModalLoop %s", NameOf(window));
-    return noErr;
-}
-
 void DisposeWindow(WindowRef window)
 {
-    Record("DisposeWindow %s", NameOf(window));
+    Record(__func__, window);
     gToolbox.Send(kEventClassWindow, kEventWindowClosed);
     Record("disposed");
 }
@@ -360,7 +289,7 @@ OSStatus GetEventParameter(EventRef event,
                            UInt32*,
                            void* data)
 {
-    Record("GetEventParameter %s", FourCharacters(type).c_str());
+    Record(__func__, Code(type));
     if (type == typeHICommand && size == sizeof(HICommand))
         static_cast<HICommand*>(data)->commandID = reinterpret_cast<Event*>(event)->command;
     return noErr;
@@ -372,14 +301,9 @@ OSErr StandardAlert(AlertType type,
                     const AlertStdAlertParamRec* param,
                     SInt16* itemHit)
 {
-    const auto text = [](ConstStringPtr pascal) {
-        return pascal == nullptr
-            ? std::string("null")
-            : std::string(reinterpret_cast<const char*>(pascal + 1), pascal[0]);
-    };
-    Record("StandardAlert %d '%s' '%s' ok=%s cancel=%s preset=%d", type, text(message).c_str(),
-           text(explanation).c_str(), text(param->defaultText).c_str(),
-           text(param->cancelText).c_str(), *itemHit);
+    Record(__func__, type, "'" + TextOf(message) + "'", "'" + TextOf(explanation) + "'",
+           "ok=" + TextOf(param->defaultText), "cancel=" + TextOf(param->cancelText),
+           "preset=" + std::to_string(*itemHit));
     gToolbox.alertParam = *param;
     if (gToolbox.alertResult == noErr && gToolbox.alertItem != 0)
         *itemHit = gToolbox.alertItem;

@@ -41,6 +41,5 @@ struct ToolboxDouble
 /// The one that the routines use; a test makes a fresh one.
 extern ToolboxDouble gToolbox;
 
-/// References that the double hands out.
+/// The window that the box is to be shown over.
 WindowRef ParentWindow();
-WindowRef BoxWindow();
