@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
+#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -282,16 +283,28 @@ static bool Exists(const std::string& path)
     return stat(path.c_str(), &info) == 0;
 }
 
-// The first .lproj folder's version of a file; empty when there is none. Throws bad_alloc.
+// The first .lproj folder's version of a file, at last of any language; empty when there is none. Throws
+// bad_alloc.
 static std::string FindLocalized(CFBundleRef bundle, const std::string& file)
 {
+    const std::string resources = bundle->path + "/Contents/Resources";
     for (const std::string& language : Languages(bundle)) {
-        std::string path = bundle->path + "/Contents/Resources/" + language + ".lproj/" + file;
+        std::string path = resources + "/" + language + ".lproj/" + file;
         if (Exists(path)) {
             return path;
         }
     }
-    return {};
+    std::string found;
+    std::error_code error;
+    std::filesystem::directory_iterator folders(resources, error);
+    for (; !error && folders != end(folders); folders.increment(error)) {
+        std::string path = folders->path().string() + "/" + file;
+        if (folders->path().extension() == ".lproj" && (found.empty() || path < found)
+            && Exists(path)) {
+            found = path; // the same one each time
+        }
+    }
+    return found;
 }
 
 CFURLRef CFBundleCopyResourceURL(CFBundleRef bundle,

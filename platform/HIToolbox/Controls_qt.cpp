@@ -15,10 +15,11 @@
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QGroupBox>
 #include <QtWidgets/QLineEdit>
+#include <QtWidgets/QPlainTextEdit>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QRadioButton>
 #include <QtWidgets/QStyleOptionButton>
-#include <QtWidgets/QTabBar>
+#include <QtWidgets/QTabWidget>
 
 #include <algorithm>
 #include <cstring>
@@ -26,6 +27,8 @@
 static_assert(sizeof(ControlFontStyleRec) == 24, "the record's layout is part of the interface");
 
 namespace {
+
+constexpr int kEditFrame = 3; // pixels that the frame of an edit text stands around its bounds
 
 // Return and Enter are the window's, whichever button has the focus; Space presses the button
 // itself.
@@ -93,27 +96,31 @@ QWidget* CreateWidget(ControlKind kind, const QRect& bounds, QWidget* parent)
         return button;
     }
     case ControlKind::CheckBox:
-        return new QCheckBox(parent);
+        return new Toggle<QCheckBox>(parent);
     case ControlKind::RadioButton:
-        return new QRadioButton(parent);
+        return new Toggle<QRadioButton>(parent);
     case ControlKind::StaticText:
         return new TextView(parent);
     case ControlKind::EditText:
         return new QLineEdit(parent);
+    case ControlKind::EditLines: {
+        auto* edit = new QPlainTextEdit(parent);
+        edit->setTabChangesFocus(true);
+        edit->document()->setDocumentMargin(1);
+        edit->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+        return edit;
+    }
     case ControlKind::GroupBox:
         return new QGroupBox(parent);
     case ControlKind::Separator: {
         auto* line = new QFrame(parent);
         line->setFrameShape(bounds.width() >= bounds.height() ? QFrame::HLine : QFrame::VLine);
-        line->setFrameShadow(QFrame::Sunken);
+        line->setFrameShadow(QFrame::Plain); // a pixel is often all the room
+        line->setForegroundRole(QPalette::Mid);
         return line;
     }
-    case ControlKind::Tab: {
-        auto* pane = new QWidget(parent);
-        auto* tabs = new QTabBar(pane);
-        tabs->resize(bounds.width(), tabs->sizeHint().height());
-        return pane;
-    }
+    case ControlKind::Tab:
+        return new QTabWidget(parent);
     case ControlKind::Pane:
         break;
     }
@@ -145,10 +152,12 @@ enum class Data { None, Text, CFString, FontStyle, Image, Default, Cancel };
 Data DataOf(const OpaqueControlRef& control, ResType tag)
 {
     const ControlKind kind = control.kind;
-    const bool isText = kind == ControlKind::StaticText || kind == ControlKind::EditText;
+    const bool isText = kind == ControlKind::StaticText || kind == ControlKind::EditText
+        || kind == ControlKind::EditLines;
     const bool isButton = kind == ControlKind::PushButton;
     const bool hasFont = isText || isButton || kind == ControlKind::CheckBox
-        || kind == ControlKind::RadioButton || kind == ControlKind::GroupBox;
+        || kind == ControlKind::RadioButton || kind == ControlKind::GroupBox
+        || kind == ControlKind::Tab;
     switch (tag) {
     case kControlStaticTextTextTag:
         return isText ? Data::Text : Data::None;
@@ -194,11 +203,16 @@ template <class T> T Take(const void* data) // which need not be aligned
     return value;
 }
 
-// A user may have typed since the text was set.
+// A user may have typed since the text was set; else it is still the bytes that were given.
 void ReadBack(OpaqueControlRef& control)
 {
     if (control.kind == ControlKind::EditText) {
-        control.text = static_cast<QLineEdit*>(control.widget)->text().toStdString();
+        const auto* edit = static_cast<const QLineEdit*>(control.widget);
+        control.text = edit->isModified() ? edit->text().toStdString() : control.text;
+    } else if (control.kind == ControlKind::EditLines) {
+        const auto* edit = static_cast<const QPlainTextEdit*>(control.widget);
+        control.text
+            = edit->document()->isModified() ? edit->toPlainText().toStdString() : control.text;
     }
 }
 
@@ -234,9 +248,13 @@ OSErr SetPicture(OpaqueControlRef& control, PicHandle picture)
 
 } // namespace
 
-void PictureView::SetPicture(std::shared_ptr<const DecodedPicture> picture)
+void PictureView::SetPicture(std::shared_ptr<const DecodedPicture> picture,
+                             bool scaled,
+                             double opacity)
 {
     m_picture = std::move(picture);
+    m_scaled = scaled;
+    m_opacity = opacity;
     update();
 }
 
@@ -244,7 +262,10 @@ void PictureView::paintEvent(QPaintEvent*)
 {
     if (m_picture) {
         QPainter painter(this);
-        m_picture->Paint(painter, rect());
+        painter.setOpacity(m_opacity);
+        QRect target(QPoint(), m_scaled ? size() : m_picture->FrameSize().toSize());
+        target.moveCenter(rect().center());
+        m_picture->Paint(painter, target);
     }
 }
 
@@ -256,12 +277,63 @@ OpaqueControlRef::OpaqueControlRef(OwnWindow& owner,
     , kind(what)
     , widget(CreateWidget(what, where, in ? in->widget : owner.widget.data()))
     , bounds(where)
+    , firstBounds(where)
     , target(in ? &in->target : &owner.target)
     , container(in)
 {
-    widget->setGeometry(
-        QRect(where.topLeft() - (in ? in->bounds.topLeft() : QPoint()), where.size()));
+    Place();
     ApplyFont();
+}
+
+void OpaqueControlRef::Place()
+{
+    QRect place = bounds.translated(container ? -container->bounds.topLeft() : QPoint());
+    if (kind == ControlKind::EditText || kind == ControlKind::EditLines) {
+        place.adjust(-kEditFrame, -kEditFrame, kEditFrame, kEditFrame);
+    }
+    widget->setGeometry(place);
+}
+
+// How far out each edge has moved. An edge that follows nothing keeps its distance to the opposite
+// one.
+QMargins OpaqueControlRef::Growth() const
+{
+    const QRect first = container ? container->firstBounds : QRect({}, window->firstSize);
+    const QRect now = container ? container->bounds : QRect({}, window->widget->size());
+    const auto edges = [](Binding low, Binding high, int moved, int grown) {
+        const auto follow
+            = [=](Binding edge) { return moved + (edge == Binding::BottomRight ? grown : 0); };
+        return std::pair(follow(low == Binding::None ? high : low),
+                         follow(high == Binding::None ? low : high));
+    };
+    const auto [left, right] = edges(bindings.left, bindings.right, now.left() - first.left(),
+                                     now.width() - first.width());
+    const auto [top, bottom] = edges(bindings.top, bindings.bottom, now.top() - first.top(),
+                                     now.height() - first.height());
+    return { -left, -top, right, bottom };
+}
+
+void OpaqueControlRef::Arrange()
+{
+    if (container) {
+        container->Arrange();
+    }
+    QRect arranged = firstBounds.marginsAdded(Growth());
+    arranged.setSize(arranged.size().expandedTo({ 0, 0 }));
+    if (arranged != bounds) {
+        bounds = arranged;
+        Place();
+    }
+}
+
+void OpaqueControlRef::EmbedIn(OpaqueControlRef& other)
+{
+    container = &other;
+    target.next = &other.target;
+    firstBounds = bounds.marginsRemoved(Growth());
+    widget->setParent(other.widget); // keeps the numbers of its place, and hides it
+    Place();
+    widget->setVisible(!hidden);
 }
 
 OpaqueControlRef& Controls_Create(OwnWindow& window,
@@ -272,6 +344,9 @@ OpaqueControlRef& Controls_Create(OwnWindow& window,
     auto control = std::make_shared<OpaqueControlRef>(window, container, kind, bounds);
     if (auto* button = qobject_cast<QAbstractButton*>(control->widget)) {
         QObject::connect(button, &QAbstractButton::clicked,
+                         [weak = control->weak_from_this()] { Pressed(weak); });
+    } else if (auto* box = qobject_cast<QGroupBox*>(control->widget)) {
+        QObject::connect(box, &QGroupBox::clicked,
                          [weak = control->weak_from_this()] { Pressed(weak); });
     }
     window.controls.push_back(control);
@@ -288,6 +363,9 @@ void OpaqueControlRef::SetText(std::string bytes)
         return;
     case ControlKind::EditText:
         static_cast<QLineEdit*>(widget)->setText(shown);
+        return;
+    case ControlKind::EditLines:
+        static_cast<QPlainTextEdit*>(widget)->setPlainText(shown);
         return;
     case ControlKind::GroupBox:
         static_cast<QGroupBox*>(widget)->setTitle(Literal(shown));
@@ -354,19 +432,27 @@ void OpaqueControlRef::ApplyFont()
             font.setPixelSize(font.pixelSize() - 1);
         }
     }
+    const Qt::Alignment alignment = !has(kControlUseJustMask) ? Qt::AlignLeading
+        : fontStyle.just == 1                                 ? Qt::AlignHCenter
+        : fontStyle.just == -1                                ? Qt::AlignRight | Qt::AlignAbsolute
+        : fontStyle.just == -2                                ? Qt::AlignLeft | Qt::AlignAbsolute
+                                                              : Qt::AlignLeading;
+    widget->setFont(font);
     if (kind != ControlKind::StaticText) {
-        widget->setFont(font);
+        if (kind == ControlKind::EditText) {
+            static_cast<QLineEdit*>(widget)->setAlignment(alignment);
+        } else if (kind == ControlKind::EditLines) {
+            auto* document = static_cast<QPlainTextEdit*>(widget)->document();
+            QTextOption option = document->defaultTextOption();
+            option.setAlignment(alignment);
+            document->setDefaultTextOption(option);
+        }
         return;
     }
 
     auto* view = static_cast<TextView*>(widget);
     view->SetFont(font);
-    if (has(kControlUseJustMask)) {
-        view->SetAlignment(fontStyle.just == 1        ? Qt::AlignHCenter
-                               : fontStyle.just == -1 ? Qt::AlignRight | Qt::AlignAbsolute
-                               : fontStyle.just == -2 ? Qt::AlignLeft | Qt::AlignAbsolute
-                                                      : Qt::AlignLeading);
-    }
+    view->SetAlignment(alignment);
     const auto color
         = [](const RGBColor& rgb) { return QColor::fromRgba64(rgb.red, rgb.green, rgb.blue); };
     QPalette palette;
@@ -470,11 +556,7 @@ OSErr EmbedControl(ControlRef ref, ControlRef containerRef)
     if (control->container == container.get()) {
         return noErr;
     }
-    control->container = container.get();
-    control->target.next = &container->target;
-    control->widget->setParent(container->widget); // keeps the numbers of its place, and hides it
-    control->widget->move(control->bounds.topLeft() - container->bounds.topLeft());
-    control->widget->setVisible(!control->hidden);
+    control->EmbedIn(*container);
     return noErr;
 }
 

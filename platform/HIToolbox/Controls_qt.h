@@ -7,6 +7,7 @@
 
 #include <Carbon/Controls.h>
 
+#include <QtCore/QMargins>
 #include <QtCore/QRect>
 #include <QtWidgets/QWidget>
 
@@ -23,9 +24,21 @@ enum class ControlKind {
     RadioButton,
     StaticText,
     EditText,
+    EditLines, // several lines
     GroupBox,
     Separator,
     Tab
+};
+
+/// What an edge of a control follows when its container changes size.
+enum class Binding { None, TopLeft, BottomRight };
+
+struct Bindings
+{
+    Binding left = Binding::None;
+    Binding top = Binding::None;
+    Binding right = Binding::None;
+    Binding bottom = Binding::None;
 };
 
 struct OpaqueControlRef : std::enable_shared_from_this<OpaqueControlRef>
@@ -33,7 +46,9 @@ struct OpaqueControlRef : std::enable_shared_from_this<OpaqueControlRef>
     OwnWindow* const window; // which owns it
     const ControlKind kind;
     QWidget* const widget; // belongs to the window's widget
-    const QRect bounds; // relative to the window's content, at any depth
+    QRect bounds; // relative to the window's content, at any depth
+    QRect firstBounds; // in the window as it was made
+    Bindings bindings;
     OpaqueEventTargetRef target;
     OpaqueControlRef* container; // null in the window itself
     ControlID id {};
@@ -55,8 +70,13 @@ struct OpaqueControlRef : std::enable_shared_from_this<OpaqueControlRef>
     void SetCancel(bool on);
     void SetHidden(bool on);
     bool CanEmbed() const;
+    void EmbedIn(OpaqueControlRef& other);
+    /// Brings the bounds up to date with the container's.
+    void Arrange();
 
 private:
+    QMargins Growth() const;
+    void Place();
     void ApplyFont();
 };
 
@@ -68,16 +88,36 @@ OpaqueControlRef& Controls_Create(OwnWindow& window,
                                   ControlKind kind,
                                   const QRect& bounds);
 
-/// Paints a picture over its whole area, and nothing without one.
+/// Paints a picture over its whole area or, unless scaled, in the middle; nothing without one.
 class PictureView : public QWidget
 {
 public:
     using QWidget::QWidget;
-    void SetPicture(std::shared_ptr<const DecodedPicture> picture);
+    void SetPicture(std::shared_ptr<const DecodedPicture> picture,
+                    bool scaled = true,
+                    double opacity = 1);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
     std::shared_ptr<const DecodedPicture> m_picture;
+    bool m_scaled = true;
+    double m_opacity = 1;
+};
+
+/// A check box or radio button that the user switches on and off, or only the program.
+template <class Button> class Toggle : public Button
+{
+public:
+    using Button::Button;
+    bool automatic = true;
+
+protected:
+    void nextCheckState() override
+    {
+        if (automatic) {
+            Button::setChecked(!Button::isChecked() || Button::autoExclusive());
+        }
+    }
 };

@@ -143,7 +143,7 @@ public:
         const QRect room = (screen ? screen->availableGeometry() : QRect(0, 0, 640, 480))
                                .adjusted(kFrameRoom, kTitleRoom, -kFrameRoom, -kFrameRoom);
 
-        m_window = Windows_Create(QApplication::applicationDisplayName(), QRect(0, 0, 1, 1), true);
+        m_window = Windows_Create(QApplication::applicationDisplayName(), QRect(0, 0, 1, 1), {});
         m_window->windowClass = kMovableAlertWindowClass;
         m_window->widget->setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint
                                          | Qt::WindowTitleHint);

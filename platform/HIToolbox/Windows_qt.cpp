@@ -193,15 +193,28 @@ void WindowWidget::closeEvent(QCloseEvent* event)
     event->setAccepted(!window || !window->IsVisible());
 }
 
-OwnWindow::OwnWindow(const QString& title, const QRect& content, bool resizable)
+void WindowWidget::resizeEvent(QResizeEvent*)
+{
+    if (window) {
+        window->ArrangeControls();
+    }
+}
+
+OwnWindow::OwnWindow(const QString& title, const QRect& content, WindowFrame frame)
     : WidgetWindow(new WindowWidget)
+    , firstSize(content.size())
 {
     Widget()->window = this;
     widget->setWindowTitle(title);
     widget->setGeometry(content);
-    if (!resizable) { // nothing to enlarge or to shrink to; the close request is a command
-        widget->setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint
-                               | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint);
+    Qt::WindowFlags flags = Qt::Dialog;
+    flags |= frame.titled ? Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint
+            | Qt::WindowCloseButtonHint
+                          : Qt::FramelessWindowHint;
+    flags.setFlag(Qt::WindowMinimizeButtonHint, frame.collapsible);
+    flags.setFlag(Qt::WindowMaximizeButtonHint, frame.resizable && frame.zoomable);
+    widget->setWindowFlags(flags);
+    if (!frame.resizable) {
         widget->setFixedSize(content.size());
     }
 }
@@ -280,13 +293,20 @@ void OwnWindow::SetBackground(ThemeBrush brush)
     widget->setPalette(palette);
 }
 
+void OwnWindow::ArrangeControls()
+{
+    for (const ControlPtr& control : controls) {
+        control->Arrange();
+    }
+}
+
 // --- The list of windows
 
 std::shared_ptr<OwnWindow>
-Windows_Create(const QString& title, const QRect& content, bool resizable)
+Windows_Create(const QString& title, const QRect& content, WindowFrame frame)
 {
     Accessibility_Install();
-    auto window = std::make_shared<OwnWindow>(title, content, resizable);
+    auto window = std::make_shared<OwnWindow>(title, content, frame);
     Windows_Add(window);
     return window;
 }

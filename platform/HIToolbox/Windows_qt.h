@@ -101,6 +101,7 @@ protected:
     bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     int m_deliveries = 0;
@@ -108,12 +109,23 @@ private:
 
 struct OpaqueControlRef;
 
+/// What a window's frame offers. Whatever it is, the close request stays: a user must get rid of any window.
+struct WindowFrame
+{
+    bool titled = true;
+    bool resizable = true;
+    bool collapsible = false;
+    bool zoomable = false;
+};
+
 /// A window of this API's own making.
 struct OwnWindow final : WidgetWindow
 {
     std::vector<std::shared_ptr<OpaqueControlRef>> controls; // containers before their content
 
-    OwnWindow(const QString& title, const QRect& content, bool resizable);
+    const QSize firstSize; // that the controls were made for
+
+    OwnWindow(const QString& title, const QRect& content, WindowFrame frame);
     ~OwnWindow() override;
     WindowWidget* Widget() const { return static_cast<WindowWidget*>(widget.data()); }
     bool IsVisible() const override { return m_visible; }
@@ -121,6 +133,7 @@ struct OwnWindow final : WidgetWindow
     void Hide() override;
     bool Vanish(); // hides it without a word; true when it was visible
     void SetBackground(ThemeBrush brush);
+    void ArrangeControls();
 
 private:
     bool m_visible = false; // by this API's calls, whatever the window system shows
@@ -128,7 +141,7 @@ private:
 
 /// A new window, hidden; the caller has checked Application_IsReady().
 std::shared_ptr<OwnWindow>
-Windows_Create(const QString& title, const QRect& content, bool resizable);
+Windows_Create(const QString& title, const QRect& content, WindowFrame frame);
 /// Makes a window known; it ends with DisposeWindow.
 WindowRef Windows_Add(const WindowPtr& window);
 /// The window behind a reference; null for what is none.

@@ -14,6 +14,7 @@ namespace {
 constexpr int kMaxSide = 4096;
 constexpr qint64 kMaxPixels = 16 << 20;
 constexpr uint64_t kMaxRowBytes = 64u << 20;
+constexpr qint64 kManyPixels = 4 << 20; // from here on three bytes a pixel, which are slower
 
 /// A pixel map record from its row bytes on.
 struct PixelMap
@@ -103,6 +104,7 @@ QImage NewImage(QSize size, QImage::Format format, PictureBudget& budget)
     const int bits = QImage::toPixelFormat(format).bitsPerPixel();
     const uint64_t rowBytes = (uint64_t(size.width()) * uint64_t(bits) + 31) / 32 * 4;
     budget.SpendMemory(rowBytes * uint64_t(size.height()));
+    budget.Spend({ 8.0 * size.width() * size.height() });
     QImage image(size, format);
     RequirePicture(!image.isNull());
     return image;
@@ -125,14 +127,29 @@ void StoreRgb555(const uint8_t* row, int width, uint8_t* out)
         pixels[x] = static_cast<uint16_t>((row[2 * x] << 8 | row[2 * x + 1]) & 0x7FFF);
 }
 
-/// Colour bytes `step` apart within each pixel, `plane` apart from channel to channel.
-void StoreRgb32(const uint8_t* red, int width, int step, int plane, uint8_t* out)
+QImage::Format DirectFormat(QSize size, int bits)
 {
-    auto* pixels = reinterpret_cast<QRgb*>(out);
-    for (int x = 0; x < width; ++x) {
-        const uint8_t* p = red + x * step;
-        pixels[x] = qRgb(p[0], p[plane], p[2 * plane]);
+    return bits == 16                                        ? QImage::Format_RGB555
+        : qint64(size.width()) * size.height() > kManyPixels ? QImage::Format_RGB888
+                                                             : QImage::Format_RGB32;
+}
+
+/// Colour bytes `step` apart within each pixel, `plane` apart from channel to channel.
+void StoreRgb(const uint8_t* red, int step, int plane, QImage& image, int y)
+{
+    uint8_t* out = image.scanLine(y);
+    const int width = image.width();
+    if (image.format() == QImage::Format_RGB888) {
+        for (int x = 0; x < width; ++x, red += step, out += 3) {
+            out[0] = red[0];
+            out[1] = red[plane];
+            out[2] = red[2 * plane];
+        }
+        return;
     }
+    auto* pixels = reinterpret_cast<QRgb*>(out);
+    for (int x = 0; x < width; ++x, red += step)
+        pixels[x] = qRgb(red[0], red[plane], red[2 * plane]);
 }
 
 QImage ReadRows(PictureData& data, const PixelMap& map, bool mayBePacked, PictureBudget& budget)
@@ -149,11 +166,8 @@ QImage ReadRows(PictureData& data, const PixelMap& map, bool mayBePacked, Pictur
     if (map.pixelSize == 32 && (planar ? !alpha : map.packType == 2 && mayBePacked))
         rowSize = rowSize / 4 * 3;
 
-    QImage image = NewImage(size,
-                            !direct                   ? QImage::Format_Indexed8
-                                : map.pixelSize == 16 ? QImage::Format_RGB555
-                                                      : QImage::Format_RGB32,
-                            budget);
+    QImage image = NewImage(
+        size, direct ? DirectFormat(size, map.pixelSize) : QImage::Format_Indexed8, budget);
     if (!direct)
         image.setColorTable(map.colors);
     std::vector<uint8_t> unpacked(packed ? rowSize + kRunStep : 0);
@@ -166,18 +180,17 @@ QImage ReadRows(PictureData& data, const PixelMap& map, bool mayBePacked, Pictur
         } else {
             row = data.Bytes(rowSize);
         }
-        uint8_t* out = image.scanLine(y);
         if (!direct) {
-            ExpandIndexes(row, width, map.pixelSize, out);
+            ExpandIndexes(row, width, map.pixelSize, image.scanLine(y));
         } else if (map.pixelSize == 16) {
-            StoreRgb555(row, width, out);
+            StoreRgb555(row, width, image.scanLine(y));
         } else if (planar) {
             const int plane = map.rowBytes / 4;
-            StoreRgb32(alpha ? row + plane : row, width, 1, plane, out);
+            StoreRgb(alpha ? row + plane : row, 1, plane, image, y);
         } else if (map.packType == 2 && mayBePacked) {
-            StoreRgb32(row, width, 3, 1, out);
+            StoreRgb(row, 3, 1, image, y);
         } else {
-            StoreRgb32(row + 1, width, 4, 1, out);
+            StoreRgb(row + 1, 4, 1, image, y);
         }
     }
     return image;
@@ -248,7 +261,7 @@ QRegion ReadRegion(PictureData& data, PictureBudget& budget)
         std::set_symmetric_difference(edges.begin(), edges.end(), row.begin(), row.end(),
                                       std::back_inserter(toggled));
         edges.swap(toggled);
-        budget.SpendPainting(0, edges.size() / 2);
+        budget.Spend({ 100.0 * double(edges.size()) });
         budget.SpendMemory(edges.size() * sizeof(QRect));
     }
     QRegion region;
@@ -305,11 +318,8 @@ QImage ReadRawPixels(PictureData& data, QSize size, int depth, PictureBudget& bu
     const size_t rowSize = data.Left() / static_cast<size_t>(height); // rows may be padded
     RequirePicture(rowSize >= least);
 
-    QImage image = NewImage(size,
-                            bits <= 8        ? QImage::Format_Indexed8
-                                : bits == 16 ? QImage::Format_RGB555
-                                             : QImage::Format_RGB32,
-                            budget);
+    QImage image
+        = NewImage(size, bits <= 8 ? QImage::Format_Indexed8 : DirectFormat(size, bits), budget);
     if (bits <= 8) { // white to black, as the platform's grey tables run
         QList<QRgb> colors;
         const int last = (1 << bits) - 1;
@@ -322,13 +332,43 @@ QImage ReadRawPixels(PictureData& data, QSize size, int depth, PictureBudget& bu
     }
     for (int y = 0; y < height; ++y) {
         const uint8_t* row = data.Bytes(rowSize);
-        uint8_t* out = image.scanLine(y);
         if (bits <= 8)
-            ExpandIndexes(row, width, bits, out);
+            ExpandIndexes(row, width, bits, image.scanLine(y));
         else if (bits == 16)
-            StoreRgb555(row, width, out);
+            StoreRgb555(row, width, image.scanLine(y));
         else
-            StoreRgb32(bits == 32 ? row + 1 : row, width, bits / 8, 1, out);
+            StoreRgb(bits == 32 ? row + 1 : row, bits / 8, 1, image, y);
     }
     return image;
+}
+
+QImage ReadColorIcon(PictureData data)
+{
+    PictureBudget budget;
+    const auto skipBits = [](PictureData& from, const PixelMap& plane) {
+        return from.Bytes(static_cast<size_t>(plane.rowBytes * plane.bounds.height()));
+    };
+    data.Skip(4); // addresses stand in front of each record
+    PixelMap pixels = ReadPixelMap(data, false);
+    data.Skip(4);
+    const PixelMap mask = ReadPixelMap(data, true);
+    data.Skip(4);
+    PixelMap black = {}; // the form for one-bit screens, which may be empty
+    black.rowBytes = data.U16() & 0x3FFF;
+    black.bounds = ReadRect(data);
+    data.Skip(4);
+    RequirePicture(mask.bitmap && IsKnownDepth(pixels.pixelSize) && pixels.pixelSize <= 8);
+    RequirePicture(mask.bounds.size() == pixels.bounds.size() && black.bounds.height() >= 0);
+    const uint8_t* maskRows = skipBits(data, mask);
+    skipBits(data, black);
+    ReadColorTable(data, pixels);
+    QImage icon = ReadRows(data, pixels, false, budget).convertToFormat(QImage::Format_ARGB32);
+    for (int y = 0; y < icon.height(); ++y) {
+        auto* row = reinterpret_cast<QRgb*>(icon.scanLine(y));
+        const uint8_t* bits = maskRows + y * mask.rowBytes;
+        for (int x = 0; x < icon.width(); ++x)
+            if ((bits[x / 8] & 0x80 >> x % 8) == 0)
+                row[x] = 0;
+    }
+    return icon;
 }

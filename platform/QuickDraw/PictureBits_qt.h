@@ -13,7 +13,7 @@ struct PictureBits
 {
     bool bitmap; // one bit a pixel without colours of its own: black (index 1) is the foreground
     QRect bounds; // what the image covers, in its own coordinates
-    QImage image; // Mono, Indexed8, RGB555 or RGB32
+    QImage image; // Indexed8, RGB555, RGB32 or RGB888
     QRect source; // the part to paint
     QRect destination; // where, in drawing coordinates
     int mode;
@@ -31,5 +31,7 @@ QRegion ReadRegion(PictureData& data, PictureBudget& budget);
 PictureBits ReadBits(PictureData& data, int opcode, PictureBudget& budget);
 /// The pixel map of a pixel pattern: no stand-in address and no rectangles.
 QImage ReadPatternPixels(PictureData& data, PictureBudget& budget);
+/// A 'cicn': a pixel map with a mask.
+QImage ReadColorIcon(PictureData data);
 /// Uncompressed rows, big-endian: depth 1, 2, 4, 8 (33 to 40: grey), 16, 24 or 32.
 QImage ReadRawPixels(PictureData& data, QSize size, int depth, PictureBudget& budget);

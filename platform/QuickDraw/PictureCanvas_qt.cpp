@@ -6,7 +6,7 @@
 #include <QtGui/QFontDatabase>
 #include <QtGui/QFontMetricsF>
 
-#include <optional>
+#include <algorithm>
 
 namespace {
 
@@ -137,16 +137,17 @@ int SourceModeOfPattern(int mode)
     return mode >= kPatCopy && mode < kPatCopy + 8 ? mode - kPatCopy : mode;
 }
 
+bool IsSolid(const DrawingPattern& pattern)
+{
+    const uint8_t first = pattern.bits[0];
+    return pattern.pixels.isNull() && (first == 0 || first == 0xFF)
+        && std::count(pattern.bits.begin(), pattern.bits.end(), first) == 8;
+}
+
 QBrush PatternBrush(const DrawingPattern& pattern, const TwoColorMode& mode)
 {
-    bool allOnes = true;
-    bool allZeros = true;
-    for (const uint8_t row : pattern.bits) {
-        allOnes = allOnes && row == 0xFF;
-        allZeros = allZeros && row == 0;
-    }
-    if (allOnes || allZeros)
-        return QBrush(allOnes ? mode.one : mode.zero);
+    if (IsSolid(pattern))
+        return QBrush(pattern.bits[0] != 0 ? mode.one : mode.zero);
     QImage tile(8, 8, QImage::Format_ARGB32_Premultiplied);
     for (int y = 0; y < 8; ++y)
         for (int x = 0; x < 8; ++x)
@@ -228,13 +229,23 @@ DrawingPattern DrawingPattern::Solid(bool foreground)
     return pattern;
 }
 
+double FillCost(const DrawingPattern& pattern, int mode)
+{
+    const bool over = ResolveTwoColorMode(SourceModeOfPattern(mode), {}).composition
+        == QPainter::CompositionMode_SourceOver;
+    return (IsSolid(pattern) ? 1 : 5) + (over ? 0 : 8);
+}
+
 void FillPath(QPainter& painter,
-              const QPainterPath& path,
+              const QPainterPath& shape,
               const DrawingPattern& pattern,
               int mode,
               const DrawingColors& colors)
 {
     const int sourceMode = SourceModeOfPattern(mode);
+    QPainterPath path; // of its own: Qt keeps a second form of each path that it has filled
+    path.addPath(shape);
+    path.setFillRule(shape.fillRule());
     painter.save();
     if (!pattern.pixels.isNull()) {
         painter.setCompositionMode(PixelComposition(sourceMode));
@@ -252,6 +263,44 @@ void InvertPath(QPainter& painter, const QPainterPath& path)
     FillPath(painter, path, DrawingPattern::Solid(true), kSrcXor, DrawingColors());
 }
 
+namespace {
+
+constexpr qsizetype kFewPixels = 256 << 10; // of these a copy in 32 bits is worth its speed
+
+bool IsSmall(const QImage& image)
+{
+    return qsizetype(image.width()) * image.height() <= kFewPixels;
+}
+
+} // namespace
+
+double BitsCost(const QImage& image, bool scaled, int mode)
+{
+    const bool fast = image.depth() == 32 || IsSmall(image);
+    return (!scaled    ? 5
+                : fast ? 8
+                       : 40)
+        + (PixelComposition(mode) == QPainter::CompositionMode_SourceOver ? 0 : 8);
+}
+
+QImage KeyedOut(QImage image, QRgb key)
+{
+    const auto isKey = [key](QRgb pixel) { return (pixel & RGB_MASK) == (key & RGB_MASK); };
+    if (image.format() == QImage::Format_Indexed8) {
+        QList<QRgb> colors = image.colorTable();
+        std::replace_if(colors.begin(), colors.end(), isKey, QRgb(0));
+        image.setColorTable(colors);
+        return image;
+    }
+    image.convertTo(QImage::Format_RGB32);
+    image.reinterpretAsFormat(QImage::Format_ARGB32_Premultiplied); // all of it opaque
+    for (int y = 0; y < image.height(); ++y) {
+        auto* row = reinterpret_cast<QRgb*>(image.scanLine(y));
+        std::replace_if(row, row + image.width(), isKey, QRgb(0));
+    }
+    return image;
+}
+
 void PaintBits(QPainter& painter,
                const QImage& image,
                bool bitmap,
@@ -262,27 +311,20 @@ void PaintBits(QPainter& painter,
 {
     painter.save();
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    QImage shown = image;
     if (bitmap) {
         const TwoColorMode resolved = ResolveTwoColorMode(mode, colors);
-        QImage colored = image;
-        colored.setColorTable({ resolved.zero.rgba(), resolved.one.rgba() });
+        shown.setColorTable({ resolved.zero.rgba(), resolved.one.rgba() });
         painter.setCompositionMode(resolved.composition);
-        painter.drawImage(destination, colored, source);
-    } else if (mode == kTransparent) {
-        QImage keyed = image.convertToFormat(QImage::Format_ARGB32);
-        for (int y = 0; y < keyed.height(); ++y) {
-            auto* row = reinterpret_cast<QRgb*>(keyed.scanLine(y));
-            for (int x = 0; x < keyed.width(); ++x)
-                if ((row[x] & RGB_MASK) == (colors.background & RGB_MASK))
-                    row[x] = 0;
-        }
-        painter.drawImage(destination, keyed, source);
     } else {
         if (mode == kBlend)
             painter.setOpacity(Weighted(0, colors.op).alphaF());
         painter.setCompositionMode(PixelComposition(mode));
-        painter.drawImage(destination, image, source);
     }
+    if (shown.depth() != 32 && IsSmall(shown))
+        shown.convertTo(shown.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied
+                                                : QImage::Format_RGB32);
+    painter.drawImage(destination, shown, source);
     painter.restore();
 }
 

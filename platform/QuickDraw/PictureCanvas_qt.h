@@ -66,6 +66,10 @@ struct TextStyle
     QSizeF ratio = { 1, 1 };
 };
 
+/// About how many nanoseconds one pixel of an area takes.
+double FillCost(const DrawingPattern& pattern, int mode);
+double BitsCost(const QImage& image, bool scaled, int mode);
+
 /// Fills a path through a pattern. The painter draws on opaque pixels (Format_RGB32).
 void FillPath(QPainter& painter,
               const QPainterPath& path,
@@ -75,6 +79,9 @@ void FillPath(QPainter& painter,
 
 /// Turns the pixels inside a path to their opposite.
 void InvertPath(QPainter& painter, const QPainterPath& path);
+
+/// The image with the pixels of one colour transparent, for kTransparent.
+QImage KeyedOut(QImage image, QRgb key);
 
 /// Paints bits; `bitmap`: the image's black and white stand for foreground and background.
 void PaintBits(QPainter& painter,

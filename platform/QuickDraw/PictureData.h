@@ -65,28 +65,44 @@ private:
     const uint8_t* m_end;
 };
 
+/// About how many nanoseconds painting takes, by how it grows with the size painted at.
+struct PaintCost
+{
+    double fixed = 0;
+    double outline = 0; // of a pixel along a line, at one pixel a point
+    double area = 0; // of a pixel in an area
+
+    double At(double scale) const { return fixed + outline * scale + area * scale * scale; }
+};
+
 /// What one picture may cost; hostile data ends in BadPicture, not in a stalled host.
 class PictureBudget
 {
 public:
-    /// Bytes of decoded pixels and regions held until the picture goes.
-    void SpendMemory(uint64_t bytes) { Spend(m_memory, bytes); }
-    uint64_t MemorySpent() const { return kMostMemory - m_memory; }
-    /// One painted operation over about `pixels` pixels of the frame, with `points` corners.
-    void SpendPainting(double pixels, uint64_t points)
+    static constexpr double kMostTime = 500e6; // nanoseconds of decoding and one painting
+
+    /// Bytes held until the picture goes.
+    void SpendMemory(uint64_t bytes)
     {
-        Spend(m_pixels, static_cast<uint64_t>(pixels));
-        Spend(m_points, 4 + points);
+        RequirePicture(bytes <= kMostMemory - m_memory);
+        m_memory += bytes;
     }
+    void Spend(const PaintCost& cost)
+    {
+        m_cost.fixed += cost.fixed;
+        m_cost.outline += cost.outline;
+        m_cost.area += cost.area;
+        RequirePicture(m_cost.At(m_scale) <= kMostTime);
+    }
+    /// How many pixels at its own size a picture has for one of its points.
+    void SetScale(double scale) { m_scale = scale; }
+
+    uint64_t MemorySpent() const { return m_memory; }
+    const PaintCost& Cost() const { return m_cost; }
 
 private:
-    static void Spend(uint64_t& left, uint64_t amount)
-    {
-        RequirePicture(amount <= left);
-        left -= amount;
-    }
-    static constexpr uint64_t kMostMemory = 64u << 20;
-    uint64_t m_memory = kMostMemory;
-    uint64_t m_pixels = 256u << 20;
-    uint64_t m_points = 1u << 20;
+    static constexpr uint64_t kMostMemory = 52u << 20;
+    uint64_t m_memory = 0;
+    PaintCost m_cost;
+    double m_scale = 1;
 };

@@ -17,10 +17,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <deque>
 #include <functional>
 #include <map>
 #include <optional>
-#include <vector>
 
 namespace {
 
@@ -28,7 +29,12 @@ constexpr int kMaxFrameSide = 4096;
 constexpr qint64 kMaxFrameArea = 16 << 20;
 constexpr uint64_t kMostKept = 4 << 20; // bytes of a picture that are held for its next use
 
-using Step = std::function<void(QPainter&)>;
+/// One act of drawing.
+struct Step
+{
+    QRectF bounds; // what it can touch
+    std::function<void(QPainter&)> draw;
+};
 
 enum Verb { kFrame, kPaint, kErase, kInvert, kFill };
 
@@ -105,6 +111,19 @@ QPainterPath WedgePath(const QRectF& rect, int start, int sweep)
     return path;
 }
 
+/// The rim that a wedge has of its circle.
+QPainterPath ArcPath(const QRectF& rect, const QRectF& inner, int start, int sweep)
+{
+    if (inner.width() <= 0 || inner.height() <= 0 || rect.isEmpty())
+        return WedgePath(rect, start, sweep);
+    QPainterPath path;
+    path.arcMoveTo(rect, 90 - start);
+    path.arcTo(rect, 90 - start, -sweep);
+    path.arcTo(inner, 90 - start - sweep, sweep);
+    path.closeSubpath();
+    return path;
+}
+
 /// What the pen, which hangs down and right of its point, covers on its way.
 QPainterPath LinePath(QPointF from, QPointF to, QSizeF pen)
 {
@@ -141,6 +160,29 @@ QPainterPath RegionPath(const QRegion& region)
     return path;
 }
 
+/// What an outline takes. The raster engine walks a long straight edge anew for each band of rows.
+PaintCost OutlineCost(const QPainterPath& path)
+{
+    PaintCost cost = { 2e3 + 1.5e3 * path.elementCount() };
+    for (int i = 1; i < path.elementCount(); ++i) {
+        const QPointF way = QPointF(path.elementAt(i)) - QPointF(path.elementAt(i - 1));
+        cost.outline += 250 * (qAbs(way.x()) + qAbs(way.y()));
+        if (path.elementAt(i).isLineTo())
+            cost.area += (way.x() == 0 ? 0.15 : 1.2) * way.y() * way.y();
+    }
+    return cost;
+}
+
+/// How many stretches of pixel rows a region has; none where it is a plain rectangle.
+double StretchesOf(const QRegion& region)
+{
+    double stretches = 0;
+    if (region.rectCount() > 1)
+        for (const QRect& rect : region)
+            stretches += rect.height();
+    return stretches;
+}
+
 /// Walks one picture's data. Members are the drawing state that the opcodes set.
 class Interpreter
 {
@@ -150,7 +192,7 @@ public:
     {
     }
 
-    uint64_t MemorySpent() const { return m_budget.MemorySpent(); }
+    const PictureBudget& Budget() const { return m_budget; }
 
     void Run()
     {
@@ -161,6 +203,8 @@ public:
         m_clip = m_space;
 
         const bool version1 = ReadVersion();
+        m_budget.SetScale(std::sqrt(double(m_frame.width()) * m_frame.height()
+                                    / (double(m_space.width()) * m_space.height())));
         for (;;) {
             if (!version1 && m_data.Offset() % 2 != 0)
                 m_data.Skip(1);
@@ -173,7 +217,7 @@ public:
 
     QRect m_frame;
     QRect m_space; // what drawing coordinates the frame shows
-    std::vector<Step> m_steps;
+    std::deque<Step> m_steps;
 
 private:
     static void CheckFrame(const QRect& frame)
@@ -215,16 +259,27 @@ private:
     }
 
     /// Adds a step under the clip of this moment. `draw` sees drawing coordinates.
-    template <typename Draw> void AddStep(double pixels, uint64_t points, Draw draw)
+    template <typename Draw>
+    void AddStep(const QRectF& bounds, PaintCost cost, uint64_t bytes, Draw draw)
     {
-        m_budget.SpendPainting(pixels, points);
         if (m_clipChanged) {
             const QRegion clip = m_clip.translated(-m_origin).intersected(m_space);
-            m_steps.emplace_back([clip](QPainter& painter) { painter.setClipRegion(clip); });
-            m_budget.SpendPainting(0, static_cast<uint64_t>(clip.rectCount()));
             m_clipChanged = false;
+            m_clipStretches = StretchesOf(clip);
+            KeepStep(m_space, { 1e3 + 100.0 * clip.rectCount(), 8 * m_clipStretches },
+                     sizeof(QRect) * static_cast<uint64_t>(clip.rectCount()),
+                     [clip](QPainter& painter) { painter.setClipRegion(clip); });
         }
-        m_steps.emplace_back(std::move(draw));
+        cost.outline += 5 * m_clipStretches;
+        KeepStep(bounds, cost, bytes, std::move(draw));
+    }
+
+    template <typename Draw>
+    void KeepStep(const QRectF& bounds, const PaintCost& cost, uint64_t bytes, Draw draw)
+    {
+        m_budget.Spend(cost);
+        m_budget.SpendMemory(sizeof(Step) + sizeof(Draw) + 32 + bytes);
+        m_steps.push_back({ bounds, std::move(draw) });
     }
 
     /// `area`: about how many pixels the shape has, where that is less than its bounds.
@@ -234,8 +289,11 @@ private:
         if (shape.isEmpty())
             return;
         const QPainterPath path = shape.translated(-m_origin);
-        AddStep(std::min(area, SeenArea(path.boundingRect())),
-                static_cast<uint64_t>(path.elementCount()),
+        const QRectF bounds = path.boundingRect();
+        const auto points = static_cast<uint64_t>(path.elementCount());
+        PaintCost cost = OutlineCost(path);
+        cost.area += std::min(area, SeenArea(bounds)) * FillCost(pattern, mode);
+        AddStep(bounds, cost, 64 + sizeof(QPainterPath::Element) * points,
                 [path, pattern, mode, colors = m_colors](QPainter& painter) {
                     FillPath(painter, path, pattern, mode, colors);
                 });
@@ -303,7 +361,7 @@ private:
         const int start = m_data.S16();
         const int sweep = std::clamp<int>(m_data.S16(), -360, 360);
         const QPainterPath shape = WedgePath(m_arc, start, sweep);
-        Draw(verb, shape, [&] { return shape.subtracted(OvalPath(InsetByPen(m_arc))); });
+        Draw(verb, shape, [&] { return ArcPath(m_arc, InsetByPen(m_arc), start, sweep); });
     }
 
     void DrawPolygon(int verb)
@@ -321,7 +379,7 @@ private:
 
     void DrawRegion(int verb)
     {
-        m_budget.SpendPainting(0, static_cast<uint64_t>(m_region.rectCount()));
+        m_budget.Spend({ 1e3 * m_region.rectCount() });
         Draw(verb, RegionPath(m_region), [&] {
             const int w = static_cast<int>(m_pen.width());
             const int h = static_cast<int>(m_pen.height());
@@ -352,9 +410,15 @@ private:
         const QString text = DecodeText(m_data.Bytes(count), count);
         const QPointF at = m_textAt - m_origin;
         const double size = m_text.size == 0 ? 12 : m_text.size;
-        const QRectF bounds(at.x(), at.y() - size, size * double(count), 1.5 * size);
-        AddStep(SeenArea(bounds), 64 * count,
-                [text, at, style = m_text, colors = m_colors](QPainter& painter) {
+        const QSizeF em(m_text.ratio.width() * size, m_text.ratio.height() * size);
+        const QRectF bounds(m_space.left(), at.y() - 2 * em.height(), m_space.width(),
+                            3 * em.height()); // roomy, as fonts differ
+        const bool rimmed = (m_text.face & (8 | 16)) != 0;
+        AddStep(bounds,
+                { 2e4 * double(count + 1),
+                  (rimmed ? 10 : 1) * 250.0 * 4 * (em.width() + em.height()) * double(count),
+                  SeenArea(bounds) },
+                4 * count, [text, at, style = m_text, colors = m_colors](QPainter& painter) {
                     PaintText(painter, text, at, style, colors);
                 });
     }
@@ -370,7 +434,7 @@ private:
         AddImage(bits.image, bits.bitmap, source, bits.destination, bits.mode, bits);
     }
 
-    void AddImage(const QImage& image,
+    void AddImage(QImage image,
                   bool bitmap,
                   const QRectF& source,
                   const QRectF& destination,
@@ -380,7 +444,15 @@ private:
         const QRectF to = destination.translated(-m_origin);
         const bool masked = masking && masking->masked;
         const QRegion mask = masked ? masking->mask.translated(-m_origin) : QRegion();
-        AddStep(SeenArea(to), 4, [=, colors = m_colors](QPainter& painter) {
+        if (mode == kTransparent && !bitmap) {
+            if (image.depth() != 8 && image.depth() != 32)
+                m_budget.SpendMemory(4 * static_cast<uint64_t>(image.width() * image.height()));
+            image = KeyedOut(std::move(image), m_colors.background);
+        }
+        const bool scaled = m_space.size() != m_frame.size() || source.size() != to.size();
+        const PaintCost cost = { 1e4 + 100.0 * mask.rectCount(), 8 * StretchesOf(mask),
+                                 SeenArea(to) * BitsCost(image, scaled, mode) };
+        AddStep(to, cost, 0, [=, colors = m_colors](QPainter& painter) {
             if (!masked) {
                 PaintBits(painter, image, bitmap, source, to, mode, colors);
                 return;
@@ -472,7 +544,14 @@ private:
         const QSize size = reader.size();
         RequirePicture(size.width() >= 1 && size.width() <= kMaxFrameSide);
         RequirePicture(size.height() >= 1 && size.height() <= kMaxFrameSide);
-        m_budget.SpendMemory(uint64_t(size.width()) * uint64_t(size.height()) * 4);
+        // A JPEG of several scans is held in coefficients, and each scan passes over all of it.
+        const bool progressive = payload.contains("\xFF\xC2");
+        const auto scans = payload.count("\xFF\xDA");
+        const int depth = QImage::toPixelFormat(reader.imageFormat()).bitsPerPixel();
+        const double pixels = double(size.width()) * size.height();
+        m_budget.SpendMemory(
+            static_cast<uint64_t>(pixels * (std::max(4, depth / 8) + (progressive ? 6 : 0))));
+        m_budget.Spend({ pixels * (15 + 5 * double(scans)) });
         const QImage image = reader.read();
         RequirePicture(!image.isNull());
         return image;
@@ -806,6 +885,7 @@ private:
     PictureBudget m_budget;
     QRegion m_clip; // in drawing coordinates, before the origin is taken off
     bool m_clipChanged = true;
+    double m_clipStretches = 0;
     QPoint m_origin;
     DrawingColors m_colors;
     QSizeF m_pen = { 1, 1 };
@@ -834,6 +914,7 @@ public:
     explicit InterpretedPicture(Interpreter& interpreter)
         : m_size(interpreter.m_frame.size())
         , m_space(interpreter.m_space)
+        , m_cost(interpreter.Budget().Cost())
         , m_steps(std::move(interpreter.m_steps))
     {
     }
@@ -848,34 +929,81 @@ public:
         QSize size(std::max(1, qRound(onDevice.width())), std::max(1, qRound(onDevice.height())));
         if (qint64(size.width()) * size.height() > kMaxFrameArea)
             size.scale(kMaxFrameSide, kMaxFrameSide, Qt::KeepAspectRatio);
-        if (m_canvas.size() != size)
-            m_canvas = Replay(size);
-        painter.drawImage(target, m_canvas);
-        if (static_cast<uint64_t>(m_canvas.sizeInBytes()) > kMostKept)
-            m_canvas = QImage();
+        while (size.width() > 1 && size.height() > 1
+               && m_cost.At(ScaleOf(size)) > PictureBudget::kMostTime)
+            size /= 2; // hostile: coarse, but soon
+        if (m_canvas.size() == size) {
+            painter.drawImage(target, m_canvas);
+            return;
+        }
+        m_canvas = QImage();
+        const int most = std::max(1, static_cast<int>(kMostKept / 4) / size.width());
+        const double step = target.height() / size.height();
+        for (int top = 0; top < size.height(); top += most) {
+            const int rows = std::min(most, size.height() - top);
+            const QImage band = Replay(size, top, rows);
+            painter.drawImage(
+                QRectF(target.left(), target.top() + top * step, target.width(), rows * step),
+                band);
+            if (rows == size.height())
+                m_canvas = band;
+        }
     }
 
 private:
-    QImage Replay(QSize size) const
+    double ScaleOf(QSize size) const
     {
-        QImage canvas(size, QImage::Format_RGB32);
+        return std::sqrt(double(size.width()) * size.height()
+                         / (double(m_space.width()) * m_space.height()));
+    }
+
+    /// Some rows of the picture at a size.
+    QImage Replay(QSize size, int top, int rows) const
+    {
+        QImage canvas(size.width(), rows, QImage::Format_RGB32);
         if (canvas.isNull())
             return canvas;
         canvas.fill(Qt::white);
         QPainter replay(&canvas);
         replay.setRenderHint(QPainter::Antialiasing);
+        replay.translate(0, -top);
         replay.scale(double(size.width()) / m_space.width(),
                      double(size.height()) / m_space.height());
         replay.translate(-m_space.topLeft());
+        const QRectF seen = replay.transform().inverted().mapRect(QRectF(canvas.rect()));
         for (const Step& step : m_steps)
-            step(replay);
+            if (step.bounds.intersects(seen))
+                step.draw(replay);
         return canvas;
     }
 
     QSizeF m_size;
     QRect m_space;
-    std::vector<Step> m_steps;
+    PaintCost m_cost;
+    std::deque<Step> m_steps;
     mutable QImage m_canvas; // as painted last
+};
+
+class ImagePicture final : public DecodedPicture
+{
+public:
+    explicit ImagePicture(const QImage& image)
+        : m_image(image)
+    {
+    }
+
+    QSizeF FrameSize() const override { return m_image.size(); }
+
+    void Paint(QPainter& painter, const QRectF& target) const override
+    {
+        painter.save();
+        painter.setRenderHint(QPainter::SmoothPixmapTransform);
+        painter.drawImage(target, m_image);
+        painter.restore();
+    }
+
+private:
+    QImage m_image;
 };
 
 /// The pictures decoded last, with their data: a box is mostly opened again with the ones that it had.
@@ -904,7 +1032,7 @@ std::shared_ptr<const DecodedPicture> DecodedPicture::Decode(const void* data, s
         Interpreter interpreter(static_cast<const uint8_t*>(data), size);
         interpreter.Run();
         auto picture = std::make_shared<InterpretedPicture>(interpreter);
-        if (interpreter.MemorySpent() + size <= kMostKept) {
+        if (interpreter.Budget().MemorySpent() + size <= kMostKept) {
             std::swap(kept[0], kept[1]);
             kept[0] = { bytes.toByteArray(), picture };
         }
@@ -914,4 +1042,9 @@ std::shared_ptr<const DecodedPicture> DecodedPicture::Decode(const void* data, s
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
+}
+
+std::shared_ptr<const DecodedPicture> DecodedPicture::OfImage(const QImage& image)
+{
+    return image.isNull() ? nullptr : std::make_shared<ImagePicture>(image);
 }

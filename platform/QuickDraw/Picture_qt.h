@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <memory>
 
+class QImage;
 class QPainter;
 class QRectF;
 
@@ -16,6 +17,9 @@ class DecodedPicture
 public:
     /// Decodes `size` bytes. Null for what cannot be shown whole: a half picture counts as missing.
     static std::shared_ptr<const DecodedPicture> Decode(const void* data, std::size_t size);
+
+    /// An image of its own, a pixel a point; null for a null one.
+    static std::shared_ptr<const DecodedPicture> OfImage(const QImage& image);
 
     virtual ~DecodedPicture() = default;
     /// The frame's width and height in points (72 dpi), each at least 1.

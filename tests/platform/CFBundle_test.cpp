@@ -123,15 +123,18 @@ TEST_F(Bundle, SearchesPlainThenTheUsersLanguagesThenItsRegionThenEnglish)
 {
     PutInfo("<key>CFBundleDevelopmentRegion</key><string>French</string>");
     // each resource is found where only that folder and the ones after it hold it
-    const std::pair<const char*, const char*> rows[] = { { "en.lproj/", "C" },
-                                                         { "English.lproj/", "C" },
-                                                         { "fr.lproj/", "C" },
-                                                         { "French.lproj/", "C" },
-                                                         { "German.lproj/", "de_AT.UTF-8" },
-                                                         { "de.lproj/", "de_AT@euro" },
-                                                         { "de-AT.lproj/", "de_AT" },
-                                                         { "de_AT.lproj/", "de_AT.UTF-8" },
-                                                         { "", "de_AT" } };
+    const std::pair<const char*, const char*> rows[]
+        = { { "sv.lproj/", "it_IT" }, // better than none
+            { "da.lproj/", "C" },
+            { "en.lproj/", "C" },
+            { "English.lproj/", "C" },
+            { "fr.lproj/", "C" },
+            { "French.lproj/", "C" },
+            { "German.lproj/", "de_AT.UTF-8" },
+            { "de.lproj/", "de_AT@euro" },
+            { "de-AT.lproj/", "de_AT" },
+            { "de_AT.lproj/", "de_AT.UTF-8" },
+            { "", "de_AT" } };
     std::string last;
     for (const auto& [folder, locale] : rows) {
         if (std::string(folder) == "English.lproj/")

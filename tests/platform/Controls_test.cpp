@@ -9,6 +9,7 @@
 #include <QtGui/QClipboard>
 #include <QtTest/QTest>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QLineEdit>
 
 #include <cstring>
 #include <gtest/gtest.h>
@@ -21,23 +22,20 @@ enum { kPicture = 1, kButton, kText, kColoredText, kPane, kCheckBox, kEditText, 
 struct Sample : TestWindow
 {
     Sample()
-        : TestWindow(NibOf(NibControl(kPicture, "IBCarbonPicture", "10 20 90 190 ")
-                               + NibControl(kButton, "IBCarbonButton", "60 100 80 180 ")
-                               + NibControl(kText,
-                                            "IBCarbonStaticText",
-                                            "20 30 36 180 ",
-                                            "<string name=\"title\">plain</string>")
-                               + NibControl(kColoredText,
-                                            "IBCarbonStaticText",
-                                            "40 30 56 180 ",
-                                            "<string name=\"foreColor\">65535 0 0 </string>"
-                                            "<boolean name=\"small\">TRUE</boolean>"
-                                            "<int name=\"justification\">1</int>")
-                               + NibControl(kPane, "IBCarbonUserPane", "5 5 95 195 ")
-                               + NibControl(kCheckBox, "IBCarbonCheckBox", "1 1 19 90 ")
-                               + NibControl(kEditText, "IBCarbonEditText", "1 100 19 190 ")
-                               + NibControl(kSeparator, "IBCarbonSeparator", "95 0 96 200 "),
-                           "<string name=\"title\">Sample</string>"))
+        : TestWindow(NibOf(
+            NibControl(kPicture, "IBCarbonPicture", "10 20 90 190 ")
+                + NibControl(kButton, "IBCarbonButton", "60 100 80 180 ")
+                + NibControl(kText, "IBCarbonStaticText", "20 30 36 180 ", Text("title", "plain"))
+                + NibControl(kColoredText,
+                             "IBCarbonStaticText",
+                             "40 30 56 180 ",
+                             Text("foreColor", "65535 0 0 ") + Truth("small", true)
+                                 + Number("justification", 1))
+                + NibControl(kPane, "IBCarbonUserPane", "5 5 95 195 ")
+                + NibControl(kCheckBox, "IBCarbonCheckBox", "1 1 19 90 ")
+                + NibControl(kEditText, "IBCarbonEditText", "1 100 19 190 ")
+                + NibControl(kSeparator, "IBCarbonSeparator", "95 0 96 200 "),
+            Text("title", "Sample")))
     {
     }
 
@@ -140,6 +138,8 @@ TEST(Controls, EachKindKnowsItsTags)
 TEST(Controls, WhatIsNoControlIsRefused)
 {
     const Sample window;
+    EXPECT_EQ(errMessageNotSupported, HIViewSimulateClick(window.Control(kText), 0, 0, nullptr));
+    EXPECT_EQ(noErr, HIViewSimulateClick(window.Control(kButton), 0, 0, nullptr)); // no command
     char other[64] = {};
     const std::pair<ControlRef, OSErr> rows[]
         = { { nullptr, paramErr },
@@ -180,7 +180,14 @@ TEST(Controls, TextGoesInAndOutByteForByte)
     for (const std::string& text : rows) {
         EXPECT_EQ(noErr, window.SetText(kText, text));
         EXPECT_EQ(text, window.GetText(kText));
+        EXPECT_EQ(noErr, window.SetText(kEditText, text));
+        EXPECT_EQ(text, window.GetText(kEditText));
     }
+    window.SetText(kEditText, "ab");
+    QTest::keyClick(Sample::Top()->findChild<QLineEdit*>(), Qt::Key_C); // the user types
+    EXPECT_EQ("abc", window.GetText(kEditText));
+    window.SetText(kText, "a\xFF z");
+    EXPECT_TRUE(Sample::Named("a\xEF\xBF\xBD z")); // bytes that are no text are shown as such
     window.SetText(kText, "abcdef");
     char cut[] = "......";
     Size actual = 0;
@@ -234,14 +241,6 @@ TEST(Controls, CopyingGivesExactlyTheText)
     QTest::mouseRelease(view, Qt::LeftButton, {}, QPoint(149, 5));
     QTest::keyClick(view, Qt::Key_C, Qt::ControlModifier);
     EXPECT_EQ(QStringLiteral("one two three"), clipboard->text());
-}
-
-TEST(Controls, BytesThatAreNoTextAreShownAsSuch)
-{
-    const Sample window;
-    window.SetText(kText, "a\xFF z");
-    EXPECT_TRUE(Sample::Named("a\xEF\xBF\xBD z"));
-    EXPECT_EQ("a\xFF z", window.GetText(kText));
 }
 
 TEST(Controls, ScreenReadersGetRolesAndNames)
@@ -327,11 +326,12 @@ TEST(Controls, EmbeddingKeepsThePlaceAndFollowsTheContainer)
 
 TEST(Controls, TheDefaultMarkMovesAlong)
 {
-    const TestWindow window(
-        NibOf(NibControl(1, "IBCarbonButton", "10 10 30 90 ",
-                         "<ostype name=\"command\">ok  </ostype><int name=\"buttonType\">1</int>")
-              + NibControl(2, "IBCarbonButton", "40 10 60 90 ",
-                           "<ostype name=\"command\">not!</ostype>")));
+    const auto command = [](const char* code) {
+        return std::string("<ostype name=\"command\">") + code + "</ostype>";
+    };
+    const TestWindow window(NibOf(
+        NibControl(1, "IBCarbonButton", "10 10 30 90 ", command("ok  ") + Number("buttonType", 1))
+        + NibControl(2, "IBCarbonButton", "40 10 60 90 ", command("not!"))));
     const auto isDefault = [&](SInt32 id) {
         Boolean on = false;
         GetControlData(window.Control(id), kControlButtonPart, 'dflt', sizeof on, &on, nullptr);
@@ -342,37 +342,17 @@ TEST(Controls, TheDefaultMarkMovesAlong)
     EXPECT_EQ(noErr, SetControlData(window.Control(2), kControlButtonPart, 'dflt', sizeof on, &on));
     EXPECT_FALSE(isDefault(1));
     EXPECT_TRUE(isDefault(2));
-    UInt32 command = 0;
-    EXPECT_EQ(noErr, GetControlCommandID(window.Control(1), &command));
-    EXPECT_EQ(UInt32 { kHICommandOK }, command); // blanks count
-}
-
-TEST(Controls, ClicksOnWhatCannotBeClicked)
-{
-    const Sample window;
-    EXPECT_EQ(errMessageNotSupported, HIViewSimulateClick(window.Control(kText), 0, 0, nullptr));
-    EXPECT_EQ(noErr, HIViewSimulateClick(window.Control(kCheckBox), 0, 0, nullptr));
-    EXPECT_EQ(noErr,
-              HIViewSimulateClick(window.Control(kButton), 0, 0, nullptr)); // no command: nothing
-}
-
-TEST(Controls, APictureThatCannotBeShownLeavesThePresentOne)
-{
-    const Sample window;
-    const ControlRef control = window.Control(kPicture);
-    PicHandle none = nullptr;
-    EXPECT_EQ(paramErr, SetControlData(control, kControlPicturePart, 'pich', sizeof none, &none));
-    EXPECT_EQ(errDataSizeMismatch, SetControlData(control, kControlPicturePart, 'pich', 4, &none));
-    EXPECT_EQ(noErr, GetControlData(control, 0, 'pich', sizeof none, &none, nullptr));
-    EXPECT_EQ(nullptr, none);
+    UInt32 id = 0;
+    EXPECT_EQ(noErr, GetControlCommandID(window.Control(1), &id));
+    EXPECT_EQ(UInt32 { kHICommandOK }, id); // blanks count
 }
 
 // The box releases its picture while the control still shows it, and repaints come at any time.
 TEST(Controls, PicturesOutliveTheirHandles)
 {
-    NibBundle bundle(NibOf(NibControl(kPicture, "IBCarbonPicture", "0 0 100 200 ",
-                                      "<int name=\"contentResID\">-5</int>"),
-                           "<string name=\"title\">Sample</string>"));
+    NibBundle bundle(
+        NibOf(NibControl(kPicture, "IBCarbonPicture", "0 0 100 200 ", Number("contentResID", -5)),
+              Text("title", "Sample")));
     ResourceFile file;
     const auto add = [&file](SInt16 id, Qt::GlobalColor color) {
         QImage image(4, 4, QImage::Format_RGB32);
@@ -409,6 +389,8 @@ TEST(Controls, PicturesOutliveTheirHandles)
     EXPECT_EQ(picture, kept);
     EXPECT_EQ(paramErr,
               SetControlData(control, kControlPicturePart, 'pich', sizeof broken, &broken));
+    PicHandle none = nullptr;
+    EXPECT_EQ(paramErr, SetControlData(control, kControlPicturePart, 'pich', sizeof none, &none));
     ReleaseResource(reinterpret_cast<Handle>(picture));
     CFBundleCloseBundleResourceMap(bundle.Bundle(), map);
     EXPECT_EQ(QColor(Qt::blue), color());

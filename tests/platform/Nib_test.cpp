@@ -4,8 +4,13 @@
 
 #include <veltrano/HostWindow.h>
 
-#include <QtCore/QCoreApplication>
+#include <QtGui/QScreen>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QCheckBox>
+#include <QtWidgets/QGroupBox>
+#include <QtWidgets/QLineEdit>
 
+#include <cstring>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -67,10 +72,7 @@ TEST(Nib, TheExampleBecomesAHiddenWindow)
         ASSERT_TRUE(control) << row.id;
         Rect bounds {};
         GetControlBounds(control, &bounds);
-        EXPECT_EQ(row.bounds.top, bounds.top);
-        EXPECT_EQ(row.bounds.left, bounds.left);
-        EXPECT_EQ(row.bounds.bottom, bounds.bottom);
-        EXPECT_EQ(row.bounds.right, bounds.right);
+        EXPECT_EQ(0, std::memcmp(&row.bounds, &bounds, sizeof bounds)) << row.id;
         UInt32 command = 1;
         GetControlCommandID(control, &command);
         EXPECT_EQ(row.command, command);
@@ -111,43 +113,62 @@ TEST(Nib, DamagedFilesGiveAnErrorAndNoWindow)
 {
     const std::string good = NibOf("");
     const std::string rectangle = "50 60 150 260 ";
+    const auto button = [](const char* title) {
+        return NibOf(NibControl(1, "IBCarbonButton", "0 0 9 9 ", Text("title", title)));
+    };
+    std::string laughs = "<!DOCTYPE x [<!ENTITY a0 'haha'>";
+    for (const char c : std::string("123456789")) {
+        const std::string before = std::string("&a") + static_cast<char>(c - 1) + ";";
+        laughs += std::string("<!ENTITY a") + c + " '" + before + before + before + before + "'>";
+    }
+    laughs += "]>" + Replaced(button("&a9;"), R"(<?xml version="1.0" standalone="yes"?>)", "");
+    std::string wide = "\xFF\xFE";
+    for (const char c : good) {
+        wide += std::string { c, '\0' };
+    }
     struct Row
     {
         const char* name;
         std::string text;
         OSStatus result;
     };
+    // clang-format off
     const Row rows[] = {
         { "whole", good, noErr },
         { "empty", "", kIBCarbonRuntimeCantFindNibFile },
         { "no XML", "bplist00\x01\x02", kIBCarbonRuntimeCantFindNibFile },
         { "cut", good.substr(0, good.size() - 20), kIBCarbonRuntimeCantFindNibFile },
-        { "other root", Replaced(good, "IBCarbonFramework", "IBCocoaFramework"),
-          kIBCarbonRuntimeCantFindNibFile },
+        { "other root", Replaced(good, "IBCarbonFramework", "IBCocoaFramework"), kIBCarbonRuntimeCantFindNibFile },
         { "too deep", Nested(5000), kIBCarbonRuntimeCantFindNibFile },
         { "deep", Nested(20), noErr },
         { "no rectangle", Replaced(good, rectangle, "50 60 "), kIBCarbonRuntimeCantFindObject },
-        { "rectangle out of range", Replaced(good, rectangle, "50 60 99999 260 "),
-          kIBCarbonRuntimeCantFindObject },
-        { "rectangle inside out", Replaced(good, rectangle, "150 60 50 260 "),
-          kIBCarbonRuntimeCantFindObject },
-        { "root missing", Replaced(good, "name=\"rootControl\"", "name=\"other\""),
-          kIBCarbonRuntimeCantFindObject },
-        { "name leads nowhere", Replaced(good, "idRef=\"10\"", "idRef=\"77\""),
-          kIBCarbonRuntimeCantFindObject },
+        { "rectangle out of range", Replaced(good, rectangle, "50 60 99999 260 "), kIBCarbonRuntimeCantFindObject },
+        { "rectangle inside out", Replaced(good, rectangle, "150 60 50 260 "), kIBCarbonRuntimeCantFindObject },
+        { "root missing", Replaced(good, "name=\"rootControl\"", "name=\"other\""), kIBCarbonRuntimeCantFindObject },
+        { "name leads nowhere", Replaced(good, "idRef=\"10\"", "idRef=\"77\""), kIBCarbonRuntimeCantFindObject },
         { "reference in a circle", NibOf("<reference idRef=\"11\"/>"), noErr },
         { "dead reference", NibOf("<reference idRef=\"1234\"/>"), noErr },
         { "odd bounds", NibOf(NibControl(1, "IBCarbonButton", "-1 0 -1 0 ")), noErr },
         { "bad bounds", NibOf(NibControl(1, "IBCarbonButton", "one two")), noErr },
-        { "raw control bytes",
-          NibOf(
-              NibControl(1, "IBCarbonButton", "0 0 9 9 ", "<string name=\"title\">\x14</string>")),
-          noErr },
-        { "bytes that are no text",
-          NibOf(
-              NibControl(1, "IBCarbonButton", "0 0 9 9 ", "<string name=\"title\">\xFF</string>")),
-          noErr },
+        { "raw control bytes", button("\x14"), noErr },
+        { "bytes that are no text", button("\xFF"), noErr },
+        { "an encoding", Replaced(button("\xE9"), "version=\"1.0\"", "version=\"1.0\" encoding=\"ISO-8859-1\""), noErr
+          },
+        { "a false encoding", Replaced(good, "version=\"1.0\"", "version=\"1.0\" encoding=\"UTF-16\""), noErr },
+        { "byte-order mark", "\xEF\xBB\xBF" + good, noErr },
+        { "two bytes a character", wide, noErr },
+        { "entities", laughs, kIBCarbonRuntimeCantFindNibFile },
+        { "a document type", Replaced(good, "<object", "<!DOCTYPE object SYSTEM 'file:///etc/passwd'><object"), noErr
+          },
+        { "huge numbers", NibOf("<object class=\"IBCarbonButton\" id=\"99999999999999\">" + Number("controlID", 0) +
+          "</object>", Text("themeBrush", "9e99")), noErr },
+        { "the same id twice", NibOf(NibControl(11, "IBCarbonUserPane", "0 0 9 9 ")), noErr },
+        { "root by reference", Replaced(Replaced(good, "<object name=\"rootControl\"", "<object name=\"first\""),
+          rectangle + "</string>", rectangle + "</string><reference name=\"rootControl\" idRef=\"11\"/>"), noErr },
+        { "no names", Replaced(good, "nameTable", "other"), kIBCarbonRuntimeCantFindObject },
+        { "a menu", Replaced(good, "IBCarbonWindow", "IBCarbonMenu"), kIBCarbonRuntimeObjectNotOfRequestedType },
     };
+    // clang-format on
     for (const Row& row : rows) {
         WindowRef window = nullptr;
         EXPECT_EQ(row.result, NibBundle(row.text).Open("Test", &window)) << row.name;
@@ -166,57 +187,241 @@ TEST(Nib, EveryPrefixOfAFileIsRefusedOrRead)
     }
 }
 
-TEST(Nib, PropertiesOfControls)
+namespace {
+
+QWidget* WidgetOf(WindowRef window)
 {
-    const std::string inner = NibControl(2, "IBCarbonButton", "20 20 40 80 ");
+    CFStringRef title = nullptr;
+    CopyWindowTitleAsCFString(window, &title);
+    QWidget* found = nullptr;
+    for (QWidget* widget : QApplication::topLevelWidgets()) {
+        const bool is
+            = widget->windowTitle() == CFStringGetCStringPtr(title, kCFStringEncodingUTF8);
+        found = is && !widget->parent() ? widget : found;
+    }
+    CFRelease(title);
+    return found;
+}
+
+/// What a user sees of a window's first control, and its font record: kind, text, pixels, state; flags, font, just.
+std::string Described(const TestWindow& window)
+{
+    const auto* control
+        = WidgetOf(window)->findChild<QWidget*>(QString(), Qt::FindDirectChildrenOnly);
+    QStringList words { QString::fromLatin1(control->metaObject()->className()) };
+    if (const auto* button = qobject_cast<const QAbstractButton*>(control)) {
+        words << button->text();
+    } else if (const auto* box = qobject_cast<const QGroupBox*>(control)) {
+        words << box->title();
+    } else if (const auto* line = qobject_cast<const QLineEdit*>(control)) {
+        words << line->displayText();
+    } else {
+        words << control->accessibleName();
+    }
+    words << QString::number(control->font().pixelSize());
+    const auto* box = qobject_cast<const QCheckBox*>(control);
+    const bool isMixed = box && box->checkState() == Qt::PartiallyChecked;
+    words << (isMixed ? "mixed" : control->property("checked").toBool() ? "on" : "");
+    words << (control->isEnabled() ? "" : "disabled") << (control->isHidden() ? "hidden" : "");
+    words << control->toolTip().remove(QStringLiteral("<p>")).remove(QStringLiteral("</p>"));
+    ControlFontStyleRec style {};
+    if (GetControlData(window.Control(1), 0, 'font', sizeof style, &style, nullptr) == noErr
+        && style.flags != 0) {
+        words << QStringLiteral("%1/%2/%3").arg(style.flags).arg(style.font).arg(style.just);
+    }
+    words.removeAll(QString());
+    return words.join(u' ').toStdString();
+}
+
+} // namespace
+
+TEST(Nib, EveryClassOfControlWithItsProperties)
+{
+    const std::string title = Text("title", "A &amp; B");
+    // clang-format off
+    const struct
+    {
+        const char* className; // after IBCarbon
+        std::string properties;
+        const char* seen;
+        const char* bounds = "10 10 30 90 ";
+    } rows[] = {
+        { "Button", title, "QPushButton A && B 13" },
+        { "Button", Truth("enabled", false) + Truth("small", true), "QPushButton 11 disabled 1/-2/0" },
+        { "Button", Truth("hidden", true) + Number("contentType", 4) + Number("contentResID", 9),
+          "QPushButton 13 hidden" },
+        { "Button", Number("controlSize", 2) + Text("helpTagText", "what"), "QPushButton 13 what" },
+        { "StaticText", title, "QWidget A & B 13" },
+        { "StaticText", Text("title", "<![CDATA[a<b]]> &#10;"), "QWidget a<b \n 13" },
+        { "StaticText", Number("controlSize", 3) + Number("justification", -1), "QWidget 9 65/-5/-1" },
+        { "StaticText", Number("controlSize", 0) + Truth("small", true), "QWidget 13" },
+        { "StaticText", Number("fontStyle", 2) + Number("justification", 1), "QWidget 11 192/2/1" },
+        { "StaticText", Number("fontStyle", -3) + Text("foreColor", "1 2 3 "), "QWidget 11 9/-3/0" },
+        { "StaticText", Text("helpTagExtendedText", "more") + Truth("enabled", false), "QWidget 13 disabled more" },
+        { "EditText", Text("title", "word") + Truth("isSingleLine", true), "QLineEdit word 13", "10 10 90 90 " },
+        { "EditText", Text("title", "word"), "QLineEdit word 13" }, // no room for two lines
+        { "EditText", Text("title", "word"), "QPlainTextEdit 13", "10 10 90 90 " },
+        { "EditText", Text("title", "ab") + Truth("isPassword", true), "QLineEdit \u25CF\u25CF 13", "10 10 90 90 " },
+        { "EditText", Number("controlSize", 1) + Number("fontStyle", 4), "QLineEdit 13 128/4/0" },
+        { "CheckBox", title, "QCheckBox A && B 13" },
+        { "CheckBox", Number("initialState", 1) + Number("controlSize", 3), "QCheckBox 9 on 1/-5/0" },
+        { "CheckBox", Number("initialState", 2), "QCheckBox 13 mixed" },
+        { "RadioButton", title + Number("initialState", 1), "QRadioButton A && B 13 on" },
+        { "RadioButton", Number("initialState", 2), "QRadioButton 13" },
+        { "GroupBox", title + Truth("primary", false), "QGroupBox A && B 13" },
+        { "GroupBox", Number("titleType", 1) + Number("initialState", 1), "QGroupBox 13 on" },
+        { "GroupBox", Number("titleType", 2), "QGroupBox 13" },
+        { "Separator", "", "QFrame 13" },
+        { "Picture", Number("contentResID", 9) + Truth("dontTrack", false), "QWidget Test 13" },
+        { "Icon", Number("contentType", 1) + Number("contentResID", -9), "QWidget Test 13" },
+        { "ImageView", Text("image", "none.png") + "<float name=\"alpha\">0.5</float>", "QWidget Test 13" },
+        { "Tab", Number("direction", 3) + Number("controlSize", 1), "QTabWidget 11 1/-2/0" },
+        { "UserPane", Number("featureBits", 2), "QWidget 13" },
+        { "HIView", Text("classID", "x") + "<dictionary name=\"auxiliaryDictionary\"/>", "QWidget 13" },
+        { "SomethingNew", title, "QWidget A & B 13" },
+        { "Button", Text("viewFrame", "1.5 2 3 4 ") + Number("helpTagDisplaySide", 5), "QPushButton 9", "-1 0 -1 0 "
+          },
+    };
+    // clang-format on
+    for (const auto& row : rows) {
+        const TestWindow window(NibOf(
+            NibControl(1, std::string("IBCarbon") + row.className, row.bounds, row.properties),
+            Text("title", "Test")));
+        ASSERT_TRUE(window.ref) << row.className;
+        EXPECT_EQ(row.seen, Described(window)) << row.className << row.properties;
+    }
+}
+
+TEST(Nib, WhatHoldsOthersShowsAndHidesThem)
+{
+    const std::string button = NibControl(2, "IBCarbonButton", "20 20 40 80 ",
+                                          "<ostype name=\"command\">\xE2\x80\xA2ok </ostype>");
     const TestWindow window(NibOf(
-        NibControl(
-            1, "IBCarbonGroupBox", "10 10 90 190 ",
-            "<string name=\"title\">A &amp; B</string><boolean name=\"hidden\">TRUE</boolean>"
-            "<array name=\"subviews\">"
-                + inner + "</array>")
-        + NibControl(
-            3, "IBCarbonButton", "0 0 20 50 ",
-            "<ostype name=\"command\">what</ostype><boolean name=\"enabled\">FALSE</boolean>")
-        + NibControl(4, "IBCarbonStaticText", "0 60 20 99 ", "<int name=\"controlSize\">3</int>")
-        + NibControl(5, "IBCarbonStaticText", "0 60 20 99 ", "<int name=\"fontStyle\">2</int>")
+        NibControl(1, "IBCarbonGroupBox", "10 10 90 190 ", Truth("hidden", true) + Inside(button))
         + NibControl(6, "IBCarbonSomethingNew", "0 0 9 9 ",
-                     "<array name=\"subviews\">" + NibControl(7, "IBCarbonRadioButton", "1 1 8 8 ")
-                         + "</array>")
+                     Inside(NibControl(7, "IBCarbonRadioButton", "1 1 8 8 ")))
         + "<object class=\"IBCarbonTab\"><string name=\"bounds\">0 0 90 90 </string>"
           "<array name=\"tabItems\"><object class=\"IBCarbonTabItem\"/>"
-          "<object class=\"IBCarbonTabItem\"/></array><array name=\"subviews\">"
-        + NibControl(8, "IBCarbonUserPane", "20 0 90 90 ")
-        + NibControl(9, "IBCarbonUserPane", "20 0 90 90 ") + "</array></object>"));
-    EXPECT_FALSE(IsControlVisible(window.Control(1)));
+          "<object class=\"IBCarbonTabItem\"/></array>"
+        + Inside(NibControl(8, "IBCarbonUserPane", "20 0 90 90 ")
+                 + NibControl(9, "IBCarbonUserPane", "20 0 90 90 "))
+        + "</object>"));
     EXPECT_FALSE(IsControlVisible(window.Control(2))); // in the hidden box
     ShowControl(window.Control(1));
     EXPECT_TRUE(IsControlVisible(window.Control(2)));
     Rect bounds {};
-    GetControlBounds(window.Control(2), &bounds);
-    EXPECT_EQ(20, bounds.left); // of the window, at any depth
-
-    int commands = 0;
-    const Handler handler(GetWindowEventTarget(window),
-                          { { kEventClassCommand, kEventCommandProcess } }, [&](EventRef) {
-                              ++commands;
-                              return noErr;
-                          });
-    HIViewPartCode part = 1;
-    EXPECT_EQ(noErr, HIViewSimulateClick(window.Control(3), 0, 0, &part));
-    EXPECT_EQ(0, part);
-    EXPECT_EQ(0, commands); // disabled
-
-    ControlFontStyleRec style {};
-    GetControlData(window.Control(4), 0, 'font', sizeof style, &style, nullptr);
-    EXPECT_EQ(kControlUseFontMask, style.flags);
-    EXPECT_EQ(kControlFontMiniSystemFont, style.font);
-    GetControlData(window.Control(5), 0, 'font', sizeof style, &style, nullptr);
-    EXPECT_EQ(kControlUseThemeFontIDMask, style.flags);
-    EXPECT_EQ(2, style.font);
+    EXPECT_EQ(20,
+              GetControlBounds(window.Control(2), &bounds)->left); // of the window, at any depth
+    UInt32 command = 0;
+    GetControlCommandID(window.Control(2), &command);
+    EXPECT_EQ(0xA56F6B20u, command); // MacRoman
     EXPECT_TRUE(window.Control(7)); // inside what is not known
     EXPECT_TRUE(IsControlVisible(window.Control(8)));
     EXPECT_FALSE(IsControlVisible(window.Control(9))); // behind the other tab
+}
+
+// Bounds by the edges that they follow, in a window of 200 x 100 that becomes 300 x 150.
+TEST(Nib, ControlsFollowTheEdgesTheyAreBoundTo)
+{
+    const auto bound = [](int id, const char* bounds, int top, int left, int bottom, int right,
+                          const std::string& more = {}) {
+        return NibControl(id, "IBCarbonUserPane", bounds,
+                          "<object class=\"IBCarbonHILayoutInfo\" name=\"layoutInfo\">"
+                              + Number("bindingTopKind", top) + Number("bindingLeftKind", left)
+                              + Number("bindingBottomKind", bottom)
+                              + Number("bindingRightKind", right) + "</object>" + more);
+    };
+    const TestWindow window(
+        NibOf(bound(1, "10 10 30 50 ", 1, 1, 0, 0) + bound(2, "10 10 30 50 ", 2, 2, 2, 2)
+                  + bound(3, "10 10 30 50 ", 1, 1, 2, 2) + bound(4, "10 10 30 50 ", 0, 0, 2, 2)
+                  + bound(5, "10 10 30 50 ", 1, 1, 2, 2, Truth("layoutSuspended", true))
+                  + bound(6, "40 20 90 190 ", 2, 1, 2, 2,
+                          Inside(bound(7, "50 30 60 180 ", 1, 1, 1, 2)
+                                 + bound(8, "50 30 60 180 ", 0, 2, 0, 2)))
+                  + NibControl(9, "IBCarbonEditText", "10 10 30 50 "),
+              Text("title", "Bound")));
+    EXPECT_EQ(noErr, EmbedControl(window.Control(4), window.Control(3)));
+    WidgetOf(window)->resize(300, 150);
+    ShowWindow(window);
+    const Rect rows[] = { { 10, 10, 30, 50 },    { 60, 110, 80, 150 },   { 10, 10, 80, 150 },
+                          { 60, 110, 80, 150 },  { 10, 10, 30, 50 },     { 90, 20, 140, 290 },
+                          { 100, 30, 110, 280 }, { 100, 130, 110, 280 }, { 10, 10, 30, 50 } };
+    const auto check = [&](const char* when) {
+        for (SInt32 id = 1; id <= 9; ++id) {
+            Rect now {};
+            GetControlBounds(window.Control(id), &now);
+            EXPECT_EQ(0, std::memcmp(&rows[id - 1], &now, sizeof now))
+                << when << " " << id << ": " << now.top << " " << now.left << " " << now.bottom
+                << " " << now.right;
+        }
+    };
+    check("grown");
+    EXPECT_EQ(noErr, EmbedControl(window.Control(2), window.Control(6))); // stays where it is
+    check("embedded");
+    WidgetOf(window)->resize(20, 10); // smaller than some of them
+    WidgetOf(window)->resize(300, 150);
+    check("again");
+}
+
+TEST(Nib, WindowsStandWhereTheyAskInTheFrameOfTheirClass)
+{
+    enum { kResize = 1, kCollapse = 2, kZoom = 4, kTitle = 8, kAll = 15 };
+    StartToolbox();
+    const QRect room = QGuiApplication::primaryScreen()->availableGeometry();
+    const QPoint own(60, 50);
+    const QPoint middle((room.width() - 200) / 2, (room.height() - 100) / 2);
+    const char* const far = "20000 -900 20100 -700 ";
+    // clang-format off
+    const struct
+    {
+        std::string properties;
+        QPoint at;
+        int offers = kAll;
+        const char* rectangle = "50 60 150 260 ";
+    } rows[] = {
+        { "", own },
+        { Number("windowPosition", 1), middle },
+        { Number("windowPosition", 3) + Number("themeBrush", 49), middle },
+        { Number("windowPosition", 7), { middle.x(), (room.height() - 100) / 3 } },
+        { Number("windowPosition", 4), { 20, 22 } },
+        { Number("windowPosition", 77), own },
+        { "", { 0, room.height() - 100 }, kAll, far },
+        { Truth("isConstrained", false), { -900, 20000 }, kAll, far },
+        { Truth("hasCollapseBox", false), own, kAll & ~kCollapse },
+        { Truth("hasHorizontalZoom", false) + Truth("hasVerticalZoom", false), own, kAll & ~kZoom },
+        { Truth("isResizable", false), own, kCollapse | kTitle },
+        { Number("carbonWindowClass", 3), own, kTitle },
+        { Number("carbonWindowClass", 4), own, kResize | kTitle },
+        { Number("carbonWindowClass", 13) + Truth("compositing", true), own, 0 },
+    };
+    // clang-format on
+    Rect content {};
+    for (const auto& row : rows) {
+        const TestWindow window(Replaced(NibOf("", row.properties + Text("title", "Frame")),
+                                         "50 60 150 260 ", row.rectangle));
+        GetWindowBounds(window, kWindowContentRgn, &content);
+        EXPECT_EQ(row.at, QPoint(content.left, content.top)) << row.properties << row.rectangle;
+        const QWidget* widget = WidgetOf(window);
+        const auto offer = [flags = widget->windowFlags()](Qt::WindowType flag, int value) {
+            return flags & flag ? value : 0;
+        };
+        EXPECT_EQ(row.offers,
+                  offer(Qt::WindowMinimizeButtonHint, kCollapse)
+                      | offer(Qt::WindowMaximizeButtonHint, kZoom)
+                      | offer(Qt::WindowTitleHint, kTitle)
+                      | (widget->maximumWidth() > 200 ? kResize : 0))
+            << row.properties;
+    }
+    const TestWindow first(NibOf("", Number("windowPosition", 4)));
+    const TestWindow second(NibOf("", Number("windowPosition", 4)));
+    GetWindowBounds(second, kWindowContentRgn, &content);
+    EXPECT_EQ(QPoint(40, 44), QPoint(content.left, content.top));
+    ShowWindow(second);
+    GetWindowBounds(second, kWindowContentRgn, &content);
+    const TestWindow over(NibOf("", Number("windowPosition", 2)));
+    Rect centred {};
+    GetWindowBounds(over, kWindowContentRgn, &centred);
+    EXPECT_EQ(0, std::memcmp(&content, &centred, sizeof centred)); // as large as its parent
 }
 
 // Qt would end the process where it cannot start; the API says so instead. Each row is a process of its own.

@@ -59,9 +59,10 @@ QWindow* HandleOf(WindowRef window)
     return nullptr;
 }
 
-std::string Titled(const char* title, const std::string& controls = {})
+std::string
+Titled(const char* title, const std::string& controls = {}, const std::string& more = {})
 {
-    return NibOf(controls, std::string("<string name=\"title\">") + title + "</string>");
+    return NibOf(controls, Text("title", title) + more);
 }
 
 void Click(QWindow* window, QPoint point)
@@ -151,7 +152,8 @@ TEST(Windows, WhatIsNoWindowIsRefused)
 
 TEST(Windows, ClassModalityAndBrushAreChecked)
 {
-    const TestWindow window(NibOf("", "<int name=\"carbonWindowClass\">4</int>"));
+    const TestWindow window(Titled("Painted", {}, Number("carbonWindowClass", 4)));
+    ShowWindow(window);
     const TestWindow parent(NibOf(""));
     WindowClass windowClass = 0;
     EXPECT_EQ(noErr, GetWindowClass(window, &windowClass));
@@ -163,24 +165,13 @@ TEST(Windows, ClassModalityAndBrushAreChecked)
     EXPECT_EQ(errInvalidWindowRef, SetWindowModality(window, kWindowModalityWindowModal, nullptr));
     EXPECT_EQ(errInvalidWindowRef, SetWindowModality(window, kWindowModalityWindowModal, window));
     EXPECT_EQ(paramErr, SetWindowModality(window, 4, parent));
-    EXPECT_EQ(noErr, SetThemeWindowBackground(window, -1, true));
-    EXPECT_EQ(noErr, SetThemeWindowBackground(window, -2, false));
-    EXPECT_EQ(themeInvalidBrushErr, SetThemeWindowBackground(window, 0, true));
-}
-
-TEST(Windows, TheBrushPaintsItsColour)
-{
-    const TestWindow window(Titled("Painted"));
-    ShowWindow(window);
-    QWidget* widget = nullptr;
-    for (QWidget* candidate : QApplication::topLevelWidgets()) {
-        widget = candidate->windowTitle() == u"Painted" ? candidate : widget;
+    for (const auto& [brush, color] :
+         { std::pair(-1, qRgb(255, 255, 255)), { -2, qRgb(0, 0, 0) } }) {
+        EXPECT_EQ(noErr, SetThemeWindowBackground(window, static_cast<ThemeBrush>(brush), true));
+        QWidget* widget = QWidget::find(HandleOf(window)->winId());
+        EXPECT_EQ(color, widget->grab().toImage().pixel(5, 5));
     }
-    ASSERT_TRUE(widget);
-    SetThemeWindowBackground(window, kThemeBrushWhite, true);
-    EXPECT_EQ(qRgb(255, 255, 255), widget->grab().toImage().pixel(5, 5));
-    SetThemeWindowBackground(window, kThemeBrushBlack, true);
-    EXPECT_EQ(qRgb(0, 0, 0), widget->grab().toImage().pixel(5, 5));
+    EXPECT_EQ(themeInvalidBrushErr, SetThemeWindowBackground(window, 0, true));
 }
 
 TEST(Windows, MovingPlacesTheContentInsideTheFrame)
@@ -273,28 +264,20 @@ TEST(ModalLoop, KeysAndTheCloseRequestBecomeCommands)
     const auto key = [](Qt::Key code, Qt::KeyboardModifiers with = {}) {
         return [=](QWindow* window) { QTest::keyClick(window, code, with); };
     };
+    // clang-format off
     const Row rows[] = {
         { "Return", standard, key(Qt::Key_Return), kHICommandFromControl },
         { "Enter", standard, key(Qt::Key_Enter, Qt::KeypadModifier), kHICommandFromControl },
         { "Escape, no cancel button", standard, key(Qt::Key_Escape), {} },
         { "Escape", cancel, key(Qt::Key_Escape), kHICommandFromControl },
-        { "Control-period", cancel, key(Qt::Key_Period, Qt::ControlModifier),
-          kHICommandFromControl },
+        { "Control-period", cancel, key(Qt::Key_Period, Qt::ControlModifier), kHICommandFromControl },
         { "Return, no default button", cancel, key(Qt::Key_Return), {} },
         { "Space on the focused button", "", key(Qt::Key_Space), kHICommandFromControl },
-        { "click", "",
-          [](QWindow* window) {
-              Click(window, { 100, 50 });
-          },
-          kHICommandFromControl },
-        { "click beside",
-          "",
-          [](QWindow* window) {
-              Click(window, { 10, 10 });
-          },
-          {} },
+        { "click", "", [](QWindow* window) { Click(window, { 100, 50 }); }, kHICommandFromControl },
+        { "click beside", "", [](QWindow* window) { Click(window, { 10, 10 }); }, {} },
         { "close request", "", [](QWindow* window) { window->close(); }, kHICommandFromWindow },
     };
+    // clang-format on
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         const TestWindow window(

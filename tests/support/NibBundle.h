@@ -32,6 +32,28 @@ inline std::string NibOf(const std::string& controls, const std::string& windowP
 <string>Root</string><reference idRef="11"/></dictionary></object>)";
 }
 
+// Properties of an object.
+inline std::string Text(const char* name, const std::string& value)
+{
+    return std::string("<string name=\"") + name + "\">" + value + "</string>";
+}
+
+inline std::string Number(const char* name, int value)
+{
+    return std::string("<int name=\"") + name + "\">" + std::to_string(value) + "</int>";
+}
+
+inline std::string Truth(const char* name, bool value)
+{
+    return std::string("<boolean name=\"") + name + (value ? "\">TRUE" : "\">FALSE") + "</boolean>";
+}
+
+/// The controls that an object holds.
+inline std::string Inside(const std::string& controls)
+{
+    return "<array name=\"subviews\">" + controls + "</array>";
+}
+
 /// One control for NibOf: its id in the file is also its ControlID, with the signature 'test'.
 inline std::string NibControl(int id,
                               const std::string& className,

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+// Icons_qt.h - icons in resource files, and images in files of their own.
+#pragma once
+
+#include <Carbon/Quickdraw.h>
+
+#include <QtGui/QImage>
+
+/// An icon of the current resource files, by what a control says of its content.
+///   contentType  1 an icon suite ('icns' with a PNG inside, else 'ICN#'), 2 'cicn', 3 'PICT', 4 'ICON'
+///   returns      null where there is none that can be shown
+QImage Icons_Load(int contentType, SInt16 id);
+/// An image file; null for one that is none or has a side over 4096.
+QImage Icons_Read(const QString& path);
