@@ -33,6 +33,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/VeltranoConfigVersion.cma
 install(FILES ${PROJECT_BINARY_DIR}/VeltranoConfig.cmake ${PROJECT_BINARY_DIR}/VeltranoConfigVersion.cmake
   DESTINATION ${package_folder} COMPONENT dev)
 file(RELATIVE_PATH prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" prefix_from_pc "${prefix_from_pc}")
 configure_file(cmake/veltrano.pc.in ${PROJECT_BINARY_DIR}/veltrano.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/veltrano.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
@@ -90,6 +91,7 @@ set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libveltrano1 (= ${PROJECT_VERSION}-1)")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ${package_of_tools})
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libveltrano1 (= ${PROJECT_VERSION}-1)")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "libqt6svg6")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
   "The module bundle and the platform libraries
  Veltrano.bundle, which desktop products load for their About box, and the

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// CommandLine.h - what the tools without a window share: exit codes and errors.
+// CommandLine.h - what the tools share: exit codes and errors.
 #pragma once
 
 #include <cstdio>
@@ -7,7 +7,7 @@
 
 enum ExitCode { kDone = 0, kFailed = 1, kUsage = 2 };
 
-/// Ends a tool's work: main prints the message and returns the code.
+/// Ends a tool's work: main prints the message, if there is one, and returns the code.
 struct Failure
 {
     ExitCode code;
@@ -30,7 +30,8 @@ template <typename Run> int RunTool(const char* name, Run run)
     try {
         return run();
     } catch (const Failure& failure) {
-        fprintf(stderr, "%s: %s\n", name, failure.message.c_str());
+        if (!failure.message.empty())
+            fprintf(stderr, "%s: %s\n", name, failure.message.c_str());
         if (failure.code == kUsage)
             fprintf(stderr, "Try '%s --help'.\n", name);
         return failure.code;

@@ -1,50 +1,41 @@
 // SPDX-License-Identifier: MIT
 // vlabout.cpp - shows any About box from the command line.
-#include "QuickDraw/PictureWriter_qt.h"
 #include "Resources/ResourceFile.h"
 #include "module/EntryTable.h"
+#include "tools/ImageFile.h"
 
 #include <Carbon/Carbon.h>
 #include <veltrano/HostWindow.h>
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QDir>
-#include <QtCore/QFileInfo>
 #include <QtCore/QTemporaryDir>
-#include <QtGui/QImageReader>
 #include <QtGui/QScreen>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QWidget>
+#include <xcb/xcb.h>
 
 #include <cstdio>
 
 namespace {
 
-enum { kDone = 0, kFailed = 1, kUsage = 2 };
 enum { kOwnPicture = 128 };
 
 const char kHelp[]
-    = "usage: vlabout [--picture IMAGE | --bundle HOST.bundle --id N] [--version TEXT] [--text "
-      "TEXT]\n"
-      "               [--style 0|1] [--parent WINDOWID] [--snapshot OUT.png] [--module BUNDLE]\n"
+    = "usage: vlabout [--picture IMAGE [--density D] | --bundle HOST.bundle [--id N]]\n"
+      "               [--version TEXT] [--text TEXT] [--style 0|1] [--parent WINDOWID]\n"
+      "               [--snapshot OUT.png] [--module BUNDLE]\n"
       "\n"
-      "--picture   a PNG, JPEG or other image that Qt reads; up to 440 x 260 points fill the box\n"
+      "--picture   an image: PNG, JPEG, SVG (package libqt6svg6); scaled to 440 x 260 points\n"
       "--density   pixels a point of that image (default 1)\n"
-      "--bundle    the bundle whose resource file holds 'PICT' N\n"
+      "--bundle    the bundle whose resource file holds 'PICT' N (default 128)\n"
       "--version   the version line; none hides it\n"
       "--text      the extra line; none hides it\n"
       "--style     1: light text, for dark pictures\n"
-      "--parent    the X11 id of a window that the box stands over and blocks; the screen without "
-      "it\n"
+      "--parent    the X11 id of a window that the box stands over and blocks, 12345 or 0x3039\n"
       "--snapshot  save a picture of the box and close it; needs no display\n"
       "--module    the module, where it is not found beside this program\n"
       "exit codes: 0 shown, 1 it could not be, 2 wrong arguments\n";
-
-struct Failure
-{
-    int code;
-    QString message;
-};
 
 struct Options
 {
@@ -72,22 +63,14 @@ CFBundleRef OpenBundle(const QString& path)
     if (url != nullptr)
         CFRelease(url);
     if (bundle == nullptr)
-        throw Failure { kFailed, QStringLiteral("no bundle at %1").arg(path) };
+        Fail(QStringLiteral("no bundle at %1").arg(path));
     return bundle;
 }
 
 /// Puts an image into a bundle of its own below `folder`.
 QString MakeBundle(const QString& folder, const Options& options)
 {
-    QImageReader reader(options.picture);
-    reader.setAutoTransform(true);
-    const QImage image = reader.read();
-    if (image.isNull())
-        throw Failure {
-            kFailed, QStringLiteral("cannot read %1: %2").arg(options.picture, reader.errorString())
-        };
-    const QSize points = (QSizeF(image.size()) / options.density).toSize();
-    const QByteArray picture = EncodePicture(image, QRect(QPoint(0, 0), points));
+    const QByteArray picture = EncodeImageFile(options.picture, options.density);
     ResourceFile resources;
     resources.Set({ 'PICT', kOwnPicture, 0, std::string(),
                     std::vector<uint8_t>(picture.begin(), picture.end()) });
@@ -95,11 +78,11 @@ QString MakeBundle(const QString& folder, const Options& options)
     const QString path = folder + QStringLiteral("/Picture.bundle");
     QDir().mkpath(path + QStringLiteral("/Contents/Resources"));
     QFile file(path + QStringLiteral("/Contents/Resources/Picture.rsrc"));
-    if (picture.isEmpty() || !bytes || !file.open(QIODevice::WriteOnly)
+    if (!bytes || !file.open(QIODevice::WriteOnly)
         || file.write(reinterpret_cast<const char*>(bytes->data()),
                       static_cast<qint64>(bytes->size()))
             < 0)
-        throw Failure { kFailed, QStringLiteral("%1 is too large").arg(options.picture) };
+        Fail(QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
     return path;
 }
 
@@ -114,22 +97,14 @@ QString FindModule(const Options& options)
         if (QFileInfo::exists(path))
             return QDir::cleanPath(path);
     }
-    throw Failure { kFailed,
-                    QStringLiteral("the module is not beside this program: say --module") };
+    Fail(QStringLiteral("the module is not beside this program: say --module"));
 }
-
-struct Snapshot
-{
-    QString file;
-    bool isSaved;
-};
 
 void TakeSnapshot(EventLoopTimerRef, void* userData)
 {
-    auto* snapshot = static_cast<Snapshot*>(userData);
     for (QWidget* widget : QApplication::topLevelWidgets())
         if (widget->isVisible())
-            snapshot->isSaved = widget->grab().save(snapshot->file);
+            *static_cast<QImage*>(userData) = widget->grab().toImage();
     const ControlID buttonID = { 'butn', 0 };
     ControlRef button = nullptr;
     if (GetControlByID(FrontNonFloatingWindow(), &buttonID, &button) == noErr)
@@ -144,7 +119,7 @@ WindowRef MakeParent(const Options& options, QWidget& screen)
     }
     const WindowRef parent = CreateWindowRefWithX11Window(options.parent);
     if (parent == nullptr)
-        throw Failure { kFailed, QStringLiteral("no window %1").arg(options.parent) };
+        Fail(QStringLiteral("no window 0x%1").arg(options.parent, 0, 16));
     return parent;
 }
 
@@ -160,11 +135,11 @@ int Show(const Options& options)
     const auto get = reinterpret_cast<GetEntryTableProc>(
         CFBundleGetFunctionPointerForName(module, CFSTR("GetEntryTable")));
     if (get == nullptr)
-        throw Failure { kFailed, QStringLiteral("the module cannot be loaded") };
+        Fail(QStringLiteral("the module cannot be loaded"));
 
     QWidget screen;
     const WindowRef parent = MakeParent(options, screen);
-    Snapshot snapshot = { options.snapshot, false };
+    QImage snapshot;
     if (!options.snapshot.isEmpty())
         InstallEventLoopTimer(GetMainEventLoop(), 0.2, 0, NewEventLoopTimerUPP(TakeSnapshot),
                               &snapshot, nullptr);
@@ -178,9 +153,23 @@ int Show(const Options& options)
         CFRelease(host);
     CFBundleUnloadExecutable(module);
     CFRelease(module);
-    if (!options.snapshot.isEmpty() && !snapshot.isSaved)
-        throw Failure { kFailed, QStringLiteral("cannot write %1").arg(options.snapshot) };
+    if (!options.snapshot.isEmpty())
+        SaveImage(snapshot, options.snapshot);
     return kDone;
+}
+
+/// A whole number, also as 0x...
+qlonglong
+ParseNumber(const QCommandLineParser& parser, const char* name, qlonglong least, qlonglong most)
+{
+    bool ok = false;
+    const qlonglong number = parser.value(QLatin1String(name)).toLongLong(&ok, 0);
+    if (!ok || number < least || number > most)
+        FailUsage(QStringLiteral("--%1 takes a number from %2 to %3")
+                      .arg(QLatin1String(name))
+                      .arg(least)
+                      .arg(most));
+    return number;
 }
 
 Options ParseOptions(const QStringList& list)
@@ -198,32 +187,49 @@ Options ParseOptions(const QStringList& list)
     add("parent", "0");
     parser.addOption({ { QStringLiteral("h"), QStringLiteral("help") }, QString() });
     if (!parser.parse(list))
-        throw Failure { kUsage, parser.errorText() };
+        FailUsage(parser.errorText());
     if (parser.isSet(QStringLiteral("help"))) {
         fputs(kHelp, stdout);
-        throw Failure { kDone, QString() };
+        throw Failure { kDone, {} };
     }
     if (!parser.positionalArguments().isEmpty())
-        throw Failure { kUsage,
-                        QStringLiteral("what is %1?").arg(parser.positionalArguments().first()) };
-    bool ok[4] = {};
+        FailUsage(QStringLiteral("what is %1?").arg(parser.positionalArguments().first()));
     Options options;
     options.picture = parser.value(QStringLiteral("picture"));
-    options.density = parser.value(QStringLiteral("density")).toDouble(&ok[0]);
     options.bundle = parser.value(QStringLiteral("bundle"));
-    options.id = parser.value(QStringLiteral("id")).toInt(&ok[1]);
+    if (!options.picture.isEmpty() && !options.bundle.isEmpty())
+        FailUsage(QStringLiteral("either --picture or --bundle"));
+    bool ok = false;
+    options.density = parser.value(QStringLiteral("density")).toDouble(&ok);
+    if (!ok || !(options.density >= 0.25 && options.density <= 8))
+        FailUsage(QStringLiteral("--density takes a factor from 0.25 to 8"));
+    options.id = static_cast<int>(ParseNumber(parser, "id", INT16_MIN, INT16_MAX));
     options.version = parser.value(QStringLiteral("version")).toUtf8();
     options.hasVersion = parser.isSet(QStringLiteral("version"));
     options.text = parser.value(QStringLiteral("text")).toUtf8();
     options.hasText = parser.isSet(QStringLiteral("text"));
-    options.style = parser.value(QStringLiteral("style")).toInt(&ok[2]);
-    options.parent = parser.value(QStringLiteral("parent")).toULong(&ok[3], 0);
+    options.style = static_cast<int>(ParseNumber(parser, "style", 0, 1));
+    options.parent = static_cast<unsigned long>(ParseNumber(parser, "parent", 0, UINT32_MAX));
     options.snapshot = parser.value(QStringLiteral("snapshot"));
     options.module = parser.value(QStringLiteral("module"));
-    if (!ok[0] || !ok[1] || !ok[2] || !ok[3] || !(options.density >= 0.25 && options.density <= 8))
-        throw Failure { kUsage,
-                        QStringLiteral("--density, --id, --style and --parent take numbers") };
     return options;
+}
+
+/// Chooses what to show the box on, where the user has not: the toolkit ends the process where there is nothing.
+void ChooseDisplay(const Options& options)
+{
+    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        return;
+    xcb_connection_t* x = xcb_connect(nullptr, nullptr);
+    const bool hasX = xcb_connection_has_error(x) == 0;
+    xcb_disconnect(x);
+    if (options.parent != 0 && hasX)
+        qputenv("QT_QPA_PLATFORM", "xcb"); // in a Wayland session, too
+    else if (!hasX && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY")) {
+        if (options.snapshot.isEmpty())
+            Fail(QStringLiteral("no display: say --snapshot"));
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
 }
 
 } // namespace
@@ -233,23 +239,11 @@ int main(int argc, char** argv)
     QStringList list; // before the toolkit takes its own, "--style" among them
     for (int i = 0; i < argc; ++i)
         list.append(QString::fromLocal8Bit(argv[i]));
-    try {
+    return RunTool("vlabout", [&] {
         const Options options = ParseOptions(list);
-        const bool hasDisplay
-            = qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
-        if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM") && !hasDisplay) {
-            if (options.snapshot.isEmpty())
-                throw Failure { kFailed, QStringLiteral("no display: say --snapshot") };
-            qputenv("QT_QPA_PLATFORM", "offscreen");
-        }
+        ChooseDisplay(options);
         int toolkitCount = 1;
         const QApplication application(toolkitCount, argv);
         return Show(options);
-    } catch (const Failure& failure) {
-        if (!failure.message.isEmpty())
-            fprintf(stderr, "vlabout: %s\n", qUtf8Printable(failure.message));
-        if (failure.code == kUsage)
-            fputs("Try 'vlabout --help'.\n", stderr);
-        return failure.code;
-    }
+    });
 }

@@ -1,22 +1,18 @@
 // SPDX-License-Identifier: MIT
 // vlpict.cpp - images to 'PICT' resources and back.
-#include "QuickDraw/PictureWriter_qt.h"
 #include "QuickDraw/Picture_qt.h"
 #include "Resources/ResourceFile.h"
+#include "tools/ImageFile.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QFile>
-#include <QtCore/QFileInfo>
 #include <QtCore/QSaveFile>
 #include <QtGui/QGuiApplication>
-#include <QtGui/QImageReader>
 #include <QtGui/QPainter>
 
 #include <cstdio>
 
 namespace {
-
-enum { kDone = 0, kFailed = 1, kUsage = 2 };
 
 const uint32_t kPictureType = 'PICT';
 
@@ -27,25 +23,19 @@ const char kHelp[]
       "       vlpict remove FILE.rsrc --id N [--type TYPE]\n"
       "       vlpict draw FILE [--id N] [--scale S] OUT.png\n"
       "\n"
-      "add       puts an image (PNG, JPEG, SVG where Qt reads it, or a .pict file) into a resource "
-      "file as\n"
-      "          'PICT' N, which is made or replaced; --density 2: the image has 2 pixels a point\n"
+      "add       puts an image (PNG, JPEG, SVG with the package libqt6svg6, or a .pict file) into "
+      "a "
+      "resource\n"
+      "          file as 'PICT' N; both are made when they are missing. --density 2: the image "
+      "has, or an "
+      "SVG is\n"
+      "          drawn with, 2 pixels a point\n"
       "list      type, id, bytes and name of each resource\n"
       "extract   writes a resource's bytes; to OUT.png or OUT.pict a picture as such a file\n"
+      "remove    takes a resource out of the file\n"
       "draw      paints a .pict file, or 'PICT' N of a resource file, at S times its size\n"
       "\n"
       "exit codes: 0 done, 1 a file could not be read, decoded or written, 2 wrong arguments\n";
-
-struct Failure
-{
-    int code;
-    QString message;
-};
-
-[[noreturn]] void Fail(const QString& message, int code = kFailed)
-{
-    throw Failure { code, message };
-}
 
 struct Arguments
 {
@@ -100,7 +90,7 @@ void WriteResources(const QString& path, const ResourceFile& file)
 const ResourceFile::Resource& FindResource(const ResourceFile& file, const Arguments& arguments)
 {
     if (!arguments.hasId)
-        Fail(QStringLiteral("--id is missing"), kUsage);
+        FailUsage(QStringLiteral("--id is missing"));
     const auto* resource = file.Find(arguments.type, static_cast<int16_t>(arguments.id));
     if (resource == nullptr)
         Fail(QStringLiteral("no such resource: %1").arg(arguments.id));
@@ -136,12 +126,6 @@ QImage Draw(const QByteArray& picture, double scale, const QString& source)
     return image;
 }
 
-void SaveImage(const QImage& image, const QString& path)
-{
-    if (!image.save(path))
-        Fail(QStringLiteral("cannot write %1").arg(path));
-}
-
 QByteArray BytesOf(const ResourceFile::Resource& resource)
 {
     return QByteArray(reinterpret_cast<const char*>(resource.data.data()),
@@ -153,19 +137,10 @@ void Add(const Arguments& arguments)
     const QString& path = arguments.words.at(1);
     const QString& imagePath = arguments.words.at(2);
     if (!arguments.hasId)
-        Fail(QStringLiteral("--id is missing"), kUsage);
+        FailUsage(QStringLiteral("--id is missing"));
     QByteArray picture = PictureOfFile(ReadFile(imagePath));
-    if (picture.isEmpty()) {
-        QImageReader reader(imagePath);
-        reader.setAutoTransform(true);
-        const QImage image = reader.read();
-        if (image.isNull())
-            Fail(QStringLiteral("cannot read %1: %2").arg(imagePath, reader.errorString()));
-        const QSize points = (QSizeF(image.size()) / arguments.density).toSize();
-        picture = EncodePicture(image, QRect(QPoint(0, 0), points));
-        if (picture.isEmpty())
-            Fail(QStringLiteral("%1 is too large: 4096 pixels a side").arg(imagePath));
-    }
+    if (picture.isEmpty())
+        picture = EncodeImageFile(imagePath, arguments.density);
     ResourceFile file;
     if (QFileInfo::exists(path))
         file = ReadResources(path);
@@ -229,7 +204,7 @@ uint32_t ParseType(const QString& text)
 {
     const QByteArray bytes = text.toLatin1();
     if (bytes.size() != 4)
-        Fail(QStringLiteral("a type has four characters: %1").arg(text), kUsage);
+        FailUsage(QStringLiteral("a type has four characters: %1").arg(text));
     uint32_t type = 0;
     for (const char c : bytes)
         type = type << 8 | static_cast<uint8_t>(c);
@@ -241,7 +216,7 @@ double ParseFactor(const QString& text)
     bool ok = false;
     const double factor = text.toDouble(&ok);
     if (!ok || !(factor >= 0.05 && factor <= 20))
-        Fail(QStringLiteral("not a factor from 0.05 to 20: %1").arg(text), kUsage);
+        FailUsage(QStringLiteral("not a factor from 0.05 to 20: %1").arg(text));
     return factor;
 }
 
@@ -256,10 +231,10 @@ Arguments ParseArguments(const QStringList& list)
           { QStringLiteral("scale"), QString(), QStringLiteral("S"), QStringLiteral("1") },
           { { QStringLiteral("h"), QStringLiteral("help") }, QString() } });
     if (!parser.parse(list))
-        Fail(parser.errorText(), kUsage);
+        FailUsage(parser.errorText());
     if (parser.isSet(QStringLiteral("help"))) {
         fputs(kHelp, stdout);
-        throw Failure { kDone, QString() };
+        throw Failure { kDone, {} };
     }
     Arguments arguments;
     arguments.words = parser.positionalArguments();
@@ -267,7 +242,7 @@ Arguments ParseArguments(const QStringList& list)
     bool ok = true;
     arguments.id = arguments.hasId ? parser.value(QStringLiteral("id")).toInt(&ok) : 0;
     if (!ok || arguments.id < -32768 || arguments.id > 32767)
-        Fail(QStringLiteral("an id lies between -32768 and 32767"), kUsage);
+        FailUsage(QStringLiteral("an id lies between -32768 and 32767"));
     arguments.type = ParseType(parser.value(QStringLiteral("type")));
     arguments.name = parser.value(QStringLiteral("name")).toLatin1();
     arguments.density = ParseFactor(parser.value(QStringLiteral("density")));
@@ -288,7 +263,7 @@ const Command kCommands[] = { { "add", 3, Add },
                               { "remove", 2, Remove },
                               { "draw", 3, DrawFile } };
 
-void Run(const QStringList& list)
+int Run(const QStringList& list)
 {
     const Arguments arguments = ParseArguments(list);
     const QString name = arguments.words.value(0);
@@ -296,12 +271,11 @@ void Run(const QStringList& list)
         if (name != QLatin1String(command.name))
             continue;
         if (arguments.words.size() != command.words)
-            Fail(QStringLiteral("wrong number of arguments for %1").arg(name), kUsage);
+            FailUsage(QStringLiteral("wrong number of arguments for %1").arg(name));
         command.run(arguments);
-        return;
+        return kDone;
     }
-    Fail(name.isEmpty() ? QStringLiteral("no command") : QStringLiteral("no command %1").arg(name),
-         kUsage);
+    FailUsage(QStringLiteral("no command %1").arg(name).trimmed());
 }
 
 } // namespace
@@ -310,14 +284,5 @@ int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen"); // fonts without a display
     QGuiApplication application(argc, argv);
-    try {
-        Run(QCoreApplication::arguments());
-        return kDone;
-    } catch (const Failure& failure) {
-        if (!failure.message.isEmpty())
-            fprintf(stderr, "vlpict: %s\n", qUtf8Printable(failure.message));
-        if (failure.code == kUsage)
-            fputs("Try 'vlpict --help'.\n", stderr);
-        return failure.code;
-    }
+    return RunTool("vlpict", [] { return Run(QCoreApplication::arguments()); });
 }

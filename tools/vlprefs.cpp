@@ -27,7 +27,7 @@ const char kHelp[]
       "       vlprefs list APPLICATION [--all-users]\n"
       "\n"
       "ENTRY is a path of keys, \"View/Main/Left\": each component but the last is a dictionary.\n"
-      "get     prints the value; exit code 1 when there is none\n"
+      "get     prints the value; exit code 1 when there is none, or a dictionary\n"
       "list    prints a line an entry: path, type and value between tabs. Types are int, real, "
       "bool, string,\n"
       "        data (hexadecimal), date (UTC), array (number of its values), dict (only when "
@@ -200,6 +200,8 @@ void Get(const Arguments& arguments)
     const CFTypeRef value = FindEntry(top.get(), keys);
     if (value == nullptr)
         Fail("no entry " + arguments.words[2]);
+    if (CFGetTypeID(value) == CFDictionaryGetTypeID())
+        Fail(arguments.words[2] + " is a dictionary; 'vlprefs list' shows what is in it");
     puts(Describe(value).text.c_str());
 }
 
@@ -279,11 +281,18 @@ Bool32 Store(PreferenceStore& store, const Arguments& arguments)
     FailUsage("set wants --int, --bool, --string or --data");
 }
 
+[[noreturn]] void FailWrite(const Arguments& arguments)
+{
+    const std::string reason = errno != 0 ? std::string(": ") + strerror(errno) : std::string();
+    Fail("cannot write the preferences of " + arguments.words[1] + reason);
+}
+
 void Set(const Arguments& arguments)
 {
     PreferenceStore store(arguments.words[1].c_str(), arguments.allUsers);
+    errno = 0;
     if (!Store(store, arguments))
-        Fail("cannot write the preferences of " + arguments.words[1]);
+        FailWrite(arguments);
 }
 
 /// A copy of a dictionary without the entry at keys[depth...].
@@ -312,8 +321,9 @@ void Delete(const Arguments& arguments)
     const auto application = MakeString(arguments.words[1]);
     CFPreferencesSetValue(MakeString(keys[0]).get(), rest.get(), application.get(),
                           arguments.User(), kCFPreferencesCurrentHost);
+    errno = 0;
     if (!CFPreferencesSynchronize(application.get(), arguments.User(), kCFPreferencesCurrentHost))
-        Fail("cannot write the preferences of " + arguments.words[1]);
+        FailWrite(arguments);
 }
 
 struct Command
@@ -361,6 +371,8 @@ int Run(const std::vector<std::string>& list)
             continue;
         if (arguments.words.size() != command.words)
             FailUsage("wrong number of arguments for " + arguments.words[0]);
+        if (!arguments.option.empty() && command.run != Set)
+            FailUsage(arguments.option + " is for set");
         if (arguments.words[1].empty() || arguments.words[1].find('/') != std::string::npos)
             FailUsage("no application identifier: " + arguments.words[1]);
         command.run(arguments);

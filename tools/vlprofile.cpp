@@ -4,7 +4,10 @@
 #include "tools/CommandLine.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 using namespace Veltrano;
@@ -25,12 +28,12 @@ const char kHelp[]
       "are made\n"
       "             when they are missing\n"
       "add-line     adds a line to a section unless an equal one is there\n"
-      "remove-line  removes the first equal line of a section\n"
+      "remove-line  removes the first equal line of a section; exit code 1 when there is none\n"
       "sections     prints the section names, one a line\n"
       "keys, lines  print a section's keys, or its lines that are not blank\n"
       "\n"
       "Comments, blank lines and order stay as they are. Names are compared exactly.\n"
-      "exit codes: 0 done, 1 not there, or the file could not be read or written, 2 wrong "
+      "exit codes: 0 done, 1 not there, or it could not be read, written or kept, 2 wrong "
       "arguments\n";
 
 using Words = std::vector<const char*>;
@@ -44,21 +47,58 @@ void OpenForReading(ProfileFile& file, const char* path)
 /// Opens a file for an edit; says so at once when it could not be written back.
 void OpenForWriting(ProfileFile& file, const char* path)
 {
+    struct stat status;
+    if (stat(path, &status) == 0 && S_ISCHR(status.st_mode))
+        Fail(std::string("cannot write ") + path + ": it is a device");
     if (!file.Open(path, "a+"))
         Fail(std::string("cannot write ") + path + ": " + strerror(errno));
 }
 
-bool HasLine(const char* path, const char* section, const char* line)
+/// An empty file to try an edit on: what a profile cannot hold must not harm the user's file.
+class TrialFile
+{
+public:
+    TrialFile()
+    {
+        const int descriptor = mkstemp(m_path);
+        if (descriptor < 0)
+            Fail(std::string("cannot write ") + m_path + ": " + strerror(errno));
+        close(descriptor);
+    }
+    ~TrialFile() { unlink(m_path); }
+    TrialFile(const TrialFile&) = delete;
+    TrialFile& operator=(const TrialFile&) = delete;
+
+    const char* Path() const { return m_path; }
+
+private:
+    char m_path[32] = "/tmp/vlprofile.XXXXXX";
+};
+
+/// A section's own lines, without blank ones: GetLines reaches to the end of the file.
+std::vector<String> LinesOf(const char* path, const char* section)
 {
     ProfileFile file;
     OpenForReading(file, path);
-    ProfileLineList lines;
-    file.GetLines(lines, section);
+    ProfileLineList list;
+    file.GetLines(list, section);
+    std::vector<String> lines;
+    for (const ProfileLine* p = list.head; p != nullptr; p = p->next) {
+        const int open = p->text.FindChar('[');
+        if (open >= 0 && p->text.FindChar(']', open + 1) >= 0)
+            break; // the next section
+        lines.push_back(p->text);
+    }
+    return lines;
+}
+
+bool HasLine(const char* path, const char* section, const char* line)
+{
     String trimmed(line);
     trimmed.TrimStart();
     trimmed.TrimEnd();
-    for (const ProfileLine* p = lines.head; p != nullptr; p = p->next)
-        if (p->text == trimmed)
+    for (const String& text : LinesOf(path, section))
+        if (text == trimmed)
             return true;
     return trimmed.IsEmpty();
 }
@@ -88,12 +128,9 @@ void Get(const Words& words)
     puts(value);
 }
 
-void Set(const Words& words)
+/// Writes an entry and looks whether it is there.
+bool SetEntry(const char* path, const char* section, const char* key, const String& value)
 {
-    const char* path = words[0];
-    const char* section = words[1];
-    const char* key = words[2];
-    const String value(words[3]);
     {
         ProfileFile file;
         OpenForWriting(file, path);
@@ -109,27 +146,42 @@ void Set(const Words& words)
     String wanted(value);
     wanted.TrimStart();
     wanted.TrimEnd();
-    if (value.IsEmpty() ? isThere : !isThere || !(now == wanted))
-        Fail(std::string("the entry cannot be kept in ") + path);
+    return value.IsEmpty() ? !isThere : isThere && now == wanted;
+}
+
+void Set(const Words& words)
+{
+    const String value(words[3]);
+    if (!SetEntry(TrialFile().Path(), words[1], words[2], value))
+        Fail("a profile file cannot hold this entry");
+    if (!SetEntry(words[0], words[1], words[2], value))
+        Fail(std::string("the entry cannot be kept in ") + words[0]);
+}
+
+bool AddLineTo(const char* path, const char* section, const char* line)
+{
+    {
+        ProfileFile file;
+        OpenForWriting(file, path);
+        file.AddLine(section, line);
+    }
+    return HasLine(path, section, line);
 }
 
 void AddLine(const Words& words)
 {
-    {
-        ProfileFile file;
-        OpenForWriting(file, words[0]);
-        file.AddLine(words[1], words[2]);
-    }
-    if (!HasLine(words[0], words[1], words[2]))
+    if (!AddLineTo(TrialFile().Path(), words[1], words[2]))
+        Fail("a profile file cannot hold this line");
+    if (!AddLineTo(words[0], words[1], words[2]))
         Fail(std::string("the line cannot be kept in ") + words[0]);
 }
 
 void RemoveLine(const Words& words)
 {
+    if (!HasLine(words[0], words[1], words[2]))
+        Fail(std::string("no such line in section ") + words[1]);
     ProfileFile file;
     OpenForWriting(file, words[0]);
-    if (!HasSection(file, words[1]))
-        Fail(std::string("no section ") + words[1]);
     file.RemoveLine(words[1], words[2]);
 }
 
@@ -159,21 +211,16 @@ void Keys(const Words& words)
     Print(list);
 }
 
-/// GetLines reaches to the end of the file; a reader of one section wants its own lines.
 void Lines(const Words& words)
 {
-    ProfileFile file;
-    OpenForReading(file, words[0]);
-    if (!HasSection(file, words[1]))
-        Fail(std::string("no section ") + words[1]);
-    ProfileLineList list;
-    file.GetLines(list, words[1]);
-    for (const ProfileLine* p = list.head; p != nullptr; p = p->next) {
-        const int open = p->text.FindChar('[');
-        if (open >= 0 && p->text.FindChar(']', open + 1) >= 0)
-            break; // the next section
-        puts(p->text);
+    {
+        ProfileFile file;
+        OpenForReading(file, words[0]);
+        if (!HasSection(file, words[1]))
+            Fail(std::string("no section ") + words[1]);
     }
+    for (const String& line : LinesOf(words[0], words[1]))
+        puts(line);
 }
 
 struct Command

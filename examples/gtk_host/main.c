@@ -1,54 +1,52 @@
 /* SPDX-License-Identifier: MIT */
 /* main.c - a GTK 3 product that shows the module's About box over its window.
- *   gtk_host BUNDLE [--auto SECONDS]   with --auto: shows the box once, presses its button after that time, ends */
-#include "examples/Module.h"
+ *   gtk_host BUNDLE [--auto SECONDS [CYCLES]]
+ * --auto: loads and unloads the module CYCLES times, shows the box once, presses its button after SECONDS, ends */
+#include "examples/Cycles.h"
 
 #include <gdk/gdkx.h>
 #include <gtk/gtk.h>
-#include <stdlib.h>
 
 typedef struct
 {
-    CFBundleRef module;
-    const EntryPoint* table;
+    const char* bundle;
     GtkWidget* window;
     double seconds;
+    int cycles;
     int result;
 } Host;
 
 static void OnAbout(GtkButton* button, gpointer data)
 {
     Host* host = data;
-    (void)button;
-    if (host->table == NULL)
-        host->table = LoadModule(host->module);
-    if (host->table == NULL) {
-        host->result = 1;
-        return;
-    }
     const unsigned long window = gdk_x11_window_get_xid(gtk_widget_get_window(host->window));
-    host->result = ShowAbout(host->table, window, "from a GTK product", host->seconds);
+    (void)button;
+    host->result = ShowAbout(host->bundle, window, "from a GTK product", host->seconds);
 }
 
 static gboolean RunOnce(gpointer data)
 {
-    OnAbout(NULL, data);
+    Host* host = data;
+    host->result = RunCycles(host->bundle, host->cycles);
+    if (host->result == 0)
+        OnAbout(NULL, host);
     gtk_main_quit();
     return G_SOURCE_REMOVE;
 }
 
 int main(int argc, char** argv)
 {
-    Host host = { NULL, NULL, NULL, 0, 0 };
-    gdk_set_allowed_backends("x11");
-    if (argc < 2 || !gtk_init_check(NULL, NULL)) {
-        fprintf(stderr,
-                argc < 2 ? "usage: gtk_host BUNDLE [--auto SECONDS]\n" : "gtk_host: no display\n");
+    Host host = { argc > 1 ? argv[1] : NULL, NULL, argc > 3 ? atof(argv[3]) : 0,
+                  argc > 4 ? atoi(argv[4]) : 0, 0 };
+    if (host.bundle == NULL) {
+        fprintf(stderr, "usage: gtk_host BUNDLE [--auto SECONDS [CYCLES]]\n");
         return 2;
     }
-    if (argc > 3)
-        host.seconds = atof(argv[3]);
-    host.module = OpenBundle(argv[1]);
+    gdk_set_allowed_backends("x11");
+    if (!gtk_init_check(NULL, NULL)) {
+        fprintf(stderr, "gtk_host: no display\n");
+        return 2;
+    }
 
     host.window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
     gtk_window_set_title(GTK_WINDOW(host.window), "GTK host");
@@ -63,11 +61,5 @@ int main(int argc, char** argv)
     if (host.seconds > 0)
         g_timeout_add(200, RunOnce, &host);
     gtk_main();
-
-    if (host.module != NULL) {
-        CFBundleUnloadExecutable(host.module);
-        CFRelease(host.module);
-    }
-    puts("module unloaded");
     return host.result;
 }

@@ -140,7 +140,7 @@ public:
             DisposeWindow(m_window);
     }
 
-    void ShowAboutBox(int style)
+    int ShowAboutBox(int style)
     {
         const auto show = m_module.GetEntry<ShowAboutBoxEntry>(kEntryShowAboutBox);
         const int result
@@ -148,6 +148,7 @@ public:
                    &m_product, m_options.text.c_str(), style);
         printf("ShowAboutBox returned %d\n", result);
         fflush(stdout);
+        return result;
     }
 
     void ShowAboutBoxSimple()
@@ -233,16 +234,17 @@ void TakeSnapshot(EventLoopTimerRef, void* userData)
         HIViewSimulateClick(button, kControlButtonPart, 0, nullptr);
 }
 
-void RunSnapshot(HostWindow& host, const Options& options, int& exitCode)
+int RunSnapshot(HostWindow& host, const Options& options)
 {
     Snapshot snapshot = { &host, options.snapshot, false };
     InstallEventLoopTimer(GetMainEventLoop(), 0.2, 0, NewEventLoopTimerUPP(TakeSnapshot), &snapshot,
                           nullptr);
-    host.ShowAboutBox(options.style);
-    if (!snapshot.saved) {
+    const int result = host.ShowAboutBox(options.style);
+    if (snapshot.saved)
+        printf("saved %s\n", qUtf8Printable(options.snapshot));
+    else
         fprintf(stderr, "ExampleHost: cannot save %s\n", qUtf8Printable(options.snapshot));
-        exitCode = 1;
-    }
+    return result == 1 && snapshot.saved ? 0 : 1;
 }
 
 Options ParseOptions(const QStringList& arguments)
@@ -296,7 +298,7 @@ int main(int argc, char** argv)
         HostWindow host(module, options);
         host.show();
         if (!options.snapshot.isEmpty())
-            RunSnapshot(host, options, exitCode);
+            exitCode = RunSnapshot(host, options);
         else if (options.alert == QLatin1String("ok"))
             HostWindow::ShowOkAlert();
         else if (!options.alert.isEmpty())

@@ -9,6 +9,7 @@
 #include <Carbon/Dialogs.h>
 #include <CoreServices/MacErrors.h>
 
+#include <QtGui/QPainter>
 #include <QtGui/QScreen>
 #include <QtGui/QWindow>
 #include <QtWidgets/QApplication>
@@ -22,7 +23,7 @@ namespace {
 
 constexpr int kMargin = 20; // pixels, as everything below
 constexpr int kGap = 12;
-constexpr int kIconSize = 48; // at most
+constexpr int kSignSize = 40;
 constexpr int kNarrowestText = 260;
 constexpr int kWidestText = 420;
 constexpr int kNarrowestButton = 80;
@@ -69,27 +70,50 @@ std::vector<Button> ButtonsOf(const AlertStdAlertParamRec& param)
     return buttons;
 }
 
-/// What the alert's kind shows and is read out as; both empty for a plain one.
-struct Sign
+/// What an alert's kind is read out as; empty for a plain one, which has no sign.
+QString NameOfSign(AlertType type)
 {
-    QIcon icon;
-    QString name;
-};
-
-Sign SignOf(AlertType type)
-{
-    const auto standard
-        = [](QStyle::StandardPixmap icon) { return QApplication::style()->standardIcon(icon); };
     switch (type) {
     case kAlertStopAlert:
-        return { standard(QStyle::SP_MessageBoxCritical), QStringLiteral("Stop") };
+        return QStringLiteral("Stop");
     case kAlertNoteAlert:
-        return { standard(QStyle::SP_MessageBoxInformation), QStringLiteral("Note") };
+        return QStringLiteral("Note");
     case kAlertCautionAlert:
-        return { standard(QStyle::SP_MessageBoxWarning), QStringLiteral("Caution") };
+        return QStringLiteral("Caution");
     default:
         return {};
     }
+}
+
+// An exclamation mark on red or in a yellow triangle, an "i" on blue. Qt's own have 32 pixels and blur on dense
+// screens.
+QPixmap DrawSign(AlertType type, double density)
+{
+    QPixmap pixmap(QSize(kSignSize, kSignSize) * density);
+    pixmap.setDevicePixelRatio(density);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const bool isCaution = type == kAlertCautionAlert;
+    const QColor ground = isCaution ? 0xFFC107 : type == kAlertStopAlert ? 0xC62828 : 0x1565C0;
+    painter.setBrush(ground);
+    if (isCaution) {
+        painter.setPen({ ground, 4, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin });
+        painter.drawConvexPolygon(QPolygonF({ { 20, 4 }, { 37, 35 }, { 3, 35 } }));
+    } else {
+        painter.setPen(Qt::NoPen);
+        painter.drawEllipse(1, 1, 38, 38);
+    }
+    if (type == kAlertNoteAlert) { // an "i" is the mark upside down
+        painter.translate(kSignSize, kSignSize);
+        painter.rotate(180);
+    }
+    const double top = isCaution ? 13 : 9;
+    const QColor mark = isCaution ? Qt::black : Qt::white;
+    painter.setPen({ mark, 4, Qt::SolidLine, Qt::RoundCap });
+    painter.drawLine(QPointF(20, top), QPointF(20, top + 10));
+    painter.drawPoint(QPointF(20, top + 18));
+    return pixmap;
 }
 
 QFont FontOf(int pixels, bool bold)
@@ -124,8 +148,7 @@ public:
         m_window->widget->setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint
                                          | Qt::WindowTitleHint);
         m_window->widget->setAccessibleName(message);
-        const QSize size
-            = LayOut(SignOf(type), message, explanation, ButtonsOf(param), param, room);
+        const QSize size = LayOut(type, message, explanation, ButtonsOf(param), param, room);
         QRect content(QPoint(), size);
         content.moveTo(room.left() + (room.width() - size.width()) / 2,
                        room.top() + (room.height() - size.height()) / 3);
@@ -178,15 +201,15 @@ private:
 
     // Texts wrap, and scroll where the screen is too low for them; the buttons always stay on the
     // screen.
-    QSize LayOut(const Sign& sign,
+    QSize LayOut(AlertType type,
                  const QString& message,
                  const QString& explanation,
                  std::vector<Button> buttons,
                  const AlertStdAlertParamRec& param,
                  const QRect& room)
     {
-        const QSize iconSize = sign.icon.actualSize({ kIconSize, kIconSize });
-        const int iconRoom = sign.icon.isNull() ? 0 : iconSize.width() + kMargin;
+        const QString sign = NameOfSign(type);
+        const int signRoom = sign.isEmpty() ? 0 : kSignSize + kMargin;
         const int widest = room.width() - 2 * kMargin;
         int rowWidth = static_cast<int>(buttons.size() - 1) * kGap;
         const QFontMetrics metrics(FontOf(13, false));
@@ -206,9 +229,9 @@ private:
         small->SetText(explanation);
         const int textWidth
             = std::min(std::clamp(std::max({ bold->NaturalWidth(), small->NaturalWidth(),
-                                             rowWidth - iconRoom }),
-                                  kNarrowestText, std::max(kWidestText, rowWidth - iconRoom)),
-                       widest - iconRoom);
+                                             rowWidth - signRoom }),
+                                  kNarrowestText, std::max(kWidestText, rowWidth - signRoom)),
+                       widest - signRoom);
         const int boldHeight = message.isEmpty() ? 0 : bold->HeightForWidth(textWidth);
         const int smallHeight = explanation.isEmpty() ? 0 : small->HeightForWidth(textWidth);
         const int between = boldHeight && smallHeight ? 8 : 0;
@@ -226,16 +249,16 @@ private:
             ? QApplication::style()->pixelMetric(QStyle::PM_ScrollBarExtent)
             : 0;
         scroll->setFocusPolicy(barRoom ? Qt::StrongFocus : Qt::NoFocus);
-        scroll->setGeometry(kMargin + iconRoom, kMargin, textWidth + barRoom, textHeight);
-        if (iconRoom) {
+        scroll->setGeometry(kMargin + signRoom, kMargin, textWidth + barRoom, textHeight);
+        if (signRoom) {
             auto* label = new QLabel(m_window->widget);
-            label->setPixmap(sign.icon.pixmap(iconSize, m_window->widget->devicePixelRatio()));
-            label->setAccessibleName(sign.name);
-            label->setGeometry(QRect(QPoint(kMargin, kMargin), iconSize));
+            label->setPixmap(DrawSign(type, m_window->widget->devicePixelRatio()));
+            label->setAccessibleName(sign);
+            label->setGeometry(kMargin, kMargin, kSignSize, kSignSize);
         }
 
-        const int bodyHeight = std::max(textHeight, iconRoom ? iconSize.height() : 0);
-        const QSize size(2 * kMargin + iconRoom + textWidth + barRoom,
+        const int bodyHeight = std::max(textHeight, signRoom ? kSignSize : 0);
+        const QSize size(2 * kMargin + signRoom + textWidth + barRoom,
                          3 * kMargin + bodyHeight + kButtonHeight);
         PlaceButtons(buttons, param, size);
         return size;

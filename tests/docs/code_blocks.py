@@ -6,13 +6,13 @@ import subprocess
 import sys
 
 root = pathlib.Path(sys.argv[1])
-gtk = subprocess.run(["pkg-config", "--cflags", "gtk+-3.0"], capture_output=True, text=True)
+toolkits = subprocess.run(["pkg-config", "--cflags", "gtk+-3.0", "Qt6Widgets"], capture_output=True, text=True)
 failed = count = 0
 for name in sys.argv[2:]:
     for language, block in re.findall(r"^```(c|cpp)\n(.*?)^```", pathlib.Path(name).read_text(), re.M | re.S):
         compiler = ["gcc", "-xc", "-std=c11"] if language == "c" else ["g++", "-xc++", "-std=c++20"]
         flags = [f"-I{root}", f"-I{root}/platform/include", "-Wall", "-Wextra", "-Werror", "-fsyntax-only"]
-        result = subprocess.run([*compiler, *flags, *gtk.stdout.split(), "-"], input=block, capture_output=True, text=True)
+        result = subprocess.run([*compiler, *flags, *toolkits.stdout.split(), "-fPIC", "-"], input=block, capture_output=True, text=True)
         count += 1
         if result.returncode:
             failed += 1

@@ -33,8 +33,9 @@ await test -s "$folder/display"
 DISPLAY=:$(cat "$folder/display")
 export DISPLAY
 unset WAYLAND_DISPLAY XAUTHORITY QT_QPA_PLATFORM
-XDG_CONFIG_HOME=$folder XDG_CACHE_HOME=$folder openbox --sm-disable >"$folder/manager.log" 2>&1 &
+XDG_CONFIG_HOME=$folder XDG_CACHE_HOME=$folder openbox --sm-disable --startup "touch $folder/managed" \
+    >"$folder/manager.log" 2>&1 &
 manager=$!
-await wmctrl -m
+await test -e "$folder/managed" # it tells its name before, and loses windows that come in between
 
 "$@"

@@ -46,6 +46,9 @@ same() { # two files
     run vlprofile set profile.ini two b ''
     run vlprofile add-line profile.ini one '# a line'
     run vlprofile remove-line profile.ini one 'a = 1'
+    run vlprofile remove-line profile.ini one c=3
+    run vlprofile add-line profile.ini one '[three]'
+    run vlprofile set profile.ini one d '[four]'
     run vlprofile lines profile.ini one
     run vlprofile keys profile.ini two
     run vlprofile sections profile.ini
