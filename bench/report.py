@@ -67,7 +67,7 @@ def run(folder, name, quick, environment=None, wrapper=()):
     if quick:
         command += ["--benchmark_min_time=0.01"]
     else:
-        command += ["--benchmark_repetitions=7", "--benchmark_min_time=0.05",
+        command += ["--benchmark_repetitions=15", "--benchmark_min_time=0.03",
                     f"--benchmark_enable_random_interleaving={str(name != 'profile').lower()}"]
     # What waits for a disk or a window counts by the clock, the rest by the processor's time.
     clock = "real_time" if name in ("preferences", "box") else "cpu_time"
@@ -192,7 +192,7 @@ def main():
         return
     root = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
     with open(os.path.join(root, "bench/results.md"), "w", encoding="utf-8") as file:
-        file.write("# Benchmarks\n\nMade by `script/bench`: medians of 7 interleaved runs. Ratios are of "
+        file.write("# Benchmarks\n\nMade by `script/bench`: medians of 15 interleaved runs. Ratios are of "
                    "one process; times drift from\nmachine to machine.\n\n"
                    + "\n".join("- " + line for line in machine()) + "\n\n" + text
                    + f"\n\n{met} of {sum(1 for row in rows if row[7])} goals met.\n"
