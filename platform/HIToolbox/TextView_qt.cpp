@@ -7,6 +7,7 @@
 #include <QtGui/QGuiApplication>
 #include <QtGui/QPainter>
 #include <QtWidgets/QMenu>
+#include <QtWidgets/QToolTip>
 
 #include <algorithm>
 #include <cmath>
@@ -122,11 +123,23 @@ void TextView::Fit()
         font.setPixelSize(font.pixelSize() - 1);
         m_layout.setFont(font);
     }
+    m_isCut = m_layout.boundingRect().height() > height();
 }
 
 QString TextView::SelectedText() const
 {
     return m_text.mid(std::min(m_anchor, m_cursor), std::abs(m_anchor - m_cursor));
+}
+
+// What is cut all the same is read in its tag, unless the view has one of its own.
+bool TextView::event(QEvent* event)
+{
+    if (event->type() != QEvent::ToolTip || !m_isCut || !toolTip().isEmpty()) {
+        return QWidget::event(event);
+    }
+    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(),
+                       Qt::convertFromPlainText(m_text), this);
+    return true;
 }
 
 void TextView::paintEvent(QPaintEvent*)

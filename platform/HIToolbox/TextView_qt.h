@@ -15,13 +15,15 @@ public:
     const QString& Text() const { return m_text; }
     void SetText(const QString& text);
     void SetAlignment(Qt::Alignment alignment);
-    /// The base font, in pixels. Text too tall for the view is set smaller, but not below 9 pixels.
+    /// The base font, in pixels. Text too tall for the view is set smaller, but not below 9 pixels;
+    /// what is cut even so can be read in a help tag.
     void SetFont(const QFont& font);
     int HeightForWidth(int width) const;
     int NaturalWidth() const; // of the longest line
     QString SelectedText() const;
 
 protected:
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
@@ -46,6 +48,7 @@ private:
     QFont m_font;
     mutable QTextLayout m_layout; // of the view's size; laid out when needed
     bool m_fitted = false;
+    bool m_isCut = false; // even in the smallest font, since it was fitted
     int m_anchor = 0; // the selection lies between anchor and cursor
     int m_cursor = 0;
 };

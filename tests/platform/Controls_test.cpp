@@ -10,6 +10,7 @@
 #include <QtTest/QTest>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QLineEdit>
+#include <QtWidgets/QToolTip>
 
 #include <cstring>
 #include <gtest/gtest.h>
@@ -241,6 +242,21 @@ TEST(Controls, CopyingGivesExactlyTheText)
     QTest::mouseRelease(view, Qt::LeftButton, {}, QPoint(149, 5));
     QTest::keyClick(view, Qt::Key_C, Qt::ControlModifier);
     EXPECT_EQ(QStringLiteral("one two three"), clipboard->text());
+}
+
+TEST(Controls, WhatIsCutIsReadInATag)
+{
+    const Sample window;
+    for (const auto& [text, isCut] :
+         { std::pair { std::string("short"), false }, { std::string(2000, 'x'), true } }) {
+        window.SetText(kText, text.c_str());
+        QWidget* view = Sample::Named(text.c_str());
+        view->grab(); // fits the text
+        QHelpEvent help(QEvent::ToolTip, {}, view->mapToGlobal(QPoint()));
+        QApplication::sendEvent(view, &help);
+        EXPECT_EQ(isCut, QToolTip::text().contains(QString::fromStdString(text))) << text;
+    }
+    QToolTip::hideText();
 }
 
 TEST(Controls, ScreenReadersGetRolesAndNames)
