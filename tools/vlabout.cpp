@@ -224,7 +224,7 @@ void ChooseDisplay(const Options& options)
     const bool hasX = xcb_connection_has_error(x) == 0;
     xcb_disconnect(x);
     if (options.parent != 0 && hasX)
-        qputenv("QT_QPA_PLATFORM", "xcb"); // in a Wayland session, too
+        qputenv("QT_QPA_PLATFORM", "xcb"); // under Wayland, too
     else if (!hasX && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY")) {
         if (options.snapshot.isEmpty())
             Fail(QStringLiteral("no display: say --snapshot"));
