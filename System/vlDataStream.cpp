@@ -9,8 +9,13 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <functional>
+#include <memory>
 #include <new>
+#include <poll.h>
+#include <string_view>
 #include <typeinfo>
+#include <utility>
 
 namespace Veltrano {
 
@@ -19,6 +24,7 @@ namespace {
 const SInt32 kInitialCapacity = 4096;
 const SInt32 kLineLength = 72; // 70 digits and the line end
 const SInt32 kLineDigits = kLineLength - 2;
+const int kRetryMilliseconds = 10; // between two tries of a read that fails
 
 // The two digits of each byte.
 constexpr auto kDigits = [] {
@@ -43,6 +49,71 @@ constexpr auto kNibbles = [] {
 int NibbleOf(char ch)
 {
     return kNibbles[static_cast<unsigned char>(ch)];
+}
+
+// Reads characters, fewer than wanted at the end of the file or after an error, which errno tells. The
+// stream is not shared, so the few of a typed value do without its lock.
+size_t ReadText(char* text, size_t nWanted, FILE* file)
+{
+    if (nWanted > kLineLength) {
+        return feof(file) ? 0 : fread(text, 1, nWanted, file); // nothing follows an end
+    }
+    size_t nRead = 0;
+    for (int ch; nRead < nWanted && (ch = getc_unlocked(file)) != EOF;) {
+        text[nRead++] = static_cast<char>(ch);
+    }
+    return nRead;
+}
+
+// Stores the digits of a text. Other characters are skipped.
+//   pNext    [in,out]  the byte that the next digit belongs to
+//   nDigits  [in,out]  digits still to come; odd within a byte
+void Decode(std::string_view text, unsigned char*& pNext, SInt64& nDigits)
+{
+    const char* p = text.data();
+    const char* const pEnd = p + text.size();
+    while (p < pEnd) {
+        if ((nDigits & 1) == 0) {
+            // At the start of a byte: pairs of digits, up to the first other character.
+            while (pEnd - p >= 2) {
+                const int nByte = NibbleOf(p[0]) * 16 | NibbleOf(p[1]);
+                if (nByte < 0) {
+                    break;
+                }
+                *pNext++ = static_cast<unsigned char>(nByte);
+                nDigits -= 2;
+                p += 2;
+            }
+            if (p == pEnd) {
+                break;
+            }
+        }
+        const int nNibble = NibbleOf(*p++);
+        if (nNibble >= 0) {
+            if ((nDigits & 1) == 0) {
+                *pNext = static_cast<unsigned char>(nNibble << 4);
+            } else {
+                *pNext++ |= static_cast<unsigned char>(nNibble);
+            }
+            --nDigits;
+        }
+    }
+}
+
+// Prepares a stream for another try after a read error: only the end of the file ends a read.
+//   throws  EOFException at the end, and when the stream can never deliver, as a folder
+void GoOnAfter(int nError, FILE* file)
+{
+    if (feof(file) || nError == EISDIR || nError == EBADF || nError == EINVAL) {
+        throw EOFException();
+    }
+    clearerr(file);
+    pollfd input = { fileno(file), POLLIN, 0 };
+    if (nError == EAGAIN) {
+        poll(&input, 1, -1); // until there is more
+    } else if (nError != EINTR) {
+        poll(nullptr, 0, kRetryMilliseconds);
+    }
 }
 
 // The value between the processor's order and the stream's.
@@ -84,45 +155,14 @@ void DataInputFile::read(void* destination, SInt32 nCount)
     }
     unsigned char* pNext = static_cast<unsigned char*>(destination);
     // Never more characters than digits are wanted: what follows stays in the file.
-    SInt64 nDigits = 2 * static_cast<SInt64>(std::max(nCount, 0));
+    SInt64 nDigits = 2 * static_cast<SInt64>(nCount);
     while (nDigits > 0) {
         char text[4096];
         const size_t nWanted = static_cast<size_t>(std::min<SInt64>(nDigits, sizeof(text)));
-        const size_t nRead = fread_unlocked(text, 1, nWanted, m_file);
-        const char* p = text;
-        const char* const pEnd = text + nRead;
-        while (p < pEnd) {
-            if ((nDigits & 1) == 0) {
-                // At the start of a byte: pairs of digits, up to the first other character.
-                while (pEnd - p >= 2) {
-                    const int nByte = NibbleOf(p[0]) * 16 | NibbleOf(p[1]);
-                    if (nByte < 0) {
-                        break;
-                    }
-                    *pNext++ = static_cast<unsigned char>(nByte);
-                    nDigits -= 2;
-                    p += 2;
-                }
-                if (p == pEnd) {
-                    break;
-                }
-            }
-            const int nNibble = NibbleOf(*p++);
-            if (nNibble >= 0) {
-                if ((nDigits & 1) == 0) {
-                    *pNext = static_cast<unsigned char>(nNibble << 4);
-                } else {
-                    *pNext++ |= static_cast<unsigned char>(nNibble);
-                }
-                --nDigits;
-            }
-        }
+        const size_t nRead = ReadText(text, nWanted, m_file);
+        Decode({ text, nRead }, pNext, nDigits);
         if (nRead < nWanted) {
-            if (ferror(m_file) && errno == EINTR) {
-                clearerr(m_file);
-            } else if (feof(m_file) || ferror(m_file)) {
-                throw EOFException();
-            }
+            GoOnAfter(errno, m_file);
         }
     }
 }
@@ -220,11 +260,12 @@ DataOutputFile::~DataOutputFile()
 }
 
 // Makes room for more characters and the zero; the text is as it was when that fails.
-void DataOutputFile::Reserve(SInt64 nMore)
+//   owns  the block that was replaced, or null: the source of a write may lie in it
+std::unique_ptr<char[]> DataOutputFile::Reserve(SInt64 nMore)
 {
     const SInt64 nNeeded = m_length + nMore + 1;
     if (nNeeded <= m_capacity) {
-        return;
+        return nullptr;
     }
     const SInt64 nCapacity
         = std::min<SInt64>(std::max(nNeeded, SInt64 { m_capacity } * 2), INT_MAX);
@@ -234,9 +275,8 @@ void DataOutputFile::Reserve(SInt64 nMore)
         throw OutOfMemoryException();
     }
     memcpy(buffer, m_buffer, static_cast<size_t>(m_length) + 1);
-    delete[] m_buffer;
-    m_buffer = buffer;
     m_capacity = static_cast<SInt32>(nCapacity);
+    return std::unique_ptr<char[]>(std::exchange(m_buffer, buffer));
 }
 
 // Whether nobody derives from it: bytes then need not go through writeByte one by one.
@@ -252,8 +292,12 @@ void DataOutputFile::write(const void* source, SInt32 nCount)
         Append(p, nCount);
         return;
     }
-    for (; nCount > 0; --nCount) {
-        writeByte(*p++);
+    // The source may lie in the buffer, which moves when it grows.
+    const std::less_equal<const void*> isUpTo;
+    const bool bOwn = isUpTo(m_buffer, source) && isUpTo(source, m_buffer + m_length);
+    const ptrdiff_t nOffset = bOwn ? static_cast<const char*>(source) - m_buffer : 0;
+    for (SInt32 i = 0; i < nCount; ++i) {
+        writeByte(bOwn ? m_buffer[nOffset + i] : p[i]);
     }
 }
 
@@ -264,7 +308,7 @@ void DataOutputFile::Append(const unsigned char* p, SInt32 nCount)
     }
     SInt32 nColumn = m_length % kLineLength;
     const SInt64 nDigits = 2 * static_cast<SInt64>(nCount);
-    Reserve(nDigits + (nColumn + nDigits) / kLineDigits * 2);
+    const auto old = Reserve(nDigits + (nColumn + nDigits) / kLineDigits * 2);
     char* pOut = m_buffer + m_length;
     while (nCount > 0) {
         const SInt32 nRun = std::min(nCount, (kLineDigits - nColumn) / 2);
@@ -286,7 +330,7 @@ void DataOutputFile::Append(const unsigned char* p, SInt32 nCount)
 
 void DataOutputFile::writeByte(SInt32 value)
 {
-    const bool bEndsLine = (m_length + 4) % kLineLength == 0;
+    const bool bEndsLine = m_length % kLineLength == kLineDigits - 2;
     Reserve(bEndsLine ? 4 : 2);
     memcpy(m_buffer + m_length, kDigits[static_cast<unsigned char>(value)].data(), 2);
     m_length += 2;

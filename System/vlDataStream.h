@@ -3,7 +3,8 @@
 // The native-order operations store the processor's own order. The order of the virtual operations is
 // fixed.
 // Unless said otherwise: one thread at a time; counts are bytes, a negative one is 0; input throws
-// EOFException when it ends or there is none, output OutOfMemoryException when it cannot grow.
+// EOFException at the end of the file or without a file, output OutOfMemoryException when it cannot
+// grow.
 #pragma once
 
 #include "System/vlException.h"
@@ -11,6 +12,7 @@
 #include <CoreServices/MacTypes.h>
 
 #include <cstdio>
+#include <memory>
 
 namespace Veltrano {
 
@@ -58,18 +60,19 @@ public:
     virtual void writeDouble(double value) = 0;
 };
 
-/// Reads the text of a file. What is no hexadecimal digit is skipped.
+/// Reads the text of a file. Characters other than hexadecimal digits are skipped.
+/// A read error does not end a read: it waits for input, or tries again every 10 ms.
 class DataInputFile : public DataInput
 {
 public:
-    /// Opens a file; null reads, and finally closes, the standard input. A file that cannot be
-    /// opened makes every read throw.
+    /// Opens a file. Null reads the standard input, which the destructor closes. If the file cannot
+    /// be opened, every read throws.
     explicit DataInputFile(const char* path);
     ~DataInputFile() override;
 
-    /// Every typed read goes through this one.
-    ///   fails  bytes already read stay in the destination
-    ///   throws EOFException, even for 0 bytes, when there is no file
+    /// Every typed read calls this one.
+    ///   fails   bytes already read stay in the destination
+    ///   throws  EOFException also for 0 bytes without a file, and for a folder
     void read(void* destination, SInt32 nCount) override;
     SInt32 skip(SInt32 n) override;
     SInt32 readNative32() override;
@@ -98,7 +101,8 @@ public:
     DataOutputFile();
     ~DataOutputFile() override;
 
-    /// Every typed write of a derived class goes through this one, which hands each byte to writeByte.
+    /// Every typed write of a derived class calls this one, which calls writeByte for each byte.
+    ///   source  [in]  may lie in the stream's own text
     void write(const void* source, SInt32 nCount) override;
     void writeByte(SInt32 value) override;
     void writeNative32(SInt32 value) override;
@@ -121,7 +125,7 @@ private:
     void Append(const unsigned char* p, SInt32 nCount);
     template <class T> void WriteLittleEndian(T value);
     template <class T> void WriteNative(T value);
-    void Reserve(SInt64 nMore);
+    std::unique_ptr<char[]> Reserve(SInt64 nMore);
 
     char* m_buffer;
     SInt32 m_length;

@@ -70,10 +70,26 @@ void CutAt(String& path, int nLength)
     path.RemoveRange(nLength, path.GetLength() - nLength);
 }
 
+/// The module path. It is located again when the module strings have been released.
+const String& FindModulePath()
+{
+    if (sModulePath == nullptr || sModulePath->IsEmpty())
+        LocateModuleImage();
+    return *sModulePath;
+}
+
+/// The application of the preference shortcuts. Null once the identifier has been released: a store
+/// without an application is not valid.
+const char* GetPreferencesApplication()
+{
+    const String& identifier = GetModuleIdentifier();
+    return identifier.IsEmpty() ? nullptr : identifier.GetString();
+}
+
 /// The module path without the "/" that it ends in.
 void GetExecutableFolder(String& result)
 {
-    result = *sModulePath;
+    result = FindModulePath();
     const int n = result.FindLastChar('/');
     if (n >= 0 && n == result.GetLength() - 1)
         CutAt(result, n);
@@ -174,6 +190,7 @@ void ReleaseModuleStrings()
         delete *string;
         *string = nullptr;
     }
+    sLocated = false; // the next caller needs the path again
 }
 
 void ModuleInit(const char* productName, const char* componentName)
@@ -294,7 +311,6 @@ void GetModuleParentFolder(String& result)
 
 void GetModuleBundleName(String& result)
 {
-    EnsureModuleStrings();
     GetExecutableFolder(result);
     int n = result.FindLastChar('/');
     VL_ASSERT(361, n >= 0);
@@ -329,7 +345,6 @@ void GetProductFolderPath(String& result)
 
 void GetFolderPath(String& result, int kind)
 {
-    EnsureModuleStrings();
     switch (kind) {
     case kFolderModule:
         GetFolderOfBundle(result);
@@ -417,14 +432,14 @@ unsigned GetFileNamePart(const char* path, char* out, unsigned size)
 int GetModuleIntPref(const char* key, int nDefault, bool allUsers)
 {
     VL_ASSERT(684, sInited);
-    PreferenceStore store(*sModuleIdentifier, allUsers);
+    PreferenceStore store(GetPreferencesApplication(), allUsers);
     return store.m_valid ? store.GetInt(key, store.m_user, nDefault) : nDefault;
 }
 
 int SetModuleIntPref(const char* key, int nValue, bool allUsers)
 {
     VL_ASSERT(701, sInited);
-    PreferenceStore store(*sModuleIdentifier, allUsers);
+    PreferenceStore store(GetPreferencesApplication(), allUsers);
     const SInt32 value = nValue;
     return store.m_valid && store.SetInt(key, store.m_user, &value) ? 0 : -1;
 }
@@ -432,7 +447,7 @@ int SetModuleIntPref(const char* key, int nValue, bool allUsers)
 void GetModuleStringPref(String& result, const char* key, const char* lpszDefault, bool allUsers)
 {
     VL_ASSERT(717, sInited);
-    PreferenceStore store(*sModuleIdentifier, allUsers);
+    PreferenceStore store(GetPreferencesApplication(), allUsers);
     if (store.m_valid)
         result = store.GetString(key, store.m_user, lpszDefault);
     else
@@ -442,7 +457,7 @@ void GetModuleStringPref(String& result, const char* key, const char* lpszDefaul
 int SetModuleStringPref(const char* key, const char* lpszValue, bool allUsers)
 {
     VL_ASSERT(732, sInited);
-    PreferenceStore store(*sModuleIdentifier, allUsers);
+    PreferenceStore store(GetPreferencesApplication(), allUsers);
     return store.m_valid && store.SetString(key, store.m_user, lpszValue) ? 0 : -1;
 }
 
@@ -460,8 +475,7 @@ const String& GetModuleComponentName()
 
 const String& GetModulePath()
 {
-    EnsureModuleStrings();
-    return *sModulePath;
+    return FindModulePath();
 }
 
 const String& GetModuleIdentifier()

@@ -21,7 +21,8 @@ enum { kFolderModule = 0, kFolderUserSupport = 1, kFolderLocalSupport = 3 };
 /// What the module does when it is loaded, for a component that links this code without the module: the
 /// names exist and are empty, the module's image is located. May be called again.
 void StartModuleEnvironment();
-/// The clean-ups of unload, in reverse order of start: the cached bundle, then the names.
+/// The clean-ups of unload, in reverse order of start: the cached bundle, then the names. Calls after them are
+/// safe: the place is found again, the names are empty, the preferences give defaults and refuse sets.
 void ReleaseModuleBundle();
 void ReleaseModuleStrings();
 

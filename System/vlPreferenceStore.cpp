@@ -105,7 +105,7 @@ Bool32 PreferenceStore::Initialize(const char* application, Bool32 anyUser)
     m_application = name;
     m_user = anyUser ? kCFPreferencesAnyUser : kCFPreferencesCurrentUser;
     m_valid = CFPreferencesSynchronize(m_application, m_user, kCFPreferencesCurrentHost) ? 1 : 0;
-    LogPrintIf(m_verbose, "%s Synchronizing %d\n", "Initialize:", m_valid);
+    LogPrintIf(m_verbose, "%s Synchronizing %d\n", "Initialize:", static_cast<int>(m_valid));
     return m_valid;
 }
 
@@ -214,7 +214,7 @@ Bool32 PreferenceStore::SetSynchronizeProperty(CFStringRef key,
     Owned<CFTypeRef>(release ? value : nullptr).reset();
     const Bool32 ok
         = CFPreferencesSynchronize(m_application, user, kCFPreferencesCurrentHost) ? 1 : 0;
-    LogPrintIf(m_verbose, "%s Synchronizing %d\n", "SetSynchronizeProperty:", ok);
+    LogPrintIf(m_verbose, "%s Synchronizing %d\n", "SetSynchronizeProperty:", static_cast<int>(ok));
     return ok;
 }
 
@@ -399,7 +399,7 @@ SInt32 PreferenceStore::GetInt(const char* entry, CFStringRef user, SInt32 nDefa
         CFNumberGetValue(number, kCFNumberSInt32Type, &result);
         CFRelease(number);
     }
-    LogPrintIf(m_verbose, "GetInt: result %d\n", result);
+    LogPrintIf(m_verbose, "GetInt: result %d\n", static_cast<int>(result));
     return result;
 }
 

@@ -5,16 +5,24 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <copyfile.h>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <memory>
 #include <new>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace Veltrano {
 
 namespace {
 
 const size_t kMaxPiece = 1022; // what fgets puts in a buffer of 1,023 characters
+const char kNewSuffix[] = ".vlnew"; // of the new file that takes the place of a profile
 
 bool IsGiven(const char* lpsz)
 {
@@ -110,6 +118,145 @@ bool Load(FILE* file, ProfileLineList& lines)
     return !ferror(file) || errno == EBADF; // a stream opened for writing only has no lines
 }
 
+// Moves the lines of one list to the end of another.
+void Join(ProfileLineList& list, ProfileLineList& other)
+{
+    if (other.head != nullptr) {
+        other.head->previous = list.tail;
+        (list.tail ? list.tail->next : list.head) = other.head;
+        list.tail = other.tail;
+        other.head = nullptr;
+        other.tail = nullptr;
+    }
+}
+
+struct Descriptor
+{
+    explicit Descriptor(int nDescriptor)
+        : fd(nDescriptor)
+    {
+    }
+    ~Descriptor()
+    {
+        if (fd >= 0) {
+            close(fd);
+        }
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    const int fd;
+};
+
+bool WriteText(int fd, std::string_view text)
+{
+    while (!text.empty()) {
+        const ssize_t n = write(fd, text.data(), text.size());
+        if (n < 0 && errno != EINTR) {
+            return false;
+        }
+        text.remove_prefix(n > 0 ? static_cast<size_t>(n) : 0);
+    }
+    return true;
+}
+
+bool Flush(int fd)
+{
+    while (fsync(fd) != 0) {
+        if (errno != EINTR) {
+            return errno == EINVAL; // the file system has nothing to flush
+        }
+    }
+    return true;
+}
+
+bool IsDiskError(int nError)
+{
+    return nError == ENOSPC || nError == EDQUOT || nError == EIO;
+}
+
+// Opens and locks the new file of a profile. Its name is always the same: a file left by a killed process
+// is used again, so that such files do not accumulate.
+//   returns  a descriptor of an empty file; -1 with errno, EBUSY if another process holds it for 2 s
+int OpenNewFile(const char* path)
+{
+    for (int nTry = 0; nTry < 400; ++nTry) {
+        const int fd = open(path, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
+        if (fd < 0) {
+            return -1;
+        }
+        int nError = lockf(fd, F_TLOCK, 0) == 0 ? 0 : errno;
+        struct stat opened;
+        struct stat named;
+        if (nError == 0 && fstat(fd, &opened) == 0 && lstat(path, &named) == 0
+            && opened.st_dev == named.st_dev && opened.st_ino == named.st_ino) {
+            const bool bOwn
+                = S_ISREG(opened.st_mode) && opened.st_nlink == 1 && opened.st_uid == geteuid();
+            if (bOwn && (opened.st_size == 0 || ftruncate(fd, 0) == 0)) {
+                return fd;
+            }
+            // Locked by nobody: left by another user's process that was killed.
+            nError = !bOwn && unlink(path) == 0 ? 0 : errno;
+        }
+        close(fd);
+        if (nError != 0 && nError != EACCES && nError != EAGAIN) {
+            errno = nError;
+            return -1;
+        }
+        poll(nullptr, 0, 5); // locked by, or renamed meanwhile by, another process
+    }
+    errno = EBUSY;
+    return -1;
+}
+
+// Gives a file the owner, the mode, the access list and the other attributes of another one.
+bool CopyAttributes(int nFrom, const struct stat& from, int nTo)
+{
+    struct stat to;
+    return fstat(nTo, &to) == 0
+        && ((to.st_uid == from.st_uid && to.st_gid == from.st_gid)
+            || fchown(nTo, from.st_uid, from.st_gid) == 0)
+        && fchmod(nTo, from.st_mode & 07777) == 0
+        && fcopyfile(nFrom, nTo, nullptr, COPYFILE_ACL | COPYFILE_XATTR) == 0
+        && fstat(nTo, &to) == 0 && to.st_mode == from.st_mode && to.st_uid == from.st_uid
+        && to.st_gid == from.st_gid;
+}
+
+// Replaces an existing file, in one step, by a new one that stands beside it until then. A process that
+// is killed meanwhile leaves the old file whole.
+//   returns  true   replaced; or the disk is full or fails, and the old file is as it was
+//            false  impossible: only the file itself can be written
+bool ReplaceFile(const char* lpszPath, std::string_view text)
+{
+    char path[PATH_MAX]; // of the file itself, behind all links
+    if (realpath(lpszPath, path) == nullptr) {
+        return false;
+    }
+    struct stat info;
+    const Descriptor old(open(path, O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+    if (old.fd < 0 || fstat(old.fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_nlink != 1) {
+        return false;
+    }
+    char newPath[PATH_MAX + sizeof(kNewSuffix)];
+    snprintf(newPath, sizeof(newPath), "%s%s", path, kNewSuffix);
+    const Descriptor fresh(OpenNewFile(newPath));
+    if (fresh.fd < 0) {
+        return IsDiskError(errno);
+    }
+    bool bSettled = true;
+    if (WriteText(fresh.fd, text)) {
+        bSettled = CopyAttributes(old.fd, info, fresh.fd);
+        if (bSettled && Flush(fresh.fd)) {
+            if (rename(newPath, path) == 0) {
+                return true;
+            }
+            bSettled = IsDiskError(errno);
+        }
+    }
+    unlink(newPath);
+    return bSettled;
+}
+
 } // namespace
 
 // ProfileLineList
@@ -166,17 +313,6 @@ int ProfileLineList::GetCount() const
     return nCount;
 }
 
-void ProfileLineList::Join(ProfileLineList& other)
-{
-    if (other.head != nullptr) {
-        other.head->previous = tail;
-        (tail ? tail->next : head) = other.head;
-        tail = other.tail;
-        other.head = nullptr;
-        other.tail = nullptr;
-    }
-}
-
 // Opening and closing
 
 ProfileFile::~ProfileFile()
@@ -199,7 +335,7 @@ Bool32 ProfileFile::Open(const char* path, const char* mode)
     if (!Load(file.get(), lines)) {
         return 0; // what was not read could not be written back
     }
-    m_lines.Join(lines);
+    Join(m_lines, lines);
     m_file = file.release();
     return 1;
 }
@@ -220,31 +356,35 @@ void ProfileFile::Close()
     m_file = nullptr;
 }
 
-// Empties the list. Lines are gathered in large pieces, which the stream hands on uncopied.
+// Empties the list, too.
 void ProfileFile::Write()
 {
+    size_t nLength = 0;
+    for (const ProfileLine* p = m_lines.head; p != nullptr; p = p->next) {
+        nLength += TextOf(p->text).size() + 1;
+    }
+    const std::unique_ptr<char[]> text(new (std::nothrow) char[nLength]);
+    char* pEnd = text.get();
+    for (; m_lines.head != nullptr && text != nullptr; m_lines.RemoveHead()) {
+        const std::string_view line = TextOf(m_lines.head->text);
+        pEnd = std::copy(line.begin(), line.end(), pEnd);
+        *pEnd++ = '\n';
+    }
+    if (text != nullptr && ReplaceFile(m_path, { text.get(), nLength })) {
+        return;
+    }
     // When this fails the stream is closed already, but its object stays for the caller's fclose.
     if (freopen(m_path, "w", m_file) == nullptr) {
         return;
     }
-    char buffer[65536];
-    char* pEnd = buffer;
-    const auto put = [this, &buffer, &pEnd](std::string_view text) {
-        if (text.size() > static_cast<size_t>(std::end(buffer) - pEnd)) {
-            fwrite(buffer, 1, static_cast<size_t>(pEnd - buffer), m_file);
-            pEnd = buffer;
-        }
-        if (text.size() > sizeof(buffer)) {
-            fwrite(text.data(), 1, text.size(), m_file);
-        } else {
-            pEnd = std::copy(text.begin(), text.end(), pEnd);
-        }
-    };
-    for (; m_lines.head != nullptr; m_lines.RemoveHead()) { // freed while it is at hand
-        put(TextOf(m_lines.head->text));
-        put("\n");
+    if (text != nullptr) {
+        WriteText(fileno(m_file), { text.get(), nLength });
     }
-    fwrite(buffer, 1, static_cast<size_t>(pEnd - buffer), m_file);
+    for (; m_lines.head != nullptr; m_lines.RemoveHead()) { // no memory for the text
+        const std::string_view line = TextOf(m_lines.head->text);
+        fwrite(line.data(), 1, line.size(), m_file);
+        putc('\n', m_file);
+    }
 }
 
 // Kinds of lines

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 // vlProfileFile.h - an INI file as the list of its lines: read whole, changed, written back whole.
 // Order: Open -> any number of reads and changes -> Close, which writes if something changed.
-// Lines that are not touched, of whatever kind, come back byte for byte; line ends become line feeds.
-// Sections and keys compare exactly, case and all. What a line is is decided when it is looked at:
-//   section header   holds a "[" and a "]" after it, wherever; the name between them is not trimmed
-//   entry            text in front of the first "="; key and value are trimmed of white space
+// Lines that are not changed, of whatever kind, are written byte for byte. Line ends become line feeds:
+// carriage returns in front of one are dropped, and the last line gets one. A line of more than 1,022
+// characters, its line feed included, is read and written as several.
+// Sections and keys are compared exactly. The kinds of lines:
+//   section header   has a "[" and a "]" after it, anywhere; the name between them is not trimmed
+//   entry            has text before the first "="; key and value are trimmed of white space
 // Unless said otherwise: one thread at a time; a null or empty section or key does nothing; failure
 // is 0.
 #pragma once
@@ -40,8 +42,6 @@ public:
     void Remove(ProfileLine* pLine);
     void Clear();
     int GetCount() const;
-    /// Moves all lines of the other list behind the own ones.
-    void Join(ProfileLineList& other);
 
     ProfileLine* head = nullptr;
     ProfileLine* tail = nullptr;
@@ -62,8 +62,12 @@ public:
     ///   mode     [in]  as for fopen; "a+" creates a missing file
     ///   returns  0 when it cannot be opened or read; nothing is open then
     Bool32 Open(const char* path, const char* mode);
-    /// Writes the lines back if any were changed, and frees them. A file that cannot be opened for
-    /// writing is as it was, and so is one that has no lines left.
+    /// Writes the lines back if any were changed, and frees them. A new file with the same owner, mode
+    /// and access list replaces the old one in one step; a process that is killed leaves the old file or
+    /// the new one, and at most one file "<path>.vlnew". Written in place, where a kill or a full disk can
+    /// cut it: a file with several hard links, and one that cannot be replaced in its folder.
+    ///   fails  a file that cannot be opened for writing, has no lines left, or whose new file does not fit
+    ///          on the disk stays as it was; the changes are lost
     void Close();
 
     ///   value    [out]  trimmed; empty when the result is 0

@@ -4,14 +4,11 @@
 #include "System/vlString.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
-#include <dlfcn.h>
 #include <functional>
 #include <iterator>
-#include <malloc/malloc.h>
 #include <new>
 
 namespace Veltrano {
@@ -95,38 +92,6 @@ SInt64 MeasureFixed(double value, int nWidth, int nPrecision)
     return nLength;
 }
 
-// Whether array new hands out malloc's blocks as they are, which malloc can then be asked about: both
-// forms of new must be the language runtime's own, and both routines of malloc one allocator's that
-// serves the whole process. A program that replaces any of them is told by the image it lies in.
-bool FindOutAboutNew()
-{
-    const auto imageOf = [](auto* function) {
-        Dl_info info = {};
-        dladdr(reinterpret_cast<const void*>(function), &info);
-        return info;
-    };
-    const auto isRuntimes = [imageOf](void* (*function)(size_t)) {
-        const char* lpszImage = imageOf(function).dli_fname;
-        return lpszImage != nullptr && strstr(lpszImage, "/libstdc++.so") != nullptr;
-    };
-    const void* pAllocator = imageOf(&malloc).dli_fbase;
-    return isRuntimes(&operator new[]) && isRuntimes(&operator new)
-        && pAllocator == imageOf(&malloc_usable_size).dli_fbase
-        && pAllocator != imageOf(&FindOutAboutNew).dli_fbase;
-}
-
-bool IsNewMalloc()
-{
-    enum { kUnknown, kNo, kYes };
-    static constinit std::atomic<int> sAnswer = kUnknown; // the same whoever finds it out
-    int answer = sAnswer.load(std::memory_order_relaxed);
-    if (answer == kUnknown) {
-        answer = FindOutAboutNew() ? kYes : kNo;
-        sAnswer.store(answer, std::memory_order_relaxed);
-    }
-    return answer == kYes;
-}
-
 } // namespace
 
 constinit StringData* String::nil_ = &sNilBuffer.header;
@@ -139,16 +104,6 @@ StringData* StringData::Create(SInt32 n)
     StringData* pData = new (block) StringData(1, n);
     pData->GetChars()[n] = '\0';
     return pData;
-}
-
-bool StringData::Extend(SInt32 n)
-{
-    const size_t nSize = sizeof(StringData) + static_cast<size_t>(n) + 1;
-    if (GetRefs() != 1 || !IsNewMalloc() || nSize > malloc_size(this)) {
-        return false;
-    }
-    nAllocLength = n;
-    return true;
 }
 
 void StringData::Free()
@@ -200,9 +155,7 @@ void String::CopyFrom(int nSrcLen, const char* lpchSrc)
         CopyFrom(nSrcLen, lpchSrc);
         return;
     }
-    if (IsShared() || nSrcLen > GetAllocLength()) {
-        PrepareOverwrite(nSrcLen);
-    }
+    PrepareOverwrite(nSrcLen);
     CopyChars(m_pchData, lpchSrc, nSrcLen);
     SetLength(nSrcLen);
 }
@@ -223,15 +176,13 @@ void String::AppendInPlace(int nSrcLen, const char* lpchSrc)
         return;
     }
     const int nLen = GetLength();
-    if (!IsShared()
-        && (nSrcLen <= GetAllocLength() - nLen
-            || (nSrcLen <= INT_MAX - 1 - nLen && GetData()->Extend(nLen + nSrcLen)))) {
+    if (!IsShared() && nSrcLen <= GetAllocLength() - nLen) {
         CopyChars(m_pchData + nLen, lpchSrc, nSrcLen);
         GetData()->nDataLength += nSrcLen;
         VL_ASSERT(399, GetData()->nDataLength <= GetData()->nAllocLength);
         m_pchData[GetData()->nDataLength] = '\0';
     } else {
-        // KEPT: no growth factor; memory is kept tight, and a repeated append costs a copy a block.
+        // KEPT: no growth factor. Memory is kept tight, and each append costs a block and a copy.
         StringData* pOldData = GetData();
         JoinCopy(nLen, m_pchData, nSrcLen, lpchSrc);
         VL_ASSERT(391, pOldData != 0);
@@ -256,10 +207,12 @@ void String::CopyRange(String& dest, int nCopyLen, int nCopyIndex, int nExtraLen
     }
 }
 
+// True if an argument lies in this string's block. The nil buffer does not count: all empty strings
+// share it, and it is never written to.
 bool String::Contains(const char* lpch) const
 {
     const std::less<const char*> before;
-    return lpch != nullptr && !before(lpch, m_pchData)
+    return lpch != nullptr && GetAllocLength() != 0 && !before(lpch, m_pchData)
         && !before(m_pchData + GetAllocLength(), lpch);
 }
 
@@ -468,11 +421,11 @@ void String::Clear()
 
 String String::Part(int nFirst, int nCount) const
 {
-    nFirst = std::clamp(nFirst, 0, GetLength());
-    nCount = std::clamp(nCount, 0, GetLength() - nFirst);
+    nFirst = std::min(std::max(nFirst, 0), GetLength());
+    nCount = std::min(std::max(nCount, 0), GetLength() - nFirst);
     VL_ASSERT(843, nFirst >= 0);
     VL_ASSERT(844, nFirst + nCount <= (int)(GetData()->nDataLength));
-    if (nFirst == 0 && nCount == GetLength()) {
+    if (nCount == GetLength()) {
         return *this;
     }
     String result;
@@ -492,7 +445,7 @@ String String::Head(int nCount) const
 
 String String::Tail(int nCount) const
 {
-    nCount = std::clamp(nCount, 0, GetLength());
+    nCount = std::min(std::max(nCount, 0), GetLength());
     return Substring(GetLength() - nCount, nCount);
 }
 
@@ -773,138 +726,210 @@ void String::Format(const char* lpszFormat, ...)
     va_end(argList);
 }
 
+// One pass over a format, which takes the arguments as the conversions do: estimates the length of the
+// text, and notes what the C library would read otherwise.
+class String::FormatScan
+{
+public:
+    FormatScan(const String& target, const char* lpszFormat, va_list argList)
+        : m_target(target)
+        , m_lpszFormat(lpszFormat)
+        , m_p(lpszFormat)
+    {
+        va_copy(m_args, argList);
+        const char* const pEnd = lpszFormat + strlen(lpszFormat);
+        for (; *m_p != '\0'; ++m_p) {
+            // KEPT: plain text counts with all that follows it, so that the block is never too small.
+            if (*m_p != '%' || *++m_p == '%') {
+                m_nLength += pEnd - m_p;
+            } else {
+                ScanWidths();
+                ScanModifier();
+                m_nLength += MeasureItem();
+            }
+        }
+        va_end(m_args);
+    }
+
+    int GetLength() const { return static_cast<int>(std::min<SInt64>(m_nLength, INT_MAX)); }
+    /// True if an argument lies in the target's own block.
+    bool HasOwnText() const { return m_bOwnText; }
+    /// The format in which the C library reads each argument as it was read here.
+    const char* GetFormat() const
+    {
+        return m_strFormat.IsEmpty() ? m_lpszFormat : m_strFormat.GetString();
+    }
+
+private:
+    // Flags, width and precision.
+    void ScanWidths()
+    {
+        m_nWidth = 0;
+        m_nPrecision = 0;
+        bool bStar = false;
+        for (;; ++m_p) {
+            if (*m_p == '*') {
+                m_nWidth = va_arg(m_args, int);
+            } else if (*m_p == '#') {
+                m_nLength += 2;
+            } else if (*m_p != '-' && *m_p != '+' && *m_p != '0' && *m_p != ' ') {
+                break;
+            }
+            // The C library wants '*' last, and would take the next arguments for others.
+            VL_CHECK(!bStar, SourceName(__FILE__), 1200, "false");
+            bStar = *m_p == '*';
+        }
+        if (m_nWidth == 0 && !bStar) {
+            m_nWidth = ScanNumber();
+        }
+        VL_CHECK(m_nWidth >= 0, SourceName(__FILE__), 992, "nWidth >= 0");
+        if (*m_p == '.') {
+            ++m_p;
+            if (*m_p == '*') {
+                m_nPrecision = va_arg(m_args, int);
+                ++m_p;
+            } else {
+                m_nPrecision = ScanNumber();
+            }
+            VL_CHECK(m_nPrecision >= 0, SourceName(__FILE__), 1012, "nPrecision >= 0");
+        }
+    }
+
+    int ScanNumber()
+    {
+        const int n = ParseInt(m_p);
+        m_p = SkipDigits(m_p);
+        return n;
+    }
+
+    void ScanModifier()
+    {
+        if (strncmp(m_p, "I64", 3) == 0) {
+            VL_ASSERT(1023, false);
+        }
+        const char ch = *m_p;
+        m_chModifier
+            = ch == 'h' || ch == 'l' || ch == 'L' || ch == 'F' || ch == 'N' ? *m_p++ : '\0';
+    }
+
+    SInt64 MeasureItem()
+    {
+        const bool bWide = m_chModifier == 'l';
+        const SInt64 nNumber = SInt64 { m_nWidth } + m_nPrecision;
+        switch (*m_p) {
+        case 'c':
+        case 'C':
+            VL_CHECK(!bWide, SourceName(__FILE__), 1200, "false");
+            SetConversion("", 'c');
+            va_arg(m_args, int);
+            return FitItem(2);
+        case 's':
+        case 'S':
+            VL_CHECK(*m_p == 's' ? !bWide : m_chModifier == 'h', SourceName(__FILE__), 1200,
+                     "false");
+            SetConversion("", 's');
+            return MeasureText(va_arg(m_args, const char*));
+        case 'd':
+        case 'i':
+        case 'u':
+        case 'o':
+        case 'x':
+        case 'X':
+            SetConversion("hl", *m_p);
+            bWide ? static_cast<void>(va_arg(m_args, long))
+                  : static_cast<void>(va_arg(m_args, int));
+            return std::max<SInt64>(32, nNumber);
+        case 'e':
+        case 'g':
+        case 'G':
+        case 'f': {
+            SetConversion("lL", *m_p);
+            const double value = m_chModifier == 'L'
+                ? static_cast<double>(va_arg(m_args, long double))
+                : va_arg(m_args, double);
+            return *m_p == 'f' ? MeasureFixed(value, m_nWidth, m_nPrecision)
+                               : std::max<SInt64>(128, nNumber);
+        }
+        case 'p':
+            SetConversion("", 'p');
+            va_arg(m_args, void*);
+            return std::max<SInt64>(32, nNumber);
+        case 'n':
+            SetConversion("hl", 'n');
+            va_arg(m_args, void*);
+            return 0;
+        default:
+            VL_ASSERT(1200, false);
+        }
+    }
+
+    SInt64 MeasureText(const char* lpsz)
+    {
+        // With a precision the argument need not be terminated.
+        const size_t nLimit = m_nPrecision != 0 ? static_cast<size_t>(m_nPrecision) : SIZE_MAX;
+        m_bOwnText = m_bOwnText || m_target.Contains(lpsz);
+        return FitItem(std::max<SInt64>(lpsz ? static_cast<SInt64>(strnlen(lpsz, nLimit)) : 6, 1));
+    }
+
+    // The length of characters in their field.
+    SInt64 FitItem(SInt64 nItem) const
+    {
+        nItem = m_nPrecision != 0 ? std::min<SInt64>(nItem, m_nPrecision) : nItem;
+        return std::max<SInt64>(nItem, m_nWidth);
+    }
+
+    // Drops the modifier unless it has a meaning for the conversion, and names the conversion.
+    void SetConversion(const char* lpszModifiers, char chConversion)
+    {
+        const bool bDrop = m_chModifier != '\0' && strchr(lpszModifiers, m_chModifier) == nullptr;
+        if (!bDrop && *m_p == chConversion) {
+            return;
+        }
+        if (m_strFormat.IsEmpty()) {
+            m_strFormat = m_lpszFormat;
+        }
+        const int nIndex = static_cast<int>(m_p - m_lpszFormat) - m_nDropped;
+        m_strFormat.SetCharAt(nIndex, chConversion);
+        if (bDrop) {
+            m_strFormat.RemoveRange(nIndex - 1);
+            ++m_nDropped;
+        }
+    }
+
+    const String& m_target;
+    const char* const m_lpszFormat;
+    const char* m_p; // the character that is looked at
+    va_list m_args; // those not yet taken
+    int m_nWidth = 0;
+    int m_nPrecision = 0;
+    char m_chModifier = '\0'; // 0: none
+    SInt64 m_nLength = 0;
+    bool m_bOwnText = false;
+    String m_strFormat; // empty while nothing was changed
+    int m_nDropped = 0; // characters of the format that are left out of it
+};
+
 void String::FormatArgs(const char* lpszFormat, va_list argList)
 {
     VL_ASSERT(947, gIsValidString(lpszFormat));
+    const FormatScan scan(*this, lpszFormat, argList);
+    if (scan.HasOwnText() || Contains(lpszFormat)) {
+        // Formatted elsewhere, with the room that this block will have.
+        String result;
+        result.OpenBuffer(IsShared() ? GetLength() : GetAllocLength());
+        result.FormatArgs(lpszFormat, argList);
+        memcpy(OpenBuffer(scan.GetLength()), result.m_pchData,
+               static_cast<size_t>(result.GetLength()) + 1);
+        CloseBuffer(result.GetLength());
+        return;
+    }
+    OpenBuffer(scan.GetLength());
     va_list args;
     va_copy(args, argList);
-    const FormatEstimate estimate = EstimateFormat(lpszFormat, args);
-    va_end(args);
-
-    if (estimate.lpchNarrowS != nullptr) {
-        // "%hS" takes narrow characters here; the C library would read wide ones, past their end.
-        String narrow(lpszFormat);
-        narrow.SetCharAt(static_cast<int>(estimate.lpchNarrowS - lpszFormat), 's');
-        FormatArgs(narrow, argList);
-        return;
-    }
-    if (estimate.bOwnText || Contains(lpszFormat)) {
-        String result;
-        result.FormatArgs(lpszFormat, argList);
-        *this = result;
-        return;
-    }
-    OpenBuffer(static_cast<int>(std::min<SInt64>(estimate.nLength, INT_MAX)));
-    va_copy(args, argList);
-    int r = vsnprintf(m_pchData, static_cast<size_t>(GetAllocLength()) + 1, lpszFormat, args);
+    int r = vsnprintf(m_pchData, static_cast<size_t>(GetAllocLength()) + 1, scan.GetFormat(), args);
     va_end(args);
     VL_ASSERT(1210, r <= GetAllocLength());
     CloseBuffer(-1);
-}
-
-// How long the text may become, taking the arguments as the conversions do.
-String::FormatEstimate String::EstimateFormat(const char* lpszFormat, va_list argList) const
-{
-    FormatEstimate estimate;
-    const char* const pEnd = lpszFormat + strlen(lpszFormat);
-    for (const char* p = lpszFormat; *p != '\0'; ++p) {
-        // KEPT: plain text counts with all that follows it, so that the block is never too small.
-        if (*p != '%' || *++p == '%') {
-            estimate.nLength += pEnd - p;
-            continue;
-        }
-
-        SInt64 nItem = 0;
-        int nWidth = 0;
-        int nPrecision = 0;
-        for (;; ++p) {
-            if (*p == '#') {
-                estimate.nLength += 2;
-            } else if (*p == '*') {
-                nWidth = va_arg(argList, int);
-            } else if (*p != '-' && *p != '+' && *p != '0' && *p != ' ') {
-                break;
-            }
-        }
-        if (nWidth == 0) {
-            nWidth = ParseInt(p);
-            p = SkipDigits(p);
-        }
-        VL_ASSERT(992, nWidth >= 0);
-        if (*p == '.') {
-            ++p;
-            if (*p == '*') {
-                nPrecision = va_arg(argList, int);
-                ++p;
-            } else {
-                nPrecision = ParseInt(p);
-                p = SkipDigits(p);
-            }
-            VL_ASSERT(1012, nPrecision >= 0);
-        }
-
-        if (strncmp(p, "I64", 3) == 0) {
-            VL_ASSERT(1023, false);
-        }
-        const bool bNarrow = *p == 'h';
-        const bool bWide = *p == 'l';
-        const bool bLong = *p == 'L';
-        if (bNarrow || bWide || bLong || *p == 'F' || *p == 'N') {
-            ++p;
-        }
-
-        if ((*p == 'c' || *p == 'C') && !bWide) {
-            va_arg(argList, int);
-            nItem = 2;
-            nItem = nPrecision != 0 ? std::min<SInt64>(nItem, nPrecision) : nItem;
-            nItem = std::max<SInt64>(nItem, nWidth);
-        } else if ((*p == 's' && !bWide) || (*p == 'S' && bNarrow)) {
-            const char* lpsz = va_arg(argList, const char*);
-            // With a precision the argument need not be terminated.
-            const size_t nLimit = nPrecision != 0 ? static_cast<size_t>(nPrecision) : SIZE_MAX;
-            nItem = lpsz ? static_cast<SInt64>(strnlen(lpsz, nLimit)) : 6;
-            nItem = std::max<SInt64>(nItem, 1);
-            nItem = nPrecision != 0 ? std::min<SInt64>(nItem, nPrecision) : nItem;
-            nItem = std::max<SInt64>(nItem, nWidth);
-            estimate.bOwnText = estimate.bOwnText || Contains(lpsz);
-            if (*p == 'S' && estimate.lpchNarrowS == nullptr) {
-                estimate.lpchNarrowS = p;
-            }
-        } else {
-            switch (*p) {
-            case 'd':
-            case 'i':
-            case 'u':
-            case 'o':
-            case 'x':
-            case 'X':
-                va_arg(argList, int);
-                nItem = std::max<SInt64>(32, SInt64 { nWidth } + nPrecision);
-                break;
-            case 'e':
-            case 'g':
-            case 'G':
-            case 'f': {
-                const double value = bLong ? static_cast<double>(va_arg(argList, long double))
-                                           : va_arg(argList, double);
-                nItem = *p == 'f' ? MeasureFixed(value, nWidth, nPrecision)
-                                  : std::max<SInt64>(128, SInt64 { nWidth } + nPrecision);
-                break;
-            }
-            case 'p':
-                va_arg(argList, void*);
-                nItem = std::max<SInt64>(32, SInt64 { nWidth } + nPrecision);
-                break;
-            case 'n':
-                va_arg(argList, void*);
-                break;
-            default:
-                VL_ASSERT(1200, false);
-            }
-        }
-        estimate.nLength += nItem;
-    }
-    return estimate;
 }
 
 } // namespace Veltrano

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // vlString.h - String, a byte string whose characters are shared between copies until one is written.
 // A String is one pointer to zero-terminated characters; a StringData header stands in front of them,
-// in one heap block of exactly header + length + 1 bytes; an append may use what the allocator gave
-// beyond that, so that the block stays and the capacity is exact. Empty strings share one static block.
+// in one heap block of exactly header + length + 1 bytes. Empty strings share one static block.
 // Unless said otherwise: lengths, indexes and results are counts of characters; a null plain string
-// is an empty one; arguments may point into the string itself; no memory throws std::bad_alloc.
+// is an empty one; arguments may point into the string itself, and act as copies made before the call;
+// no memory throws std::bad_alloc.
 // Thread: one String belongs to one thread at a time; Strings that share a block may live on several.
 #pragma once
 
@@ -31,9 +31,6 @@ class StringData final
 public:
     /// A new private block for n characters: count 1, length and capacity n, zero at n.
     static StringData* Create(SInt32 n);
-    /// Raises the capacity to n characters where the block lies. False: it has no such room, and
-    /// nothing is changed.
-    bool Extend(SInt32 n);
 
     constexpr StringData(SInt32 nInitialRefs, SInt32 nLength)
         : nRefs(nInitialRefs)
@@ -114,10 +111,7 @@ public:
     void Clear();
 
     /// Out of range is cut to what there is; the whole text shares the block.
-    String Substring(int nFirst, int nCount) const
-    {
-        return nFirst <= 0 && nCount >= GetLength() ? *this : Part(nFirst, nCount);
-    }
+    String Substring(int nFirst, int nCount) const;
     String Substring(int nFirst) const;
     String Head(int nCount) const;
     String Tail(int nCount) const;
@@ -155,7 +149,8 @@ public:
     void TrimStart(const char* lpszTargets);
 
     /// Replaces the text by a formatted one, with one allocation of an estimated length.
-    ///   lpszFormat  [in]  printf's: d i u o x X e f g G p n c C s; narrow or int-sized arguments
+    ///   lpszFormat  [in]  printf's: d i u o x X e f g G p n c s, and C as c, hS as s; h and l apply
+    ///                     to integers, L to reals; F, N and any other h or L have no effect
     ///   asserts     any other conversion, "I64", a negative width or precision
     ///   example     s.Format("%s=%d", "n", 7): "n=7"
     void Format(const char* lpszFormat, ...) __attribute__((__format__(__printf__, 2, 3)));
@@ -179,12 +174,7 @@ protected:
     char* m_pchData; // never null
 
 private:
-    struct FormatEstimate
-    {
-        SInt64 nLength = 0; // characters
-        bool bOwnText = false; // an argument lies in the string's own block
-        const char* lpchNarrowS = nullptr; // the first "S" that stands for narrow characters
-    };
+    class FormatScan;
 
     static int Measure(const char* lpsz);
     String Part(int nFirst, int nCount) const;
@@ -195,7 +185,6 @@ private:
     int InsertChars(int nIndex, const char* lpch, int nCount);
     template <class Test> void TrimEndWhile(Test test);
     template <class Test> void TrimStartWhile(Test test);
-    FormatEstimate EstimateFormat(const char* lpszFormat, va_list argList) const;
 
     static StringData* nil_;
 };
@@ -296,6 +285,7 @@ inline String& String::operator=(const char* lpsz)
     const int nLen = Measure(lpsz);
     StringData* pData = GetData();
     if (nLen != 0 && nLen <= pData->nAllocLength && pData->GetRefs() < 2) {
+        VL_CHECK(pData->GetRefs() <= 1, "System/vlString.cpp", 213, "GetData()->nRefs <= 1");
         memmove(m_pchData, lpsz, static_cast<size_t>(nLen));
         m_pchData[nLen] = '\0';
         pData->nDataLength = nLen;
@@ -311,12 +301,21 @@ inline String& String::operator+=(char ch)
     const int nLen = pData->nDataLength;
     if (pData->GetRefs() < 2 && nLen < pData->nAllocLength) {
         m_pchData[nLen] = ch;
-        m_pchData[nLen + 1] = '\0';
         pData->nDataLength = nLen + 1;
+        VL_CHECK(pData->nDataLength <= pData->nAllocLength, "System/vlString.cpp", 399,
+                 "GetData()->nDataLength <= GetData()->nAllocLength");
+        m_pchData[nLen + 1] = '\0';
     } else {
         AppendChar(ch);
     }
     return *this;
+}
+
+inline String String::Substring(int nFirst, int nCount) const
+{
+    const int nLength = GetLength();
+    // A damaged length, below 0, must reach the checks of Part.
+    return nFirst <= 0 && nCount >= nLength && nLength >= 0 ? *this : Part(nFirst, nCount);
 }
 
 } // namespace Veltrano

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 // box_bench.cpp - boxes and alerts from open to closed: each is closed by its button once it has painted.
-// Uses the display, or what QT_QPA_PLATFORM says; the module's box goes through the entry table.
+// Uses the display, or what QT_QPA_PLATFORM says; the module's box goes through Host.h.
 #include "bench/Bench.h"
-#include "module/EntryTable.h"
 #include "ui/Alerts.h"
 
-#include <veltrano/HostWindow.h>
+#include <veltrano/Host.h>
 
 #include <QtCore/QEvent>
 #include <QtCore/QPointer>
@@ -62,24 +61,17 @@ void AddBenchmarks()
     QApplication::processEvents();
     qApp->installEventFilter(new User(host));
 
-    const std::string path = VELTRANO_BUNDLE;
-    CFURLRef url = CFURLCreateFromFileSystemRepresentation(
-        kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path.data()),
-        static_cast<CFIndex>(path.size()), true);
-    static const CFBundleRef bundle = CFBundleCreate(kCFAllocatorDefault, url);
-    CFRelease(url);
-    static const auto get = reinterpret_cast<GetEntryTableProc>(
-        CFBundleGetFunctionPointerForName(bundle, CFSTR("GetEntryTable")));
-    static const auto show = reinterpret_cast<ShowAboutBoxEntry>(get()[kEntryShowAboutBox]);
+    static const VeltranoModuleRef module = VeltranoOpenModule(VELTRANO_BUNDLE);
     static const WindowRef parent = CreateWindowRefWithQWidget(host);
-    static ProductRecord product = { { 0, 0 }, "Product 3.2 (build 88)" };
-    show(parent, bundle, 128, &product, "Licensed to Ada", 0); // fonts and files are read once
+    static const auto show = [](int pictureId) {
+        return VeltranoShowAboutBox(module, parent, VELTRANO_BUNDLE, pictureId,
+                                    "Product 3.2 (build 88)", "Licensed to Ada", 0);
+    };
+    show(128); // fonts and files are read once
     Veltrano::ShowAlert("It is in use.", "Cannot open the file.", 0);
 
-    Add("About box, without picture", "ours",
-        [] { DoNotOptimize(show(parent, bundle, 999, &product, "Licensed to Ada", 0)); });
-    Add("About box, with picture", "ours",
-        [] { DoNotOptimize(show(parent, bundle, 128, &product, "Licensed to Ada", 0)); });
+    Add("About box, without picture", "ours", [] { DoNotOptimize(show(999)); });
+    Add("About box, with picture", "ours", [] { DoNotOptimize(show(128)); });
     Add("alert", "ours",
         [] { DoNotOptimize(Veltrano::ShowAlert("It is in use.", "Cannot open the file.", 0)); });
     for (const char* workload :

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // module_bench.cpp - load, take the table, unload; beside the least module that can be loaded.
 #include "bench/Bench.h"
-#include "module/EntryTable.h"
+
+#include <veltrano/EntryTable.h>
 
 #include <dlfcn.h>
 

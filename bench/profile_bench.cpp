@@ -143,12 +143,8 @@ void AddWriteBack(const char* workload, const Sample& sample)
         [&sample](auto& file, int turn) {
             g_key_file_set_string(file.get(), sample.section.c_str(), "key7",
                                   turn % 2 != 0 ? "one" : "two");
-            gsize size = 0;
-            char* data = g_key_file_to_data(file.get(), &size, nullptr);
-            FILE* out = fopen(sample.path.c_str(), "w"); // plainly, as ours; not through a rename
-            fwrite(data, 1, size, out);
-            fclose(out);
-            g_free(data);
+            g_key_file_save_to_file(file.get(), sample.path.c_str(),
+                                    nullptr); // as ours: fsync, rename
         });
     add(
         "SimpleIni",
@@ -168,9 +164,13 @@ void AddWriteBack(const char* workload, const Sample& sample)
             return std::string(std::istreambuf_iterator<char>(file), {});
         },
         [&sample](auto& text, int) {
-            FILE* out = fopen(sample.path.c_str(), "w");
+            const std::string path = sample.path + ".new";
+            FILE* out = fopen(path.c_str(), "w");
             fwrite(text.data(), 1, text.size(), out);
+            fflush(out);
+            fsync(fileno(out));
             fclose(out);
+            rename(path.c_str(), sample.path.c_str());
         });
 }
 

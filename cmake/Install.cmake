@@ -19,12 +19,12 @@ install(FILES ${PROJECT_BINARY_DIR}/Veltrano.bundle/Contents/Info.plist
   DESTINATION ${contents_folder} COMPONENT runtime)
 
 # Development: headers, the support library, how to find them.
-install(TARGETS vlsystem EXPORT VeltranoTargets
+install(TARGETS vlsystem vlui EXPORT VeltranoTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/include/ DESTINATION ${include_folder} COMPONENT dev)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ ${PROJECT_SOURCE_DIR}/platform/include/ DESTINATION ${include_folder} COMPONENT dev)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/System DESTINATION ${include_folder} COMPONENT dev
   FILES_MATCHING PATTERN "*.h")
-install(FILES ${PROJECT_SOURCE_DIR}/module/EntryTable.h DESTINATION ${include_folder}/module COMPONENT dev)
+install(FILES ${PROJECT_SOURCE_DIR}/ui/Alerts.h DESTINATION ${include_folder}/ui COMPONENT dev)
 install(EXPORT VeltranoTargets NAMESPACE Veltrano:: DESTINATION ${package_folder} COMPONENT dev)
 configure_package_config_file(cmake/VeltranoConfig.cmake.in ${PROJECT_BINARY_DIR}/VeltranoConfig.cmake
   INSTALL_DESTINATION ${package_folder} PATH_VARS bundle_folder)

@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: MIT
-// profile_fuzz.cpp - any text as a profile: what is listed can be asked for, and an edit leaves the other
-// lines as they were.
+// profile_fuzz.cpp - any text as a profile, beside the model: what is listed, looked up and written back.
 #include "System/vlProfileFile.h"
 #include "fuzz/MemoryFile.h"
+#include "tests/System/ProfileModel.h"
 
-#include <algorithm>
 #include <cstdlib>
-#include <sstream>
-#include <vector>
 
 using namespace Veltrano;
 
@@ -19,17 +16,19 @@ void Require(bool condition)
         abort();
 }
 
-/// The lines of a text without their ends, in pieces of 1022.
-std::vector<std::string> LinesOf(const std::string& text)
+std::string TextOf(const String& string)
 {
-    std::vector<std::string> lines;
-    for (size_t at = 0; at < text.size();) {
-        const size_t end = std::min({ text.find('\n', at), at + 1021, text.size() - 1 }) + 1;
-        const std::string piece = text.substr(at, end - at);
-        lines.push_back(piece.substr(0, piece.find_last_not_of("\r\n") + 1));
-        at = end;
+    return std::string(string, static_cast<size_t>(string.GetLength()));
+}
+
+void Compare(const ProfileLineList& list, const ProfileModel::Lines& expected)
+{
+    const ProfileLine* p = list.head;
+    for (const std::string& text : expected) {
+        Require(p != nullptr && TextOf(p->text) == text);
+        p = p->next;
     }
-    return lines;
+    Require(p == nullptr);
 }
 
 } // namespace
@@ -37,35 +36,33 @@ std::vector<std::string> LinesOf(const std::string& text)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     const MemoryFile input(data, size);
+    ProfileModel model { ProfileModel::Load(input.Contents()) };
     ProfileFile file;
-    const std::vector<std::string> before = LinesOf(input.Contents());
     Require(file.Open(input.Path(), "r+") != 0);
-
-    ProfileLineList sections;
-    file.GetSections(sections);
-    int budget = 8;
-    for (const ProfileLine* s = sections.head; s != nullptr && budget-- > 0; s = s->next) {
-        ProfileLineList keys;
-        file.GetKeys(keys, s->text);
-        ProfileLineList lines;
-        file.GetLines(lines, s->text);
-        for (const ProfileLine* k = keys.head; k != nullptr; k = k->next) {
-            String value;
-            file.GetValue(s->text, k->text, value);
-        }
+    ProfileLineList list;
+    file.GetSections(list);
+    const ProfileModel::Lines names = model.GetSections();
+    Compare(list, names);
+    for (size_t n = 0; n < names.size() && n < 4; ++n) {
+        const std::string section = names[n].c_str();
+        file.GetLines(list, section.c_str());
+        Compare(list, model.GetLines(section));
+        file.GetKeys(list, section.c_str());
+        const ProfileModel::Lines keys = model.GetKeys(section);
+        Compare(list, keys);
+        const std::string key = keys.empty() ? "k" : keys.back().c_str();
+        String value;
+        Require((file.GetValue(section.c_str(), key.c_str(), value) != 0)
+                == model.GetValue(section, key).has_value());
+        Require(TextOf(value) == model.GetValue(section, key).value_or(""));
+        file.SetValue(section.c_str(), key.c_str(), n % 2 != 0 ? "new" : "");
+        model.SetValue(section, key, n % 2 != 0 ? "new" : "");
+        file.AddLine(section.c_str(), "a line");
+        model.AddLine(section, "a line");
     }
-    static const char kSection[] = "fuzz section";
-    if (input.Contents().find(kSection) != std::string::npos)
-        return 0; // the edit goes into the midst of it
-    file.AddLine(kSection, "a new line");
-    file.SetValue(kSection, "key", "value");
+    file.RemoveLine("new section", "a line");
+    model.RemoveLine("new section", "a line");
     file.Close();
-
-    std::istringstream after(input.Contents());
-    for (const std::string& line : before) {
-        std::string kept;
-        Require(static_cast<bool>(std::getline(after, kept)));
-        Require(kept == line);
-    }
+    Require(input.Contents() == model.Written());
     return 0;
 }

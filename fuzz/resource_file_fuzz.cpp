@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // resource_file_fuzz.cpp - any bytes as a resource file; what is read can be written and read again.
-#include "Resources/ResourceFile.h"
+#include "tools/ResourceWriter.h"
 
 #include <cstdlib>
 
@@ -9,7 +9,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const auto file = ResourceFile::Parse(data, size);
     if (!file)
         return 0;
-    const auto bytes = file->Serialize();
+    const auto bytes = ResourceWriter(*file).Serialize();
     if (!bytes)
         return 0;
     const auto again = ResourceFile::Parse(bytes->data(), bytes->size());

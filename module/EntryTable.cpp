@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // EntryTable.cpp - the exported table and its two entries.
-#include "module/EntryTable.h"
-
 #include "ui/AboutBox.h"
+
+#include <veltrano/EntryTable.h>
 
 namespace {
 

@@ -1,39 +1,47 @@
 // SPDX-License-Identifier: MIT
-// CommandLine.h - what the tools share: exit codes and errors.
+// CommandLine.h - what the tools share: arguments, help, exit codes, whole files.
 #pragma once
 
-#include <cstdio>
+#include <map>
 #include <string>
+#include <vector>
 
 enum ExitCode { kDone = 0, kFailed = 1, kUsage = 2 };
 
-/// Ends a tool's work: main prints the message, if there is one, and returns the code.
-struct Failure
+/// Ends the tool with a message on standard error and exit code kFailed.
+[[noreturn]] void Fail(const std::string& message);
+
+/// Ends the tool with a message, a hint to --help and exit code kUsage.
+[[noreturn]] void FailUsage(const std::string& message);
+
+/// The words and options of a command line, borrowed from main's argv.
+struct Arguments
 {
-    ExitCode code;
-    std::string message;
+    std::vector<const char*> words; // without the command's name
+    std::map<std::string, const char*> options; // without "--"; a flag has an empty value
+
+    const char* operator[](size_t i) const { return words[i]; }
+    bool Has(const char* option) const { return options.contains(option); }
+    const char* Get(const char* option, const char* standard = "") const;
+    /// A decimal number, or 0x and hexadecimal digits. Anything else, or out of range, is a usage error.
+    double GetNumber(const char* option, double standard, double least, double most) const;
+    /// The same, for whole numbers of at most 32 bits.
+    long GetInteger(const char* option, long standard, long least, long most) const;
 };
 
-[[noreturn]] inline void Fail(const std::string& message)
+struct Command
 {
-    throw Failure { kFailed, message };
-}
+    const char* name;
+    size_t words; // taken after the name
+    std::vector<std::string> options; // "all-users" is a flag, "id=" takes a value
+    void (*run)(const Arguments&);
+};
 
-[[noreturn]] inline void FailUsage(const std::string& message)
-{
-    throw Failure { kUsage, message };
-}
+/// Parses the command line, runs a command and flushes standard output. Options stand anywhere; the value
+/// follows as the next word or after "="; "--" ends them. A tool with one command does not take its name.
+///   help     answers --help and -h
+///   returns  main's exit code
+int RunTool(const char* tool, const char* help, const std::vector<Command>& commands, char** argv);
 
-/// Runs a tool and turns a Failure into its message and exit code.
-template <typename Run> int RunTool(const char* name, Run run)
-{
-    try {
-        return run();
-    } catch (const Failure& failure) {
-        if (!failure.message.empty())
-            fprintf(stderr, "%s: %s\n", name, failure.message.c_str());
-        if (failure.code == kUsage)
-            fprintf(stderr, "Try '%s --help'.\n", name);
-        return failure.code;
-    }
-}
+/// Reads a file, or standard input for "-". Fails if it cannot be read.
+std::string ReadInput(const std::string& path);

@@ -1,51 +1,70 @@
 // SPDX-License-Identifier: MIT
-// ImageFile.h - what the tools with pictures share: image files, errors in Qt's strings.
+// ImageFile.h - what the tools with pictures share: image files, and files written as a whole.
 #pragma once
 
-#include "QuickDraw/PictureWriter_qt.h"
 #include "tools/CommandLine.h"
+#include "tools/PictureWriter.h"
 
+#include <QtCore/QBuffer>
 #include <QtCore/QFileInfo>
+#include <QtCore/QSaveFile>
 #include <QtGui/QImageReader>
 #include <QtGui/QImageWriter>
 
-[[noreturn]] inline void Fail(const QString& message)
+#include <cstdio>
+
+/// Replaces a file as a whole, or writes to standard output for "-".
+inline void WriteOutput(const char* path, QByteArrayView bytes)
 {
-    Fail(message.toStdString());
+    if (path == QByteArrayView("-")) {
+        fwrite(bytes.data(), 1, static_cast<size_t>(bytes.size()),
+               stdout); // RunTool looks for errors
+        return;
+    }
+    QSaveFile file(QFile::decodeName(path));
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes.data(), bytes.size()) != bytes.size()
+        || !file.commit()) {
+        Fail("cannot write " + std::string(path) + ": " + file.errorString().toStdString());
+    }
 }
 
-[[noreturn]] inline void FailUsage(const QString& message)
+/// The picture of an image file's bytes with `density` pixels a point. An SVG image, which has points alone,
+/// is drawn at that density.
+///   path  of the file, for errors
+inline QByteArray EncodeImage(const std::string& bytes, const char* path, double density)
 {
-    FailUsage(message.toStdString());
-}
-
-/// The picture of an image file with `density` pixels a point. An SVG image, which has points alone, is drawn
-/// at that density.
-inline QByteArray EncodeImageFile(const QString& path, double density)
-{
-    QImageReader reader(path);
+    QByteArray data = QByteArray::fromStdString(bytes);
+    QBuffer buffer(&data);
+    QImageReader reader(&buffer);
     reader.setAutoTransform(true);
-    if (reader.format().startsWith("svg"))
+    if (reader.format().startsWith("svg")) {
         reader.setScaledSize((QSizeF(reader.size()) * density).toSize());
+    }
     const QImage image = reader.read();
     if (image.isNull()) {
-        const bool needsPlugin = QFileInfo(path).suffix().startsWith(QLatin1String("svg"))
-            && !QImageReader::supportedImageFormats().contains("svg");
-        Fail(QStringLiteral("cannot read %1: %2")
-                 .arg(path,
-                      needsPlugin ? QStringLiteral("for SVG images install the package libqt6svg6")
-                                  : reader.errorString()));
+        const bool needsPlugin
+            = data.contains("<svg") && !QImageReader::supportedImageFormats().contains("svg");
+        Fail("cannot read " + std::string(path) + ": "
+             + (needsPlugin ? "for SVG images install the package libqt6svg6"
+                            : reader.errorString().toStdString()));
     }
     const QSize points = (QSizeF(image.size()) / density).toSize();
     const QByteArray picture = EncodePicture(image, QRect(QPoint(0, 0), points));
-    if (picture.isEmpty())
-        Fail(QStringLiteral("%1 is too large: 4096 pixels a side").arg(path));
+    if (picture.isEmpty()) {
+        Fail(std::string(path) + " is too large: 4096 pixels a side");
+    }
     return picture;
 }
 
-inline void SaveImage(const QImage& image, const QString& path)
+/// Writes an image in the format of the path's suffix; as PNG for "-".
+inline void SaveImage(const QImage& image, const char* path)
 {
-    QImageWriter writer(path);
-    if (!writer.write(image))
-        Fail(QStringLiteral("cannot write %1: %2").arg(path, writer.errorString()));
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    const QString suffix = QFileInfo(QFile::decodeName(path)).suffix();
+    QImageWriter writer(&buffer, suffix.isEmpty() ? "png" : suffix.toLatin1());
+    if (!writer.write(image)) {
+        Fail("cannot write " + std::string(path) + ": " + writer.errorString().toStdString());
+    }
+    WriteOutput(path, bytes);
 }

@@ -1,55 +1,56 @@
 // SPDX-License-Identifier: MIT
 // vlprefs.cpp - reads and writes preference entries from the command line.
-#include "System/vlPreferenceStore.h"
+#include "support/BaseFolders.h"
+#include "support/Ref.h"
 #include "tools/CommandLine.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <cerrno>
-#include <climits>
+#include <charconv>
 #include <cmath>
-#include <cstdlib>
+#include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <filesystem>
+#include <fstream>
 #include <memory>
-#include <vector>
+#include <set>
+#include <string_view>
+#include <unistd.h>
 
-using namespace Veltrano;
+namespace fs = std::filesystem;
 
 namespace {
 
 const char kHelp[]
-    = "usage: vlprefs get APPLICATION ENTRY [--all-users]\n"
+    = "usage: vlprefs get APPLICATION ENTRY\n"
       "       vlprefs set APPLICATION ENTRY --int N | --bool true|false | --string TEXT | --data "
       "HEX\n"
-      "               [--all-users]\n"
-      "       vlprefs delete APPLICATION ENTRY [--all-users]\n"
-      "       vlprefs list APPLICATION [--all-users]\n"
+      "       vlprefs delete APPLICATION ENTRY\n"
+      "       vlprefs list APPLICATION\n"
+      "       vlprefs clear APPLICATION\n"
+      "       vlprefs domains\n"
+      "each with --all-users for the entries of all users\n"
       "\n"
       "ENTRY is a path of keys, \"View/Main/Left\": each component but the last is a dictionary.\n"
-      "get     prints the value; exit code 1 when there is none, or a dictionary\n"
-      "list    prints a line an entry: path, type and value between tabs. Types are int, real, "
-      "bool, string,\n"
-      "        data (hexadecimal), date (UTC), array (number of its values), dict (only when "
-      "empty). In paths\n"
-      "        and strings \\n, \\r, \\t and \\\\ stand for the characters.\n"
-      "exit codes: 0 done, 1 no such entry, or it could not be written, 2 wrong arguments\n";
+      "get      prints the value; exit code 1 when there is none, or a dictionary\n"
+      "list     prints a line an entry: path, type and value between tabs. In paths and strings\n"
+      "         \\n, \\r, \\t and \\\\ stand for the characters\n"
+      "clear    deletes all entries\n"
+      "domains  prints the applications that have entries\n"
+      "exit codes: 0 done, 1 no such entry, or a file cannot be read or written, 2 wrong "
+      "arguments\n";
 
-/// One reference to a Core Foundation object.
-struct ReleaseObject
+Ref<CFStringRef> MakeString(const std::string& text)
 {
-    void operator()(const void* object) const { CFRelease(object); }
-};
-template <typename Ref> using Owned = std::unique_ptr<std::remove_pointer_t<Ref>, ReleaseObject>;
-
-Owned<CFStringRef> MakeString(const std::string& text)
-{
-    CFStringRef string
+    const CFStringRef string
         = CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
                                   static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8, false);
-    if (string == nullptr)
+    if (string == nullptr) {
         FailUsage("not UTF-8: " + text);
-    return Owned<CFStringRef>(string);
+    }
+    return Ref<CFStringRef>(string);
 }
 
 std::string TextOf(CFTypeRef string)
@@ -59,18 +60,20 @@ std::string TextOf(CFTypeRef string)
     return text != nullptr ? text : "";
 }
 
-struct Arguments
+CFStringRef UserOf(const Arguments& arguments)
 {
-    std::vector<std::string> words;
-    std::string option; // of set: "--int" and its like
-    std::string value;
-    bool allUsers = false;
+    return arguments.Has("all-users") ? kCFPreferencesAnyUser : kCFPreferencesCurrentUser;
+}
 
-    CFStringRef User() const
-    {
-        return allUsers ? kCFPreferencesAnyUser : kCFPreferencesCurrentUser;
+/// The application identifier, which every command but domains takes first.
+Ref<CFStringRef> ApplicationOf(const Arguments& arguments)
+{
+    const std::string name = arguments[0];
+    if (name.empty() || name.find('/') != name.npos) {
+        FailUsage("no application identifier: " + name);
     }
-};
+    return MakeString(name);
+}
 
 // --- values as text ----------------------------------------------------------------------------
 
@@ -80,19 +83,18 @@ struct Value
     std::string text;
 };
 
-std::string FormatNumber(CFNumberRef number)
+Value DescribeNumber(CFNumberRef number)
 {
-    char text[64];
-    if (CFNumberIsFloatType(number)) {
-        double real = 0;
-        CFNumberGetValue(number, kCFNumberDoubleType, &real);
-        snprintf(text, sizeof text, "%.17g", real);
-    } else {
+    if (!CFNumberIsFloatType(number)) {
         SInt64 integer = 0;
         CFNumberGetValue(number, kCFNumberSInt64Type, &integer);
-        snprintf(text, sizeof text, "%lld", static_cast<long long>(integer));
+        return { "int", std::to_string(integer) };
     }
-    return text;
+    char text[64];
+    double real = 0;
+    CFNumberGetValue(number, kCFNumberDoubleType, &real);
+    snprintf(text, sizeof text, "%.17g", real);
+    return { "real", text };
 }
 
 std::string FormatData(CFDataRef data)
@@ -113,54 +115,117 @@ std::string FormatDate(CFDateRef date)
     const auto seconds = static_cast<time_t>(std::floor(CFDateGetAbsoluteTime(date) + kFrom1970));
     tm parts = {};
     char text[64] = "";
-    if (gmtime_r(&seconds, &parts) != nullptr)
+    if (gmtime_r(&seconds, &parts) != nullptr) {
         strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
+    }
     return text;
 }
 
 Value Describe(CFTypeRef object)
 {
     const CFTypeID type = CFGetTypeID(object);
-    if (type == CFStringGetTypeID())
+    if (type == CFStringGetTypeID()) {
         return { "string", TextOf(object) };
-    if (type == CFBooleanGetTypeID())
-        return { "bool", CFBooleanGetValue(static_cast<CFBooleanRef>(object)) ? "true" : "false" };
-    if (type == CFNumberGetTypeID()) {
-        const auto number = static_cast<CFNumberRef>(object);
-        return { CFNumberIsFloatType(number) ? "real" : "int", FormatNumber(number) };
     }
-    if (type == CFDataGetTypeID())
+    if (type == CFBooleanGetTypeID()) {
+        return { "bool", CFBooleanGetValue(static_cast<CFBooleanRef>(object)) ? "true" : "false" };
+    }
+    if (type == CFNumberGetTypeID()) {
+        return DescribeNumber(static_cast<CFNumberRef>(object));
+    }
+    if (type == CFDataGetTypeID()) {
         return { "data", FormatData(static_cast<CFDataRef>(object)) };
-    if (type == CFDateGetTypeID())
+    }
+    if (type == CFDateGetTypeID()) {
         return { "date", FormatDate(static_cast<CFDateRef>(object)) };
-    if (type == CFArrayGetTypeID())
+    }
+    if (type == CFArrayGetTypeID()) {
         return { "array", std::to_string(CFArrayGetCount(static_cast<CFArrayRef>(object))) };
+    }
     return { "dict", std::to_string(CFDictionaryGetCount(static_cast<CFDictionaryRef>(object))) };
 }
 
 std::string Escape(const std::string& text)
 {
+    constexpr std::string_view kSpecial = "\n\r\t\\";
     std::string escaped;
     for (const char c : text) {
-        switch (c) {
-        case '\n':
-            escaped += "\\n";
-            break;
-        case '\r':
-            escaped += "\\r";
-            break;
-        case '\t':
-            escaped += "\\t";
-            break;
-        case '\\':
-            escaped += "\\\\";
-            break;
-        default:
-            escaped += c;
-            break;
-        }
+        const size_t found = kSpecial.find(c);
+        escaped += found != kSpecial.npos ? std::string("\\") + "nrt\\"[found] : std::string(1, c);
     }
     return escaped;
+}
+
+// --- files -------------------------------------------------------------------------------------
+
+/// The folder of the user's or all users' files.
+fs::path FolderOf(const Arguments& arguments)
+{
+    return arguments.Has("all-users")
+        ? BaseFolders_Local("XDG_CONFIG_DIRS", "/etc/xdg") + "/preferences"
+        : BaseFolders_User("XDG_CONFIG_HOME", "/.config") + "/preferences/ByHost";
+}
+
+/// What a file's name has after the application: the user's files belong to one machine.
+std::string SuffixOf(const Arguments& arguments)
+{
+    char machine[256] = "";
+    gethostname(machine, sizeof machine - 1);
+    std::string id;
+    for (const char* file : { "/etc/machine-id", "/var/lib/dbus/machine-id" }) {
+        if (id.size() != 32) {
+            std::ifstream(file) >> id;
+        }
+    }
+    const std::string name = id.size() == 32 ? id : machine;
+    return arguments.Has("all-users") ? ".plist" : "." + name + ".plist";
+}
+
+std::string FileOf(const Arguments& arguments)
+{
+    return FolderOf(arguments) / (arguments[0] + SuffixOf(arguments));
+}
+
+/// All entries of an application. Fails if there is a file that cannot be read.
+Ref<CFMutableDictionaryRef> CopyEntries(const Arguments& arguments)
+{
+    Ref<CFMutableDictionaryRef> entries(CFDictionaryCreateMutable(
+        kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
+    const auto application = ApplicationOf(arguments);
+    const CFStringRef user = UserOf(arguments);
+    const Ref<CFArrayRef> keys(
+        CFPreferencesCopyKeyList(application.get(), user, kCFPreferencesCurrentHost));
+    for (CFIndex i = 0; keys && i < CFArrayGetCount(keys.get()); ++i) {
+        const auto key = static_cast<CFStringRef>(CFArrayGetValueAtIndex(keys.get(), i));
+        const Ref<CFTypeRef> value(
+            CFPreferencesCopyValue(key, application.get(), user, kCFPreferencesCurrentHost));
+        CFDictionarySetValue(entries.get(), key, value.get());
+    }
+    std::error_code error;
+    if (!keys && (fs::exists(FileOf(arguments), error) || error)) {
+        ReadInput(FileOf(arguments));
+        Fail(FileOf(arguments) + " is no XML property list with entries");
+    }
+    return entries;
+}
+
+/// Writes what was set, and says so if a damaged file had to make way.
+void Write(const Arguments& arguments)
+{
+    std::string aside;
+    std::error_code error;
+    for (int n = 1; aside.empty() || fs::exists(fs::symlink_status(aside, error)); ++n) {
+        aside = FileOf(arguments) + ".damaged-" + std::to_string(n);
+    }
+    errno = 0;
+    if (!CFPreferencesSynchronize(ApplicationOf(arguments).get(), UserOf(arguments),
+                                  kCFPreferencesCurrentHost)) {
+        const std::string reason = errno != 0 ? std::string(": ") + strerror(errno) : "";
+        Fail("cannot write " + FileOf(arguments) + reason);
+    }
+    if (fs::exists(aside, error)) {
+        fprintf(stderr, "vlprefs: the old file was damaged and is now %s\n", aside.c_str());
+    }
 }
 
 // --- entries -----------------------------------------------------------------------------------
@@ -169,221 +234,200 @@ std::vector<std::string> SplitEntry(const std::string& entry)
 {
     std::vector<std::string> keys;
     size_t begin = 0;
-    for (size_t end; (end = entry.find('/', begin)) != std::string::npos; begin = end + 1)
+    for (size_t end; (end = entry.find('/', begin)) != std::string::npos; begin = end + 1) {
         keys.push_back(entry.substr(begin, end - begin));
+    }
     keys.push_back(entry.substr(begin));
     return keys;
 }
 
-Owned<CFTypeRef> CopyTopValue(const Arguments& arguments, const std::string& key)
+bool IsDictionary(CFTypeRef value)
 {
-    const auto application = MakeString(arguments.words[1]);
-    return Owned<CFTypeRef>(CFPreferencesCopyValue(MakeString(key).get(), application.get(),
-                                                   arguments.User(), kCFPreferencesCurrentHost));
+    return value != nullptr && CFGetTypeID(value) == CFDictionaryGetTypeID();
 }
 
-/// The value at the end of a path; borrowed from `top`, null when there is none.
-CFTypeRef FindEntry(CFTypeRef top, const std::vector<std::string>& keys)
+/// The value of the entry; borrowed. Fails if there is none.
+CFTypeRef FindEntry(CFTypeRef entries, const char* entry)
 {
-    CFTypeRef value = top;
-    for (size_t i = 1; value != nullptr && i < keys.size(); ++i)
-        value = CFGetTypeID(value) == CFDictionaryGetTypeID()
-            ? CFDictionaryGetValue(static_cast<CFDictionaryRef>(value), MakeString(keys[i]).get())
+    CFTypeRef value = entries;
+    for (const std::string& key : SplitEntry(entry)) {
+        value = IsDictionary(value)
+            ? CFDictionaryGetValue(static_cast<CFDictionaryRef>(value), MakeString(key).get())
             : nullptr;
+    }
+    if (value == nullptr) {
+        Fail(std::string("no entry ") + entry);
+    }
     return value;
 }
 
 void Get(const Arguments& arguments)
 {
-    const auto keys = SplitEntry(arguments.words[2]);
-    const auto top = CopyTopValue(arguments, keys[0]);
-    const CFTypeRef value = FindEntry(top.get(), keys);
-    if (value == nullptr)
-        Fail("no entry " + arguments.words[2]);
-    if (CFGetTypeID(value) == CFDictionaryGetTypeID())
-        Fail(arguments.words[2] + " is a dictionary; 'vlprefs list' shows what is in it");
+    const auto entries = CopyEntries(arguments);
+    const CFTypeRef value = FindEntry(entries.get(), arguments[1]);
+    if (IsDictionary(value)) {
+        Fail(std::string(arguments[1]) + " is a dictionary; 'vlprefs list' shows what is in it");
+    }
     puts(Describe(value).text.c_str());
+}
+
+/// Calls a function with each key and value of a dictionary.
+template <typename Function> void ForEach(CFDictionaryRef dictionary, Function function)
+{
+    const auto count = static_cast<size_t>(CFDictionaryGetCount(dictionary));
+    std::vector<const void*> keys(count);
+    std::vector<const void*> values(count);
+    CFDictionaryGetKeysAndValues(dictionary, keys.data(), values.data());
+    for (size_t i = 0; i < count; ++i) {
+        function(static_cast<CFStringRef>(keys[i]), values[i]);
+    }
 }
 
 void ListValue(const std::string& path, CFTypeRef value)
 {
-    if (CFGetTypeID(value) == CFDictionaryGetTypeID()) {
-        const auto dictionary = static_cast<CFDictionaryRef>(value);
-        const auto count = static_cast<size_t>(CFDictionaryGetCount(dictionary));
-        std::vector<const void*> keys(count);
-        std::vector<const void*> values(count);
-        CFDictionaryGetKeysAndValues(dictionary, keys.data(), values.data());
-        for (size_t i = 0; i < count; ++i)
-            ListValue(path + "/" + TextOf(keys[i]), values[i]);
-        if (count != 0)
-            return;
-    }
     const Value described = Describe(value);
+    if (IsDictionary(value) && described.text != "0") {
+        ForEach(static_cast<CFDictionaryRef>(value), [&](CFStringRef key, CFTypeRef inner) {
+            ListValue(path + "/" + TextOf(key), inner);
+        });
+        return;
+    }
     printf("%s\t%s\t%s\n", Escape(path).c_str(), described.type, Escape(described.text).c_str());
 }
 
 void List(const Arguments& arguments)
 {
-    const auto application = MakeString(arguments.words[1]);
-    const Owned<CFArrayRef> keys(
-        CFPreferencesCopyKeyList(application.get(), arguments.User(), kCFPreferencesCurrentHost));
-    const CFIndex count = keys ? CFArrayGetCount(keys.get()) : 0;
-    for (CFIndex i = 0; i < count; ++i) {
-        const std::string key = TextOf(CFArrayGetValueAtIndex(keys.get(), i));
-        if (const auto value = CopyTopValue(arguments, key))
-            ListValue(key, value.get());
-    }
+    ForEach(CopyEntries(arguments).get(),
+            [](CFStringRef key, CFTypeRef value) { ListValue(TextOf(key), value); });
 }
 
-std::vector<UInt8> ParseHex(const std::string& text)
+std::vector<UInt8> ParseHex(std::string_view text)
 {
-    std::vector<UInt8> bytes;
-    if (text.size() % 2 != 0
-        || text.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos)
-        FailUsage("not pairs of hexadecimal digits: " + text);
-    for (size_t i = 0; i < text.size(); i += 2)
-        bytes.push_back(static_cast<UInt8>(std::stoul(text.substr(i, 2), nullptr, 16)));
-    if (bytes.empty())
-        FailUsage("data of no bytes cannot be stored");
+    std::vector<UInt8> bytes(text.size() / 2);
+    bool isHex = !text.empty() && text.size() % 2 == 0;
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        const char* digits = text.data() + 2 * i;
+        isHex = isHex && std::from_chars(digits, digits + 2, bytes[i], 16).ptr == digits + 2;
+    }
+    if (!isHex) {
+        FailUsage("not pairs of hexadecimal digits: " + std::string(text));
+    }
     return bytes;
 }
 
-SInt32 ParseInt(const std::string& text)
+Ref<CFTypeRef> MakeValue(const Arguments& arguments)
 {
-    char* end = nullptr;
-    errno = 0;
-    const long value = strtol(text.c_str(), &end, 10);
-    if (text.empty() || *end != '\0' || errno != 0 || value < INT_MIN || value > INT_MAX)
-        FailUsage("not a number of 32 bits: " + text);
-    return static_cast<SInt32>(value);
+    if (arguments.options.size() != (arguments.Has("all-users") ? 2 : 1)) {
+        FailUsage("set wants one of --int, --bool, --string and --data");
+    }
+    if (arguments.Has("int")) {
+        const auto value
+            = static_cast<SInt32>(arguments.GetInteger("int", 0, INT32_MIN, INT32_MAX));
+        return Ref<CFTypeRef>(CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt32Type, &value));
+    }
+    if (arguments.Has("bool")) {
+        const std::string text = arguments.Get("bool");
+        if (text != "true" && text != "false") {
+            FailUsage("neither true nor false: " + text);
+        }
+        return Ref<CFTypeRef>(CFRetain(text == "true" ? kCFBooleanTrue : kCFBooleanFalse));
+    }
+    if (arguments.Has("data")) {
+        const std::vector<UInt8> bytes = ParseHex(arguments.Get("data"));
+        return Ref<CFTypeRef>(
+            CFDataCreate(kCFAllocatorDefault, bytes.data(), static_cast<CFIndex>(bytes.size())));
+    }
+    return Ref<CFTypeRef>(MakeString(arguments.Get("string")).release());
 }
 
-Bool32 Store(PreferenceStore& store, const Arguments& arguments)
+/// A copy of a dictionary, or of an empty one, with `value` at keys[depth...]; null removes what is there.
+Ref<CFTypeRef>
+CopyWith(CFTypeRef dictionary, const std::vector<std::string>& keys, size_t depth, CFTypeRef value)
 {
-    const char* entry = arguments.words[2].c_str();
-    if (arguments.option == "--int") {
-        const SInt32 value = ParseInt(arguments.value);
-        return store.SetInt(entry, store.m_user, &value);
+    if (depth == keys.size()) {
+        return Ref<CFTypeRef>(value != nullptr ? CFRetain(value) : nullptr);
     }
-    if (arguments.option == "--bool") {
-        if (arguments.value != "true" && arguments.value != "false")
-            FailUsage("neither true nor false: " + arguments.value);
-        const Bool32 value = arguments.value == "true";
-        return store.SetBool(entry, store.m_user, &value);
+    if (dictionary != nullptr && !IsDictionary(dictionary)) {
+        Fail(keys[depth - 1] + " is no dictionary");
     }
-    if (arguments.option == "--data") {
-        const std::vector<UInt8> bytes = ParseHex(arguments.value);
-        return store.SetBinary(entry, store.m_user, bytes.data(),
-                               static_cast<SInt32>(bytes.size()));
+    const CFMutableDictionaryRef copy = dictionary != nullptr
+        ? CFDictionaryCreateMutableCopy(kCFAllocatorDefault, 0,
+                                        static_cast<CFDictionaryRef>(dictionary))
+        : CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
+                                    &kCFTypeDictionaryValueCallBacks);
+    Ref<CFTypeRef> owner(copy);
+    const auto key = MakeString(keys[depth]);
+    const auto inner = CopyWith(CFDictionaryGetValue(copy, key.get()), keys, depth + 1, value);
+    if (inner) {
+        CFDictionarySetValue(copy, key.get(), inner.get());
+    } else {
+        CFDictionaryRemoveValue(copy, key.get());
     }
-    if (arguments.option == "--string")
-        return store.SetString(entry, store.m_user, arguments.value.c_str());
-    FailUsage("set wants --int, --bool, --string or --data");
+    return owner;
 }
 
-[[noreturn]] void FailWrite(const Arguments& arguments)
+/// Sets a top-level value in memory; null removes it.
+void SetTopValue(const Arguments& arguments, CFStringRef key, CFTypeRef value)
 {
-    const std::string reason = errno != 0 ? std::string(": ") + strerror(errno) : std::string();
-    Fail("cannot write the preferences of " + arguments.words[1] + reason);
+    CFPreferencesSetValue(key, value, ApplicationOf(arguments).get(), UserOf(arguments),
+                          kCFPreferencesCurrentHost);
+}
+
+/// Sets the entry's value, null to remove it, and writes it.
+void Put(const Arguments& arguments, CFTypeRef value)
+{
+    const auto keys = SplitEntry(arguments[1]);
+    const auto key = MakeString(keys[0]);
+    const Ref<CFTypeRef> top(CFPreferencesCopyValue(key.get(), ApplicationOf(arguments).get(),
+                                                    UserOf(arguments), kCFPreferencesCurrentHost));
+    SetTopValue(arguments, key.get(), CopyWith(top.get(), keys, 1, value).get());
+    Write(arguments);
 }
 
 void Set(const Arguments& arguments)
 {
-    PreferenceStore store(arguments.words[1].c_str(), arguments.allUsers);
-    errno = 0;
-    if (!Store(store, arguments))
-        FailWrite(arguments);
-}
-
-/// A copy of a dictionary without the entry at keys[depth...].
-CFTypeRef CopyWithout(CFTypeRef value, const std::vector<std::string>& keys, size_t depth)
-{
-    const auto dictionary = static_cast<CFDictionaryRef>(value);
-    CFMutableDictionaryRef copy = CFDictionaryCreateMutableCopy(kCFAllocatorDefault, 0, dictionary);
-    const auto key = MakeString(keys[depth]);
-    if (depth + 1 == keys.size()) {
-        CFDictionaryRemoveValue(copy, key.get());
-    } else {
-        const Owned<CFTypeRef> inner(
-            CopyWithout(CFDictionaryGetValue(dictionary, key.get()), keys, depth + 1));
-        CFDictionarySetValue(copy, key.get(), inner.get());
-    }
-    return copy;
+    Put(arguments, MakeValue(arguments).get());
 }
 
 void Delete(const Arguments& arguments)
 {
-    const auto keys = SplitEntry(arguments.words[2]);
-    const auto top = CopyTopValue(arguments, keys[0]);
-    if (FindEntry(top.get(), keys) == nullptr)
-        Fail("no entry " + arguments.words[2]);
-    const Owned<CFTypeRef> rest(keys.size() == 1 ? nullptr : CopyWithout(top.get(), keys, 1));
-    const auto application = MakeString(arguments.words[1]);
-    CFPreferencesSetValue(MakeString(keys[0]).get(), rest.get(), application.get(),
-                          arguments.User(), kCFPreferencesCurrentHost);
-    errno = 0;
-    if (!CFPreferencesSynchronize(application.get(), arguments.User(), kCFPreferencesCurrentHost))
-        FailWrite(arguments);
+    FindEntry(CopyEntries(arguments).get(), arguments[1]);
+    Put(arguments, nullptr);
 }
 
-struct Command
+void Clear(const Arguments& arguments)
 {
-    const char* name;
-    size_t words;
-    void (*run)(const Arguments&);
-};
+    ForEach(CopyEntries(arguments).get(),
+            [&](CFStringRef key, CFTypeRef) { SetTopValue(arguments, key, nullptr); });
+    Write(arguments);
+}
 
-const Command kCommands[]
-    = { { "get", 3, Get }, { "set", 3, Set }, { "delete", 3, Delete }, { "list", 2, List } };
-
-Arguments ParseArguments(const std::vector<std::string>& list)
+void Domains(const Arguments& arguments)
 {
-    Arguments arguments;
-    for (size_t i = 0; i < list.size(); ++i) {
-        const std::string& word = list[i];
-        if (word == "--all-users") {
-            arguments.allUsers = true;
-        } else if (word == "--int" || word == "--bool" || word == "--string" || word == "--data") {
-            if (!arguments.option.empty() || i + 1 == list.size())
-                FailUsage("one value, please: " + word);
-            arguments.option = word;
-            arguments.value = list[++i];
-        } else if (word.starts_with("--")) {
-            FailUsage("no option " + word);
-        } else {
-            arguments.words.push_back(word);
+    std::set<std::string> names;
+    std::error_code error;
+    const std::string suffix = SuffixOf(arguments);
+    for (const auto& entry : fs::directory_iterator(FolderOf(arguments), error)) {
+        const std::string name = entry.path().filename();
+        if (name.ends_with(suffix)) {
+            names.insert(name.substr(0, name.size() - suffix.size()));
         }
     }
-    return arguments;
-}
-
-int Run(const std::vector<std::string>& list)
-{
-    if (!list.empty() && (list[0] == "--help" || list[0] == "-h")) {
-        fputs(kHelp, stdout);
-        return kDone;
+    for (const std::string& name : names) {
+        puts(name.c_str());
     }
-    const Arguments arguments = ParseArguments(list);
-    if (arguments.words.empty())
-        FailUsage("no command");
-    for (const Command& command : kCommands) {
-        if (arguments.words[0] != command.name)
-            continue;
-        if (arguments.words.size() != command.words)
-            FailUsage("wrong number of arguments for " + arguments.words[0]);
-        if (!arguments.option.empty() && command.run != Set)
-            FailUsage(arguments.option + " is for set");
-        if (arguments.words[1].empty() || arguments.words[1].find('/') != std::string::npos)
-            FailUsage("no application identifier: " + arguments.words[1]);
-        command.run(arguments);
-        return kDone;
-    }
-    FailUsage("no command " + arguments.words[0]);
 }
 
 } // namespace
 
-int main(int argc, char** argv)
+int main(int, char** argv)
 {
-    return RunTool("vlprefs", [&] { return Run(std::vector<std::string>(argv + 1, argv + argc)); });
+    return RunTool("vlprefs", kHelp,
+                   { { "get", 2, { "all-users" }, Get },
+                     { "set", 2, { "all-users", "int=", "bool=", "string=", "data=" }, Set },
+                     { "delete", 2, { "all-users" }, Delete },
+                     { "list", 1, { "all-users" }, List },
+                     { "clear", 1, { "all-users" }, Clear },
+                     { "domains", 0, { "all-users" }, Domains } },
+                   argv);
 }

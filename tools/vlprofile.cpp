@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -32,11 +33,15 @@ const char kHelp[]
       "sections     prints the section names, one a line\n"
       "keys, lines  print a section's keys, or its lines that are not blank\n"
       "\n"
-      "Comments, blank lines and order stay as they are. Names are compared exactly.\n"
+      "Comments, blank lines and order stay as they are; line ends become line feeds. Names are "
+      "compared exactly.\n"
+      "A file that an edit would damage is refused before it is written: one with lines of more "
+      "than 1022\n"
+      "characters, or with \"[name]\" within a line of the section.\n"
       "exit codes: 0 done, 1 not there, or it could not be read, written or kept, 2 wrong "
       "arguments\n";
 
-using Words = std::vector<const char*>;
+const size_t kLongestLine = 1022; // with its line feed
 
 void OpenForReading(ProfileFile& file, const char* path)
 {
@@ -44,14 +49,55 @@ void OpenForReading(ProfileFile& file, const char* path)
         Fail(std::string("cannot read ") + path + ": " + strerror(errno));
 }
 
-/// Opens a file for an edit; says so at once when it could not be written back.
-void OpenForWriting(ProfileFile& file, const char* path)
+/// Before the first look at a file that is to be edited: a device may never end.
+void RefuseDevice(const char* path)
 {
     struct stat status;
     if (stat(path, &status) == 0 && S_ISCHR(status.st_mode))
         Fail(std::string("cannot write ") + path + ": it is a device");
+}
+
+/// Opens a file for an edit; says so at once when it could not be written back.
+void OpenForWriting(ProfileFile& file, const char* path)
+{
     if (!file.Open(path, "a+"))
         Fail(std::string("cannot write ") + path + ": " + strerror(errno));
+}
+
+/// The name in a section header as a profile sees it, which may stand anywhere in a line.
+bool FindHeader(const std::string& line, size_t& open, std::string& name)
+{
+    open = line.find('[');
+    const size_t close = line.find(']', open);
+    if (open == line.npos || close == line.npos)
+        return false;
+    name = line.substr(open + 1, close - open - 1);
+    return true;
+}
+
+/// Refuses an edit of a section before anything is written, if the file would be damaged: where a profile sees
+/// other lines or sections than the file's other readers.
+///   isFound  the entry or line to be changed is there, so that nothing is inserted
+void RequireHarmless(const char* path, const char* section, bool isFound)
+{
+    std::ifstream file(path, std::ios::binary);
+    bool isInside = false; // in the section as other readers see it
+    bool isSeen = false;
+    int number = 0;
+    for (std::string line; std::getline(file, line);) {
+        const std::string where = std::string(path) + ", line " + std::to_string(++number) + ": ";
+        if (line.size() + (file.eof() ? 0 : 1) > kLongestLine)
+            Fail(where + "longer than 1022 characters, it would be split");
+        size_t open = 0;
+        std::string name;
+        if (!FindHeader(line, open, name))
+            continue;
+        const bool isWithin = line.find_first_not_of(" \t") != open;
+        if (isWithin && (isInside ? !isFound : !isSeen && name == section))
+            Fail(where + "\"[" + name + "]\" within a line would count as a section header");
+        isInside = isWithin ? isInside : !isSeen && name == section;
+        isSeen = isSeen || name == section;
+    }
 }
 
 /// An empty file to try an edit on: what a profile cannot hold must not harm the user's file.
@@ -120,7 +166,14 @@ bool HasSection(ProfileFile& file, const char* section)
     return false;
 }
 
-void Get(const Words& words)
+bool HasEntry(const char* path, const char* section, const char* key)
+{
+    ProfileFile file;
+    String value;
+    return file.Open(path, "r") && file.GetValue(section, key, value);
+}
+
+void Get(const Arguments& words)
 {
     String value;
     if (!GetValue(words[0], words[1], words[2], value))
@@ -149,11 +202,13 @@ bool SetEntry(const char* path, const char* section, const char* key, const Stri
     return value.IsEmpty() ? !isThere : isThere && now == wanted;
 }
 
-void Set(const Words& words)
+void Set(const Arguments& words)
 {
     const String value(words[3]);
     if (!SetEntry(TrialFile().Path(), words[1], words[2], value))
         Fail("a profile file cannot hold this entry");
+    RefuseDevice(words[0]);
+    RequireHarmless(words[0], words[1], HasEntry(words[0], words[1], words[2]));
     if (!SetEntry(words[0], words[1], words[2], value))
         Fail(std::string("the entry cannot be kept in ") + words[0]);
 }
@@ -168,18 +223,22 @@ bool AddLineTo(const char* path, const char* section, const char* line)
     return HasLine(path, section, line);
 }
 
-void AddLine(const Words& words)
+void AddLine(const Arguments& words)
 {
     if (!AddLineTo(TrialFile().Path(), words[1], words[2]))
         Fail("a profile file cannot hold this line");
+    RefuseDevice(words[0]);
+    RequireHarmless(words[0], words[1], false);
     if (!AddLineTo(words[0], words[1], words[2]))
         Fail(std::string("the line cannot be kept in ") + words[0]);
 }
 
-void RemoveLine(const Words& words)
+void RemoveLine(const Arguments& words)
 {
+    RefuseDevice(words[0]);
     if (!HasLine(words[0], words[1], words[2]))
         Fail(std::string("no such line in section ") + words[1]);
+    RequireHarmless(words[0], words[1], true);
     ProfileFile file;
     OpenForWriting(file, words[0]);
     file.RemoveLine(words[1], words[2]);
@@ -191,7 +250,7 @@ void Print(const ProfileLineList& list)
         puts(p->text);
 }
 
-void Sections(const Words& words)
+void Sections(const Arguments& words)
 {
     ProfileFile file;
     OpenForReading(file, words[0]);
@@ -200,7 +259,7 @@ void Sections(const Words& words)
     Print(list);
 }
 
-void Keys(const Words& words)
+void Keys(const Arguments& words)
 {
     ProfileFile file;
     OpenForReading(file, words[0]);
@@ -211,7 +270,7 @@ void Keys(const Words& words)
     Print(list);
 }
 
-void Lines(const Words& words)
+void Lines(const Arguments& words)
 {
     {
         ProfileFile file;
@@ -223,42 +282,17 @@ void Lines(const Words& words)
         puts(line);
 }
 
-struct Command
-{
-    const char* name;
-    size_t words;
-    void (*run)(const Words&);
-};
-
-const Command kCommands[] = {
-    { "get", 3, Get },           { "set", 4, Set },
-    { "add-line", 3, AddLine },  { "remove-line", 3, RemoveLine },
-    { "sections", 1, Sections }, { "keys", 2, Keys },
-    { "lines", 2, Lines },
-};
-
-int Run(const Words& words)
-{
-    if (words.empty())
-        FailUsage("no command");
-    if (strcmp(words[0], "--help") == 0 || strcmp(words[0], "-h") == 0) {
-        fputs(kHelp, stdout);
-        return kDone;
-    }
-    for (const Command& command : kCommands) {
-        if (strcmp(words[0], command.name) != 0)
-            continue;
-        if (words.size() != command.words + 1)
-            FailUsage(std::string("wrong number of arguments for ") + command.name);
-        command.run(Words(words.begin() + 1, words.end()));
-        return kDone;
-    }
-    FailUsage(std::string("no command ") + words[0]);
-}
-
 } // namespace
 
-int main(int argc, char** argv)
+int main(int, char** argv)
 {
-    return RunTool("vlprofile", [&] { return Run(Words(argv + 1, argv + argc)); });
+    return RunTool("vlprofile", kHelp,
+                   { { "get", 3, {}, Get },
+                     { "set", 4, {}, Set },
+                     { "add-line", 3, {}, AddLine },
+                     { "remove-line", 3, {}, RemoveLine },
+                     { "sections", 1, {}, Sections },
+                     { "keys", 2, {}, Keys },
+                     { "lines", 2, {}, Lines } },
+                   argv);
 }

@@ -80,7 +80,7 @@ int AboutBox::run()
     m_versionLine = FindControl(m_window, kTextSignature, 1);
     m_extraLine = FindControl(m_window, kTextSignature, 2);
 
-    // KEPT: light grey text goes with the white brush and black text with the black one; the
+    // KEPT: the white brush has light grey text and the black brush black text; the
     // picture, which covers the window, is what the text is read against.
     RGBColor textColor;
     if (m_lightStyle != 0) {

@@ -18,31 +18,31 @@ static void ReleaseObject(CFAllocatorRef, const void* value)
 
 const CFArrayCallBacks kCFTypeArrayCallBacks = { 0, RetainObject, ReleaseObject, nullptr, CFEqual };
 
-static const CFClass kArrayClass = {
-    kTypeArray,
-    [](CFObject* object) noexcept {
-        auto* array = static_cast<__CFArray*>(object);
-        if (array->isOfObjects) {
-            std::for_each(array->values.begin(), array->values.end(), CFRelease);
-        }
-        delete array;
-    },
-    [](const CFObject* a, const CFObject* b) noexcept {
-        const auto* first = static_cast<const __CFArray*>(a);
-        const auto* second = static_cast<const __CFArray*>(b);
-        return first->isOfObjects == second->isOfObjects
-            && std::equal(first->values.begin(), first->values.end(), second->values.begin(),
-                          second->values.end(), [first](const void* x, const void* y) {
-                              return first->isOfObjects ? CFEqual(x, y) != 0 : x == y;
-                          });
-    },
-    [](const CFObject* object) noexcept {
-        return static_cast<CFHashCode>(static_cast<const __CFArray*>(object)->values.size());
-    },
-};
+void __CFArray::Free() noexcept
+{
+    if (isOfObjects) {
+        std::for_each(values.begin(), values.end(), CFRelease);
+    }
+    delete this;
+}
+
+bool __CFArray::Equals(const CFObject& object, CFContainerPairs& later) const
+{
+    const auto& other = static_cast<const __CFArray&>(object);
+    return isOfObjects == other.isOfObjects
+        && std::equal(values.begin(), values.end(), other.values.begin(), other.values.end(),
+                      [&](const void* a, const void* b) {
+                          return isOfObjects ? CFObject_EqualSoFar(a, b, later) : a == b;
+                      });
+}
+
+CFHashCode __CFArray::Hash() const noexcept
+{
+    return values.size();
+}
 
 __CFArray::__CFArray(const void** first, CFIndex n, bool ofObjects)
-    : CFObject(kArrayClass)
+    : CFContainer(kTypeArray)
     , values(first, first + n)
     , isOfObjects(ofObjects)
 {

@@ -2,9 +2,9 @@
 // CFBundle.cpp - folders that hold code and resources.
 #include "CoreFoundation/CFObject.h"
 #include "CoreFoundation/PropertyList.h"
-#include "CoreFoundation/Ref.h"
 #include "Resources/Resources.h"
-#include "libc/FileBytes.h"
+#include "support/FileBytes.h"
+#include "support/Ref.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 
@@ -21,9 +21,13 @@
 #include <unistd.h>
 #include <vector>
 
-struct __CFBundle : CFObject
+struct __CFBundle final : CFObject
 {
     explicit __CFBundle(std::string folder);
+
+    void End() noexcept override;
+    bool Equals(const CFObject& other, CFContainerPairs&) const override { return this == &other; }
+    CFHashCode Hash() const noexcept override { return CFObject_HashAddress(this); }
 
     std::string path; // canonical
     std::string program; // of the main bundle: its running executable
@@ -32,6 +36,8 @@ struct __CFBundle : CFObject
     void* image = nullptr; // of dlopen, while loaded
 };
 
+namespace {
+
 // The living bundles. They are not retained: the last release takes one out.
 struct Bundles
 {
@@ -39,37 +45,29 @@ struct Bundles
     std::vector<__CFBundle*> list;
 };
 
+} // namespace
+
 static Bundles& GetBundles()
 {
     static Bundles* sBundles = new Bundles; // leaked: usable until the very end
     return *sBundles;
 }
 
-static const CFClass kBundleClass = {
-    kTypeBundle,
-    [](CFObject* object) noexcept {
-        auto* bundle = static_cast<__CFBundle*>(object);
-        {
-            Bundles& bundles = GetBundles();
-            std::lock_guard lock(bundles.lock);
-            std::erase(bundles.list, bundle);
-        }
-        CFBundleUnloadExecutable(bundle);
-        delete bundle;
-    },
-    [](const CFObject* a, const CFObject* b) noexcept { return a == b; },
-    CFObject_HashAddress,
-};
-
-__CFBundle::__CFBundle(std::string folder)
-    : CFObject(kBundleClass)
-    , path(std::move(folder))
+void __CFBundle::End() noexcept
 {
+    {
+        Bundles& bundles = GetBundles();
+        std::lock_guard lock(bundles.lock);
+        std::erase(bundles.list, this);
+    }
+    CFBundleUnloadExecutable(this);
+    delete this;
 }
 
-CFTypeID CFBundleGetTypeID(void)
+__CFBundle::__CFBundle(std::string folder)
+    : CFObject(kTypeBundle)
+    , path(std::move(folder))
 {
-    return kTypeBundle;
 }
 
 // --- finding ---
@@ -172,8 +170,8 @@ static void ReadInfo(__CFBundle* bundle)
         return;
     }
     Ref<> root(PropertyList_CreateFromXML(xml));
-    if (root && CFGetTypeID(root.Get()) == kTypeDictionary) {
-        bundle->info = Ref<const __CFDictionary*>(static_cast<CFDictionaryRef>(root.Release()));
+    if (root && CFGetTypeID(root.get()) == kTypeDictionary) {
+        bundle->info = Ref<const __CFDictionary*>(static_cast<CFDictionaryRef>(root.release()));
     } else {
         std::fprintf(stderr, "%s: not a property list\n", path.c_str());
     }
@@ -183,7 +181,7 @@ CFTypeRef CFBundleGetValueForInfoDictionaryKey(CFBundleRef bundle, CFStringRef k
 {
     try {
         std::call_once(bundle->infoOnce, ReadInfo, bundle);
-        return bundle->info ? CFDictionaryGetValue(bundle->info.Get(), key) : nullptr;
+        return bundle->info ? CFDictionaryGetValue(bundle->info.get(), key) : nullptr;
     } catch (...) {
         return nullptr;
     }

@@ -8,29 +8,27 @@
 #include <cstdlib>
 #include <cstring>
 
-static const CFClass kDataClass = {
-    kTypeData,
-    [](CFObject* object) noexcept {
-        auto* data = static_cast<__CFData*>(object);
-        if (data->owner == __CFData::kMalloc) {
-            std::free(const_cast<UInt8*>(data->bytes));
-        }
-        delete data;
-    },
-    [](const CFObject* a, const CFObject* b) noexcept {
-        const auto* first = static_cast<const __CFData*>(a);
-        const auto* second = static_cast<const __CFData*>(b);
-        return std::equal(first->bytes, first->bytes + first->nBytes, second->bytes,
-                          second->bytes + second->nBytes);
-    },
-    [](const CFObject* object) noexcept {
-        const auto* data = static_cast<const __CFData*>(object);
-        return CFObject_HashBytes(data->bytes, static_cast<size_t>(data->nBytes));
-    },
-};
+void __CFData::End() noexcept
+{
+    if (owner == kMalloc) {
+        std::free(const_cast<UInt8*>(bytes));
+    }
+    delete this;
+}
+
+bool __CFData::Equals(const CFObject& object, CFContainerPairs&) const
+{
+    const auto& other = static_cast<const __CFData&>(object);
+    return std::equal(bytes, bytes + nBytes, other.bytes, other.bytes + other.nBytes);
+}
+
+CFHashCode __CFData::Hash() const noexcept
+{
+    return CFObject_HashBytes(bytes, static_cast<size_t>(nBytes));
+}
 
 __CFData::__CFData(const UInt8* block, CFIndex n, Owner blockOwner)
-    : CFObject(kDataClass)
+    : CFObject(kTypeData)
     , bytes(block)
     , nBytes(n)
     , owner(blockOwner)
@@ -81,15 +79,4 @@ CFIndex CFDataGetLength(CFDataRef data)
 const UInt8* CFDataGetBytePtr(CFDataRef data)
 {
     return data->bytes;
-}
-
-void CFDataGetBytes(CFDataRef data, CFRange range, UInt8* buffer)
-{
-    if (range.location < 0 || range.location > data->nBytes) {
-        return;
-    }
-    CFIndex n = std::min(range.length, data->nBytes - range.location);
-    if (n > 0) {
-        std::memcpy(buffer, data->bytes + range.location, static_cast<size_t>(n));
-    }
 }

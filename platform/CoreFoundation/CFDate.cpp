@@ -6,28 +6,22 @@
 
 #include <functional>
 
-extern const CFClass kDateClass;
-
-struct __CFDate : CFObject
+struct __CFDate final : CFObject
 {
     explicit __CFDate(CFAbsoluteTime time)
-        : CFObject(kDateClass)
+        : CFObject(kTypeDate)
         , at(time)
     {
     }
-    CFAbsoluteTime at;
-};
 
-const CFClass kDateClass = {
-    kTypeDate,
-    [](CFObject* object) noexcept { delete static_cast<__CFDate*>(object); },
-    [](const CFObject* a, const CFObject* b) noexcept {
-        return static_cast<const __CFDate*>(a)->at == static_cast<const __CFDate*>(b)->at;
-    },
-    [](const CFObject* object) noexcept {
-        return static_cast<CFHashCode>(
-            std::hash<double>()(static_cast<const __CFDate*>(object)->at));
-    },
+    void End() noexcept override { delete this; }
+    bool Equals(const CFObject& other, CFContainerPairs&) const override
+    {
+        return at == static_cast<const __CFDate&>(other).at;
+    }
+    CFHashCode Hash() const noexcept override { return std::hash<double>()(at); }
+
+    CFAbsoluteTime at;
 };
 
 CFTypeID CFDateGetTypeID(void)

@@ -17,49 +17,54 @@ static void ReleaseObject(CFAllocatorRef, const void* value)
     CFRelease(value);
 }
 
+static CFHashCode HashObject(CFTypeRef object)
+{
+    return CFObject_From(object)->Hash();
+}
+
 const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks
-    = { 0, RetainObject, ReleaseObject, nullptr, CFEqual, CFObject_Hash };
+    = { 0, RetainObject, ReleaseObject, nullptr, CFEqual, HashObject };
 const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks
     = { 0, RetainObject, ReleaseObject, nullptr, CFEqual };
 
-static const CFClass kDictionaryClass = {
-    kTypeDictionary,
-    [](CFObject* object) noexcept {
-        auto* dictionary = static_cast<__CFDictionary*>(object);
-        for (const auto& entry : dictionary->entries) {
-            CFRelease(entry.key);
-            CFRelease(entry.value);
-        }
-        delete dictionary;
-    },
-    [](const CFObject* a, const CFObject* b) noexcept {
-        const auto* first = static_cast<const __CFDictionary*>(a);
-        const auto* second = static_cast<const __CFDictionary*>(b);
-        if (first->entries.size() != second->entries.size()) {
+void __CFDictionary::Free() noexcept
+{
+    for (const Entry& entry : entries) {
+        CFRelease(entry.key);
+        CFRelease(entry.value);
+    }
+    delete this;
+}
+
+bool __CFDictionary::Equals(const CFObject& object, CFContainerPairs& later) const
+{
+    const auto& other = static_cast<const __CFDictionary&>(object);
+    if (entries.size() != other.entries.size()) {
+        return false;
+    }
+    for (const Entry& entry : entries) {
+        const Entry* found = other.Find(entry.key, entry.hash);
+        if (found == nullptr || !CFObject_EqualSoFar(entry.value, found->value, later)) {
             return false;
         }
-        for (const auto& entry : first->entries) {
-            const auto* other = second->Find(entry.key, entry.hash);
-            if (other == nullptr || !CFEqual(entry.value, other->value)) {
-                return false;
-            }
-        }
-        return true;
-    },
-    [](const CFObject* object) noexcept {
-        return static_cast<CFHashCode>(static_cast<const __CFDictionary*>(object)->entries.size());
-    },
-};
+    }
+    return true;
+}
+
+CFHashCode __CFDictionary::Hash() const noexcept
+{
+    return entries.size();
+}
 
 constexpr size_t kFewEntries = 8; // searched one by one
 
 __CFDictionary::__CFDictionary()
-    : CFObject(kDictionaryClass)
+    : CFContainer(kTypeDictionary)
 {
 }
 
 __CFDictionary::__CFDictionary(const __CFDictionary& other)
-    : CFObject(kDictionaryClass)
+    : CFContainer(kTypeDictionary)
     , entries(other.entries)
     , m_slots(other.m_slots)
 {
@@ -71,7 +76,7 @@ __CFDictionary::__CFDictionary(const __CFDictionary& other)
 
 const __CFDictionary::Entry* __CFDictionary::Find(CFTypeRef key) const
 {
-    return entries.empty() ? nullptr : Find(key, CFObject_Hash(key));
+    return entries.empty() ? nullptr : Find(key, HashObject(key));
 }
 
 const __CFDictionary::Entry* __CFDictionary::Find(CFTypeRef key, CFHashCode hash) const
@@ -116,7 +121,7 @@ void __CFDictionary::Index(size_t nSlots)
 
 void __CFDictionary::Set(CFTypeRef key, CFTypeRef value)
 {
-    CFHashCode hash = CFObject_Hash(key);
+    CFHashCode hash = HashObject(key);
     if (const Entry* found = Find(key, hash)) {
         CFTypeRef old = found->value;
         const_cast<Entry*>(found)->value = CFRetain(value);

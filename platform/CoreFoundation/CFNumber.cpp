@@ -13,19 +13,16 @@
 
 // --- truth values ---
 
-static const CFClass kBooleanClass = {
-    kTypeBoolean,
-    [](CFObject*) noexcept {}, // there are only the two constants
-    [](const CFObject* a, const CFObject* b) noexcept { return a == b; },
-    CFObject_HashAddress,
-};
-
-struct __CFBoolean : CFObject
+struct __CFBoolean final : CFObject
 {
     constexpr __CFBoolean()
-        : CFObject(kBooleanClass, kConstantRefs)
+        : CFObject(kTypeBoolean, kConstantRefs)
     {
     }
+
+    void End() noexcept override { } // there are only the two constants
+    bool Equals(const CFObject& other, CFContainerPairs&) const override { return this == &other; }
+    CFHashCode Hash() const noexcept override { return CFObject_HashAddress(this); }
 };
 
 static constinit const __CFBoolean sTrue;
@@ -106,34 +103,37 @@ template <typename Use> static auto WithValue(const __CFNumber* number, Use use)
     return use(number->asReal);
 }
 
-static const CFClass kNumberClass = {
-    kTypeNumber,
-    [](CFObject* object) noexcept { delete static_cast<__CFNumber*>(object); },
-    [](const CFObject* a, const CFObject* b) noexcept {
-        return WithValue(static_cast<const __CFNumber*>(a), [b](auto first) {
-            return WithValue(static_cast<const __CFNumber*>(b), [first](auto second) {
-                decltype(first) converted = 0;
-                return (IsNaN(first) && IsNaN(second))
-                    || (Convert(second, converted) && converted == first);
-            });
+void __CFNumber::End() noexcept
+{
+    delete this;
+}
+
+bool __CFNumber::Equals(const CFObject& other, CFContainerPairs&) const
+{
+    return WithValue(this, [&other](auto first) {
+        return WithValue(static_cast<const __CFNumber*>(&other), [first](auto second) {
+            decltype(first) converted = 0;
+            return (IsNaN(first) && IsNaN(second))
+                || (Convert(second, converted) && converted == first);
         });
-    },
-    [](const CFObject* object) noexcept {
-        return WithValue(static_cast<const __CFNumber*>(object), [](auto value) {
-            return static_cast<CFHashCode>(std::hash<double>()(static_cast<double>(value)));
-        });
-    },
-};
+    });
+}
+
+CFHashCode __CFNumber::Hash() const noexcept
+{
+    return WithValue(this,
+                     [](auto value) { return std::hash<double>()(static_cast<double>(value)); });
+}
 
 __CFNumber::__CFNumber(SInt64 value)
-    : CFObject(kNumberClass)
+    : CFObject(kTypeNumber)
     , kind(kSigned)
     , asSigned(value)
 {
 }
 
 __CFNumber::__CFNumber(UInt64 value)
-    : CFObject(kNumberClass)
+    : CFObject(kTypeNumber)
     , kind(kUnsigned)
     , asUnsigned(value)
 {
@@ -144,7 +144,7 @@ __CFNumber::__CFNumber(UInt64 value)
 }
 
 __CFNumber::__CFNumber(double value)
-    : CFObject(kNumberClass)
+    : CFObject(kTypeNumber)
     , kind(kReal)
     , asReal(value)
 {

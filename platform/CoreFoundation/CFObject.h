@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// CFObject.h - what the Core Foundation references point to.
-// Every object starts with its class and its count; constants carry a count that nothing changes and
-// need no construction at load nor destruction at exit. Null is checked by the caller, as documented.
+// CFObject.h - the objects behind the Core Foundation references.
+// Every object starts with its class and its count. Constants are constant-initialised, never freed, and
+// keep the count kConstantRefs. Callers check for null where the API documents it.
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
@@ -9,19 +9,10 @@
 #include <atomic>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
-struct CFObject;
-
-struct CFClass
-{
-    CFTypeID id;
-    void (*end)(CFObject* object) noexcept; // frees it
-    bool (*equal)(const CFObject* a, const CFObject* b) noexcept; // both of this class
-    CFHashCode (*hash)(const CFObject* object) noexcept; // equal objects have equal ones
-};
-
-enum : CFTypeID {
+enum : UInt32 {
     kTypeString = 1,
     kTypeNumber,
     kTypeBoolean,
@@ -35,18 +26,49 @@ enum : CFTypeID {
 
 constexpr SInt32 kConstantRefs = 0x7FFFFFFF; // the count of a constant
 
+struct CFContainer;
+
+/// Containers whose contents are still to be compared.
+using CFContainerPairs = std::vector<std::pair<const CFContainer*, const CFContainer*>>;
+
 struct CFObject
 {
-    constexpr explicit CFObject(const CFClass& objectClass, SInt32 refs = 1)
-        : isa(&objectClass)
+    constexpr explicit CFObject(UInt32 objectType, SInt32 refs = 1)
+        : type(objectType)
         , nRefs(refs)
     {
     }
     CFObject(const CFObject&) = delete;
     CFObject& operator=(const CFObject&) = delete;
 
-    const CFClass* isa;
+    /// Frees the object, whose count is zero.
+    virtual void End() noexcept = 0;
+    /// Compares with another object of the same class. Containers inside are not compared but added to
+    /// `later`, which may throw bad_alloc.
+    virtual bool Equals(const CFObject& other, CFContainerPairs& later) const = 0;
+    /// Equal objects have equal hashes.
+    virtual CFHashCode Hash() const noexcept = 0;
+
+    const UInt32 type; // kTypeString and its like
     mutable std::atomic<SInt32> nRefs;
+
+protected:
+    ~CFObject() = default; // not virtual: a constant needs no destruction at exit
+};
+
+/// An array or a dictionary. Containers are compared and freed in loops: nesting takes no stack.
+struct CFContainer : CFObject
+{
+    using CFObject::CFObject;
+
+    void End() noexcept final;
+    /// Releases the contents and deletes the object.
+    virtual void Free() noexcept = 0;
+
+    CFContainer* nextToFree = nullptr;
+
+protected:
+    ~CFContainer() = default;
 };
 
 inline const CFObject* CFObject_From(CFTypeRef object)
@@ -54,11 +76,16 @@ inline const CFObject* CFObject_From(CFTypeRef object)
     return static_cast<const CFObject*>(object);
 }
 
-/// The hash of an object's value.
-inline CFHashCode CFObject_Hash(CFTypeRef object)
+inline bool CFObject_IsContainer(CFTypeRef object)
 {
-    return CFObject_From(object)->isa->hash(CFObject_From(object));
+    const UInt32 type = CFObject_From(object)->type;
+    return type == kTypeArray || type == kTypeDictionary;
 }
+
+/// CFEqual for containers too, but throws bad_alloc.
+bool CFObject_Equal(CFTypeRef a, CFTypeRef b);
+/// As CFObject_Equal, with the contents of containers left to `later`.
+bool CFObject_EqualSoFar(CFTypeRef a, CFTypeRef b, CFContainerPairs& later);
 
 /// The hash of an object that equals nothing but itself.
 CFHashCode CFObject_HashAddress(const CFObject* object) noexcept;
@@ -75,12 +102,10 @@ Object* CFObject_New(Arguments&&... arguments) noexcept
     }
 }
 
-extern const CFClass kStringClass;
-
-struct __CFString : CFObject
+struct __CFString final : CFObject
 {
     constexpr __CFString(const char* text, size_t n, CFIndex units, SInt32 refs)
-        : CFObject(kStringClass, refs)
+        : CFObject(kTypeString, refs)
         , bytes(text)
         , nBytes(n)
         , nUnits(units)
@@ -92,6 +117,9 @@ struct __CFString : CFObject
         : __CFString(literal, n - 1, n - 1, kConstantRefs)
     {
     }
+    void End() noexcept override;
+    bool Equals(const CFObject& other, CFContainerPairs& later) const override;
+    CFHashCode Hash() const noexcept override;
     std::string_view Text() const { return { bytes, nBytes }; }
     bool IsASCII() const { return static_cast<size_t>(nUnits) == nBytes; }
 
@@ -103,7 +131,7 @@ struct __CFString : CFObject
 /// A string from valid UTF-8; null when it is not valid or without memory.
 CFStringRef CFString_Create(std::string_view text) noexcept;
 
-struct __CFNumber : CFObject
+struct __CFNumber final : CFObject
 {
     enum Kind : UInt8 {
         kSigned,
@@ -115,6 +143,10 @@ struct __CFNumber : CFObject
     explicit __CFNumber(UInt64 value);
     explicit __CFNumber(double value);
 
+    void End() noexcept override;
+    bool Equals(const CFObject& other, CFContainerPairs& later) const override;
+    CFHashCode Hash() const noexcept override;
+
     Kind kind;
     union {
         SInt64 asSigned;
@@ -123,26 +155,34 @@ struct __CFNumber : CFObject
     };
 };
 
-struct __CFData : CFObject
+struct __CFData final : CFObject
 {
     enum Owner : UInt8 { kBorrowed, kMalloc };
 
     __CFData(const UInt8* block, CFIndex n, Owner blockOwner);
+
+    void End() noexcept override;
+    bool Equals(const CFObject& other, CFContainerPairs& later) const override;
+    CFHashCode Hash() const noexcept override;
 
     const UInt8* bytes;
     CFIndex nBytes;
     Owner owner;
 };
 
-struct __CFArray : CFObject
+struct __CFArray final : CFContainer
 {
     __CFArray(const void** first, CFIndex n, bool ofObjects);
+
+    void Free() noexcept override;
+    bool Equals(const CFObject& other, CFContainerPairs& later) const override;
+    CFHashCode Hash() const noexcept override;
 
     std::vector<const void*> values;
     bool isOfObjects; // retained
 };
 
-struct __CFDictionary : CFObject
+struct __CFDictionary final : CFContainer
 {
     struct Entry
     {
@@ -153,6 +193,10 @@ struct __CFDictionary : CFObject
 
     __CFDictionary();
     __CFDictionary(const __CFDictionary& other);
+
+    void Free() noexcept override;
+    bool Equals(const CFObject& other, CFContainerPairs& later) const override;
+    CFHashCode Hash() const noexcept override;
 
     const Entry* Find(CFTypeRef key) const;
     const Entry* Find(CFTypeRef key, CFHashCode hash) const;
@@ -169,9 +213,13 @@ private:
         m_slots; // open addressing: entry number + 1, 0 free; empty while few entries
 };
 
-struct __CFURL : CFObject
+struct __CFURL final : CFObject
 {
     __CFURL(std::string urlBase, std::string urlPath, bool ofFolder);
+
+    void End() noexcept override;
+    bool Equals(const CFObject& other, CFContainerPairs& later) const override;
+    CFHashCode Hash() const noexcept override;
 
     std::string Absolute() const; // throws bad_alloc
 

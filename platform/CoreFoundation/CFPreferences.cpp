@@ -1,22 +1,30 @@
 // SPDX-License-Identifier: MIT
 // CFPreferences.cpp - preferences: one property list file a domain (application, user, host).
-// A domain is kept as it was last read, and, once something is set, as it shall be. A synchronize takes
-// the domain's lock file first, then reads what is on disk now and writes the three merged, so that
-// processes which change different entries, at any depth, lose nothing. The lock file is never
-// removed: a process may be waiting for it.
+// A domain holds its file as last read and, once something is set, the values to be written. Reading the
+// file again merges: what was set here stays, all else follows the file, entry by entry at any depth. So
+// processes that change different entries lose nothing.
+// - A copy reads a changed file first. A set does not, unless it is the first call since a synchronize: the
+//   caller changes a dictionary as it was copied, so the entries that differ from that copy are the change.
+// - Other values are set whatever was read before: a synchronize compares them with what the file holds.
+// - Writing merges once more under the domain's lock file, which is never removed: a process may be waiting
+//   for it.
 #include "CoreFoundation/CFObject.h"
 #include "CoreFoundation/PropertyList.h"
-#include "CoreFoundation/Ref.h"
-#include "CoreServices/BaseFolders.h"
-#include "libc/FileBytes.h"
+#include "support/BaseFolders.h"
+#include "support/FileBytes.h"
+#include "support/Ref.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <fcntl.h>
 #include <map>
 #include <mutex>
+#include <new>
 #include <string>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -24,11 +32,9 @@
 
 static constinit const __CFString sAnyUser("kCFPreferencesAnyUser");
 static constinit const __CFString sCurrentUser("kCFPreferencesCurrentUser");
-static constinit const __CFString sAnyHost("kCFPreferencesAnyHost");
 static constinit const __CFString sCurrentHost("kCFPreferencesCurrentHost");
 const CFStringRef kCFPreferencesAnyUser = &sAnyUser;
 const CFStringRef kCFPreferencesCurrentUser = &sCurrentUser;
-const CFStringRef kCFPreferencesAnyHost = &sAnyHost;
 const CFStringRef kCFPreferencesCurrentHost = &sCurrentHost;
 
 // --- where a domain lives ---
@@ -55,38 +61,26 @@ static const std::string& HostID()
     return *sHostID;
 }
 
-struct Scope
+static bool IsScope(CFStringRef user, CFStringRef host)
 {
-    bool isAnyUser;
-    bool isAnyHost;
-};
-
-static bool FindScope(CFStringRef user, CFStringRef host, Scope& scope)
-{
-    scope = { user == kCFPreferencesAnyUser, host == kCFPreferencesAnyHost };
-    return (scope.isAnyUser || user == kCFPreferencesCurrentUser)
-        && (scope.isAnyHost || host == kCFPreferencesCurrentHost);
+    return (user == kCFPreferencesAnyUser || user == kCFPreferencesCurrentUser)
+        && host == kCFPreferencesCurrentHost;
 }
 
 // The file of a domain; empty when it has no place.
-static std::string DomainPath(std::string_view application, Scope scope)
+static std::string DomainPath(std::string_view application, bool isAnyUser)
 {
     if (application.find('/') != application.npos || application.find('\0') != application.npos) {
         return {};
     }
-    std::string path = scope.isAnyUser ? BaseFolders_Local("XDG_CONFIG_DIRS", "/etc/xdg")
-                                       : BaseFolders_User("XDG_CONFIG_HOME", "/.config");
+    std::string path = isAnyUser ? BaseFolders_Local("XDG_CONFIG_DIRS", "/etc/xdg")
+                                 : BaseFolders_User("XDG_CONFIG_HOME", "/.config");
     if (path.empty()) {
         return {};
     }
-    path += "/preferences/";
-    if (scope.isAnyUser && scope.isAnyHost) {
-        path += "Network/";
-    } else if (!scope.isAnyUser && !scope.isAnyHost) {
-        path += "ByHost/";
-    }
+    path += isAnyUser ? "/preferences/" : "/preferences/ByHost/";
     path += application;
-    if (!scope.isAnyUser && !scope.isAnyHost) {
+    if (!isAnyUser) {
         path += "." + HostID();
     }
     return path + ".plist";
@@ -94,10 +88,13 @@ static std::string DomainPath(std::string_view application, Scope scope)
 
 // --- a domain ---
 
+namespace {
+
 // Tells one version of a file from another.
 struct Version
 {
     bool exists = false;
+    bool isProof = false; // another version cannot have the same stamp
     dev_t device = 0;
     ino_t inode = 0;
     off_t size = 0;
@@ -118,6 +115,17 @@ struct Version
             && size == other.size && changed.tv_sec == other.changed.tv_sec
             && changed.tv_nsec == other.changed.tv_nsec;
     }
+
+    // File systems cut stamps, some to two seconds. Those that keep nanoseconds keep the stamps of our
+    // own writes whole, but other writers get the time of the kernel's last tick.
+    bool HasFineStamp() const { return changed.tv_nsec % 1000 != 0; }
+    bool IsOlderThanATick(const timespec& now) const
+    {
+        using namespace std::chrono;
+        const nanoseconds age
+            = seconds(now.tv_sec - changed.tv_sec) + nanoseconds(now.tv_nsec - changed.tv_nsec);
+        return age > (HasFineStamp() ? milliseconds(20) : seconds(2));
+    }
 };
 
 // A file as it was read.
@@ -131,20 +139,24 @@ struct Contents
 
 struct Domain
 {
-    Scope scope = {};
+    bool isAnyUser = false;
     std::string application;
     std::string path; // empty: no place
-    bool mustLook = true; // the file may have changed since it was read
+    bool isUnflushed = false; // the file is written, but its folder is not flushed
     bool isRefused = false; // a value that cannot be kept was set since the last synchronize
+    bool mustLook = true; // nothing was read since the last synchronize
     Contents read; // last read or written
-    Ref<__CFDictionary*> values; // as they shall be; the same object as read.values: nothing set
+    Ref<__CFDictionary*> values; // to be written; the same object as read.values: no change
+    std::map<std::string, Ref<>, std::less<>> plain; // set, and no dictionaries; null: removed
 };
 
 struct Domains
 {
     std::mutex lock;
-    std::map<std::string, Domain, std::less<>> byApplication[2][2]; // any user, any host
+    std::map<std::string, Domain, std::less<>> byApplication[2]; // current user, any user
 };
+
+} // namespace
 
 static Domains& GetDomains()
 {
@@ -153,33 +165,32 @@ static Domains& GetDomains()
 }
 
 // The domain, made on first use. Throws bad_alloc.
-static Domain& FindDomain(Domains& domains, CFStringRef application, Scope scope)
+static Domain& FindDomain(Domains& domains, CFStringRef application, bool isAnyUser)
 {
-    auto& map = domains.byApplication[scope.isAnyUser][scope.isAnyHost];
+    auto& map = domains.byApplication[isAnyUser];
     auto found = map.find(application->Text());
     if (found != map.end()) {
         return found->second;
     }
     Domain domain;
-    domain.scope = scope;
+    domain.isAnyUser = isAnyUser;
     domain.application = application->Text();
-    domain.path = DomainPath(domain.application, scope);
+    domain.path = DomainPath(domain.application, isAnyUser);
     domain.read.values = Ref<__CFDictionary*>(new __CFDictionary);
-    domain.values = Ref<__CFDictionary*>::Retained(domain.read.values.Get());
+    domain.values = Ref_Retained(domain.read.values.get());
     return map.emplace(domain.application, std::move(domain)).first->second;
 }
 
 static bool IsChanged(const Domain& domain)
 {
-    return domain.values.Get() != domain.read.values.Get();
+    return domain.values.get() != domain.read.values.get();
 }
 
 // Takes over what is on disk, with nothing set.
 static void Adopt(Domain& domain, Contents contents)
 {
-    domain.values = Ref<__CFDictionary*>::Retained(contents.values.Get());
+    domain.values = Ref_Retained(contents.values.get());
     domain.read = std::move(contents);
-    domain.mustLook = false;
 }
 
 // Reads a file. Throws bad_alloc.
@@ -189,41 +200,23 @@ static Contents ReadFile(const std::string& path)
     contents.values = Ref<__CFDictionary*>(new __CFDictionary);
     std::string xml;
     struct stat info;
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
     contents.error
         = path.empty() ? ENOENT : FileBytes_Read(path.c_str(), kPropertyListLargest, xml, &info);
     if (contents.error == EFBIG) { // no file of ours
         contents.isDamaged = true;
     } else if (contents.error == 0) {
         contents.version = Version(info);
+        contents.version.isProof = contents.version.IsOlderThanATick(now);
         Ref<> root(PropertyList_CreateFromXML(xml));
-        contents.isDamaged = !root || CFGetTypeID(root.Get()) != kTypeDictionary;
+        contents.isDamaged = !root || CFGetTypeID(root.get()) != kTypeDictionary;
         if (!contents.isDamaged) {
-            auto* values = static_cast<const __CFDictionary*>(root.Release());
+            auto* values = static_cast<const __CFDictionary*>(root.release());
             contents.values = Ref<__CFDictionary*>(const_cast<__CFDictionary*>(values));
         }
     }
     return contents;
-}
-
-// Whether the file is still the one that was read.
-static bool IsUnchanged(const Domain& domain)
-{
-    if (domain.read.error != 0) {
-        return false;
-    }
-    struct stat info;
-    return stat(domain.path.c_str(), &info) == 0 && Version(info) == domain.read.version;
-}
-
-// Makes the values those of the file, unless something is set or nobody asked for a new look.
-static void Refresh(Domain& domain)
-{
-    if (domain.mustLook && !IsChanged(domain)) {
-        if (!IsUnchanged(domain)) {
-            Adopt(domain, ReadFile(domain.path));
-        }
-        domain.mustLook = false;
-    }
 }
 
 // --- merging ---
@@ -234,62 +227,182 @@ static const __CFDictionary* AsDictionary(CFTypeRef value)
     return isOne ? static_cast<const __CFDictionary*>(value) : nullptr;
 }
 
-// The value that a key gets: ours if we changed it since `base` was read, else the one on disk; when both
-// sides changed a dictionary, entry by entry. Null: none. One reference. Throws bad_alloc.
-static CFTypeRef Merge(CFTypeRef base, CFTypeRef ours, CFTypeRef disk)
+static CFTypeRef ValueIn(const __CFDictionary* entries, const __CFDictionary::Entry& like)
 {
-    bool isOurs = ours == nullptr ? base != nullptr : base == nullptr || !CFEqual(base, ours);
-    if (!isOurs || ours == nullptr) {
-        return isOurs || disk == nullptr ? nullptr : CFRetain(disk);
+    const auto* found = entries != nullptr ? entries->Find(like.key, like.hash) : nullptr;
+    return found != nullptr ? found->value : nullptr;
+}
+
+namespace {
+
+// Dictionaries that are being merged entry by entry.
+struct Merging
+{
+    Merging(CFTypeRef under, CFTypeRef baseValue, CFTypeRef ourValue, CFTypeRef diskValue)
+        : key(under)
+        , base(AsDictionary(baseValue))
+        , ours(AsDictionary(ourValue))
+        , onDisk(diskValue)
+        , disk(AsDictionary(diskValue))
+        , merged(new __CFDictionary)
+    {
+        isOurs = base == nullptr
+            || std::any_of(base->entries.begin(), base->entries.end(),
+                           [this](const auto& entry) { return ValueIn(ours, entry) == nullptr; });
     }
-    const __CFDictionary* ourEntries = AsDictionary(ours);
-    const __CFDictionary* baseEntries = AsDictionary(base);
-    const __CFDictionary* diskEntries = AsDictionary(disk);
-    if (ourEntries == nullptr || (baseEntries == nullptr && diskEntries == nullptr)) {
-        return CFRetain(ours);
-    }
-    Ref<__CFDictionary*> merged(new __CFDictionary);
-    auto find = [](const __CFDictionary* entries, const __CFDictionary::Entry& like) -> CFTypeRef {
-        const auto* found = entries != nullptr ? entries->Find(like.key, like.hash) : nullptr;
-        return found != nullptr ? found->value : nullptr;
-    };
-    auto add = [&](const __CFDictionary::Entry& entry, CFTypeRef onDisk) {
-        Ref<> value(Merge(find(baseEntries, entry), find(ourEntries, entry), onDisk));
-        if (value) {
-            merged->Set(entry.key, value.Get());
+
+    // The next entry on disk, then the next of ours that is not on disk; null at the end.
+    const __CFDictionary::Entry* Next()
+    {
+        const size_t nOnDisk = disk != nullptr ? disk->entries.size() : 0;
+        while (next < nOnDisk + ours->entries.size()) {
+            const size_t i = next++;
+            const auto& entry = i < nOnDisk ? disk->entries[i] : ours->entries[i - nOnDisk];
+            if (i < nOnDisk || ValueIn(disk, entry) == nullptr) {
+                return &entry;
+            }
         }
-    };
-    if (diskEntries != nullptr) {
-        for (const auto& entry : diskEntries->entries) {
-            add(entry, entry.value);
+        return nullptr;
+    }
+
+    void Put(CFTypeRef entryKey, CFTypeRef value)
+    {
+        if (value != nullptr) {
+            merged->Set(entryKey, value);
         }
     }
-    for (const auto& entry : ourEntries->entries) {
-        if (find(diskEntries, entry) == nullptr) {
-            add(entry, nullptr);
+
+    CFTypeRef key; // in the dictionary around it
+    const __CFDictionary* base; // null: no dictionary was there
+    const __CFDictionary* ours;
+    CFTypeRef onDisk; // may be null, or no dictionary
+    const __CFDictionary* disk;
+    bool isOurs; // it differs from the base
+    size_t next = 0;
+    Ref<__CFDictionary*> merged;
+};
+
+} // namespace
+
+// Each value is ours if it differs from `base`, which was read before, else the one on disk. Dictionaries are
+// merged entry by entry when ours replaces one, or one is on disk. Throws bad_alloc.
+static Ref<__CFDictionary*> Merge(CFTypeRef base, CFTypeRef ours, CFTypeRef disk)
+{
+    std::vector<Merging> open; // the outermost first: nesting takes no stack
+    open.emplace_back(nullptr, base, ours, disk);
+    for (;;) {
+        if (const auto* entry = open.back().Next()) {
+            CFTypeRef baseValue = ValueIn(open.back().base, *entry);
+            CFTypeRef ourValue = ValueIn(open.back().ours, *entry);
+            CFTypeRef diskValue = ValueIn(open.back().disk, *entry);
+            const bool isReplaced = AsDictionary(baseValue) || AsDictionary(diskValue);
+            if (ourValue != baseValue && AsDictionary(ourValue) && isReplaced) {
+                open.emplace_back(entry->key, baseValue, ourValue, diskValue);
+                continue;
+            }
+            const bool isOurs = ourValue == nullptr ? baseValue != nullptr
+                : baseValue == nullptr              ? true
+                                                    : !CFObject_Equal(baseValue, ourValue);
+            open.back().isOurs |= isOurs;
+            open.back().Put(entry->key, isOurs ? ourValue : diskValue);
+            continue;
         }
+        Merging done = std::move(open.back());
+        open.pop_back();
+        if (open.empty()) {
+            return std::move(done.merged);
+        }
+        open.back().isOurs |= done.isOurs;
+        open.back().Put(done.key, done.isOurs ? done.merged.get() : done.onDisk);
     }
-    return merged.Release();
+}
+
+// --- reading ---
+
+// Whether the file is certainly the one that was read.
+static bool IsUnchanged(const Domain& domain)
+{
+    struct stat info;
+    if (stat(domain.path.c_str(), &info) != 0) {
+        return errno == ENOENT && domain.read.error == ENOENT;
+    }
+    return domain.read.error == 0 && domain.read.version.isProof
+        && Version(info) == domain.read.version;
+}
+
+static bool IsUnreadable(const Contents& contents)
+{
+    return contents.error != 0 && contents.error != ENOENT && !contents.isDamaged;
+}
+
+// Sets the values to be written. Equal to those of the file, they are no change. Throws bad_alloc.
+static void SetValues(Domain& domain, Ref<__CFDictionary*> values)
+{
+    const bool isEqual = CFObject_Equal(values.get(), domain.read.values.get());
+    domain.values = isEqual ? Ref_Retained(domain.read.values.get()) : std::move(values);
+}
+
+static void SetIn(__CFDictionary& values, CFStringRef key, CFTypeRef value)
+{
+    if (value != nullptr) {
+        values.Set(key, value);
+    } else {
+        values.Remove(key);
+    }
+}
+
+// Reads the file again if it has changed, and merges what was set into it. Throws bad_alloc.
+static void Refresh(Domain& domain)
+{
+    domain.mustLook = false;
+    if (IsUnchanged(domain)) {
+        return;
+    }
+    Contents disk = ReadFile(domain.path);
+    if (!IsChanged(domain) && domain.plain.empty()) {
+        Adopt(domain, std::move(disk));
+    } else if (IsUnreadable(disk)) {
+        domain.read.error = disk.error; // the values read before remain the base of what was set
+        domain.read.isDamaged = false;
+    } else {
+        auto merged = Merge(domain.read.values.get(), domain.values.get(), disk.values.get());
+        for (const auto& [text, value] : domain.plain) {
+            Ref<CFStringRef> key(CFString_Create(text));
+            if (!key) {
+                throw std::bad_alloc();
+            }
+            SetIn(*merged.get(), key.get(), value.get());
+        }
+        domain.read = std::move(disk);
+        domain.values = std::move(merged);
+        SetValues(domain, Ref_Retained(domain.values.get()));
+    }
 }
 
 // --- writing ---
 
-// Holds the domain's lock file, waiting for other processes.
+namespace {
+
+constexpr int kLockTries = 5000; // a millisecond apart
+
+// Holds the domain's lock file. It waits for other processes, but not for ever: whoever may open the file
+// can hold it.
 class FileLock
 {
 public:
-    FileLock(const std::string& path, mode_t mode)
+    explicit FileLock(const std::string& path)
+        : m_fd(open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600))
     {
-        m_fd = open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, mode);
-        int result = -1;
-        do {
-            result = m_fd >= 0 ? flock(m_fd, LOCK_EX) : -1;
-        } while (result != 0 && m_fd >= 0 && errno == EINTR);
-        m_isHeld = result == 0;
+        struct stat info;
+        if (m_fd >= 0 && fstat(m_fd, &info) == 0 && (info.st_mode & 077) != 0) {
+            fchmod(m_fd, 0600); // an earlier release let everybody open it
+        }
+        m_isHeld = m_fd >= 0 && Wait();
     }
     ~FileLock()
     {
         if (m_fd >= 0) {
+            flock(m_fd, LOCK_UN); // a forked child may have a copy of the descriptor
             close(m_fd);
         }
     }
@@ -299,9 +412,26 @@ public:
     bool IsHeld() const { return m_isHeld; }
 
 private:
-    int m_fd = -1;
+    bool Wait() const
+    {
+        for (int i = 0; i < kLockTries; ++i) {
+            if (flock(m_fd, LOCK_EX | LOCK_NB) == 0) {
+                return true;
+            }
+            if (errno != EWOULDBLOCK && errno != EINTR) {
+                return FileBytes_IsUnsupported(errno);
+            }
+            const timespec pause = { 0, 1000000 };
+            nanosleep(&pause, nullptr);
+        }
+        return false;
+    }
+
+    int m_fd;
     bool m_isHeld = false;
 };
+
+} // namespace
 
 // Gives a damaged file a name of its own, so that it is never overwritten. Empty when that failed.
 static std::string MoveAside(const std::string& path)
@@ -317,73 +447,95 @@ static std::string MoveAside(const std::string& path)
     return aside; // moved, not copied: nothing may fail once the file has its new name
 }
 
-static bool Remove(const std::string& path)
+// Writes the values over the file as it was read, at `path`. Throws bad_alloc.
+static bool WriteFile(Domain& domain, const std::string& path)
 {
-    return unlink(path.c_str()) == 0 ? FileBytes_FlushFolder(path) == 0 : errno == ENOENT;
-}
-
-// Writes the values over what is on disk, whose place they take. Throws bad_alloc.
-static bool WriteFile(const Domain& domain, const Contents& disk, Contents& merged)
-{
+    Contents written;
+    written.values = Ref_Retained(domain.values.get());
     std::string xml;
-    if (!PropertyList_FormatXML(merged.values.Get(), xml)) {
+    if (!PropertyList_FormatXML(written.values.get(), xml)) {
         return false;
     }
     std::string aside;
-    if (disk.isDamaged) {
-        aside = MoveAside(domain.path);
+    if (domain.read.isDamaged) {
+        aside = MoveAside(path);
         if (aside.empty()) {
             return false;
         }
     }
-    bool isDone = false;
-    if (merged.values->entries.empty()) {
-        merged.error = ENOENT;
-        isDone = Remove(domain.path);
+    int error = 0;
+    if (!written.values->entries.empty()) {
+        struct stat info = {};
+        error = FileBytes_Replace(path, xml, domain.isAnyUser ? 0644 : 0600, &info);
+        domain.isUnflushed = error != 0 && info.st_ino != 0;
+        written.version = Version(info);
+        written.version.isProof = written.version.HasFineStamp();
+    } else if (unlink(path.c_str()) == 0) {
+        written.error = ENOENT;
+        error = FileBytes_FlushFolder(path);
+        domain.isUnflushed = error != 0;
     } else {
-        struct stat info;
-        isDone
-            = FileBytes_Replace(domain.path, xml, domain.scope.isAnyUser ? 0644 : 0600, &info) == 0;
-        merged.version = isDone ? Version(info) : Version();
+        written.error = ENOENT;
+        error = errno == ENOENT ? 0 : errno;
     }
-    if (!isDone && !aside.empty()) {
-        rename(aside.c_str(), domain.path.c_str());
+    if (error == 0) {
+        Adopt(domain, std::move(written));
+    } else if (!aside.empty() && rename(aside.c_str(), path.c_str()) == 0) {
+        domain.isUnflushed = false;
     }
-    return isDone;
+    return error == 0;
 }
 
-// Merges what was set into what is on disk. Throws bad_alloc.
+// Makes up for a flush that failed after the file had been written.
+static bool Flush(Domain& domain)
+{
+    std::string path = domain.path;
+    domain.isUnflushed = domain.isUnflushed
+        && (FileBytes_ResolveLinks(path) != 0 || FileBytes_FlushFolder(path) != 0);
+    return !domain.isUnflushed;
+}
+
+// Writes what was set, merged into what is on disk under the lock. Throws bad_alloc.
 static bool Write(Domain& domain)
 {
-    std::string folder = domain.path.substr(0, domain.path.rfind('/'));
-    if (BaseFolders_Make(folder, domain.scope.isAnyUser ? 0775 : 0700) != 0) {
+    std::string path = domain.path; // a link stays a link
+    if (FileBytes_ResolveLinks(path) != 0) {
         return false;
     }
-    FileLock lock(domain.path + ".lock", domain.scope.isAnyUser ? 0644 : 0600);
+    std::string folder = path.substr(0, path.rfind('/'));
+    if (BaseFolders_Make(folder, domain.isAnyUser ? 0775 : 0700) != 0) {
+        return false;
+    }
+    FileLock lock(path + ".lock");
     if (!lock.IsHeld()) {
         return false;
     }
-    Contents disk;
-    Contents merged;
-    if (IsUnchanged(domain)) {
-        disk.isDamaged = domain.read.isDamaged;
-        merged.values = Ref<__CFDictionary*>::Retained(domain.values.Get());
-    } else {
-        disk = ReadFile(domain.path);
-        if (disk.error != 0 && disk.error != ENOENT && !disk.isDamaged) {
-            return false; // there is something that cannot be read: leave it alone
-        }
-        CFTypeRef values = Merge(domain.read.values.Get(), domain.values.Get(), disk.values.Get());
-        merged.values = Ref<__CFDictionary*>(const_cast<__CFDictionary*>(AsDictionary(values)));
+    Refresh(domain);
+    if (IsUnreadable(domain.read)) {
+        return false; // there is something that cannot be read: leave it alone
     }
-    if (!WriteFile(domain, disk, merged)) {
-        return false;
-    }
-    Adopt(domain, std::move(merged));
-    return true;
+    return IsChanged(domain) ? WriteFile(domain, path) : Flush(domain);
 }
 
 // --- the routines ---
+
+// Without memory the values stay those that were read last. None would be worse: a caller who finds no
+// dictionary makes a new one, whose entries replace all that are there.
+static void TryToRefresh(Domain& domain) noexcept
+{
+    try {
+        Refresh(domain);
+    } catch (...) {
+    }
+}
+
+// Whether a value is under a key; null: whether there is none. Throws bad_alloc.
+static bool HasValue(const __CFDictionary& values, CFStringRef key, CFTypeRef value)
+{
+    const auto* found = values.Find(key);
+    return value == nullptr ? found == nullptr
+                            : found != nullptr && CFObject_Equal(found->value, value);
+}
 
 void CFPreferencesSetValue(CFStringRef key,
                            CFPropertyListRef value,
@@ -391,38 +543,34 @@ void CFPreferencesSetValue(CFStringRef key,
                            CFStringRef user,
                            CFStringRef host)
 {
-    Scope scope;
-    if (!FindScope(user, host, scope)) {
+    if (!IsScope(user, host)) {
         return;
     }
     Domains& domains = GetDomains();
     std::lock_guard lock(domains.lock);
     Domain* domain = nullptr;
     try {
-        domain = &FindDomain(domains, application, scope);
-        Refresh(*domain);
-        const auto* found = domain->values->Find(key);
-        if (value == nullptr ? found == nullptr
-                             : found != nullptr && CFEqual(found->value, value)) {
-            return;
+        domain = &FindDomain(domains, application, user == kCFPreferencesAnyUser);
+        if (domain->mustLook) {
+            Refresh(*domain);
         }
         Ref<> copy(value != nullptr ? PropertyList_CreateDeepCopy(value) : nullptr);
         if (key->Text().find('\0') != std::string_view::npos || (value != nullptr && !copy)) {
             domain->isRefused = true;
             return;
         }
-        Ref<__CFDictionary*> changed;
-        if (!IsChanged(*domain)) {
-            changed = Ref<__CFDictionary*>(new __CFDictionary(*domain->values.Get()));
-        }
-        __CFDictionary* values = changed ? changed.Get() : domain->values.Get();
-        if (value != nullptr) {
-            values->Set(key, copy.Get());
+        auto values = IsChanged(*domain)
+            ? Ref_Retained(domain->values.get())
+            : Ref<__CFDictionary*>(new __CFDictionary(*domain->values.get()));
+        SetIn(*values.get(), key, copy.get());
+        if (HasValue(*domain->read.values.get(), key, value)) {
+            SetValues(*domain, std::move(values)); // the last change may have been withdrawn
         } else {
-            values->Remove(key);
+            domain->values = std::move(values);
         }
-        if (changed) {
-            domain->values = std::move(changed);
+        domain->plain.erase(std::string(key->Text()));
+        if (AsDictionary(value) == nullptr) {
+            domain->plain.emplace(key->Text(), std::move(copy));
         }
     } catch (...) {
         if (domain != nullptr) {
@@ -434,15 +582,14 @@ void CFPreferencesSetValue(CFStringRef key,
 CFPropertyListRef
 CFPreferencesCopyValue(CFStringRef key, CFStringRef application, CFStringRef user, CFStringRef host)
 {
-    Scope scope;
-    if (!FindScope(user, host, scope)) {
+    if (!IsScope(user, host)) {
         return nullptr;
     }
     Domains& domains = GetDomains();
     std::lock_guard lock(domains.lock);
     try {
-        Domain& domain = FindDomain(domains, application, scope);
-        Refresh(domain);
+        Domain& domain = FindDomain(domains, application, user == kCFPreferencesAnyUser);
+        TryToRefresh(domain);
         const auto* found = domain.values->Find(key);
         return found != nullptr ? CFRetain(found->value) : nullptr;
     } catch (...) {
@@ -452,15 +599,14 @@ CFPreferencesCopyValue(CFStringRef key, CFStringRef application, CFStringRef use
 
 CFArrayRef CFPreferencesCopyKeyList(CFStringRef application, CFStringRef user, CFStringRef host)
 {
-    Scope scope;
-    if (!FindScope(user, host, scope)) {
+    if (!IsScope(user, host)) {
         return nullptr;
     }
     Domains& domains = GetDomains();
     std::lock_guard lock(domains.lock);
     try {
-        Domain& domain = FindDomain(domains, application, scope);
-        Refresh(domain);
+        Domain& domain = FindDomain(domains, application, user == kCFPreferencesAnyUser);
+        TryToRefresh(domain);
         std::vector<const void*> keys;
         for (const auto& entry : domain.values->entries) {
             keys.push_back(entry.key);
@@ -475,28 +621,35 @@ CFArrayRef CFPreferencesCopyKeyList(CFStringRef application, CFStringRef user, C
 
 Boolean CFPreferencesSynchronize(CFStringRef application, CFStringRef user, CFStringRef host)
 {
-    Scope scope;
-    if (!FindScope(user, host, scope)) {
+    if (!IsScope(user, host)) {
         return false;
     }
     Domains& domains = GetDomains();
     std::lock_guard lock(domains.lock);
     try {
-        Domain& domain = FindDomain(domains, application, scope);
-        std::string path = DomainPath(domain.application, scope);
+        Domain& domain = FindDomain(domains, application, user == kCFPreferencesAnyUser);
+        std::string path = DomainPath(domain.application, domain.isAnyUser);
         if (path != domain.path) { // the environment names another place now
             domain.path = path;
-            domain.read.error = ENOENT; // what was read is of another file
+            domain.read.error = 0;
+            domain.read.version = Version(); // what was read is of another file
         }
         bool isRefused = std::exchange(domain.isRefused, false);
         if (domain.path.empty()) {
             return false;
         }
-        if (IsChanged(domain)) {
-            return Write(domain) && !isRefused;
+        const bool isAnythingSet = IsChanged(domain) || !domain.plain.empty();
+        if (isAnythingSet) {
+            Refresh(domain);
+        }
+        const bool isToBeWritten
+            = IsChanged(domain) || (isAnythingSet && IsUnreadable(domain.read));
+        const bool isDone = isToBeWritten ? Write(domain) : Flush(domain);
+        if (isDone) {
+            domain.plain.clear();
         }
         domain.mustLook = true;
-        return !isRefused;
+        return isDone && !isRefused;
     } catch (...) {
         return false;
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // CFString.cpp - strings, held as UTF-8 in one block.
 #include "CoreFoundation/CFObject.h"
-#include "CoreFoundation/Utf8.h"
+#include "support/Utf8.h"
 
 #include <CoreFoundation/CFString.h>
 
@@ -11,18 +11,20 @@
 #include <string>
 #include <unordered_map>
 
-const CFClass kStringClass = {
-    kTypeString,
-    [](CFObject* object) noexcept { operator delete(object); },
-    [](const CFObject* a, const CFObject* b) noexcept {
-        return static_cast<const __CFString*>(a)->Text()
-            == static_cast<const __CFString*>(b)->Text();
-    },
-    [](const CFObject* object) noexcept {
-        std::string_view text = static_cast<const __CFString*>(object)->Text();
-        return CFObject_HashBytes(text.data(), text.size());
-    },
-};
+void __CFString::End() noexcept
+{
+    operator delete(this);
+}
+
+bool __CFString::Equals(const CFObject& other, CFContainerPairs&) const
+{
+    return Text() == static_cast<const __CFString&>(other).Text();
+}
+
+CFHashCode __CFString::Hash() const noexcept
+{
+    return CFObject_HashBytes(bytes, nBytes);
+}
 
 // --- 8-bit encodings ---
 
@@ -54,6 +56,8 @@ static constexpr char16_t kWindowsLatin1[32] = {
     0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
 };
 
+namespace {
+
 // An encoding as the characters of its bytes from 80 on: those of the table, then their own number.
 struct EightBit
 {
@@ -61,6 +65,8 @@ struct EightBit
     UInt32 nTable;
     UInt32 nCharacters; // 128 for plain ASCII
 };
+
+} // namespace
 
 static bool FindEightBit(CFStringEncoding encoding, EightBit& found)
 {

@@ -10,23 +10,24 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-static const CFClass kURLClass = {
-    kTypeURL,
-    [](CFObject* object) noexcept { delete static_cast<__CFURL*>(object); },
-    [](const CFObject* a, const CFObject* b) noexcept {
-        const auto* first = static_cast<const __CFURL*>(a);
-        const auto* second = static_cast<const __CFURL*>(b);
-        return first->base == second->base && first->path == second->path
-            && first->isFolder == second->isFolder;
-    },
-    [](const CFObject* object) noexcept {
-        const std::string& path = static_cast<const __CFURL*>(object)->path;
-        return CFObject_HashBytes(path.data(), path.size());
-    },
-};
+void __CFURL::End() noexcept
+{
+    delete this;
+}
+
+bool __CFURL::Equals(const CFObject& object, CFContainerPairs&) const
+{
+    const auto& other = static_cast<const __CFURL&>(object);
+    return base == other.base && path == other.path && isFolder == other.isFolder;
+}
+
+CFHashCode __CFURL::Hash() const noexcept
+{
+    return CFObject_HashBytes(path.data(), path.size());
+}
 
 __CFURL::__CFURL(std::string urlBase, std::string urlPath, bool ofFolder)
-    : CFObject(kURLClass)
+    : CFObject(kTypeURL)
     , base(std::move(urlBase))
     , path(std::move(urlPath))
     , isFolder(ofFolder)
@@ -39,11 +40,6 @@ std::string __CFURL::Absolute() const
         return base.empty() ? path : base;
     }
     return (base == "/" ? base : base + "/") + path;
-}
-
-CFTypeID CFURLGetTypeID(void)
-{
-    return kTypeURL;
 }
 
 CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef,

@@ -5,8 +5,8 @@
 #include "CoreFoundation/PropertyList.h"
 
 #include "CoreFoundation/CFObject.h"
-#include "CoreFoundation/Ref.h"
-#include "CoreFoundation/Utf8.h"
+#include "support/Ref.h"
+#include "support/Utf8.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 
@@ -17,6 +17,8 @@
 #include <cstdio>
 #include <new>
 #include <optional>
+#include <unordered_set>
+#include <vector>
 
 // The object, which was not made only if memory ran out.
 template <typename Pointer> static Pointer Made(Pointer object)
@@ -183,6 +185,89 @@ static std::string FormatReal(double value)
     return { text, std::to_chars(text, text + sizeof(text), value).ptr };
 }
 
+// --- containers ---
+
+namespace {
+
+// An array or a dictionary that is being filled. Reader and copier keep the open ones in a vector: nesting
+// takes memory but no stack.
+class OpenContainer
+{
+public:
+    explicit OpenContainer(bool isDictionary)
+    {
+        if (isDictionary) {
+            m_dictionary = Ref<__CFDictionary*>(new __CFDictionary);
+        } else {
+            m_array = Ref<__CFArray*>(new __CFArray(nullptr, 0, true));
+        }
+    }
+
+    const char* Name() const { return m_dictionary ? "dict" : "array"; }
+    bool NeedsKey() const { return static_cast<bool>(m_dictionary); }
+
+    // Takes the key of the next value; false for null.
+    bool SetKey(CFStringRef owned)
+    {
+        m_key = Ref<>(owned);
+        return owned != nullptr;
+    }
+
+    void Add(Ref<> value)
+    {
+        if (m_dictionary) {
+            m_dictionary->Set(m_key.get(), value.get());
+        } else {
+            m_array->values.push_back(value.get());
+            value.release(); // now the array's
+        }
+    }
+
+    Ref<> Close()
+    {
+        return m_dictionary ? Ref<>(m_dictionary.release()) : Ref<>(m_array.release());
+    }
+
+private:
+    Ref<__CFDictionary*> m_dictionary;
+    Ref<__CFArray*> m_array;
+    Ref<> m_key;
+};
+
+// Steps through the values of a container.
+class Walk
+{
+public:
+    explicit Walk(CFTypeRef container)
+        : m_container(container)
+    {
+    }
+
+    CFTypeRef Container() const { return m_container; }
+    bool IsDictionary() const { return CFGetTypeID(m_container) == kTypeDictionary; }
+
+    // The next value, and its key in a dictionary; null at the end.
+    CFTypeRef Next(CFTypeRef& key)
+    {
+        if (!IsDictionary()) {
+            const auto& values = static_cast<CFArrayRef>(m_container)->values;
+            return m_next < values.size() ? values[m_next++] : nullptr;
+        }
+        const auto& entries = static_cast<CFDictionaryRef>(m_container)->entries;
+        if (m_next == entries.size()) {
+            return nullptr;
+        }
+        key = entries[m_next].key;
+        return entries[m_next++].value;
+    }
+
+private:
+    CFTypeRef m_container;
+    size_t m_next = 0;
+};
+
+} // namespace
+
 // --- reading ---
 
 namespace {
@@ -212,12 +297,12 @@ public:
         if (tag.name != "plist" || tag.isEnd || tag.isEmpty) {
             return nullptr;
         }
-        Ref<> value(CreateValue(NextTag(), 0));
+        Ref<> value(CreateValue());
         if (!value || !NextTag().Closes("plist")) {
             return nullptr;
         }
         SkipBetweenTags();
-        return m_rest.empty() ? value.Release() : nullptr;
+        return m_rest.empty() ? value.release() : nullptr;
     }
 
 private:
@@ -363,17 +448,55 @@ private:
         return true;
     }
 
-    CFTypeRef CreateValue(const Tag& tag, int depth)
+    // The value that comes next, with all that is inside it.
+    CFTypeRef CreateValue()
     {
-        if (tag.isEnd) {
-            return nullptr;
-        }
-        if (tag.name == "dict" || tag.name == "array") {
-            if (depth > kPropertyListDeepest) {
-                return nullptr;
+        std::vector<OpenContainer> open; // the outermost first
+        for (;;) {
+            Tag tag = NextTag();
+            Ref<> value;
+            if (!open.empty() && tag.Closes(open.back().Name())) {
+                value = open.back().Close();
+                open.pop_back();
+            } else {
+                if (!open.empty() && open.back().NeedsKey()) {
+                    if (!open.back().SetKey(CreateKey(tag))) {
+                        return nullptr;
+                    }
+                    tag = NextTag();
+                }
+                if (tag.isEnd) {
+                    return nullptr;
+                }
+                if (tag.name == "dict" || tag.name == "array") {
+                    OpenContainer container(tag.name == "dict");
+                    if (!tag.isEmpty) {
+                        open.push_back(std::move(container));
+                        continue;
+                    }
+                    value = container.Close();
+                } else {
+                    value = Ref<>(CreateScalar(tag));
+                }
             }
-            return tag.name == "dict" ? CreateDictionary(tag, depth) : CreateArray(tag, depth);
+            if (!value || open.empty()) {
+                return value.release();
+            }
+            open.back().Add(std::move(value));
         }
+    }
+
+    // Null for any other tag and for damaged text.
+    CFStringRef CreateKey(const Tag& tag)
+    {
+        std::optional<std::string> text
+            = tag.name == "key" && !tag.isEnd ? Text(tag) : std::nullopt;
+        return text ? Made(CFString_Create(*text)) : nullptr;
+    }
+
+    // A value that is no container.
+    CFTypeRef CreateScalar(const Tag& tag)
+    {
         std::optional<std::string> text = Text(tag);
         if (!text) {
             return nullptr;
@@ -400,38 +523,6 @@ private:
                                      static_cast<CFIndex>(bytes.size())));
         }
         return nullptr;
-    }
-
-    CFTypeRef CreateArray(const Tag& tag, int depth)
-    {
-        Ref<__CFArray*> array(new __CFArray(nullptr, 0, true));
-        for (Tag next; !tag.isEmpty && !(next = NextTag()).Closes("array");) {
-            Ref<> value(CreateValue(next, depth + 1));
-            if (!value) {
-                return nullptr;
-            }
-            array->values.push_back(value.Get());
-            value.Release(); // now the array's
-        }
-        return array.Release();
-    }
-
-    CFTypeRef CreateDictionary(const Tag& tag, int depth)
-    {
-        Ref<__CFDictionary*> dictionary(new __CFDictionary);
-        for (Tag next; !tag.isEmpty && !(next = NextTag()).Closes("dict");) {
-            if (next.name != "key" || next.isEnd) {
-                return nullptr;
-            }
-            std::optional<std::string> text = Text(next);
-            Ref<> key(text ? Made(CFString_Create(*text)) : nullptr);
-            Ref<> value(key ? CreateValue(NextTag(), depth + 1) : nullptr);
-            if (!value) {
-                return nullptr;
-            }
-            dictionary->Set(key.Get(), value.Get());
-        }
-        return dictionary.Release();
     }
 
     std::string_view m_rest;
@@ -494,9 +585,8 @@ static void AppendNumber(std::string& xml, const __CFNumber* number)
     }
 }
 
-static void AppendValue(std::string& xml, CFTypeRef value, size_t indent)
+static void AppendScalar(std::string& xml, CFTypeRef value)
 {
-    xml.append(indent, '\t');
     switch (CFGetTypeID(value)) {
     case kTypeString:
         return AppendElement(xml, "string", static_cast<CFStringRef>(value)->Text());
@@ -508,35 +598,49 @@ static void AppendValue(std::string& xml, CFTypeRef value, size_t indent)
     case kTypeBoolean:
         xml += value == kCFBooleanTrue ? "<true/>\n" : "<false/>\n";
         return;
-    case kTypeData: {
+    default: {
         auto* data = static_cast<CFDataRef>(value);
         xml += "<data>";
         AppendBase64(xml, data->bytes, static_cast<size_t>(data->nBytes));
         xml += "</data>\n";
-        return;
     }
-    case kTypeArray:
-        xml += "<array>\n";
-        for (CFTypeRef element : static_cast<CFArrayRef>(value)->values) {
-            AppendValue(xml, element, indent + 1);
-        }
-        xml.append(indent, '\t') += "</array>\n";
-        return;
-    default:
-        xml += "<dict>\n";
-        for (const auto& entry : static_cast<CFDictionaryRef>(value)->entries) {
-            xml.append(indent + 1, '\t');
-            AppendElement(xml, "key", static_cast<CFStringRef>(entry.key)->Text());
-            AppendValue(xml, entry.value, indent + 1);
-        }
-        xml.append(indent, '\t') += "</dict>\n";
     }
+}
+
+// A tab a level, but not more than that: with all of them a deep list would take quadratic space.
+static void AppendIndent(std::string& xml, size_t depth)
+{
+    constexpr size_t kDeepestIndent = 8;
+    xml.append(std::min(depth, kDeepestIndent), '\t');
 }
 
 bool PropertyList_FormatXML(CFPropertyListRef value, std::string& xml)
 {
     xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n";
-    AppendValue(xml, value, 0);
+    std::vector<Walk> open; // the containers around `value`, the outermost first
+    while (value != nullptr && xml.size() <= kPropertyListLargest) {
+        AppendIndent(xml, open.size());
+        if (CFObject_IsContainer(value)) {
+            open.emplace_back(value);
+            xml += open.back().IsDictionary() ? "<dict>\n" : "<array>\n";
+        } else {
+            AppendScalar(xml, value);
+        }
+        value = nullptr;
+        while (value == nullptr && !open.empty()) {
+            CFTypeRef key = nullptr;
+            value = open.back().Next(key);
+            if (key != nullptr) {
+                AppendIndent(xml, open.size());
+                AppendElement(xml, "key", static_cast<CFStringRef>(key)->Text());
+            }
+            if (value == nullptr) {
+                AppendIndent(xml, open.size() - 1);
+                xml += open.back().IsDictionary() ? "</dict>\n" : "</array>\n";
+                open.pop_back();
+            }
+        }
+    }
     xml += "</plist>\n";
     return xml.size() <= kPropertyListLargest;
 }
@@ -549,7 +653,8 @@ static bool IsText(CFTypeRef object)
         && static_cast<CFStringRef>(object)->Text().find('\0') == std::string_view::npos;
 }
 
-static CFTypeRef DeepCopy(CFTypeRef value, int depth)
+// One reference; null for what a property list cannot hold.
+static CFTypeRef CopyScalar(CFTypeRef value)
 {
     switch (CFGetTypeID(value)) {
     case kTypeString:
@@ -566,42 +671,63 @@ static CFTypeRef DeepCopy(CFTypeRef value, int depth)
             ? CFRetain(value)
             : Made(CFDataCreate(nullptr, data->bytes, data->nBytes));
     }
-    case kTypeArray: {
-        auto* array = static_cast<CFArrayRef>(value);
-        if (depth >= kPropertyListDeepest || !array->isOfObjects) {
-            return nullptr;
-        }
-        Ref<__CFArray*> copy(new __CFArray(nullptr, 0, true));
-        copy->values.reserve(array->values.size());
-        for (CFTypeRef element : array->values) {
-            Ref<> elementCopy(DeepCopy(element, depth + 1));
-            if (!elementCopy) {
-                return nullptr;
-            }
-            copy->values.push_back(elementCopy.Release());
-        }
-        return copy.Release();
-    }
-    case kTypeDictionary: {
-        if (depth >= kPropertyListDeepest) {
-            return nullptr;
-        }
-        Ref<__CFDictionary*> copy(new __CFDictionary);
-        for (const auto& entry : static_cast<CFDictionaryRef>(value)->entries) {
-            Ref<> valueCopy(IsText(entry.key) ? DeepCopy(entry.value, depth + 1) : nullptr);
-            if (!valueCopy) {
-                return nullptr;
-            }
-            copy->Set(entry.key, valueCopy.Get());
-        }
-        return copy.Release();
-    }
     default:
         return nullptr;
     }
 }
 
+namespace {
+
+// A container that is being copied.
+struct Copying
+{
+    explicit Copying(CFTypeRef container)
+        : from(container)
+        , to(from.IsDictionary())
+    {
+    }
+
+    Walk from;
+    OpenContainer to;
+};
+
+bool IsArrayOfPointers(CFTypeRef object)
+{
+    return CFGetTypeID(object) == kTypeArray && !static_cast<CFArrayRef>(object)->isOfObjects;
+}
+
+} // namespace
+
 CFPropertyListRef PropertyList_CreateDeepCopy(CFPropertyListRef value)
 {
-    return DeepCopy(value, 0);
+    std::vector<Copying> open; // the outermost first
+    std::unordered_set<CFTypeRef> around; // their sources: one that holds itself has no end
+    for (;;) {
+        if (CFObject_IsContainer(value)) {
+            if (IsArrayOfPointers(value) || !around.insert(value).second) {
+                return nullptr;
+            }
+            open.emplace_back(value);
+        } else {
+            Ref<> copy(CopyScalar(value));
+            if (!copy || open.empty()) {
+                return copy.release();
+            }
+            open.back().to.Add(std::move(copy));
+        }
+        CFTypeRef key = nullptr;
+        while ((value = open.back().from.Next(key)) == nullptr) {
+            Ref<> copy = open.back().to.Close();
+            around.erase(open.back().from.Container());
+            open.pop_back();
+            if (open.empty()) {
+                return copy.release();
+            }
+            open.back().to.Add(std::move(copy));
+        }
+        if (open.back().to.NeedsKey()
+            && !(IsText(key) && open.back().to.SetKey(static_cast<CFStringRef>(CFRetain(key))))) {
+            return nullptr;
+        }
+    }
 }

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // PropertyList.h - property lists in XML: strings, numbers, truth values, dates, data, arrays and
 // dictionaries with string keys.
-// Time and memory grow with the size alone, whatever the input. Throws bad_alloc. Any thread.
+// Time and memory are linear in the size, whatever the input. Nesting has no limit and takes no stack.
+// Throws bad_alloc. Any thread.
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
@@ -10,20 +11,18 @@
 #include <string_view>
 
 constexpr size_t kPropertyListLargest = 64 << 20; // bytes of XML
-constexpr int kPropertyListDeepest = 512; // containers inside each other, below the file's own
 
 /// Reads XML in UTF-8. Strict: whatever it cannot represent exactly it refuses, so that reading and
 /// writing back loses nothing.
-///   returns  one reference; null when the text is damaged, too deep or too large
+///   returns  one reference; null when the text is damaged or too large
 CFPropertyListRef PropertyList_CreateFromXML(std::string_view xml);
 
 /// Writes a value that PropertyList_CreateDeepCopy or PropertyList_CreateFromXML made, or a dictionary of
-/// such values. Dates are cut to whole seconds.
-///   returns  false when the text becomes too large
+/// such values. Dates are cut to whole seconds; the indentation stops at eight tabs.
+///   returns  false when the text becomes larger than kPropertyListLargest
 bool PropertyList_FormatXML(CFPropertyListRef value, std::string& xml);
 
 /// A copy that nobody else can change.
-///   returns  one reference; null for what a property list cannot hold (other classes, keys that are no
-///            strings, text with a zero, dates outside of the years 1 to 9999, more than
-///            kPropertyListDeepest levels)
+///   returns  one reference; null for what a property list cannot hold: other classes, keys that are no
+///            strings, text with a zero, dates outside of the years 1 to 9999, a container inside itself
 CFPropertyListRef PropertyList_CreateDeepCopy(CFPropertyListRef value);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Files.cpp - references to existing files and folders.
-#include "CoreFoundation/Utf8.h"
 #include "CoreServices/FileRefs.h"
+#include "support/Utf8.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -20,6 +20,8 @@ static_assert(sizeof(HFSUniStr255) == 512);
 
 // --- the table ---
 
+namespace {
+
 constexpr UInt32 kMagic = 0x46535266; // 'FSRf'
 constexpr SInt16 kVolume = -100; // there is one volume
 constexpr SInt32 kRootParent = 1; // the folder that the root stands in
@@ -30,6 +32,8 @@ struct Table
     std::deque<std::string> paths; // never move
     std::unordered_map<std::string_view, UInt32> numbers;
 };
+
+} // namespace
 
 static Table& GetTable()
 {

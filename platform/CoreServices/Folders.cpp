@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Folders.cpp - the well-known folders.
-#include "CoreServices/BaseFolders.h"
 #include "CoreServices/FileRefs.h"
+#include "support/BaseFolders.h"
 
 #include <CoreServices/Folders.h>
 

@@ -3,9 +3,9 @@
 // titles.
 #include "HIToolbox/Accessibility_qt.h"
 
-#include "HIToolbox/Controls_qt.h"
+#include "HIToolbox/OwnWindow_qt.h"
+#include "HIToolbox/PictureView_qt.h"
 #include "HIToolbox/TextView_qt.h"
-#include "HIToolbox/Windows_qt.h"
 
 #include <QtGui/QAccessible>
 #include <QtWidgets/QAccessibleWidget>

@@ -3,5 +3,5 @@
 // own.
 #pragma once
 
-/// Once a process; again does nothing.
+/// Tells Qt's accessibility of our widgets. Repeated calls do nothing.
 void Accessibility_Install();

@@ -5,6 +5,8 @@
 // where it cannot start, so everything that it needs is tried out first.
 #include "HIToolbox/Application_qt.h"
 
+#include "HIToolbox/Accessibility_qt.h"
+
 #include <QtCore/QPluginLoader>
 #include <QtCore/QThread>
 #include <QtWidgets/QApplication>
@@ -133,9 +135,12 @@ bool Start()
 
 bool Application_IsReady()
 {
-    if (const QCoreApplication* application = QCoreApplication::instance()) {
-        return qobject_cast<const QApplication*>(application)
-            && application->thread() == QThread::currentThread();
+    const QCoreApplication* application = QCoreApplication::instance();
+    const bool isReady = application ? qobject_cast<const QApplication*>(application)
+            && application->thread() == QThread::currentThread()
+                                     : Start();
+    if (isReady) {
+        Accessibility_Install();
     }
-    return Start();
+    return isReady;
 }

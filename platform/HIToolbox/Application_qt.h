@@ -2,6 +2,6 @@
 // Application_qt.h - the process's one QApplication, the host's or ours.
 #pragma once
 
-/// True when windows can be shown: a QApplication exists, or one was made now. Call it before any
-/// widget.
+/// Creates the QApplication if there is none. False if no display is usable, or the process has an application
+/// object of another kind or on another thread. Call before creating widgets.
 bool Application_IsReady();

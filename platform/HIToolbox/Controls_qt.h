@@ -1,123 +1,151 @@
 // SPDX-License-Identifier: MIT
-// Controls_qt.h - what stands behind ControlRef.
+// Controls_qt.h - the objects behind ControlRef: a base class, and a class for each kind of control that About
+// boxes and alerts need.
 #pragma once
-
-#include "HIToolbox/Events.h"
-#include "QuickDraw/Picture_qt.h"
 
 #include <Carbon/Controls.h>
 
-#include <QtCore/QMargins>
 #include <QtCore/QRect>
 #include <QtWidgets/QWidget>
 
 #include <memory>
 #include <string>
 
+class PictureView;
+class PushButtonWidget;
+class QGroupBox;
+class TextView;
 struct OwnWindow;
 
-enum class ControlKind {
-    Pane, // holds others and draws nothing: also what stands for kinds that are not known
-    Image,
-    PushButton,
-    CheckBox,
-    RadioButton,
-    StaticText,
-    EditText,
-    EditLines, // several lines
-    GroupBox,
-    Separator,
-    Tab
-};
-
-/// What an edge of a control follows when its container changes size.
-enum class Binding { None, TopLeft, BottomRight };
-
-struct Bindings
-{
-    Binding left = Binding::None;
-    Binding top = Binding::None;
-    Binding right = Binding::None;
-    Binding bottom = Binding::None;
-};
-
+/// Base of all controls. Owned by its window; the widget is owned by the window's widget.
 struct OpaqueControlRef : std::enable_shared_from_this<OpaqueControlRef>
 {
-    OwnWindow* const window; // which owns it
-    const ControlKind kind;
-    QWidget* const widget; // belongs to the window's widget
+    OwnWindow* const window;
+    QWidget* const widget;
     QRect bounds; // relative to the window's content, at any depth
-    QRect firstBounds; // in the window as it was made
-    Bindings bindings;
-    OpaqueEventTargetRef target;
-    OpaqueControlRef* container; // null in the window itself
+    OpaqueControlRef* container = nullptr; // null in the window itself
     ControlID id {};
     UInt32 command = 0; // 0: none
     bool hidden = false; // by itself; its container may be hidden too
-    std::string text; // the bytes as given
-    ControlFontStyleRec fontStyle {};
-    Boolean isDefault = false;
-    Boolean isCancel = false;
-    PicHandle picture = nullptr; // as given, never looked into later
 
-    OpaqueControlRef(OwnWindow& owner, OpaqueControlRef* in, ControlKind what, const QRect& where);
+    OpaqueControlRef(OwnWindow& owner, QWidget* own, const QRect& where);
+    virtual ~OpaqueControlRef() = default;
     OpaqueControlRef(const OpaqueControlRef&) = delete;
     OpaqueControlRef& operator=(const OpaqueControlRef&) = delete;
 
-    void SetText(std::string bytes);
-    void SetFontStyle(const ControlFontStyleRec& style);
-    void SetDefault(bool on);
-    void SetCancel(bool on);
     void SetHidden(bool on);
-    bool CanEmbed() const;
     void EmbedIn(OpaqueControlRef& other);
-    /// Brings the bounds up to date with the container's.
-    void Arrange();
+    /// Sends the control's command to the window.
+    void SendCommand();
 
-private:
-    QMargins Growth() const;
-    void Place();
-    void ApplyFont();
+    virtual bool CanEmbed() const { return false; }
+    virtual void SetTitle(const std::string& utf8);
+    virtual void SetFontStyle(const ControlFontStyleRec&) { }
+    /// Presses it as a click would; false if it is not a button.
+    virtual bool Click() { return false; }
+
+    /// Data by tag, for SetControlData and its companions.
+    virtual OSErr SetData(ResType tag, Size size, const void* data);
+    virtual OSErr GetDataSize(ResType tag, Size& size) const;
+    /// Copies `size` bytes, at most GetDataSize's; only text is ever cut.
+    virtual void GetData(ResType tag, Size size, void* data) const;
 };
 
 using ControlPtr = std::shared_ptr<OpaqueControlRef>;
 
-/// Adds a control to a window, in a container of it or (null) in the window itself.
-OpaqueControlRef& Controls_Create(OwnWindow& window,
-                                  OpaqueControlRef* container,
-                                  ControlKind kind,
-                                  const QRect& bounds);
-
-/// Paints a picture over its whole area or, unless scaled, in the middle; nothing without one.
-class PictureView : public QWidget
+/// Holds other controls and draws nothing. Also stands for unknown kinds of control.
+struct Pane final : OpaqueControlRef
 {
-public:
-    using QWidget::QWidget;
-    void SetPicture(std::shared_ptr<const DecodedPicture> picture,
-                    bool scaled = true,
-                    double opacity = 1);
+    Pane(OwnWindow& owner, const QRect& where);
+    bool CanEmbed() const override { return true; }
+};
 
-protected:
-    void paintEvent(QPaintEvent* event) override;
+struct Separator final : OpaqueControlRef
+{
+    Separator(OwnWindow& owner, const QRect& where);
+};
+
+/// Shows a picture, an icon or an image, and may hold other controls.
+struct PictureControl final : OpaqueControlRef
+{
+    PictureControl(OwnWindow& owner, const QRect& where);
+    PictureView* View() const;
+    bool CanEmbed() const override { return true; }
+    OSErr SetData(ResType tag, Size size, const void* data) override;
+    OSErr GetDataSize(ResType tag, Size& size) const override;
+    void GetData(ResType tag, Size size, void* data) const override;
 
 private:
-    std::shared_ptr<const DecodedPicture> m_picture;
-    bool m_scaled = true;
-    double m_opacity = 1;
+    PicHandle m_picture = nullptr; // as given; decoded at once and never read later
 };
 
-/// A check box or radio button that the user switches on and off, or only the program.
-template <class Button> class Toggle : public Button
+/// A control with a text in a font of its own.
+struct TextControl : OpaqueControlRef
 {
-public:
-    using Button::Button;
-    bool automatic = true;
+    using OpaqueControlRef::OpaqueControlRef;
+    void SetTitle(const std::string& utf8) override;
+    void SetFontStyle(const ControlFontStyleRec& style) override;
+    OSErr SetData(ResType tag, Size size, const void* data) override;
+    OSErr GetDataSize(ResType tag, Size& size) const override;
+    void GetData(ResType tag, Size size, void* data) const override;
 
 protected:
-    void nextCheckState() override
-    {
-        if (automatic) {
-            Button::setChecked(!Button::isChecked() || Button::autoExclusive());
-        }
-    }
+    QString Text() const;
+    /// Shows the text and its font after a change of either.
+    virtual void Update() = 0;
+
+    std::string m_text; // the bytes as given
+    ControlFontStyleRec m_style {};
 };
+
+struct GroupBox final : TextControl
+{
+    GroupBox(OwnWindow& owner, const QRect& where);
+    bool CanEmbed() const override { return true; }
+
+protected:
+    void Update() override;
+};
+
+struct StaticText final : TextControl
+{
+    StaticText(OwnWindow& owner, const QRect& where);
+    OSErr SetData(ResType tag, Size size, const void* data) override;
+    OSErr GetDataSize(ResType tag, Size& size) const override;
+    void GetData(ResType tag, Size size, void* data) const override;
+
+protected:
+    void Update() override;
+};
+
+struct PushButton final : TextControl
+{
+    PushButton(OwnWindow& owner, const QRect& where);
+    ~PushButton() override;
+    void SetIcon(const QImage& icon);
+    void SetDefault(bool on); // of a window's buttons one is the default
+    void SetCancel(bool on);
+    bool Click() override;
+    OSErr SetData(ResType tag, Size size, const void* data) override;
+    OSErr GetDataSize(ResType tag, Size& size) const override;
+    void GetData(ResType tag, Size size, void* data) const override;
+
+protected:
+    void Update() override;
+
+private:
+    PushButtonWidget* Button() const;
+    QMetaObject::Connection m_clicked; // the widget may outlive the control
+    Boolean m_isDefault = false;
+};
+
+/// Adds a control to a window, in a container of it or (null) in the window itself.
+void Controls_Add(const ControlPtr& control, OpaqueControlRef* container);
+template <class Kind>
+std::shared_ptr<Kind>
+Controls_Create(OwnWindow& window, OpaqueControlRef* container, const QRect& bounds)
+{
+    auto control = std::make_shared<Kind>(window, bounds);
+    Controls_Add(control, container);
+    return control;
+}

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Events.cpp - events, their targets and handlers, and the way an event takes.
-// An event is offered over a copy of the handlers, and each is asked again whether it still lives,
-// because a handler may remove others or end the very window whose event it is.
+// Events.cpp - events, targets, handlers and dispatch.
+// Dispatch walks a copy of the handler list and rechecks that each is still installed, because a handler may
+// remove others or dispose the window.
 #include "HIToolbox/Events.h"
 
 #include <CoreServices/MacErrors.h>
@@ -23,23 +23,10 @@ bool IsTarget(EventTargetRef target)
     return std::find(Targets().begin(), Targets().end(), target) != Targets().end();
 }
 
-// News about a window: every handler hears it, whatever the others answer.
-bool IsNotification(const OpaqueEventRef& event)
+// True for an event that tells what has happened; a close request asks instead.
+bool IsNews(const OpaqueEventRef& event)
 {
-    if (event.eventClass != kEventClassWindow) {
-        return false;
-    }
-    switch (event.eventKind) {
-    case kEventWindowShowing:
-    case kEventWindowHiding:
-    case kEventWindowShown:
-    case kEventWindowHidden:
-    case kEventWindowClosed:
-    case kEventWindowDispose:
-        return true;
-    default:
-        return false;
-    }
+    return event.eventClass == kEventClassWindow && event.eventKind != kEventWindowClose;
 }
 
 bool Wants(const OpaqueEventHandlerRef& handler, const OpaqueEventRef& event)
@@ -51,24 +38,7 @@ bool Wants(const OpaqueEventHandlerRef& handler, const OpaqueEventRef& event)
 
 } // namespace
 
-void OpaqueEventRef::Set(EventParamName name,
-                         EventParamType type,
-                         const void* data,
-                         std::size_t size)
-{
-    const auto* bytes = static_cast<const std::byte*>(data);
-    for (Parameter& parameter : parameters) {
-        if (parameter.name == name) {
-            parameter.type = type;
-            parameter.bytes.assign(bytes, bytes + size);
-            return;
-        }
-    }
-    parameters.push_back({ name, type, { bytes, bytes + size } });
-}
-
-OpaqueEventTargetRef::OpaqueEventTargetRef(OpaqueEventTargetRef* behind)
-    : next(behind)
+OpaqueEventTargetRef::OpaqueEventTargetRef()
 {
     Targets().push_back(this);
 }
@@ -85,6 +55,29 @@ void OpaqueEventTargetRef::RemoveAll()
         handler->live = false;
     }
     handlers.clear();
+}
+
+OSStatus OpaqueEventTargetRef::Send(OpaqueEventRef& event) const
+{
+    const bool toAll = IsNews(event);
+    const auto copy = handlers; // `this` may be gone after the first call
+    OSStatus result = eventNotHandledErr;
+    for (auto handler = copy.rbegin(); handler != copy.rend(); ++handler) {
+        if (!(*handler)->live || !Wants(**handler, event)) {
+            continue;
+        }
+        const OSStatus answer = (*handler)->routine(nullptr, &event, (*handler)->userData);
+        if (answer == eventPassToNextTargetErr) {
+            break;
+        }
+        if (answer != eventNotHandledErr) {
+            result = answer;
+            if (!toAll) {
+                break;
+            }
+        }
+    }
+    return result;
 }
 
 UInt32 GetEventClass(EventRef event)
@@ -108,108 +101,25 @@ OSStatus GetEventParameter(EventRef event,
     if (!event) {
         return paramErr;
     }
-    for (const OpaqueEventRef::Parameter& parameter : event->parameters) {
-        if (parameter.name != name || parameter.type != type) {
-            continue;
-        }
-        if (actualType) {
-            *actualType = parameter.type;
-        }
-        if (actualSize) {
-            *actualSize = static_cast<UInt32>(parameter.bytes.size());
-        }
-        if (data) {
-            std::memcpy(data, parameter.bytes.data(),
-                        std::min<std::size_t>(size, parameter.bytes.size()));
-        }
-        return noErr;
+    if (name != kEventParamDirectObject || type != event->type) {
+        return eventParameterNotFoundErr;
     }
-    return eventParameterNotFoundErr;
-}
-
-OSStatus CreateEvent(CFAllocatorRef,
-                     UInt32 eventClass,
-                     UInt32 eventKind,
-                     EventTime,
-                     EventAttributes,
-                     EventRef* event)
-{
-    if (!event) {
-        return paramErr;
+    if (actualType) {
+        *actualType = type;
     }
-    *event = new OpaqueEventRef { eventClass, eventKind, {} };
+    if (actualSize) {
+        *actualSize = static_cast<UInt32>(event->directObject.size());
+    }
+    if (data) {
+        std::memcpy(data, event->directObject.data(),
+                    std::min<std::size_t>(size, event->directObject.size()));
+    }
     return noErr;
-}
-
-OSStatus SetEventParameter(
-    EventRef event, EventParamName name, EventParamType type, UInt32 size, const void* data)
-{
-    if (!event || (!data && size)) {
-        return paramErr;
-    }
-    event->Set(name, type, data, size);
-    return noErr;
-}
-
-void ReleaseEvent(EventRef event)
-{
-    delete event;
-}
-
-EventTargetRef GetApplicationEventTarget()
-{
-    static auto* application = new OpaqueEventTargetRef(nullptr); // lives as long as the process
-    return application;
-}
-
-OSStatus SendEventToEventTarget(EventRef event, EventTargetRef target)
-{
-    if (!event || !IsTarget(target)) {
-        return paramErr;
-    }
-    struct Step
-    {
-        std::shared_ptr<OpaqueEventHandlerRef> handler;
-        const OpaqueEventTargetRef* target; // compared, never looked into: it may have ended
-    };
-    std::vector<Step> steps;
-    const bool climbs = event->eventClass == kEventClassCommand;
-    for (OpaqueEventTargetRef* at = target; at; at = climbs ? at->next : nullptr) {
-        for (auto handler = at->handlers.rbegin(); handler != at->handlers.rend(); ++handler) {
-            if (Wants(**handler, *event)) {
-                steps.push_back({ *handler, at });
-            }
-        }
-    }
-
-    const bool everyone = IsNotification(*event);
-    const OpaqueEventTargetRef* skipped = nullptr;
-    OSStatus result = eventNotHandledErr;
-    for (const Step& step : steps) {
-        if (!step.handler->live || step.target == skipped) {
-            continue;
-        }
-        const OSStatus answer = step.handler->routine(nullptr, event, step.handler->userData);
-        if (answer == eventPassToNextTargetErr) {
-            skipped = step.target;
-        } else if (answer != eventNotHandledErr) {
-            result = answer;
-            if (!everyone) {
-                break;
-            }
-        }
-    }
-    return result;
 }
 
 EventHandlerUPP NewEventHandlerUPP(EventHandlerProcPtr routine)
 {
     return routine;
-}
-
-void DisposeEventHandlerUPP(EventHandlerUPP)
-{
-    // A plain function pointer.
 }
 
 OSStatus InstallEventHandler(EventTargetRef target,

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Events.h - what stands behind EventRef, EventTargetRef and EventHandlerRef.
+// Events.h - the objects behind EventRef, EventTargetRef and EventHandlerRef.
 #pragma once
 
 #include <Carbon/CarbonEvents.h>
@@ -8,20 +8,23 @@
 #include <memory>
 #include <vector>
 
+/// An event with its direct object, the only parameter that events have here.
 struct OpaqueEventRef
 {
-    struct Parameter
-    {
-        EventParamName name;
-        EventParamType type;
-        std::vector<std::byte> bytes;
-    };
-
     UInt32 eventClass;
     UInt32 eventKind;
-    std::vector<Parameter> parameters;
+    EventParamType type; // of the direct object
+    std::vector<std::byte> directObject;
 
-    void Set(EventParamName name, EventParamType type, const void* data, std::size_t size);
+    template <class T>
+    OpaqueEventRef(UInt32 ofClass, UInt32 kind, EventParamType objectType, const T& object)
+        : eventClass(ofClass)
+        , eventKind(kind)
+        , type(objectType)
+        , directObject(reinterpret_cast<const std::byte*>(&object),
+                       reinterpret_cast<const std::byte*>(&object) + sizeof object)
+    {
+    }
 };
 
 struct OpaqueEventHandlerRef
@@ -32,15 +35,19 @@ struct OpaqueEventHandlerRef
     bool live = true; // false once it is removed or its target has ended: never called again
 };
 
-/// A place that handlers are installed on. The window, the control or the application owns it.
+/// A window's list of handlers, owned by the window.
 struct OpaqueEventTargetRef
 {
     std::vector<std::shared_ptr<OpaqueEventHandlerRef>> handlers; // oldest first
-    OpaqueEventTargetRef* next = nullptr; // where a command goes that nobody took here
 
-    explicit OpaqueEventTargetRef(OpaqueEventTargetRef* behind);
+    OpaqueEventTargetRef();
     ~OpaqueEventTargetRef();
-    void RemoveAll(); // no handler is called again
     OpaqueEventTargetRef(const OpaqueEventTargetRef&) = delete;
     OpaqueEventTargetRef& operator=(const OpaqueEventTargetRef&) = delete;
+
+    void RemoveAll(); // no handler is called again
+    /// Offers an event to the handlers, newest first, until one returns anything but eventNotHandledErr.
+    /// News about a window reaches every handler. Returns the last result, eventNotHandledErr if nobody
+    /// took it.
+    OSStatus Send(OpaqueEventRef& event) const;
 };

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 // HostWindows_qt.cpp - windows of the host behind a WindowRef: Qt widgets and X11 windows of any
 // toolkit.
+#include "HIToolbox/HostWindows_qt.h"
+
 #include "HIToolbox/Application_qt.h"
-#include "HIToolbox/Windows_qt.h"
 
 #include <veltrano/HostWindow.h>
 
@@ -209,7 +210,7 @@ std::shared_ptr<X11Window> Wrap(unsigned long id)
 
 } // namespace
 
-WindowPtr Windows_ActiveHost()
+WindowPtr HostWindows_Active()
 {
     if (QWidget* active = QApplication::activeWindow()) {
         return std::make_shared<WidgetWindow>(active);

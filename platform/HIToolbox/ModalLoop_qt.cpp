@@ -18,6 +18,8 @@ namespace {
 
 class ModalLoop;
 
+unsigned sRuns = 0;
+
 // Innermost last. Only the innermost window takes input.
 std::vector<ModalLoop*>& Running()
 {
@@ -121,9 +123,9 @@ private:
 
 } // namespace
 
-bool ModalLoop_IsRunning()
+unsigned ModalLoop_CountRuns()
 {
-    return !Running().empty();
+    return sRuns;
 }
 
 OSStatus RunAppModalLoopForWindow(WindowRef ref)
@@ -142,6 +144,7 @@ OSStatus RunAppModalLoopForWindow(WindowRef ref)
         ModalLoop(window).Run();
         window->quit = false;
     }
+    ++sRuns;
     return noErr;
 }
 

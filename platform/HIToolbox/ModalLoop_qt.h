@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// ModalLoop_qt.h - what windows must know of the modal loops.
+// ModalLoop_qt.h - counts modal loops.
 #pragma once
 
-/// True while any modal loop runs.
-bool ModalLoop_IsRunning();
+/// The number of modal loops that have ended in this process.
+unsigned ModalLoop_CountRuns();

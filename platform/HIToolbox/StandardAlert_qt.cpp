@@ -3,12 +3,14 @@
 // a modal loop until one of its buttons is chosen.
 #include "HIToolbox/Application_qt.h"
 #include "HIToolbox/Controls_qt.h"
+#include "HIToolbox/HostWindows_qt.h"
+#include "HIToolbox/OwnWindow_qt.h"
 #include "HIToolbox/TextView_qt.h"
-#include "HIToolbox/Windows_qt.h"
 
 #include <Carbon/Dialogs.h>
 #include <CoreServices/MacErrors.h>
 
+#include <QtCore/QStringDecoder>
 #include <QtGui/QPainter>
 #include <QtGui/QScreen>
 #include <QtGui/QWindow>
@@ -38,9 +40,12 @@ struct Button
     int width = 0;
 };
 
+// The length byte may have cut a longer text within a character: the decoder keeps such an incomplete tail
+// back. All other invalid bytes become replacement characters.
 QString FromPascal(ConstStringPtr text)
 {
-    return text ? QString::fromUtf8(reinterpret_cast<const char*>(text + 1), text[0]) : QString();
+    QStringDecoder decode(QStringDecoder::Utf8);
+    return text ? decode(QByteArrayView(text + 1, text[0])) : QString();
 }
 
 void AddButton(std::vector<Button>& buttons,
@@ -124,6 +129,42 @@ QFont FontOf(int pixels, bool bold)
     return font;
 }
 
+// Gives each button its width, all together at most `widest`; returns the width of their row.
+int FitButtons(std::vector<Button>& buttons, int widest)
+{
+    int rowWidth = static_cast<int>(buttons.size() - 1) * kGap;
+    const QFontMetrics metrics(FontOf(13, false));
+    const int share = (widest - rowWidth) / static_cast<int>(buttons.size());
+    for (Button& button : buttons) {
+        button.width = std::clamp(metrics.horizontalAdvance(button.title) + 32,
+                                  std::min(kNarrowestButton, share), share);
+        rowWidth += button.width;
+    }
+    return rowWidth;
+}
+
+// The two texts in a column as narrow as they need, but for `least` and `most`.
+QWidget* MakeTexts(const QString& message, const QString& explanation, int least, int most)
+{
+    auto* texts = new QWidget;
+    auto* bold = new TextView(texts);
+    bold->SetFont(FontOf(13, true));
+    bold->SetText(message);
+    auto* small = new TextView(texts);
+    small->SetFont(FontOf(11, false));
+    small->SetText(explanation);
+    const int natural = std::max({ bold->NaturalWidth(), small->NaturalWidth(), least });
+    const int width
+        = std::min(std::clamp(natural, kNarrowestText, std::max(kWidestText, least)), most);
+    const int boldHeight = message.isEmpty() ? 0 : bold->HeightForWidth(width);
+    const int smallHeight = explanation.isEmpty() ? 0 : small->HeightForWidth(width);
+    const int between = boldHeight && smallHeight ? 8 : 0;
+    bold->setGeometry(0, 0, width, boldHeight);
+    small->setGeometry(0, boldHeight + between, width, smallHeight);
+    texts->resize(width, boldHeight + between + smallHeight);
+    return texts;
+}
+
 /// One alert, from its layout to the choice.
 class Alert
 {
@@ -132,7 +173,7 @@ public:
           const QString& message,
           const QString& explanation,
           const AlertStdAlertParamRec& param)
-        : m_host(Windows_ActiveHost())
+        : m_host(HostWindows_Active())
         , m_cancelItem(param.cancelButton)
     {
         const QScreen* screen
@@ -143,7 +184,7 @@ public:
         const QRect room = (screen ? screen->availableGeometry() : QRect(0, 0, 640, 480))
                                .adjusted(kFrameRoom, kTitleRoom, -kFrameRoom, -kFrameRoom);
 
-        m_window = Windows_Create(QApplication::applicationDisplayName(), QRect(0, 0, 1, 1), {});
+        m_window = OwnWindow_Create(QApplication::applicationDisplayName(), QRect(0, 0, 1, 1), {});
         m_window->windowClass = kMovableAlertWindowClass;
         m_window->widget->setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint
                                          | Qt::WindowTitleHint);
@@ -199,8 +240,7 @@ private:
         return noErr;
     }
 
-    // Texts wrap, and scroll where the screen is too low for them; the buttons always stay on the
-    // screen.
+    // Texts wrap, and scroll where the screen is too low for them; the buttons always stay on the screen.
     QSize LayOut(AlertType type,
                  const QString& message,
                  const QString& explanation,
@@ -211,45 +251,21 @@ private:
         const QString sign = NameOfSign(type);
         const int signRoom = sign.isEmpty() ? 0 : kSignSize + kMargin;
         const int widest = room.width() - 2 * kMargin;
-        int rowWidth = static_cast<int>(buttons.size() - 1) * kGap;
-        const QFontMetrics metrics(FontOf(13, false));
-        const int share = (widest - rowWidth) / static_cast<int>(buttons.size());
-        for (Button& button : buttons) {
-            button.width = std::clamp(metrics.horizontalAdvance(button.title) + 32,
-                                      std::min(kNarrowestButton, share), share);
-            rowWidth += button.width;
-        }
+        const int rowWidth = FitButtons(buttons, widest);
+        QWidget* texts = MakeTexts(message, explanation, rowWidth - signRoom, widest - signRoom);
 
-        auto* texts = new QWidget;
-        auto* bold = new TextView(texts);
-        bold->SetFont(FontOf(13, true));
-        bold->SetText(message);
-        auto* small = new TextView(texts);
-        small->SetFont(FontOf(11, false));
-        small->SetText(explanation);
-        const int textWidth
-            = std::min(std::clamp(std::max({ bold->NaturalWidth(), small->NaturalWidth(),
-                                             rowWidth - signRoom }),
-                                  kNarrowestText, std::max(kWidestText, rowWidth - signRoom)),
-                       widest - signRoom);
-        const int boldHeight = message.isEmpty() ? 0 : bold->HeightForWidth(textWidth);
-        const int smallHeight = explanation.isEmpty() ? 0 : small->HeightForWidth(textWidth);
-        const int between = boldHeight && smallHeight ? 8 : 0;
-        bold->setGeometry(0, 0, textWidth, boldHeight);
-        small->setGeometry(0, boldHeight + between, textWidth, smallHeight);
-        texts->resize(textWidth, boldHeight + between + smallHeight);
-
-        const int mostHeight = room.height() - 3 * kMargin - kButtonHeight;
-        const int textHeight = std::min(texts->height(), mostHeight);
+        const int textHeight
+            = std::min(texts->height(), room.height() - 3 * kMargin - kButtonHeight);
+        const int barRoom = textHeight < texts->height()
+            ? QApplication::style()->pixelMetric(QStyle::PM_ScrollBarExtent)
+            : 0;
+        const int textWidth = texts->width() + barRoom;
         auto* scroll = new QScrollArea(m_window->widget);
         scroll->setFrameShape(QFrame::NoFrame);
         scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
         scroll->setWidget(texts);
-        const int barRoom = textHeight < texts->height()
-            ? QApplication::style()->pixelMetric(QStyle::PM_ScrollBarExtent)
-            : 0;
         scroll->setFocusPolicy(barRoom ? Qt::StrongFocus : Qt::NoFocus);
-        scroll->setGeometry(kMargin + signRoom, kMargin, textWidth + barRoom, textHeight);
+        scroll->setGeometry(kMargin + signRoom, kMargin, textWidth, textHeight);
         if (signRoom) {
             auto* label = new QLabel(m_window->widget);
             label->setPixmap(DrawSign(type, m_window->widget->devicePixelRatio()));
@@ -258,7 +274,7 @@ private:
         }
 
         const int bodyHeight = std::max(textHeight, signRoom ? kSignSize : 0);
-        const QSize size(2 * kMargin + signRoom + textWidth + barRoom,
+        const QSize size(2 * kMargin + signRoom + textWidth,
                          3 * kMargin + bodyHeight + kButtonHeight);
         PlaceButtons(buttons, param, size);
         return size;
@@ -276,12 +292,11 @@ private:
             const QRect bounds(farLeft ? left : right - button.width, top, button.width,
                                kButtonHeight);
             (farLeft ? left : right) += (farLeft ? 1 : -1) * (button.width + kGap);
-            OpaqueControlRef& control
-                = Controls_Create(*m_window, nullptr, ControlKind::PushButton, bounds);
-            control.command = static_cast<UInt32>(button.item);
-            control.SetText(button.title.toStdString());
-            control.SetDefault(button.item == param.defaultButton);
-            control.SetCancel(button.item == param.cancelButton);
+            const auto control = Controls_Create<PushButton>(*m_window, nullptr, bounds);
+            control->command = static_cast<UInt32>(button.item);
+            control->SetTitle(button.title.toStdString());
+            control->SetDefault(button.item == param.defaultButton);
+            control->SetCancel(button.item == param.cancelButton);
         }
     }
 

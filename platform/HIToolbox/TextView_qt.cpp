@@ -131,7 +131,7 @@ QString TextView::SelectedText() const
     return m_text.mid(std::min(m_anchor, m_cursor), std::abs(m_anchor - m_cursor));
 }
 
-// What is cut all the same is read in its tag, unless the view has one of its own.
+// If the text does not fit even at the smallest size, shows it as a tooltip, unless the view has one.
 bool TextView::event(QEvent* event)
 {
     if (event->type() != QEvent::ToolTip || !m_isCut || !toolTip().isEmpty()) {

@@ -1,24 +1,20 @@
 // SPDX-License-Identifier: MIT
-// Windows_qt.cpp - windows: their life, place, order and modality.
+// Windows_qt.cpp - the list of windows, and the API's calls on any of them.
 #include "HIToolbox/Windows_qt.h"
 
-#include "HIToolbox/Accessibility_qt.h"
-#include "HIToolbox/Controls_qt.h"
-#include "HIToolbox/ModalLoop_qt.h"
 #include "QuickDraw/Regions.h"
+#include "support/Bridges_qt.h"
 
 #include <CoreFoundation/CFString.h>
 #include <CoreServices/MacErrors.h>
 
 #include <QtCore/QElapsedTimer>
+#include <QtCore/QEventLoop>
 #include <QtCore/QTimer>
-#include <QtGui/QKeyEvent>
 #include <QtGui/QWindow>
-#include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QApplication>
 
 #include <algorithm>
-#include <limits>
 
 namespace {
 
@@ -31,36 +27,12 @@ std::vector<WindowPtr>& Windows()
     return *windows;
 }
 
-SInt16 ToShort(int value)
-{
-    using Limits = std::numeric_limits<SInt16>;
-    return static_cast<SInt16>(std::clamp<int>(value, Limits::min(), Limits::max()));
-}
-
-Rect ToRect(const QRect& rect)
-{
-    return { ToShort(rect.top()), ToShort(rect.left()), ToShort(rect.top() + rect.height()),
-             ToShort(rect.left() + rect.width()) };
-}
-
-void Notify(OpaqueWindowPtr& window, UInt32 kind)
-{
-    if (window.target.handlers.empty()) {
-        return;
-    }
-    WindowRef direct = &window;
-    OpaqueEventRef event { kEventClassWindow, kind, {} };
-    event.Set(kEventParamDirectObject, typeWindowRef, &direct, sizeof direct);
-    SendEventToEventTarget(&event, &window.target);
-}
-
-// Frame margins are known only once the window is on the screen. Clicks and keys wait for whoever
-// runs events next.
+// Frame margins are known only once the window is on the screen. Clicks and keys stay in the queue.
 void WaitForExposure(const QPointer<QWidget>& widget)
 {
     QElapsedTimer time;
     time.start();
-    QTimer tick; // wakes the wait up where the window system stays silent
+    QTimer tick; // ends the wait if the window system stays silent
     const auto waiting = [&] {
         return widget && widget->windowHandle() && widget->isVisible()
             && !widget->windowHandle()->isExposed() && time.elapsed() < kExposureLimit;
@@ -75,7 +47,28 @@ void WaitForExposure(const QPointer<QWidget>& widget)
 
 } // namespace
 
-// --- A window over a widget
+// Any window
+
+void OpaqueWindowPtr::Notify(UInt32 kind)
+{
+    OpaqueEventRef event(kEventClassWindow, kind, typeWindowRef, WindowRef { this });
+    target.Send(event);
+}
+
+void OpaqueWindowPtr::SendCommand(const HICommandExtended& command)
+{
+    if (disposed) {
+        return;
+    }
+    const WindowPtr held = shared_from_this();
+    OpaqueEventRef event(kEventClassCommand, kEventCommandProcess, typeHICommand, command);
+    const OSStatus result = target.Send(event);
+    if (result == eventNotHandledErr && command.commandID == kHICommandClose && !disposed) {
+        Notify(kEventWindowClose);
+    }
+}
+
+// A window over a widget
 
 WidgetWindow::WidgetWindow(QWidget* topLevel)
     : widget(topLevel)
@@ -147,169 +140,7 @@ bool WidgetWindow::Owns(const QWindow* window)
     return own && (window == own || own->isAncestorOf(window, QWindow::IncludeTransients));
 }
 
-// --- A window of our own
-
-WindowWidget::WindowWidget()
-    : QWidget(nullptr, Qt::Dialog)
-{
-}
-
-bool WindowWidget::event(QEvent* event)
-{
-    const Delivery delivery(this);
-    return QWidget::event(event);
-}
-
-void WindowWidget::keyPressEvent(QKeyEvent* event)
-{
-    const auto modifiers = event->modifiers() & ~Qt::KeypadModifier;
-    QAbstractButton* button = nullptr;
-    if (modifiers == Qt::NoModifier
-        && (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)) {
-        button = defaultButton;
-    } else if ((modifiers == Qt::NoModifier && event->key() == Qt::Key_Escape)
-               || (modifiers == Qt::ControlModifier && event->key() == Qt::Key_Period)) {
-        button = cancelButton;
-    }
-    if (!button) {
-        QWidget::keyPressEvent(event);
-    } else if (!event->isAutoRepeat()) { // the key that opened a window may still be held
-        button->click();
-    }
-}
-
-void WindowWidget::closeEvent(QCloseEvent* event)
-{
-    if (window && !window->disposed) {
-        const WindowPtr held = window->shared_from_this();
-        HICommandExtended command {};
-        command.attributes = kHICommandFromWindow;
-        command.commandID = kHICommandClose;
-        command.source.window = held.get();
-        Windows_SendCommand(held, &held->target, command);
-    }
-    // A window that closed itself may count as closed, so that an application's quit goes on; no
-    // other.
-    event->setAccepted(!window || !window->IsVisible());
-}
-
-void WindowWidget::resizeEvent(QResizeEvent*)
-{
-    if (window) {
-        window->ArrangeControls();
-    }
-}
-
-OwnWindow::OwnWindow(const QString& title, const QRect& content, WindowFrame frame)
-    : WidgetWindow(new WindowWidget)
-    , firstSize(content.size())
-{
-    Widget()->window = this;
-    widget->setWindowTitle(title);
-    widget->setGeometry(content);
-    Qt::WindowFlags flags = Qt::Dialog;
-    flags |= frame.titled ? Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint
-            | Qt::WindowCloseButtonHint
-                          : Qt::FramelessWindowHint;
-    flags.setFlag(Qt::WindowMinimizeButtonHint, frame.collapsible);
-    flags.setFlag(Qt::WindowMaximizeButtonHint, frame.resizable && frame.zoomable);
-    widget->setWindowFlags(flags);
-    if (!frame.resizable) {
-        widget->setFixedSize(content.size());
-    }
-}
-
-OwnWindow::~OwnWindow()
-{
-    WindowWidget* own = Widget();
-    if (!own) {
-        return;
-    }
-    own->window = nullptr;
-    if (own->InDelivery()) {
-        own->hide();
-        own->deleteLater();
-    } else {
-        delete own;
-    }
-}
-
-void OwnWindow::Show()
-{
-    if (m_visible) {
-        return;
-    }
-    quit = false;
-    Notify(*this, kEventWindowShowing);
-    if (disposed || m_visible || !widget) {
-        return;
-    }
-    const WindowPtr parent = unavailable.lock();
-    widget->setWindowModality(modality == kWindowModalityNone              ? Qt::NonModal
-                                  : modality == kWindowModalityWindowModal ? Qt::WindowModal
-                                                                           : Qt::ApplicationModal);
-    if (QWindow* above = parent ? parent->Handle() : nullptr) {
-        widget->winId(); // makes the handle
-        widget->windowHandle()->setTransientParent(above);
-    }
-    if (QAbstractButton* button = Widget()->defaultButton) {
-        button->setFocus();
-    }
-    m_visible = true;
-    Windows_UpdateBlocked();
-    WidgetWindow::Show();
-    if (!disposed && m_visible) {
-        Notify(*this, kEventWindowShown);
-    }
-}
-
-void OwnWindow::Hide()
-{
-    if (!m_visible) {
-        return;
-    }
-    Notify(*this, kEventWindowHiding);
-    if (Vanish()) {
-        Notify(*this, kEventWindowHidden);
-    }
-}
-
-bool OwnWindow::Vanish()
-{
-    if (!m_visible) {
-        return false;
-    }
-    m_visible = false;
-    WidgetWindow::Hide();
-    Windows_UpdateBlocked();
-    return true;
-}
-
-void OwnWindow::SetBackground(ThemeBrush brush)
-{
-    QPalette palette = widget->palette();
-    palette.setColor(QPalette::Window, brush == kThemeBrushWhite ? Qt::white : Qt::black);
-    palette.setColor(QPalette::WindowText, Qt::black); // whatever the desktop's colours are
-    widget->setPalette(palette);
-}
-
-void OwnWindow::ArrangeControls()
-{
-    for (const ControlPtr& control : controls) {
-        control->Arrange();
-    }
-}
-
-// --- The list of windows
-
-std::shared_ptr<OwnWindow>
-Windows_Create(const QString& title, const QRect& content, WindowFrame frame)
-{
-    Accessibility_Install();
-    auto window = std::make_shared<OwnWindow>(title, content, frame);
-    Windows_Add(window);
-    return window;
-}
+// The list of windows
 
 WindowRef Windows_Add(const WindowPtr& window)
 {
@@ -327,11 +158,6 @@ WindowPtr Windows_Find(WindowRef window)
     return nullptr;
 }
 
-std::shared_ptr<OwnWindow> Windows_FindOwn(WindowRef window)
-{
-    return std::dynamic_pointer_cast<OwnWindow>(Windows_Find(window));
-}
-
 const std::vector<WindowPtr>& Windows_All()
 {
     return Windows();
@@ -339,9 +165,10 @@ const std::vector<WindowPtr>& Windows_All()
 
 void Windows_UpdateBlocked()
 {
-    bool all = ModalLoop_IsRunning();
+    bool all = false;
     std::vector<WindowPtr> blocked;
     for (const WindowPtr& window : Windows()) {
+        all = all || window->loop;
         if (window->modality == kWindowModalityNone || !window->IsVisible()) {
             continue;
         }
@@ -357,22 +184,7 @@ void Windows_UpdateBlocked()
     }
 }
 
-void Windows_SendCommand(const WindowPtr& window,
-                         EventTargetRef target,
-                         const HICommandExtended& command)
-{
-    if (window->disposed) {
-        return;
-    }
-    OpaqueEventRef event { kEventClassCommand, kEventCommandProcess, {} };
-    event.Set(kEventParamDirectObject, typeHICommand, &command, sizeof command);
-    const OSStatus result = SendEventToEventTarget(&event, target);
-    if (result == eventNotHandledErr && command.commandID == kHICommandClose && !window->disposed) {
-        Notify(*window, kEventWindowClose);
-    }
-}
-
-// --- The API
+// The API
 
 OSStatus GetWindowClass(WindowRef ref, WindowClass* windowClass)
 {
@@ -413,23 +225,6 @@ OSStatus SetWindowModality(WindowRef ref, WindowModality modality, WindowRef una
     window->modality = modality;
     window->unavailable = modality == kWindowModalityWindowModal ? parent : nullptr;
     Windows_UpdateBlocked();
-    return noErr;
-}
-
-OSStatus SetThemeWindowBackground(WindowRef ref, ThemeBrush brush, Boolean update)
-{
-    const auto window = Windows_FindOwn(ref);
-    if (!window) {
-        return Windows_Find(ref) ? windowWrongStateErr
-                                 : errInvalidWindowRef; // the host paints its own
-    }
-    if (brush != kThemeBrushWhite && brush != kThemeBrushBlack) {
-        return themeInvalidBrushErr;
-    }
-    window->SetBackground(brush);
-    if (update) {
-        window->widget->update();
-    }
     return noErr;
 }
 
@@ -488,10 +283,10 @@ OSStatus GetWindowBounds(WindowRef ref, WindowRegionCode code, Rect* bounds)
     }
     switch (code) {
     case kWindowStructureRgn:
-        *bounds = ToRect(window->Structure());
+        *bounds = Bridges_ToRect(window->Structure());
         return noErr;
     case kWindowContentRgn:
-        *bounds = ToRect(window->Content());
+        *bounds = Bridges_ToRect(window->Content());
         return noErr;
     default:
         return errWindowRegionCodeInvalid;
@@ -512,21 +307,8 @@ OSStatus CopyWindowTitleAsCFString(WindowRef ref, CFStringRef* title)
     if (!title) {
         return paramErr;
     }
-    const QByteArray text = window->Title().toUtf8();
-    *title = CFStringCreateWithBytes(kCFAllocatorDefault,
-                                     reinterpret_cast<const UInt8*>(text.constData()), text.size(),
-                                     kCFStringEncodingUTF8, false);
+    *title = Bridges_CreateCFString(window->Title());
     return *title ? noErr : memFullErr;
-}
-
-WindowRef FrontNonFloatingWindow()
-{
-    const auto& windows = Windows();
-    const auto found = std::find_if(windows.rbegin(), windows.rend(), [](const WindowPtr& window) {
-        return window->IsVisible() && window->windowClass != kFloatingWindowClass
-            && dynamic_cast<OwnWindow*>(window.get());
-    });
-    return found == windows.rend() ? nullptr : found->get();
 }
 
 EventTargetRef GetWindowEventTarget(WindowRef ref)
@@ -542,19 +324,17 @@ void DisposeWindow(WindowRef ref)
         return;
     }
     window->disposed = true; // from here on only the three notices below reach the handlers
-    auto* own = dynamic_cast<OwnWindow*>(window.get());
-    if (own && own->Vanish()) {
-        Notify(*window, kEventWindowHidden);
-    }
-    Notify(*window, kEventWindowClosed);
-    Notify(*window, kEventWindowDispose);
+    window->Vanish();
+    window->Notify(kEventWindowClosed);
+    window->Notify(kEventWindowDispose);
 
-    QuitAppModalLoopForWindow(ref);
+    window->quit = true;
+    if (window->loop) {
+        window->loop->quit();
+    }
     window->SetBlocked(false);
     window->target.RemoveAll(); // their user data may be gone since Closed
-    if (own) {
-        own->controls.clear();
-    }
+    window->FreeControls();
     auto& windows = Windows();
     windows.erase(std::find(windows.begin(), windows.end(), window));
     Windows_UpdateBlocked();

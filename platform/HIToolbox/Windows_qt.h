@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Windows_qt.h - what stands behind WindowRef: a window of this API's own making, or a wrapped
-// window of the host. Routines hold a window by a WindowPtr while they call out, since a handler
-// may dispose it.
+// Windows_qt.h - the objects behind WindowRef: windows of this API's own making, and wrapped windows of the host.
+// Callers hold a WindowPtr while they call out, since a handler may dispose the window.
 #pragma once
 
 #include "HIToolbox/Events.h"
@@ -14,18 +13,17 @@
 #include <memory>
 #include <vector>
 
-class QAbstractButton;
 class QEventLoop;
 
-/// Any window. What a kind of window cannot do, it leaves.
+/// Base of all windows. Unsupported operations do nothing.
 struct OpaqueWindowPtr : std::enable_shared_from_this<OpaqueWindowPtr>
 {
-    OpaqueEventTargetRef target { GetApplicationEventTarget() };
+    OpaqueEventTargetRef target;
     WindowClass windowClass = kDocumentWindowClass;
     WindowModality modality = kWindowModalityNone;
     std::weak_ptr<OpaqueWindowPtr> unavailable; // with kWindowModalityWindowModal
     QEventLoop* loop = nullptr; // while it runs modally
-    bool quit = false; // asked to end before it ran
+    bool quit = false; // asked to end its loop, perhaps before that ran
     bool disposed = false; // being disposed: sends nothing more on its own
 
     OpaqueWindowPtr() = default;
@@ -44,11 +42,19 @@ struct OpaqueWindowPtr : std::enable_shared_from_this<OpaqueWindowPtr>
     virtual QWindow* Handle() = 0; // null before the first show, and when it is gone
     virtual void SetBlocked(bool /*blocked*/) { } // beyond what Qt blocks by itself
     virtual bool Owns(const QWindow* window) = 0; // that window or one on top of it
+    virtual void Vanish() { } // hides it and sends Hidden alone
+    virtual void FreeControls() { }
+
+    /// Sends a window event to the handlers.
+    void Notify(UInt32 kind);
+    /// Sends a command to the handlers. A close command that nobody takes becomes a close request, whose
+    /// default answer is to stay.
+    void SendCommand(const HICommandExtended& command);
 };
 
 using WindowPtr = std::shared_ptr<OpaqueWindowPtr>;
 
-/// A window over a widget: the host's as it is, or the base of our own.
+/// A window over a widget: the host's, or the base of our own.
 struct WidgetWindow : OpaqueWindowPtr
 {
     QPointer<QWidget> widget;
@@ -66,95 +72,11 @@ struct WidgetWindow : OpaqueWindowPtr
     bool Owns(const QWindow* window) override;
 };
 
-struct OwnWindow;
-
-/// The widget of a window of our own. It outlives its window when that is disposed inside a
-/// delivery.
-class WindowWidget : public QWidget
-{
-public:
-    WindowWidget();
-
-    OwnWindow* window = nullptr; // null once disposed
-    QPointer<QAbstractButton> defaultButton; // pressed by Return and Enter
-    QPointer<QAbstractButton> cancelButton; // pressed by Escape and Control-period
-
-    /// Held while an event of this window is delivered: the widget may not be deleted then.
-    class Delivery
-    {
-    public:
-        explicit Delivery(WindowWidget* widget)
-            : m_widget(widget)
-        {
-            ++m_widget->m_deliveries;
-        }
-        ~Delivery() { --m_widget->m_deliveries; }
-        Delivery(const Delivery&) = delete;
-        Delivery& operator=(const Delivery&) = delete;
-
-    private:
-        WindowWidget* m_widget; // alive: deletion waits for the count
-    };
-    bool InDelivery() const { return m_deliveries != 0; }
-
-protected:
-    bool event(QEvent* event) override;
-    void keyPressEvent(QKeyEvent* event) override;
-    void closeEvent(QCloseEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
-
-private:
-    int m_deliveries = 0;
-};
-
-struct OpaqueControlRef;
-
-/// What a window's frame offers. Whatever it is, the close request stays: a user must get rid of any window.
-struct WindowFrame
-{
-    bool titled = true;
-    bool resizable = true;
-    bool collapsible = false;
-    bool zoomable = false;
-};
-
-/// A window of this API's own making.
-struct OwnWindow final : WidgetWindow
-{
-    std::vector<std::shared_ptr<OpaqueControlRef>> controls; // containers before their content
-
-    const QSize firstSize; // that the controls were made for
-
-    OwnWindow(const QString& title, const QRect& content, WindowFrame frame);
-    ~OwnWindow() override;
-    WindowWidget* Widget() const { return static_cast<WindowWidget*>(widget.data()); }
-    bool IsVisible() const override { return m_visible; }
-    void Show() override;
-    void Hide() override;
-    bool Vanish(); // hides it without a word; true when it was visible
-    void SetBackground(ThemeBrush brush);
-    void ArrangeControls();
-
-private:
-    bool m_visible = false; // by this API's calls, whatever the window system shows
-};
-
-/// A new window, hidden; the caller has checked Application_IsReady().
-std::shared_ptr<OwnWindow>
-Windows_Create(const QString& title, const QRect& content, WindowFrame frame);
-/// Makes a window known; it ends with DisposeWindow.
+/// Makes a window known; DisposeWindow ends it.
 WindowRef Windows_Add(const WindowPtr& window);
-/// The window behind a reference; null for what is none.
+/// Looks up a WindowRef; null if it is not a live window.
 WindowPtr Windows_Find(WindowRef window);
-std::shared_ptr<OwnWindow> Windows_FindOwn(WindowRef window);
 /// All windows, front last.
 const std::vector<WindowPtr>& Windows_All();
-/// Blocks what the visible windows' modality and the running modal loops say must take no input.
+/// Blocks the windows that must take no input, by the visible windows' modality and the running modal loops.
 void Windows_UpdateBlocked();
-/// Sends a command to a target and those behind it. A close command that nobody takes becomes a
-/// close request to the window, whose default answer is to stay.
-void Windows_SendCommand(const WindowPtr& window,
-                         EventTargetRef target,
-                         const HICommandExtended& command);
-/// A new wrapper, not known yet, of this process's window that has the focus; null for none.
-WindowPtr Windows_ActiveHost();

@@ -2,20 +2,23 @@
 // Icons_qt.cpp - icons: one-bit ones with their masks, colour icons, and suites.
 #include "QuickDraw/Icons_qt.h"
 
+#include "QuickDraw/ImagePayload_qt.h"
 #include "QuickDraw/PictureBits_qt.h"
 #include "QuickDraw/Picture_qt.h"
 
 #include <CoreServices/MacMemory.h>
 #include <CoreServices/Resources.h>
 
-#include <QtGui/QImageReader>
+#include <QtCore/QFile>
 #include <QtGui/QPainter>
+
+#include <cstring>
 
 namespace {
 
 constexpr int kIconSide = 32;
 constexpr int kIconBytes = kIconSide * kIconSide / 8;
-constexpr int kMaxSide = 4096;
+constexpr qint64 kMaxFileSize = 16 << 20; // bytes
 
 /// Black bits, opaque where the mask says so.
 QImage ReadOneBitIcon(PictureData data)
@@ -45,14 +48,14 @@ QImage ReadIconFamily(PictureData data)
     while (data.Left() >= 8) {
         data.Skip(4);
         const uint32_t size = data.U32();
-        RequirePicture(size >= 8);
+        PictureData_Require(size >= 8);
         PictureData element = data.Block(size - 8);
-        const auto count = static_cast<qsizetype>(element.Left());
-        const auto* bytes = reinterpret_cast<const char*>(element.Bytes(element.Left()));
-        if (QByteArray::fromRawData(bytes, count).startsWith("\x89PNG")) {
-            const QImage image = QImage::fromData(reinterpret_cast<const uchar*>(bytes),
-                                                  static_cast<int>(count), "PNG");
-            best = image.width() > best.width() && image.width() <= kMaxSide ? image : best;
+        const size_t count = element.Left();
+        const uint8_t* bytes = element.Bytes(count);
+        if (count >= 4 && std::memcmp(bytes, "\x89PNG", 4) == 0) {
+            PictureBudget budget;
+            const QImage image = ImagePayload_Read(bytes, count, {}, budget);
+            best = image.width() > best.width() ? image : best;
         }
     }
     return best;
@@ -99,7 +102,7 @@ QImage Icons_Load(int contentType, SInt16 id)
         return !icon.isNull() ? icon : Load('ICN#', id, ReadOneBitIcon);
     }
     case 2:
-        return Load('cicn', id, ReadColorIcon);
+        return Load('cicn', id, PictureBits_ReadColorIcon);
     case 3:
         return LoadPicture(id);
     case 4:
@@ -111,7 +114,16 @@ QImage Icons_Load(int contentType, SInt16 id)
 
 QImage Icons_Read(const QString& path)
 {
-    QImageReader reader(path);
-    const QSize size = reader.size();
-    return size.width() <= kMaxSide && size.height() <= kMaxSide ? reader.read() : QImage();
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly) || file.size() > kMaxFileSize) {
+        return {};
+    }
+    const QByteArray bytes = file.readAll();
+    try {
+        PictureBudget budget;
+        return ImagePayload_Read(reinterpret_cast<const uint8_t*>(bytes.constData()),
+                                 static_cast<size_t>(bytes.size()), {}, budget);
+    } catch (const BadPicture&) {
+        return {};
+    }
 }

@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr int kMaxSide = 4096;
-constexpr qint64 kMaxPixels = 16 << 20;
 constexpr uint64_t kMaxRowBytes = 64u << 20;
 constexpr qint64 kManyPixels = 4 << 20; // from here on three bytes a pixel, which are slower
 
@@ -34,7 +32,7 @@ PixelMap ReadPixelMap(PictureData& data, bool mayBeBitmap)
     const uint16_t rowWord = data.U16();
     map.bitmap = mayBeBitmap && (rowWord & 0x8000) == 0;
     map.rowBytes = rowWord & 0x3FFF;
-    map.bounds = ReadRect(data);
+    map.bounds = PictureBits_ReadRect(data);
     map.pixelSize = 1;
     map.componentCount = 1;
     if (!map.bitmap) {
@@ -47,25 +45,24 @@ PixelMap ReadPixelMap(PictureData& data, bool mayBeBitmap)
     }
     const int width = map.bounds.width();
     const int height = map.bounds.height();
-    RequirePicture(width >= 1 && width <= kMaxSide && height >= 1 && height <= kMaxSide);
-    RequirePicture(qint64(width) * height <= kMaxPixels);
-    RequirePicture(width * map.pixelSize <= map.rowBytes * 8);
-    RequirePicture(uint64_t(height) * uint64_t(map.rowBytes) <= kMaxRowBytes);
+    PictureBudget_RequireSize(width, height);
+    PictureData_Require(width * map.pixelSize <= map.rowBytes * 8);
+    PictureData_Require(uint64_t(height) * uint64_t(map.rowBytes) <= kMaxRowBytes);
     return map;
 }
 
 void ReadColorTable(PictureData& data, PixelMap& map)
 {
-    RequirePicture(map.pixelSize <= 8);
+    PictureData_Require(map.pixelSize <= 8);
     data.Skip(4); // seed
     const bool inOrder = (data.U16() & 0x8000) != 0;
     const int last = data.U16();
-    RequirePicture(last < 256);
+    PictureData_Require(last < 256);
     map.colors.fill(qRgb(0, 0, 0), 1 << map.pixelSize);
     for (int i = 0; i <= last; ++i) {
         const int value = data.U16();
         const int index = inOrder ? i : value;
-        const QRgb color = ReadColor(data);
+        const QRgb color = PictureBits_ReadColor(data);
         if (index < map.colors.size())
             map.colors[index] = color;
     }
@@ -82,7 +79,7 @@ void UnpackRow(PictureData packed, uint8_t* out, size_t size, size_t unit)
         if (flag == -128)
             continue;
         const size_t count = unit * static_cast<size_t>(flag >= 0 ? flag + 1 : 1 - flag);
-        RequirePicture(count <= static_cast<size_t>(end - out));
+        PictureData_Require(count <= static_cast<size_t>(end - out));
         if (flag >= 0) {
             memcpy(out, packed.Bytes(count), count);
         } else {
@@ -104,9 +101,8 @@ QImage NewImage(QSize size, QImage::Format format, PictureBudget& budget)
     const int bits = QImage::toPixelFormat(format).bitsPerPixel();
     const uint64_t rowBytes = (uint64_t(size.width()) * uint64_t(bits) + 31) / 32 * 4;
     budget.SpendMemory(rowBytes * uint64_t(size.height()));
-    budget.Spend({ 8.0 * size.width() * size.height() });
     QImage image(size, format);
-    RequirePicture(!image.isNull());
+    PictureData_Require(!image.isNull());
     return image;
 }
 
@@ -203,7 +199,7 @@ bool IsKnownDepth(int depth)
 
 } // namespace
 
-QRect ReadRect(PictureData& data)
+QRect PictureBits_ReadRect(PictureData& data)
 {
     const int top = data.S16();
     const int left = data.S16();
@@ -212,14 +208,21 @@ QRect ReadRect(PictureData& data)
     return QRect(left, top, right - left, bottom - top);
 }
 
-QPoint ReadPoint(PictureData& data)
+QPoint PictureBits_ReadPoint(PictureData& data)
 {
     const int v = data.S16();
     const int h = data.S16();
     return QPoint(h, v);
 }
 
-QRgb ReadColor(PictureData& data)
+QPoint PictureBits_ReadShortPoint(PictureData& data)
+{
+    const int dh = data.S8();
+    const int dv = data.S8();
+    return QPoint(dh, dv);
+}
+
+QRgb PictureBits_ReadColor(PictureData& data)
 {
     const int red = data.U16() >> 8;
     const int green = data.U16() >> 8;
@@ -227,12 +230,12 @@ QRgb ReadColor(PictureData& data)
     return qRgb(red, green, blue);
 }
 
-QRegion ReadRegion(PictureData& data, PictureBudget& budget)
+QRegion PictureBits_ReadRegion(PictureData& data, PictureBudget& budget)
 {
     const size_t size = data.U16();
-    RequirePicture(size >= 10);
+    PictureData_Require(size >= 10);
     PictureData block = data.Block(size - 2);
-    const QRect box = ReadRect(block);
+    const QRect box = PictureBits_ReadRect(block);
     if (block.Left() == 0)
         return box.isValid() ? QRegion(box) : QRegion();
 
@@ -244,8 +247,8 @@ QRegion ReadRegion(PictureData& data, PictureBudget& budget)
     int top = box.top();
     for (;;) {
         const int y = block.S16();
-        RequirePicture(y == kEnd || y >= top);
-        RequirePicture(edges.size() % 2 == 0 && (y != kEnd || edges.empty()));
+        PictureData_Require(y == kEnd || y >= top);
+        PictureData_Require(edges.size() % 2 == 0 && (y != kEnd || edges.empty()));
         if (y > top)
             for (size_t i = 0; i + 1 < edges.size(); i += 2)
                 rects.emplace_back(edges[i], top, edges[i + 1] - edges[i], y - top);
@@ -254,14 +257,14 @@ QRegion ReadRegion(PictureData& data, PictureBudget& budget)
         top = y;
         std::vector<int> row;
         for (int x = block.S16(); x != kEnd; x = block.S16()) {
-            RequirePicture(row.empty() || x > row.back());
+            PictureData_Require(row.empty() || x > row.back());
             row.push_back(x);
         }
         std::vector<int> toggled;
         std::set_symmetric_difference(edges.begin(), edges.end(), row.begin(), row.end(),
                                       std::back_inserter(toggled));
         edges.swap(toggled);
-        budget.Spend({ 100.0 * double(edges.size()) });
+        budget.SpendSteps(1 + row.size() + edges.size());
         budget.SpendMemory(edges.size() * sizeof(QRect));
     }
     QRegion region;
@@ -269,14 +272,14 @@ QRegion ReadRegion(PictureData& data, PictureBudget& budget)
     return region;
 }
 
-PictureBits ReadBits(PictureData& data, int opcode, PictureBudget& budget)
+PictureBits PictureBits_Read(PictureData& data, int opcode, PictureBudget& budget)
 {
     const bool directBits = opcode == 0x9A || opcode == 0x9B;
     const bool unpacked = opcode == 0x90 || opcode == 0x91;
     if (directBits)
         data.Skip(4); // stand-in address
     PixelMap map = ReadPixelMap(data, !directBits);
-    RequirePicture(IsKnownDepth(map.pixelSize) && (map.pixelSize > 8) == directBits);
+    PictureData_Require(IsKnownDepth(map.pixelSize) && (map.pixelSize > 8) == directBits);
     if (map.bitmap)
         map.colors = { qRgb(255, 255, 255), qRgb(0, 0, 0) };
     else if (!directBits)
@@ -285,20 +288,20 @@ PictureBits ReadBits(PictureData& data, int opcode, PictureBudget& budget)
     PictureBits bits;
     bits.bitmap = map.bitmap;
     bits.bounds = map.bounds;
-    bits.source = ReadRect(data);
-    bits.destination = ReadRect(data);
+    bits.source = PictureBits_ReadRect(data);
+    bits.destination = PictureBits_ReadRect(data);
     bits.mode = data.U16();
     bits.masked = (opcode & 1) != 0;
     if (bits.masked)
-        bits.mask = ReadRegion(data, budget);
+        bits.mask = PictureBits_ReadRegion(data, budget);
     bits.image = ReadRows(data, map, !unpacked, budget);
     return bits;
 }
 
-QImage ReadPatternPixels(PictureData& data, PictureBudget& budget)
+QImage PictureBits_ReadPatternPixels(PictureData& data, PictureBudget& budget)
 {
     PixelMap map = ReadPixelMap(data, true);
-    RequirePicture(IsKnownDepth(map.pixelSize));
+    PictureData_Require(IsKnownDepth(map.pixelSize));
     if (map.bitmap)
         map.colors = { qRgb(255, 255, 255), qRgb(0, 0, 0) };
     else
@@ -306,17 +309,17 @@ QImage ReadPatternPixels(PictureData& data, PictureBudget& budget)
     return ReadRows(data, map, true, budget);
 }
 
-QImage ReadRawPixels(PictureData& data, QSize size, int depth, PictureBudget& budget)
+QImage PictureBits_ReadRawPixels(PictureData& data, QSize size, int depth, PictureBudget& budget)
 {
     const bool grey = depth > 32;
     const int bits = grey ? depth - 32 : depth;
-    RequirePicture(IsKnownDepth(bits) || bits == 24);
-    RequirePicture(!grey || bits <= 8);
+    PictureData_Require(IsKnownDepth(bits) || bits == 24);
+    PictureData_Require(!grey || bits <= 8);
     const int width = size.width();
     const int height = size.height();
     const size_t least = (static_cast<size_t>(width) * static_cast<size_t>(bits) + 7) / 8;
     const size_t rowSize = data.Left() / static_cast<size_t>(height); // rows may be padded
-    RequirePicture(rowSize >= least);
+    PictureData_Require(rowSize >= least);
 
     QImage image
         = NewImage(size, bits <= 8 ? QImage::Format_Indexed8 : DirectFormat(size, bits), budget);
@@ -327,7 +330,8 @@ QImage ReadRawPixels(PictureData& data, QSize size, int depth, PictureBudget& bu
             const int level = 255 - i * 255 / last;
             colors.append(qRgb(level, level, level));
         }
-        RequirePicture(grey || bits == 1); // the colours of other depths are not in the picture
+        PictureData_Require(grey
+                            || bits == 1); // the colours of other depths are not in the picture
         image.setColorTable(colors);
     }
     for (int y = 0; y < height; ++y) {
@@ -342,7 +346,7 @@ QImage ReadRawPixels(PictureData& data, QSize size, int depth, PictureBudget& bu
     return image;
 }
 
-QImage ReadColorIcon(PictureData data)
+QImage PictureBits_ReadColorIcon(PictureData data)
 {
     PictureBudget budget;
     const auto skipBits = [](PictureData& from, const PixelMap& plane) {
@@ -355,10 +359,10 @@ QImage ReadColorIcon(PictureData data)
     data.Skip(4);
     PixelMap black = {}; // the form for one-bit screens, which may be empty
     black.rowBytes = data.U16() & 0x3FFF;
-    black.bounds = ReadRect(data);
+    black.bounds = PictureBits_ReadRect(data);
     data.Skip(4);
-    RequirePicture(mask.bitmap && IsKnownDepth(pixels.pixelSize) && pixels.pixelSize <= 8);
-    RequirePicture(mask.bounds.size() == pixels.bounds.size() && black.bounds.height() >= 0);
+    PictureData_Require(mask.bitmap && IsKnownDepth(pixels.pixelSize) && pixels.pixelSize <= 8);
+    PictureData_Require(mask.bounds.size() == pixels.bounds.size() && black.bounds.height() >= 0);
     const uint8_t* maskRows = skipBits(data, mask);
     skipBits(data, black);
     ReadColorTable(data, pixels);

@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: MIT
-// PictureCanvas_qt.cpp - the transfer modes, once for patterns, bits and text.
+// PictureCanvas_qt.cpp - the transfer modes, for patterns, bits and text.
 #include "QuickDraw/PictureCanvas_qt.h"
 
-#include <QtGui/QFont>
-#include <QtGui/QFontDatabase>
-#include <QtGui/QFontMetricsF>
-
 #include <algorithm>
+#include <iterator>
 
 namespace {
 
@@ -17,118 +14,89 @@ QColor Weighted(QRgb color, QRgb weight)
     return weighted;
 }
 
-/// What the two kinds of pixel of a one-bit source become, and how they are laid over the picture.
-struct TwoColorMode
-{
-    QColor one = Qt::transparent;
-    QColor zero = Qt::transparent;
-    QPainter::CompositionMode composition = QPainter::CompositionMode_SourceOver;
+/// Where a colour comes from.
+enum Ink {
+    kNone,
+    kForeground,
+    kBackground,
+    kWhite,
+    kMixedForeground,
+    kMixedBackground,
+    kFaintForeground,
+    kHiliteInk
 };
 
-TwoColorMode ResolveTwoColorMode(int mode, const DrawingColors& colors)
+/// What a transfer mode does with a source.
+struct TransferRule
 {
-    const QColor foreground(colors.foreground);
-    const QColor background(colors.background);
-    TwoColorMode resolved;
-    switch (mode) {
-    case kSrcOr:
-    case kTransparent:
-        resolved.one = foreground;
-        break;
-    case kSrcXor:
-        resolved.one = Qt::white;
-        resolved.composition = QPainter::CompositionMode_Difference; // white turns to the opposite
-        break;
-    case kSrcBic:
-        resolved.one = background;
-        break;
-    case kNotSrcCopy:
-        resolved.one = background;
-        resolved.zero = foreground;
-        break;
-    case kNotSrcOr:
-        resolved.zero = foreground;
-        break;
-    case kNotSrcXor:
-        resolved.zero = Qt::white;
-        resolved.composition = QPainter::CompositionMode_Difference;
-        break;
-    case kNotSrcBic:
-        resolved.zero = background;
-        break;
-    case kBlend:
-        resolved.one = Weighted(colors.foreground, colors.op);
-        resolved.zero = Weighted(colors.background, colors.op);
-        break;
-    case kAddPin:
-    case kAddOver:
-        resolved.one = foreground;
-        resolved.zero = background;
-        resolved.composition = QPainter::CompositionMode_Plus;
-        break;
-    case kSubPin:
-    case kSubOver:
-        resolved.one = foreground;
-        resolved.zero = background;
-        resolved.composition = QPainter::CompositionMode_Difference;
-        break;
-    case kAddMax:
-        resolved.one = foreground;
-        resolved.zero = background;
-        resolved.composition = QPainter::CompositionMode_Lighten;
-        break;
-    case kAddMin:
-        resolved.one = foreground;
-        resolved.zero = background;
-        resolved.composition = QPainter::CompositionMode_Darken;
-        break;
-    case kGrayishTextOr:
-        resolved.one = foreground;
-        resolved.one.setAlpha(128);
-        break;
-    case kHilite:
-        resolved.one = QColor(colors.hilite);
-        resolved.composition = QPainter::CompositionMode_Darken;
-        break;
-    default: // copy, dithered copy
-        resolved.one = foreground;
-        resolved.zero = background;
-        break;
-    }
-    return resolved;
+    int mode;
+    Ink one; // what the black pixels of a one-bit source become
+    Ink zero; // and the white ones
+    QPainter::CompositionMode twoColors; // how those are laid over the picture
+    QPainter::CompositionMode
+        pixels; // the same for pixels with colours of their own, where black is all ones
+};
+
+constexpr auto kOver = QPainter::CompositionMode_SourceOver;
+constexpr auto kPlus = QPainter::CompositionMode_Plus;
+constexpr auto kDifference
+    = QPainter::CompositionMode_Difference; // white turns a pixel to its opposite
+constexpr auto kLighten = QPainter::CompositionMode_Lighten;
+constexpr auto kDarken = QPainter::CompositionMode_Darken;
+
+const TransferRule kRules[] = {
+    { kSrcCopy, kForeground, kBackground, kOver,
+      kOver }, // the rule of all modes that are not listed
+    { kSrcOr, kForeground, kNone, kOver, QPainter::RasterOp_SourceAndDestination },
+    { kSrcXor, kWhite, kNone, kDifference, QPainter::RasterOp_NotSourceXorDestination },
+    { kSrcBic, kBackground, kNone, kOver, QPainter::RasterOp_NotSourceOrDestination },
+    { kNotSrcCopy, kBackground, kForeground, kOver, QPainter::RasterOp_NotSource },
+    { kNotSrcOr, kNone, kForeground, kOver, QPainter::RasterOp_NotSourceAndDestination },
+    { kNotSrcXor, kNone, kWhite, kDifference, QPainter::RasterOp_SourceXorDestination },
+    { kNotSrcBic, kNone, kBackground, kOver, QPainter::RasterOp_SourceOrDestination },
+    { kBlend, kMixedForeground, kMixedBackground, kOver, kOver },
+    { kAddPin, kForeground, kBackground, kPlus, kPlus },
+    { kAddOver, kForeground, kBackground, kPlus, kPlus },
+    { kSubPin, kForeground, kBackground, kDifference, kDifference },
+    { kTransparent, kForeground, kNone, kOver, kOver },
+    { kAddMax, kForeground, kBackground, kLighten, kLighten },
+    { kSubOver, kForeground, kBackground, kDifference, kDifference },
+    { kAddMin, kForeground, kBackground, kDarken, kDarken },
+    { kGrayishTextOr, kFaintForeground, kNone, kOver, kOver },
+    { kHilite, kHiliteInk, kNone, kDarken, kOver },
+};
+
+const TransferRule& RuleOf(int mode)
+{
+    const auto* found
+        = std::find_if(std::begin(kRules), std::end(kRules),
+                       [mode](const TransferRule& rule) { return rule.mode == mode; });
+    return found != std::end(kRules) ? *found : kRules[0];
 }
 
-/// The composition that a mode means for pixels with colours of their own.
-QPainter::CompositionMode PixelComposition(int mode)
+QColor ColorOf(Ink ink, const DrawingColors& colors)
 {
-    switch (mode) { // in the original's terms a black pixel is all ones
-    case kSrcOr:
-        return QPainter::RasterOp_SourceAndDestination;
-    case kSrcXor:
-        return QPainter::RasterOp_NotSourceXorDestination;
-    case kSrcBic:
-        return QPainter::RasterOp_NotSourceOrDestination;
-    case kNotSrcCopy:
-        return QPainter::RasterOp_NotSource;
-    case kNotSrcOr:
-        return QPainter::RasterOp_NotSourceAndDestination;
-    case kNotSrcXor:
-        return QPainter::RasterOp_SourceXorDestination;
-    case kNotSrcBic:
-        return QPainter::RasterOp_SourceOrDestination;
-    case kAddPin:
-    case kAddOver:
-        return QPainter::CompositionMode_Plus;
-    case kSubPin:
-    case kSubOver:
-        return QPainter::CompositionMode_Difference;
-    case kAddMax:
-        return QPainter::CompositionMode_Lighten;
-    case kAddMin:
-        return QPainter::CompositionMode_Darken;
-    default:
-        return QPainter::CompositionMode_SourceOver;
+    QColor color(colors.foreground);
+    switch (ink) {
+    case kForeground:
+        break;
+    case kBackground:
+        return QColor(colors.background);
+    case kWhite:
+        return Qt::white;
+    case kMixedForeground:
+        return Weighted(colors.foreground, colors.op);
+    case kMixedBackground:
+        return Weighted(colors.background, colors.op);
+    case kFaintForeground:
+        color.setAlpha(128);
+        break;
+    case kHiliteInk:
+        return QColor(colors.hilite);
+    case kNone:
+        return Qt::transparent;
     }
+    return color;
 }
 
 /// A pattern's mode as the source mode of the same effect.
@@ -144,80 +112,18 @@ bool IsSolid(const DrawingPattern& pattern)
         && std::count(pattern.bits.begin(), pattern.bits.end(), first) == 8;
 }
 
-QBrush PatternBrush(const DrawingPattern& pattern, const TwoColorMode& mode)
+QBrush PatternBrush(const DrawingPattern& pattern, QColor one, QColor zero)
 {
-    if (IsSolid(pattern))
-        return QBrush(pattern.bits[0] != 0 ? mode.one : mode.zero);
-    QImage tile(8, 8, QImage::Format_ARGB32_Premultiplied);
-    for (int y = 0; y < 8; ++y)
-        for (int x = 0; x < 8; ++x)
-            tile.setPixelColor(x, y, pattern.bits[size_t(y)] & 0x80 >> x ? mode.one : mode.zero);
-    return QBrush(tile);
-}
-
-/// What a well-known font of the home platform is called where it is not installed.
-struct FontSubstitute
-{
-    int number;
-    const char* name;
-    QFont::StyleHint hint;
-};
-
-const FontSubstitute kFonts[] = {
-    { 0, "Chicago", QFont::SansSerif },
-    { 1, "Geneva", QFont::SansSerif },
-    { 2, "New York", QFont::Serif },
-    { 3, "Geneva", QFont::SansSerif },
-    { 4, "Monaco", QFont::Monospace },
-    { 16, "Palatino", QFont::Serif },
-    { 20, "Times", QFont::Serif },
-    { 21, "Helvetica", QFont::SansSerif },
-    { 22, "Courier", QFont::Monospace },
-    { 23, "Symbol", QFont::AnyStyle },
-    { 34, "New Century Schlbk", QFont::Serif },
-    { -1, "Charcoal", QFont::SansSerif },
-    { -1, "Bookman", QFont::Serif },
-    { -1, "Garamond", QFont::Serif },
-    { -1, "Times New Roman", QFont::Serif },
-    { -1, "Courier New", QFont::Monospace },
-};
-
-QFont FontOf(const TextStyle& style)
-{
-    const FontSubstitute* known = nullptr;
-    for (const FontSubstitute& row : kFonts) {
-        const bool match = style.family.isEmpty()
-            ? row.number == style.font
-            : style.family.compare(QLatin1String(row.name), Qt::CaseInsensitive) == 0;
-        if (match && known == nullptr)
-            known = &row;
+    if (IsSolid(pattern)) {
+        return QBrush(pattern.bits[0] != 0 ? one : zero);
     }
-    const QString family = !style.family.isEmpty() ? style.family
-        : known != nullptr                         ? QString::fromLatin1(known->name)
-                                                   : QString();
-    const QFont::StyleHint hint = known != nullptr ? known->hint : QFont::SansSerif;
-    QStringList families;
-    if (!family.isEmpty())
-        families.append(family);
-    families.append(QString::fromLatin1(hint == QFont::Serif           ? "serif"
-                                            : hint == QFont::Monospace ? "monospace"
-                                                                       : "sans-serif"));
-    QFont font;
-    font.setFamilies(families);
-    font.setStyleHint(hint, QFont::PreferOutline);
-    font.setHintingPreference(QFont::PreferNoHinting);
-    font.setPixelSize(
-        qBound(1, style.size == 0 ? 12 : style.size, 2000)); // 72 dpi: points are pixels
-    font.setBold((style.face & 1) != 0);
-    font.setItalic((style.face & 2) != 0);
-    font.setUnderline((style.face & 4) != 0);
-    if ((style.face & 0x20) != 0)
-        font.setStretch(QFont::SemiCondensed);
-    else if ((style.face & 0x40) != 0)
-        font.setStretch(QFont::SemiExpanded);
-    font.setLetterSpacing(QFont::AbsoluteSpacing, style.extraPerCharacter);
-    font.setWordSpacing(style.extraPerSpace);
-    return font;
+    QImage tile(8, 8, QImage::Format_ARGB32_Premultiplied);
+    for (int y = 0; y < 8; ++y) {
+        for (int x = 0; x < 8; ++x) {
+            tile.setPixelColor(x, y, pattern.bits[size_t(y)] & 0x80 >> x ? one : zero);
+        }
+    }
+    return QBrush(tile);
 }
 
 } // namespace
@@ -229,38 +135,26 @@ DrawingPattern DrawingPattern::Solid(bool foreground)
     return pattern;
 }
 
-double FillCost(const DrawingPattern& pattern, int mode)
+void PictureCanvas_FillPath(QPainter& painter,
+                            const QPainterPath& shape,
+                            const DrawingPattern& pattern,
+                            int mode,
+                            const DrawingColors& colors)
 {
-    const bool over = ResolveTwoColorMode(SourceModeOfPattern(mode), {}).composition
-        == QPainter::CompositionMode_SourceOver;
-    return (IsSolid(pattern) ? 1 : 5) + (over ? 0 : 8);
-}
-
-void FillPath(QPainter& painter,
-              const QPainterPath& shape,
-              const DrawingPattern& pattern,
-              int mode,
-              const DrawingColors& colors)
-{
-    const int sourceMode = SourceModeOfPattern(mode);
-    QPainterPath path; // of its own: Qt keeps a second form of each path that it has filled
+    const TransferRule& rule = RuleOf(SourceModeOfPattern(mode));
+    QPainterPath path; // a private copy: Qt keeps a second form of each path that it has filled
     path.addPath(shape);
     path.setFillRule(shape.fillRule());
     painter.save();
     if (!pattern.pixels.isNull()) {
-        painter.setCompositionMode(PixelComposition(sourceMode));
+        painter.setCompositionMode(rule.pixels);
         painter.fillPath(path, QBrush(pattern.pixels));
     } else {
-        const TwoColorMode resolved = ResolveTwoColorMode(sourceMode, colors);
-        painter.setCompositionMode(resolved.composition);
-        painter.fillPath(path, PatternBrush(pattern, resolved));
+        painter.setCompositionMode(rule.twoColors);
+        painter.fillPath(
+            path, PatternBrush(pattern, ColorOf(rule.one, colors), ColorOf(rule.zero, colors)));
     }
     painter.restore();
-}
-
-void InvertPath(QPainter& painter, const QPainterPath& path)
-{
-    FillPath(painter, path, DrawingPattern::Solid(true), kSrcXor, DrawingColors());
 }
 
 namespace {
@@ -272,18 +166,20 @@ bool IsSmall(const QImage& image)
     return qsizetype(image.width()) * image.height() <= kFewPixels;
 }
 
-} // namespace
-
-double BitsCost(const QImage& image, bool scaled, int mode)
+// The same rectangle with its edges on pixels of the device: images that touch leave no seam.
+QRectF SnapToDevice(const QPainter& painter, const QRectF& rect)
 {
-    const bool fast = image.depth() == 32 || IsSmall(image);
-    return (!scaled    ? 5
-                : fast ? 8
-                       : 40)
-        + (PixelComposition(mode) == QPainter::CompositionMode_SourceOver ? 0 : 8);
+    const QTransform& device = painter.deviceTransform();
+    const QRectF exact = device.mapRect(rect);
+    const QPointF topLeft(qRound(exact.left()), qRound(exact.top()));
+    const QPointF bottomRight(std::max(topLeft.x() + 1, double(qRound(exact.right()))),
+                              std::max(topLeft.y() + 1, double(qRound(exact.bottom()))));
+    return device.inverted().mapRect(QRectF(topLeft, bottomRight));
 }
 
-QImage KeyedOut(QImage image, QRgb key)
+} // namespace
+
+QImage PictureCanvas_KeyedOut(QImage image, QRgb key)
 {
     const auto isKey = [key](QRgb pixel) { return (pixel & RGB_MASK) == (key & RGB_MASK); };
     if (image.format() == QImage::Format_Indexed8) {
@@ -301,64 +197,32 @@ QImage KeyedOut(QImage image, QRgb key)
     return image;
 }
 
-void PaintBits(QPainter& painter,
-               const QImage& image,
-               bool bitmap,
-               const QRectF& source,
-               const QRectF& destination,
-               int mode,
-               const DrawingColors& colors)
+void PictureCanvas_PaintBits(QPainter& painter,
+                             const QImage& image,
+                             bool bitmap,
+                             const QRectF& source,
+                             const QRectF& destination,
+                             int mode,
+                             const DrawingColors& colors)
 {
     painter.save();
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    const TransferRule& rule = RuleOf(mode);
     QImage shown = image;
     if (bitmap) {
-        const TwoColorMode resolved = ResolveTwoColorMode(mode, colors);
-        shown.setColorTable({ resolved.zero.rgba(), resolved.one.rgba() });
-        painter.setCompositionMode(resolved.composition);
+        shown.setColorTable(
+            { ColorOf(rule.zero, colors).rgba(), ColorOf(rule.one, colors).rgba() });
+        painter.setCompositionMode(rule.twoColors);
     } else {
-        if (mode == kBlend)
+        if (mode == kBlend) {
             painter.setOpacity(Weighted(0, colors.op).alphaF());
-        painter.setCompositionMode(PixelComposition(mode));
+        }
+        painter.setCompositionMode(rule.pixels);
     }
-    if (shown.depth() != 32 && IsSmall(shown))
+    if (shown.depth() != 32 && IsSmall(shown)) {
         shown.convertTo(shown.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied
                                                 : QImage::Format_RGB32);
-    painter.drawImage(destination, shown, source);
-    painter.restore();
-}
-
-void PaintText(QPainter& painter,
-               const QString& text,
-               QPointF at,
-               const TextStyle& style,
-               const DrawingColors& colors)
-{
-    const QFont font = FontOf(style);
-    QPainterPath glyphs;
-    glyphs.addText(QPointF(), font, text);
-    glyphs.setFillRule(Qt::WindingFill);
-    const QFontMetricsF metrics(font);
-    const QRectF line(0, -metrics.ascent(), metrics.horizontalAdvance(text), metrics.height());
-
-    painter.save();
-    painter.translate(at);
-    painter.scale(style.ratio.width(), style.ratio.height());
-    if (style.mode == kSrcCopy || style.mode == kNotSrcCopy) {
-        const QRgb behind = style.mode == kSrcCopy ? colors.background : colors.foreground;
-        painter.fillRect(line, QColor(behind));
     }
-    if ((style.face & (8 | 16)) != 0) { // hollow letters: their rim in front of a light body
-        painter.setPen(QPen(QColor(colors.foreground), 1));
-        painter.setBrush(QColor(colors.background));
-        if ((style.face & 16) != 0) {
-            painter.setBrush(QColor(colors.foreground));
-            painter.drawPath(glyphs.translated(1, 1));
-            painter.setBrush(QColor(colors.background));
-        }
-        painter.drawPath(glyphs);
-    } else {
-        FillPath(painter, glyphs, DrawingPattern::Solid(true), style.mode, colors);
-    }
+    painter.drawImage(SnapToDevice(painter, destination), shown, source);
     painter.restore();
 }

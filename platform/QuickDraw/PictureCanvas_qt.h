@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
-// PictureCanvas_qt.h - QuickDraw's drawing model over QPainter: patterns, modes, pens and text.
+// PictureCanvas_qt.h - QuickDraw's transfer modes over QPainter: patterns and bits.
 #pragma once
 
-#include <QtCore/QByteArray>
-#include <QtCore/QString>
 #include <QtGui/QImage>
 #include <QtGui/QPainter>
 #include <QtGui/QPainterPath>
@@ -53,48 +51,22 @@ struct DrawingPattern
     static DrawingPattern Solid(bool foreground);
 };
 
-/// How text looks.
-struct TextStyle
-{
-    QString family; // empty: by number
-    int font = 0;
-    int size = 0; // points; 0 the system's 12
-    int face = 0; // 1 bold, 2 italic, 4 underline, 8 outline, 16 shadow, 32 condensed, 64 extended
-    int mode = kSrcOr;
-    double extraPerSpace = 0; // points
-    double extraPerCharacter = 0;
-    QSizeF ratio = { 1, 1 };
-};
-
-/// About how many nanoseconds one pixel of an area takes.
-double FillCost(const DrawingPattern& pattern, int mode);
-double BitsCost(const QImage& image, bool scaled, int mode);
-
 /// Fills a path through a pattern. The painter draws on opaque pixels (Format_RGB32).
-void FillPath(QPainter& painter,
-              const QPainterPath& path,
-              const DrawingPattern& pattern,
-              int mode,
-              const DrawingColors& colors);
-
-/// Turns the pixels inside a path to their opposite.
-void InvertPath(QPainter& painter, const QPainterPath& path);
+void PictureCanvas_FillPath(QPainter& painter,
+                            const QPainterPath& path,
+                            const DrawingPattern& pattern,
+                            int mode,
+                            const DrawingColors& colors);
 
 /// The image with the pixels of one colour transparent, for kTransparent.
-QImage KeyedOut(QImage image, QRgb key);
+QImage PictureCanvas_KeyedOut(QImage image, QRgb key);
 
-/// Paints bits; `bitmap`: the image's black and white stand for foreground and background.
-void PaintBits(QPainter& painter,
-               const QImage& image,
-               bool bitmap,
-               const QRectF& source,
-               const QRectF& destination,
-               int mode,
-               const DrawingColors& colors);
-
-/// Draws MacRoman text with its base line from `at`.
-void PaintText(QPainter& painter,
-               const QString& text,
-               QPointF at,
-               const TextStyle& style,
-               const DrawingColors& colors);
+/// Paints bits, with the destination's edges on pixels of the device.
+///   bitmap  the image's black and white stand for foreground and background
+void PictureCanvas_PaintBits(QPainter& painter,
+                             const QImage& image,
+                             bool bitmap,
+                             const QRectF& source,
+                             const QRectF& destination,
+                             int mode,
+                             const DrawingColors& colors);

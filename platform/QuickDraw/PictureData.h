@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PictureData.h - a bounds-checked reader of big-endian picture data, and the budget of one
-// picture.
+// PictureData.h - a bounds-checked reader of big-endian picture data.
 #pragma once
 
 #include <cstddef>
@@ -12,10 +11,11 @@ struct BadPicture
 {
 };
 
-inline void RequirePicture(bool condition)
+inline void PictureData_Require(bool condition)
 {
-    if (!condition)
+    if (!condition) {
         throw BadPicture();
+    }
 }
 
 /// Reads from a block of bytes that outlives it; throws BadPicture instead of passing its end.
@@ -35,7 +35,7 @@ public:
     /// `n` bytes, which are passed.
     const uint8_t* Bytes(size_t n)
     {
-        RequirePicture(n <= Left());
+        PictureData_Require(n <= Left());
         const uint8_t* bytes = m_at;
         m_at += n;
         return bytes;
@@ -63,46 +63,4 @@ private:
     const uint8_t* m_begin;
     const uint8_t* m_at;
     const uint8_t* m_end;
-};
-
-/// About how many nanoseconds painting takes, by how it grows with the size painted at.
-struct PaintCost
-{
-    double fixed = 0;
-    double outline = 0; // of a pixel along a line, at one pixel a point
-    double area = 0; // of a pixel in an area
-
-    double At(double scale) const { return fixed + outline * scale + area * scale * scale; }
-};
-
-/// What one picture may cost; hostile data ends in BadPicture, not in a stalled host.
-class PictureBudget
-{
-public:
-    static constexpr double kMostTime = 500e6; // nanoseconds of decoding and one painting
-
-    /// Bytes held until the picture goes.
-    void SpendMemory(uint64_t bytes)
-    {
-        RequirePicture(bytes <= kMostMemory - m_memory);
-        m_memory += bytes;
-    }
-    void Spend(const PaintCost& cost)
-    {
-        m_cost.fixed += cost.fixed;
-        m_cost.outline += cost.outline;
-        m_cost.area += cost.area;
-        RequirePicture(m_cost.At(m_scale) <= kMostTime);
-    }
-    /// How many pixels at its own size a picture has for one of its points.
-    void SetScale(double scale) { m_scale = scale; }
-
-    uint64_t MemorySpent() const { return m_memory; }
-    const PaintCost& Cost() const { return m_cost; }
-
-private:
-    static constexpr uint64_t kMostMemory = 52u << 20;
-    uint64_t m_memory = 0;
-    PaintCost m_cost;
-    double m_scale = 1;
 };

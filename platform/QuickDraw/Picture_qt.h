@@ -15,10 +15,10 @@ class QRectF;
 class DecodedPicture
 {
 public:
-    /// Decodes `size` bytes. Null for what cannot be shown whole: a half picture counts as missing.
+    /// Decodes `size` bytes. Null if the picture cannot be shown whole, or exceeds the limits of PictureBudget.h.
     static std::shared_ptr<const DecodedPicture> Decode(const void* data, std::size_t size);
 
-    /// An image of its own, a pixel a point; null for a null one.
+    /// Wraps an image, one pixel per point. Null for a null image.
     static std::shared_ptr<const DecodedPicture> OfImage(const QImage& image);
 
     virtual ~DecodedPicture() = default;

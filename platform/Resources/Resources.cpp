@@ -4,12 +4,14 @@
 #include "Resources/Resources.h"
 
 #include "CoreServices/FileRefs.h"
-#include "libc/FileBytes.h"
+#include "support/FileBytes.h"
 
 #include <algorithm>
 #include <list>
 #include <memory>
 #include <unordered_map>
+
+namespace {
 
 // A loaded resource. Its handle is the address of `data`.
 struct Block
@@ -45,6 +47,8 @@ struct Chain
     OSErr error = noErr;
     std::unordered_map<Handle, Map*> handles;
 };
+
+} // namespace
 
 static Chain& GetChain()
 {

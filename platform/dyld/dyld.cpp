@@ -14,6 +14,8 @@
 #include <unistd.h>
 #include <vector>
 
+namespace {
+
 struct Image
 {
     const mach_header* header;
@@ -34,6 +36,8 @@ struct Known
     Images images;
     std::set<std::string> names; // kept for ever: callers hold the texts
 };
+
+} // namespace
 
 static Known& GetKnown()
 {

@@ -3,7 +3,6 @@
 #include <sys/fcntl.h>
 
 #include <cerrno>
-#include <cstdarg>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,7 +15,7 @@ static bool LockIsUnsupported(int error)
 
 static bool Lock(int fd, int flags)
 {
-    int operation = (flags & O_EXLOCK) ? LOCK_EX : LOCK_SH;
+    int operation = (flags & static_cast<int>(O_EXLOCK)) ? LOCK_EX : LOCK_SH;
     if (flags & O_NONBLOCK) {
         operation |= LOCK_NB;
     }
@@ -34,21 +33,13 @@ static bool Truncate(int fd)
     return fstat(fd, &info) == 0 && (!S_ISREG(info.st_mode) || ftruncate(fd, 0) == 0);
 }
 
-int open(const char* path, int flags, ...)
+int open(const char* path, OpenLockFlags lockFlags, mode_t mode)
 {
-    mode_t mode = 0;
-    if (flags & (O_CREAT | __O_TMPFILE)) {
-        va_list arguments;
-        va_start(arguments, flags);
-        mode = va_arg(arguments, mode_t);
-        va_end(arguments);
-    }
-    if ((flags & (O_SHLOCK | O_EXLOCK)) == 0) {
-        return openat(AT_FDCWD, path, flags, mode);
-    }
+    const int flags = static_cast<int>(lockFlags);
     // The old contents stay until the lock is held: its holder may still be reading them. A child
     // process must not inherit the descriptor, since it would hold the lock as well.
-    int fd = openat(AT_FDCWD, path, (flags & ~(O_SHLOCK | O_EXLOCK | O_TRUNC)) | O_CLOEXEC, mode);
+    const int plainFlags = flags & ~(static_cast<int>(O_SHLOCK | O_EXLOCK) | O_TRUNC);
+    int fd = openat(AT_FDCWD, path, plainFlags | O_CLOEXEC, mode);
     if (fd < 0) {
         return -1;
     }

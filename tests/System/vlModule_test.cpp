@@ -256,6 +256,40 @@ TEST_F(ModuleTest, PreferencesOfTheModule)
     EXPECT_TEXT("default", result);
 }
 
+TEST_F(ModuleTest, CallsAfterTheStringsAreReleasedAreSafe)
+{
+    m->ModuleInit("P", "C");
+    ASSERT_EQ(m->SetModuleIntPref("n", 1, false), 0);
+    const std::pair<const char*, std::function<void(String&)>> rows[] = {
+        { "A/B/X.bundle/Contents/", m->GetModuleParentFolder },
+        { "A/B/", [this](String& result) { m->GetFolderPath(result, kFolderModule); } },
+        { "A/B/X.bundle/Contents/MacOS/", [this](String& result) { result = m->GetModulePath(); } },
+    };
+    String result;
+    for (const auto& [path, call] : rows) {
+        m->ReleaseModuleStrings();
+        m->ReleaseModuleStrings();
+        call(result);
+        EXPECT_EQ(Below(result), path);
+        m->ReleaseModuleStrings();
+        m->GetMakerFolderPath(result); // makes the strings again, all empty
+        EXPECT_TEXT("Veltrano/", result);
+        call(result);
+        EXPECT_EQ(Below(result), path);
+    }
+    m->ReleaseModuleStrings();
+    m->GetModuleBundleName(result);
+    EXPECT_TEXT("X.bundle", result);
+    m->ReleaseModuleStrings();
+    EXPECT_EQ(m->GetModuleIntPref("n", 5, false), 5);
+    m->ReleaseModuleStrings();
+    EXPECT_EQ(m->SetModuleIntPref("n", 2, true), -1);
+    EXPECT_EQ(m->SetModuleStringPref("s", "x", true), -1);
+    m->GetModuleStringPref(result, "s", "default", true);
+    EXPECT_TEXT("default", result);
+    EXPECT_FALSE(std::filesystem::exists(Path("etc"))) << "no file for an empty identifier";
+}
+
 // Each row runs in a process of its own: a place once found is kept.
 TEST(ModuleImagesDeathTest, TheWalkPassesOverWhatHasNoFile)
 {

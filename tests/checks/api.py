@@ -8,19 +8,25 @@ import sys
 
 def dynamic_symbols(path, kind):
     lines = subprocess.run(["nm", "-D", f"--{kind}-only", path], check=True, capture_output=True, text=True)
-    names = (line.split()[-1].split("@")[0] for line in lines.stdout.splitlines())
-    return {name.removeprefix("vlp_") for name in names if name.startswith("vlp_")}
+    names = {line.split()[-1].split("@")[0] for line in lines.stdout.splitlines()}
+    return {name for name in names if not name.startswith("_ZSt")}  # unique objects of the language runtime
 
 
-def main(platform, module, *libraries):
+def elf_name(name, users):
+    return name if "plain" in users else f"vlp_{name}"
+
+
+def main(source, module, *libraries):
+    platform = source / "platform"
     register = {}
     for line in (platform / "api.list").read_text().splitlines():
         if line and not line.startswith("#"):
             name, library, *users = line.split()
             register[name] = (library, users)
     declared = set()
-    for header in platform.glob("include/**/*.h"):
-        declared |= set(re.findall(r"VL_SYMBOL\((\w+)\)", header.read_text())) - {"name"}
+    for header in [*platform.glob("include/**/*.h"), *source.glob("include/**/*.h")]:
+        declared |= set(re.findall(r"VL_SYMBOL\((\w+)\)|^VL_EXPORT .*?(\w+)\(", header.read_text(), re.M))
+    declared = {name or plain for name, plain in declared} - {"name"}
 
     faults = []
 
@@ -30,10 +36,10 @@ def main(platform, module, *libraries):
 
     compare("headers", declared, set(register))
     for path, library in zip(libraries, ("foundation", "toolbox")):
-        listed = {name for name, (owner, _) in register.items() if owner == library}
+        listed = {elf_name(name, users) for name, (owner, users) in register.items() if owner == library}
         compare(f"lib {library}", dynamic_symbols(path, "defined"), listed)
-    imported = dynamic_symbols(module, "undefined")
-    compare("module", imported, {name for name, (_, users) in register.items() if "module" in users})
+    imported = {name for name in dynamic_symbols(module, "undefined") if name.startswith("vlp_")}
+    compare("module", imported, {elf_name(name, users) for name, (_, users) in register.items() if "module" in users})
     print("\n".join(faults))
     return 1 if faults else 0
 

@@ -4,14 +4,17 @@ import pathlib
 import re
 import sys
 
-BACK_ENDS = r"Q[A-Z].*|Qt\w+/.*|plist/.*|xcb/.*|X11/.*"
+BACK_ENDS = r"Q[A-Z].*|Qt\w+/.*|xcb/.*|X11/.*"
 # folder: (own headers that it may include with quotes, system headers in angle brackets that it may not)
 FOLDERS = {
     "System": (r"System/.*", rf"({BACK_ENDS})|veltrano/.*|Carbon/.*"),
-    "ui": (r"(ui|System)/.*|module/EntryTable\.h", rf"({BACK_ENDS})|veltrano/.*"),
-    "module": (r"(module|ui|System)/.*", rf"({BACK_ENDS})|veltrano/.*"),
-    "platform": (r"(CoreFoundation|CoreServices|Resources|dyld|libc|HIToolbox|QuickDraw)/.*", None),
+    "ui": (r"(ui|System)/.*", rf"({BACK_ENDS})|veltrano/(?!EntryTable\.h).*"),
+    "module": (r"(module|ui|System)/.*", rf"({BACK_ENDS})|veltrano/(?!EntryTable\.h).*"),
+    "include": (r"", BACK_ENDS),
+    "platform": (r"\w+/.*", None),
 }
+# Inside platform: a folder may include itself and those before it.
+PLATFORM = ["support", "libc", "dyld", "CoreServices", "Resources", "CoreFoundation", "QuickDraw", "HIToolbox"]
 # Inside System: what a file may use besides its own header and the assertion report.
 SYSTEM = {
     "vlAssert": set(),
@@ -44,9 +47,12 @@ def main(root):
                 if quote == "<" and forbidden and re.fullmatch(forbidden, header):
                     faults.append(f"{where} is a back end or the host's")
                 if folder == "platform" and re.fullmatch(BACK_ENDS, header):
-                    plist = header.startswith("plist/")
-                    if not path.stem.endswith("_plist" if plist else "_qt"):
+                    if not path.stem.endswith("_qt"):
                         faults.append(f"{where} in a file whose suffix does not name it")
+                if folder == "platform" and quote == '"' and not public:
+                    reach = PLATFORM[: PLATFORM.index(name.parts[1]) + 1]
+                    if header.split("/")[0] not in reach:
+                        faults.append(f"{where} is out of reach for platform/{name.parts[1]}/")
                 if folder == "System" and quote == '"':
                     used = header.removeprefix("System/").removesuffix(".h")
                     if used not in SYSTEM[path.stem] | {path.stem, "vlAssert"}:

@@ -4,7 +4,7 @@
 # the host's window, gone before it.
 set -eu
 trace=$(mktemp)
-trap 'rm -f "$trace" "$trace.png" "$trace-box.png"' EXIT
+trap 'rm -f "$trace" "$trace.png"' EXIT
 WAYLAND_DEBUG=1 "$1" --module "$2" --snapshot "$trace.png" 2>"$trace"
 requests=$(sed -n 's/.*-> \(xdg_toplevel@.*\)/\1/p' "$trace")
 number() { # of the window with a title

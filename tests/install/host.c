@@ -1,25 +1,14 @@
 /* SPDX-License-Identifier: MIT */
-/* host.c - a host that knows the entry table alone. */
-#include <module/EntryTable.h>
-#include <stdio.h>
-#include <string.h>
+/* host.c - a host that knows what is installed alone: it loads the module beside the library. */
+#include <veltrano/Host.h>
 
-int main(int argc, char** argv)
+#include <stdio.h>
+
+int main(void)
 {
-    if (argc != 2)
-        return 2;
-    CFURLRef url = CFURLCreateFromFileSystemRepresentation(
-        kCFAllocatorDefault, (const UInt8*)argv[1], (CFIndex)strlen(argv[1]), 1);
-    CFBundleRef module = CFBundleCreate(kCFAllocatorDefault, url);
-    CFRelease(url);
-    void* symbol = CFBundleGetFunctionPointerForName(module, CFSTR("GetEntryTable"));
-    GetEntryTableProc get = NULL;
-    memcpy(&get, &symbol, sizeof get);
-    if (get == NULL || get()[kEntryShowAboutBox] == NULL) {
-        fprintf(stderr, "no table in %s\n", argv[1]);
-        return 1;
-    }
-    CFBundleUnloadExecutable(module);
-    CFRelease(module);
-    return 0;
+    VeltranoModuleRef module = VeltranoOpenModule(NULL);
+    VeltranoCloseModule(module);
+    if (module == NULL)
+        fprintf(stderr, "no module beside the library\n");
+    return module == NULL;
 }

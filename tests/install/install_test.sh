@@ -1,7 +1,7 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# Installs into an empty prefix, moves it, and builds two consumers outside of the tree: a host in C that knows
-# the entry table alone, through pkg-config, and a component in C++ that links Veltrano::System, through CMake.
+# Installs into an empty prefix, moves it, and builds two consumers outside of the tree: a host in C, through
+# pkg-config, and a component in C++ that links Veltrano::System, through CMake.
 set -eu
 build=$1
 source=$2
@@ -14,16 +14,16 @@ prefix=$folder/moved
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name veltrano.pc)")
 export PKG_CONFIG_PATH
 
-# Each public header compiles alone; what a host includes does so in C, too.
+# Each public header compiles alone, those of components beside libc/; what a host includes does so in C, too.
 (cd "$prefix/include/veltrano" && find . -name '*.h' | sed 's|^\./||') | while read -r header; do
     # shellcheck disable=SC2046
     echo "#include <$header>" | g++ -std=c++20 -Wall -Wextra -Wpedantic -Wno-multichar -Werror -fsyntax-only -x c++ \
-        $(pkg-config --cflags veltrano) -
+        $(pkg-config --cflags veltrano) -I"$prefix/include/veltrano/libc" -
 done
 # shellcheck disable=SC2046
 gcc -std=c11 -Wall -Wextra -Wpedantic -Werror "$source/host.c" -o "$folder/host" \
     $(pkg-config --cflags --libs veltrano) -Wl,-rpath,"$(pkg-config --variable=libdir veltrano)"
-QT_QPA_PLATFORM=offscreen "$folder/host" "$(pkg-config --variable=bundle veltrano)"
+QT_QPA_PLATFORM=offscreen "$folder/host"
 
 cmake -S "$source/component" -B "$folder/component" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$folder/component" >/dev/null

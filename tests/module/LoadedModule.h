@@ -2,11 +2,10 @@
 // LoadedModule.h - the module as a Qt host loads it, and its box while it is up.
 #pragma once
 
-#include "module/EntryTable.h"
 #include "tests/support/Foundation.h"
 
 #include <Carbon/Carbon.h>
-#include <veltrano/HostWindow.h>
+#include <veltrano/Host.h>
 
 #include <QtCore/QThread>
 #include <QtCore/QTimer>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // CFBundle_test.cpp - bundles: identity, code, search, resource maps.
-#include "Resources/ResourceFile.h"
 #include "tests/support/Foundation.h"
+#include "tools/ResourceWriter.h"
 
 #include <CoreServices/Resources.h>
 
@@ -19,7 +19,7 @@ protected:
             unsetenv(variable);
     }
 
-    Owned<CFBundleRef> Create() const
+    Ref<CFBundleRef> Create() const
     {
         return Own(CFBundleCreate(nullptr, FolderURL(m_path).get()));
     }
@@ -39,7 +39,7 @@ protected:
 
     static std::string Resource(const std::string& text)
     {
-        ResourceFile file;
+        ResourceWriter file;
         file.Set({ 'TEXT', 1, 0, "", { text.begin(), text.end() } });
         file.Set({ ResType(text == "local" ? 'loca' : 'plai'), 2, 0, "", { 'x' } });
         auto bytes = file.Serialize();

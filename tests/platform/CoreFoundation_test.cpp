@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -91,6 +92,20 @@ TEST(CFString, ConstantsAreOneObjectATextAndOutliveTheirLiteral)
     EXPECT_TRUE(CFEqual(constant, Str("gone soon").get()));
 }
 
+// All of these texts have one value under the hash of the C++ library, which is known to everybody.
+TEST(CFString, HashesCannotBeForeseen)
+{
+    const std::string pairs[] = { "SY}8\xd6\x92\xcb\x9bSY}8\xd6\x92\xcb\x9b", "SY:Rqxs*SY:Rqxs*" };
+    std::set<CFHashCode> hashes;
+    for (unsigned i = 0; i < 1024; ++i) {
+        std::string text;
+        for (unsigned bit = 0; bit < 10; ++bit)
+            text += pairs[i >> bit & 1];
+        hashes.insert(kCFTypeDictionaryKeyCallBacks.hash(Str(text).get()));
+    }
+    EXPECT_EQ(1024u, hashes.size());
+}
+
 // --- counting ---
 
 TEST(CFBase, CountsFromManyThreads)
@@ -111,22 +126,11 @@ TEST(CFBase, CountsFromManyThreads)
     EXPECT_GT(CFGetRetainCount(kCFBooleanTrue), 1);
 }
 
-TEST(CFBase, EndsDeepNestsWithoutADeepStack)
-{
-    Owned<CFMutableDictionaryRef> outer = Dict();
-    for (int i = 0; i < 300000; ++i) {
-        auto next = Dict();
-        CFDictionarySetValue(next.get(), CFSTR("inner"), outer.get());
-        outer = std::move(next);
-    }
-}
-
 TEST(CFBase, ClassesAreDistinct)
 {
     std::vector<CFTypeID> ids
-        = { CFStringGetTypeID(),     CFNumberGetTypeID(), CFBooleanGetTypeID(),
-            CFDataGetTypeID(),       CFDateGetTypeID(),   CFArrayGetTypeID(),
-            CFDictionaryGetTypeID(), CFURLGetTypeID(),    CFBundleGetTypeID() };
+        = { CFStringGetTypeID(), CFNumberGetTypeID(), CFBooleanGetTypeID(),   CFDataGetTypeID(),
+            CFDateGetTypeID(),   CFArrayGetTypeID(),  CFDictionaryGetTypeID() };
     std::sort(ids.begin(), ids.end());
     EXPECT_EQ(ids.end(), std::adjacent_find(ids.begin(), ids.end()));
     EXPECT_EQ(CFBooleanGetTypeID(), CFGetTypeID(kCFBooleanFalse));
@@ -138,7 +142,7 @@ TEST(CFNumber, ConvertsExactlyOrTellsAndGivesTheNearest)
 {
     const struct
     {
-        Owned<CFNumberRef> number;
+        Ref<CFNumberRef> number;
         bool isExact[3]; // in 8, 32 and 64 bits
         SInt8 as8;
         SInt32 as32;
@@ -185,13 +189,6 @@ TEST(CFData, StaysInItsBytes)
     const UInt8 bytes[] = { 1, 2, 3, 4 };
     auto borrowed = Own(CFDataCreateWithBytesNoCopy(nullptr, bytes, 4, kCFAllocatorNull));
     EXPECT_EQ(bytes, CFDataGetBytePtr(borrowed.get()));
-    UInt8 out[4] = {};
-    CFDataGetBytes(borrowed.get(), CFRangeMake(2, 100), out);
-    EXPECT_EQ(3, out[0]);
-    EXPECT_EQ(0, out[2]);
-    CFDataGetBytes(borrowed.get(), CFRangeMake(-1, 2), out);
-    CFDataGetBytes(borrowed.get(), CFRangeMake(5, 1), out);
-    EXPECT_EQ(3, out[0]);
     EXPECT_TRUE(CFEqual(borrowed.get(), Own(CFDataCreate(nullptr, bytes, 4)).get()));
     EXPECT_FALSE(CFEqual(borrowed.get(), Own(CFDataCreate(nullptr, bytes, 3)).get()));
     EXPECT_EQ(nullptr, CFDataCreate(nullptr, bytes, -1));

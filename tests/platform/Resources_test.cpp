@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Resources_test.cpp - the chain of resource files, handles, and damaged files.
-#include "Resources/ResourceFile.h"
 #include "tests/support/Foundation.h"
+#include "tools/ResourceWriter.h"
 
 #include <CoreServices/CoreServices.h>
 
@@ -12,7 +12,7 @@ static std::vector<uint8_t> Bytes(const std::string& text)
     return { text.begin(), text.end() };
 }
 
-static std::string FileText(const ResourceFile& file)
+static std::string FileText(const ResourceWriter& file)
 {
     auto bytes = file.Serialize();
     return bytes ? std::string(bytes->begin(), bytes->end()) : "";
@@ -40,7 +40,7 @@ TEST(Resources, SearchesFromTheCurrentFileDownTheChain)
 {
     TemporaryFolder folder;
     for (const char* name : { "old", "new" }) {
-        ResourceFile file;
+        ResourceWriter file;
         file.Set({ 'TEXT', 1, 0, "", Bytes(std::string("from ") + name) });
         file.Set({ 'only', name[0], 0, "", Bytes("") });
         WriteFile(folder.Path(name), FileText(file));
@@ -76,7 +76,7 @@ TEST(Resources, SearchesFromTheCurrentFileDownTheChain)
 TEST(Resources, GivesOneHandleUntilItIsReleased)
 {
     TemporaryFolder folder;
-    ResourceFile file;
+    ResourceWriter file;
     file.Set({ 'TEXT', -5, 0, "name", Bytes("data") });
     WriteFile(folder.Path("f"), FileText(file));
     SInt16 number = Open(folder.Path("f"));
@@ -107,7 +107,7 @@ TEST(Resources, RefusesWhatIsNoResourceFile)
 
 TEST(ResourceFile, DamagedBytesAreReadOrRefused)
 {
-    ResourceFile file;
+    ResourceWriter file;
     for (int16_t id = 0; id < 20; ++id) {
         file.Set({ ResType(id % 2 ? 'PICT' : 'STR '), id, 0x20, "n" + std::to_string(id),
                    Bytes("0123456789") });

@@ -169,6 +169,19 @@ TEST(StandardAlert, ButtonsStandInOrderAndOnTheScreen)
     }
 }
 
+TEST(StandardAlert, InvalidTextIsShownAndACutCharacterIsNot)
+{
+    const AlertStdAlertParamRec param = YesNo();
+    const auto look = [](QWidget* alert) {
+        const QWidget* texts = alert->findChild<QScrollArea*>()->widget();
+        const auto views = texts->findChildren<QWidget*>(Qt::FindDirectChildrenOnly);
+        EXPECT_EQ(QStringLiteral("\u20AC \uFFFD."), views.at(0)->accessibleName());
+        EXPECT_EQ(QStringLiteral("100 "), views.at(1)->accessibleName());
+        Click("Yes");
+    };
+    EXPECT_EQ(2, Show(&param, look, "\xE2\x82\xAC \xFF.", "100 \xE2\x82"));
+}
+
 TEST(StandardAlert, StandardTextsAndBadArguments)
 {
     AlertStdAlertParamRec param {};

@@ -2,44 +2,35 @@
 // Foundation.h - short hands for tests that use Core Foundation, and a home of their own.
 #pragma once
 
+#include "platform/support/Ref.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <gtest/gtest.h>
-#include <memory>
 #include <string>
 
-struct ReleaseObject
+template <typename Pointer> Ref<Pointer> Own(Pointer object)
 {
-    void operator()(const void* object) const { CFRelease(object); }
-};
-
-/// Owns one reference.
-template <typename Pointer>
-using Owned = std::unique_ptr<std::remove_pointer_t<Pointer>, ReleaseObject>;
-
-template <typename Pointer> Owned<Pointer> Own(Pointer object)
-{
-    return Owned<Pointer>(object);
+    return Ref<Pointer>(object);
 }
 
-inline Owned<CFStringRef> Str(const std::string& text)
+inline Ref<CFStringRef> Str(const std::string& text)
 {
     return Own(CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingUTF8));
 }
 
-inline Owned<CFNumberRef> Int(SInt64 value)
+inline Ref<CFNumberRef> Int(SInt64 value)
 {
     return Own(CFNumberCreate(nullptr, kCFNumberSInt64Type, &value));
 }
 
-inline Owned<CFNumberRef> Real(double value)
+inline Ref<CFNumberRef> Real(double value)
 {
     return Own(CFNumberCreate(nullptr, kCFNumberDoubleType, &value));
 }
 
-inline Owned<CFMutableDictionaryRef> Dict()
+inline Ref<CFMutableDictionaryRef> Dict()
 {
     return Own(CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
                                          &kCFTypeDictionaryValueCallBacks));
@@ -62,7 +53,7 @@ inline std::string PathOf(CFURLRef url)
     return isDone ? reinterpret_cast<const char*>(path) : "(no path)";
 }
 
-inline Owned<CFURLRef> FolderURL(const std::string& path)
+inline Ref<CFURLRef> FolderURL(const std::string& path)
 {
     return Own(CFURLCreateFromFileSystemRepresentation(nullptr,
                                                        reinterpret_cast<const UInt8*>(path.data()),

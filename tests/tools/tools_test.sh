@@ -36,8 +36,16 @@ same() { # two files
     run vlprefs set com.example.a On --bool maybe
     run vlprefs set a/b On --int 1
     run vlprefs get com.example.b Nothing
+    run vlprefs set com.example.a On/Off --int 1
+    run vlprefs domains
+    run vlprefs clear com.example.a --all-users
+    run vlprefs domains --all-users
     plutil=$(find config -name '*.plist')
     python3 -c 'import plistlib, sys; print(sorted(plistlib.load(open(sys.argv[1], "rb")).items()))' "$plutil"
+    echo "<plist" >"$plutil"
+    run vlprefs list com.example.a | sed 's|/.*/||; s|[.][^ .]*[.]plist|.plist|'
+    run vlprefs set com.example.a View --string new | sed 's|/.*/||; s|[.][^ .]*[.]plist|.plist|'
+    run vlprefs list com.example.a
 
     printf '; kept\n[one]\na = 1\n\n[two]\nb=2\n' >profile.ini
     run vlprofile get profile.ini one a
@@ -55,11 +63,21 @@ same() { # two files
     run vlprofile get profile.ini one a
     run vlprofile keys profile.ini none
     cat profile.ini
+    printf '[a]\nName=x\nName[de]=y\nEnd=z\n' >desktop.ini
+    run vlprofile set desktop.ini a Name new
+    run vlprofile set desktop.ini a End new
+    run vlprofile set desktop.ini de k v
+    run vlprofile remove-line desktop.ini a Name=new
+    run vlprofile set desktop.ini b k v
+    printf '[a]\n%1022s\n' x >long.ini
+    run vlprofile set long.ini a k v
+    wc -c <long.ini
+    cat desktop.ini
     run vlprofile get missing.ini one a
     run vlprofile frobnicate
 
     run vlpict add a.rsrc --id 128 --name First --density 2 "$source/examples/host/about-light.png" | sed 's|/.*/||'
-    run vlpict add a.rsrc --id -3 "$source/module/artwork/default.png" | sed 's|/.*/||'
+    run vlpict add a.rsrc --id=-3 --name=Ö "$source/module/artwork/default.png" | sed 's|/.*/||'
     run vlpict list a.rsrc | sed 's/ [0-9]\{4,\}/ N/'
     run vlpict extract a.rsrc --id 128 one.pict
     run vlpict draw one.pict --scale 2 two.png
@@ -72,14 +90,23 @@ same() { # two files
     run vlpict draw a.rsrc --id -3 none.png
     run vlpict list profile.ini
     run vlpict add a.rsrc --id 99999 one.png
+    run vlpict add a.rsrc --id 1 --name 日 one.png
+    "$tools/vlpict" add - --id 1 --density 2 two.png </dev/null 2>errors \
+        | "$tools/vlpict" draw - --id 1 --scale 2 - >five.png 2>errors
+    same two.png five.png
+    "$tools/vlpict" list a.rsrc 2>errors >/dev/full
+    grep '^vlpict:' errors
+    run vlpict --version | sed 's| [0-9.]*$| N|'
 
     run vlabout --picture two.png --density 2 --version "Product 3.2" --text "Extra" --snapshot box.png
-    run vlabout --bundle . --id 5 --snapshot nowhere/box.png
+    run vlabout --bundle . --id 5 --snapshot box.png
+    run vlabout --snapshot nowhere/box.png
     run vlabout --style light
     [ -s box.png ] && echo "a picture"
     run vlcheck "$bundle" | sed 's|/.*/||'
-    mkdir -p Bad.bundle/Contents/MacOS
-    run vlcheck Bad.bundle | sed 's|/.*/||'
+    cp -r "$bundle" Bare.bundle
+    rm -r Bare.bundle/Contents/Resources/*.lproj
+    run vlcheck Bare.bundle
 } | sed 's, *$,,' >printed.txt
 
 diff -u "$expected" printed.txt

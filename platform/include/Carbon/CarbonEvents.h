@@ -7,9 +7,7 @@
 
 typedef UInt32 EventParamName;
 typedef UInt32 EventParamType;
-typedef double EventTime;          // seconds since the system started
-typedef EventTime EventTimerInterval; // seconds
-typedef UInt32 EventAttributes;
+typedef double EventTimerInterval; // seconds
 
 typedef struct EventTypeSpec
 {
@@ -19,9 +17,7 @@ typedef struct EventTypeSpec
 
 enum {
     kEventClassCommand = 0x636D6473, // 'cmds'
-    kEventProcessCommand = 1,
-    kEventCommandProcess = 1,
-    kEventCommandUpdateStatus = 2
+    kEventCommandProcess = 1
 };
 
 enum {
@@ -43,9 +39,6 @@ enum {
 
 enum {
     kHICommandOK = 0x6F6B2020,     // 'ok  '
-    kHICommandCancel = 0x6E6F7421, // 'not!'
-    kHICommandQuit = 0x71756974,   // 'quit'
-    kHICommandAbout = 0x61626F75,  // 'abou'
     kHICommandClose = 0x636C6F73   // 'clos'
 };
 
@@ -98,26 +91,13 @@ UInt32 GetEventKind(EventRef event) VL_SYMBOL(GetEventKind);
 OSStatus GetEventParameter(EventRef event, EventParamName name, EventParamType type,
                            EventParamType* actualType, UInt32 size, UInt32* actualSize, void* data)
     VL_SYMBOL(GetEventParameter);
-/// An event of the caller's own, given back with ReleaseEvent; `flags` is 0.
-OSStatus CreateEvent(CFAllocatorRef allocator, UInt32 eventClass, UInt32 eventKind, EventTime when,
-                     EventAttributes flags, EventRef* event) VL_SYMBOL(CreateEvent);
-OSStatus SetEventParameter(EventRef event, EventParamName name, EventParamType type, UInt32 size,
-                           const void* data) VL_SYMBOL(SetEventParameter);
-void ReleaseEvent(EventRef event) VL_SYMBOL(ReleaseEvent);
-
-/// Borrowed; lives as long as its window or control. Null for what is none.
+/// Owned by its window. Null for an invalid reference.
 EventTargetRef GetWindowEventTarget(WindowRef window) VL_SYMBOL(GetWindowEventTarget);
-EventTargetRef GetControlEventTarget(ControlRef control) VL_SYMBOL(GetControlEventTarget);
-EventTargetRef GetApplicationEventTarget(void) VL_SYMBOL(GetApplicationEventTarget);
-/// Offers an event to a target's handlers, newest first, until one returns anything but
-/// eventNotHandledErr; then, for a command, to the targets behind it (containers, window, application).
-///   returns  the last handler's result; eventNotHandledErr when nobody took it
-OSStatus SendEventToEventTarget(EventRef event, EventTargetRef target)
-    VL_SYMBOL(SendEventToEventTarget);
 
 EventHandlerUPP NewEventHandlerUPP(EventHandlerProcPtr routine) VL_SYMBOL(NewEventHandlerUPP);
-void DisposeEventHandlerUPP(EventHandlerUPP routine) VL_SYMBOL(DisposeEventHandlerUPP);
-/// Adds a handler for `count` event types (copied). `handler` may be null: it then ends with its target.
+/// Adds a handler for `count` event types (copied). `handler` may be null: it then ends with its target. Events
+/// are offered to the newest handler first, until one returns anything but eventNotHandledErr; news about a window
+/// reaches every handler.
 ///   returns  noErr; eventHandlerAlreadyInstalledErr for the same routine and user data; paramErr
 OSStatus InstallEventHandler(EventTargetRef target, EventHandlerUPP routine, UInt32 count,
                              const EventTypeSpec* types, void* userData, EventHandlerRef* handler)

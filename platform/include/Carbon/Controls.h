@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Controls.h - controls and their data. Main thread only. A control belongs to its window and ends with
-// it; a null control gives paramErr, what is none controlHandleInvalidErr.
+// Controls.h - controls and their data. Main thread only. Controls are owned and freed by their window. A null
+// ControlRef returns paramErr, an invalid one controlHandleInvalidErr.
 #pragma once
 
 #include <Carbon/HIObject.h>
@@ -56,11 +56,9 @@ enum { kControlEntireControl = 0, kControlPicturePart = 6, kControlButtonPart = 
 
 enum {
     kControlStaticTextTextTag = 0x74657874,         // 'text': bytes without a zero, any size
-    kControlStaticTextCFStringTag = 0x63667374,     // 'cfst': a CFStringRef; get hands over a reference
     kControlFontStyleTag = 0x666F6E74,              // 'font': a ControlFontStyleRec
     kControlPictureHandleTag = 0x70696368,          // 'pich': a PicHandle, decoded at once
-    kControlPushButtonDefaultTag = 0x64666C74,      // 'dflt': a Boolean; outline and Return
-    kControlPushButtonCancelTag = 0x636E636C        // 'cncl': a Boolean; Escape
+    kControlPushButtonDefaultTag = 0x64666C74       // 'dflt': a Boolean; outline and Return
 };
 
 #ifdef __cplusplus

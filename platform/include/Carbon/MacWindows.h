@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// MacWindows.h - windows. Main thread only. A null window, or what is none, gives errInvalidWindowRef or,
-// where there is no result, is ignored.
+// MacWindows.h - windows. Main thread only. A null or invalid WindowRef returns errInvalidWindowRef; void
+// functions ignore it.
 #pragma once
 
 #include <Carbon/Appearance.h>

@@ -25,18 +25,6 @@ typedef struct __CFDictionary* CFMutableDictionaryRef;
 typedef const struct __CFURL* CFURLRef;
 typedef struct __CFBundle* CFBundleRef;
 
-typedef struct CFRange
-{
-    CFIndex location;
-    CFIndex length;
-} CFRange;
-
-static inline CFRange CFRangeMake(CFIndex location, CFIndex length)
-{
-    CFRange range = { location, length };
-    return range;
-}
-
 #ifdef __cplusplus
 extern "C" {
 #endif

@@ -13,8 +13,6 @@ typedef SInt16 CFBundleRefNum;
 extern "C" {
 #endif
 
-CFTypeID CFBundleGetTypeID(void) VL_SYMBOL(CFBundleGetTypeID);
-
 /// The bundle at an existing folder; nothing is loaded. Null when there is no such folder.
 CFBundleRef CFBundleCreate(CFAllocatorRef allocator, CFURLRef url) VL_SYMBOL(CFBundleCreate);
 

@@ -22,8 +22,6 @@ CFDataRef CFDataCreateWithBytesNoCopy(CFAllocatorRef allocator, const UInt8* byt
 
 CFIndex CFDataGetLength(CFDataRef data) VL_SYMBOL(CFDataGetLength);
 const UInt8* CFDataGetBytePtr(CFDataRef data) VL_SYMBOL(CFDataGetBytePtr);
-/// Copies a range of the bytes; the range must lie inside.
-void CFDataGetBytes(CFDataRef data, CFRange range, UInt8* buffer) VL_SYMBOL(CFDataGetBytes);
 
 #ifdef __cplusplus
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // CFPreferences.h - property-list values under keys, one file an application, user and host scope.
-// Sets stay in memory until a synchronize writes them; gets see this process's own sets at once.
+// Sets stay in memory until a synchronize writes them. Gets see this process's own sets at once, and all
+// else as the file holds it now.
 //   current user, current host   $XDG_CONFIG_HOME/preferences/ByHost/<application>.<machine id>.plist
 //   current user, any host       $XDG_CONFIG_HOME/preferences/<application>.plist
 //   any user,     current host   <first of $XDG_CONFIG_DIRS>/preferences/<application>.plist
@@ -17,12 +18,11 @@ extern "C" {
 // Compared by address; any other string is no known user or host.
 extern const CFStringRef kCFPreferencesAnyUser VL_SYMBOL(kCFPreferencesAnyUser);
 extern const CFStringRef kCFPreferencesCurrentUser VL_SYMBOL(kCFPreferencesCurrentUser);
-extern const CFStringRef kCFPreferencesAnyHost VL_SYMBOL(kCFPreferencesAnyHost);
 extern const CFStringRef kCFPreferencesCurrentHost VL_SYMBOL(kCFPreferencesCurrentHost);
 
 /// Sets a value in memory, deep-copied, so it may be released or changed at once. Null removes the key.
-/// A value that a property list cannot hold, or one nested deeper than 512 levels, is not kept and the
-/// next synchronize returns false.
+/// A value that a property list cannot hold is not kept, and the next synchronize returns false. Setting
+/// what the file holds now is no change.
 void CFPreferencesSetValue(CFStringRef key, CFPropertyListRef value, CFStringRef application,
                            CFStringRef user, CFStringRef host) VL_SYMBOL(CFPreferencesSetValue);
 
@@ -34,10 +34,10 @@ CFPropertyListRef CFPreferencesCopyValue(CFStringRef key, CFStringRef applicatio
 CFArrayRef CFPreferencesCopyKeyList(CFStringRef application, CFStringRef user, CFStringRef host)
     VL_SYMBOL(CFPreferencesCopyKeyList);
 
-/// Nothing changed here: forgets what was read and returns true. Else merges the changes into what is on
-/// disk now and writes it durably.
-///   returns  false when that failed: the changes stay in memory and the next call tries again; the
-///            file is as it was
+/// Merges what was set into what is on disk now and writes it durably. Without changes it does nothing.
+/// It waits for other processes that write, five seconds at most.
+///   returns  false when that failed: the changes stay in memory and the next call tries again, unless
+///            they are withdrawn; the file is as it was
 Boolean CFPreferencesSynchronize(CFStringRef application, CFStringRef user, CFStringRef host)
     VL_SYMBOL(CFPreferencesSynchronize);
 

@@ -9,8 +9,6 @@
 extern "C" {
 #endif
 
-CFTypeID CFURLGetTypeID(void) VL_SYMBOL(CFURLGetTypeID);
-
 /// A file URL from `length` bytes of a POSIX path; a relative one is bound to the working directory of
 /// this moment. Null for a null or empty path.
 CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef allocator, const UInt8* path,

@@ -12,8 +12,13 @@ typedef uint8_t UInt8;
 typedef int8_t SInt8;
 typedef uint16_t UInt16;
 typedef int16_t SInt16;
+#if __SIZEOF_LONG__ == 4
+typedef unsigned long UInt32; // as the 32-bit API has it
+typedef long SInt32;
+#else
 typedef uint32_t UInt32;
 typedef int32_t SInt32;
+#endif
 typedef uint64_t UInt64;
 typedef int64_t SInt64;
 typedef SInt16 OSErr;
@@ -55,3 +60,7 @@ typedef struct HFSUniStr255
 } HFSUniStr255;
 
 #pragma pack(pop)
+
+#ifdef __cplusplus
+static_assert(sizeof(UInt32) == 4 && sizeof(SInt32) == 4);
+#endif

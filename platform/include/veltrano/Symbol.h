@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Symbol.h - the binary name behind an API name.
-// Sources say ShowWindow; the libraries export vlp_ShowWindow. A host that exports a ShowWindow of
+// Symbol.h - how the two platform libraries export a function.
+// VL_SYMBOL: sources say ShowWindow, the library exports vlp_ShowWindow. A host that exports a ShowWindow of
 // its own (any X toolkit may) therefore cannot capture the module's calls.
+// VL_EXPORT: the function keeps its own name, for foreign-function interfaces.
 #pragma once
 
+#define VL_EXPORT __attribute__((__visibility__("default")))
 #define VL_SYMBOL(name) __asm__("vlp_" #name) __attribute__((__visibility__("default")))

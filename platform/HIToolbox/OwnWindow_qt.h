@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: MIT
+// OwnWindow_qt.h - windows of this API's own making: events, keys, background, controls.
+#pragma once
+
+#include "HIToolbox/Windows_qt.h"
+
+class QAbstractButton;
+struct OpaqueControlRef;
+struct OwnWindow;
+
+/// The widget of a window of our own. It outlives its window if that is disposed inside a delivery.
+class WindowWidget : public QWidget
+{
+public:
+    WindowWidget();
+
+    OwnWindow* window = nullptr; // null once disposed
+    QPointer<QAbstractButton> defaultButton; // pressed by Return and Enter
+    QPointer<QAbstractButton> cancelButton; // pressed by Escape and Control-period
+
+    /// Held while an event of this window is delivered: the widget may not be deleted then.
+    class Delivery
+    {
+    public:
+        explicit Delivery(WindowWidget* widget)
+            : m_widget(widget)
+        {
+            ++m_widget->m_deliveries;
+        }
+        ~Delivery() { --m_widget->m_deliveries; }
+        Delivery(const Delivery&) = delete;
+        Delivery& operator=(const Delivery&) = delete;
+
+    private:
+        WindowWidget* m_widget; // alive: deletion waits for the count
+    };
+    bool InDelivery() const { return m_deliveries != 0; }
+
+protected:
+    bool event(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    int m_deliveries = 0;
+};
+
+/// What a window's frame offers. It always has a close button, so that a user can get rid of any window.
+struct WindowFrame
+{
+    bool titled = true;
+    bool resizable = true;
+    bool collapsible = false;
+    bool zoomable = false;
+};
+
+struct OwnWindow final : WidgetWindow
+{
+    std::vector<std::shared_ptr<OpaqueControlRef>> controls; // containers before their content
+
+    OwnWindow(const QString& title, const QRect& content, WindowFrame frame);
+    ~OwnWindow() override;
+    WindowWidget* Widget() const { return static_cast<WindowWidget*>(widget.data()); }
+    bool IsVisible() const override { return m_visible; }
+    void Show() override;
+    void Hide() override;
+    void Vanish() override;
+    void FreeControls() override { controls.clear(); }
+    void SetBackground(ThemeBrush brush);
+
+private:
+    bool m_visible = false; // by this API's calls, whatever the window system shows
+};
+
+/// Makes a window, hidden, and adds it to the list. Call Application_IsReady() first.
+std::shared_ptr<OwnWindow>
+OwnWindow_Create(const QString& title, const QRect& content, WindowFrame frame);
+/// Looks up a window of our own; null for other windows and invalid references.
+std::shared_ptr<OwnWindow> OwnWindow_Find(WindowRef window);

@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: MIT
+// PictureText_qt.cpp - fonts and text of pictures.
+#include "QuickDraw/PictureText_qt.h"
+
+#include "support/Bridges_qt.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <QtGui/QFont>
+#include <QtGui/QFontMetricsF>
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+/// A font of the home platform, and the kind of font that replaces it if it is not installed.
+struct FontSubstitute
+{
+    int number;
+    const char* name;
+    QFont::StyleHint hint;
+};
+
+const FontSubstitute kFonts[] = {
+    { 0, "Chicago", QFont::SansSerif },
+    { 1, "Geneva", QFont::SansSerif },
+    { 2, "New York", QFont::Serif },
+    { 3, "Geneva", QFont::SansSerif },
+    { 4, "Monaco", QFont::Monospace },
+    { 16, "Palatino", QFont::Serif },
+    { 20, "Times", QFont::Serif },
+    { 21, "Helvetica", QFont::SansSerif },
+    { 22, "Courier", QFont::Monospace },
+    { 23, "Symbol", QFont::AnyStyle },
+    { 34, "New Century Schlbk", QFont::Serif },
+    { -1, "Charcoal", QFont::SansSerif },
+    { -1, "Bookman", QFont::Serif },
+    { -1, "Garamond", QFont::Serif },
+    { -1, "Times New Roman", QFont::Serif },
+    { -1, "Courier New", QFont::Monospace },
+};
+
+const FontSubstitute* FindSubstitute(const TextStyle& style)
+{
+    const auto* found
+        = std::find_if(std::begin(kFonts), std::end(kFonts), [&](const FontSubstitute& row) {
+              return style.family.isEmpty()
+                  ? row.number == style.font
+                  : style.family.compare(QLatin1String(row.name), Qt::CaseInsensitive) == 0;
+          });
+    return found != std::end(kFonts) ? found : nullptr;
+}
+
+QStringList FamiliesOf(const TextStyle& style, const FontSubstitute* known)
+{
+    QStringList families;
+    if (!style.family.isEmpty()) {
+        families.append(style.family);
+    } else if (known != nullptr) {
+        families.append(QString::fromLatin1(known->name));
+    }
+    switch (known != nullptr ? known->hint : QFont::SansSerif) {
+    case QFont::Serif:
+        families.append(QStringLiteral("serif"));
+        break;
+    case QFont::Monospace:
+        families.append(QStringLiteral("monospace"));
+        break;
+    default:
+        families.append(QStringLiteral("sans-serif"));
+        break;
+    }
+    return families;
+}
+
+QFont FontOf(const TextStyle& style)
+{
+    const FontSubstitute* known = FindSubstitute(style);
+    QFont font;
+    font.setFamilies(FamiliesOf(style, known));
+    font.setStyleHint(known != nullptr ? known->hint : QFont::SansSerif, QFont::PreferOutline);
+    font.setHintingPreference(QFont::PreferNoHinting);
+    font.setPixelSize(qBound(1, style.size == 0 ? 12 : style.size, 2000)); // at 72 dpi
+    font.setBold((style.face & kBoldFace) != 0);
+    font.setItalic((style.face & kItalicFace) != 0);
+    font.setUnderline((style.face & kUnderlineFace) != 0);
+    if ((style.face & kCondensedFace) != 0) {
+        font.setStretch(QFont::SemiCondensed);
+    } else if ((style.face & kExtendedFace) != 0) {
+        font.setStretch(QFont::SemiExpanded);
+    }
+    font.setLetterSpacing(QFont::AbsoluteSpacing, style.extraPerCharacter);
+    font.setWordSpacing(style.extraPerSpace);
+    return font;
+}
+
+// Hollow letters: their rim around a body in the background colour.
+void PaintHollow(QPainter& painter,
+                 const QPainterPath& glyphs,
+                 bool shadow,
+                 const DrawingColors& colors)
+{
+    painter.setPen(QPen(QColor(colors.foreground), 1));
+    if (shadow) {
+        painter.setBrush(QColor(colors.foreground));
+        painter.drawPath(glyphs.translated(1, 1));
+    }
+    painter.setBrush(QColor(colors.background));
+    painter.drawPath(glyphs);
+}
+
+} // namespace
+
+QString PictureText_DecodeMacRoman(const uint8_t* bytes, size_t count, const TextStyle& style)
+{
+    CFStringRef string = CFStringCreateWithBytes(
+        kCFAllocatorDefault, bytes, static_cast<CFIndex>(count), kCFStringEncodingMacRoman, false);
+    if (string == nullptr) {
+        return {};
+    }
+    QString text = Bridges_FromCFString(string);
+    CFRelease(string);
+    if (style.font == 0 && style.family.isEmpty()) {
+        text.replace(QChar(0x11), QChar(0x2318));
+    }
+    return text;
+}
+
+void PictureText_Paint(QPainter& painter,
+                       const QString& text,
+                       QPointF at,
+                       const TextStyle& style,
+                       const DrawingColors& colors)
+{
+    const QFont font = FontOf(style);
+    QPainterPath glyphs;
+    glyphs.addText(QPointF(), font, text);
+    glyphs.setFillRule(Qt::WindingFill);
+
+    painter.save();
+    painter.translate(at);
+    painter.scale(style.ratio.width(), style.ratio.height());
+    if (style.mode == kSrcCopy || style.mode == kNotSrcCopy) {
+        const QFontMetricsF metrics(font);
+        const QRectF line(0, -metrics.ascent(), metrics.horizontalAdvance(text), metrics.height());
+        painter.fillRect(line,
+                         QColor(style.mode == kSrcCopy ? colors.background : colors.foreground));
+    }
+    if ((style.face & (kOutlineFace | kShadowFace)) != 0) {
+        PaintHollow(painter, glyphs, (style.face & kShadowFace) != 0, colors);
+    } else {
+        PictureCanvas_FillPath(painter, glyphs, DrawingPattern::Solid(true), style.mode, colors);
+    }
+    painter.restore();
+}

@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: MIT
+// CommandLine.cpp - one parser and one way to fail for all tools.
+#include "tools/CommandLine.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+namespace {
+
+struct Failure
+{
+    ExitCode code;
+    std::string message;
+};
+
+bool Takes(const Command& command, const std::string& option)
+{
+    return std::find(command.options.begin(), command.options.end(), option)
+        != command.options.end();
+}
+
+Arguments Parse(const std::vector<Command>& commands, char** argv)
+{
+    const auto isKnown = [&](const std::string& option) {
+        return std::any_of(commands.begin(), commands.end(),
+                           [&](const Command& command) { return Takes(command, option); });
+    };
+    Arguments arguments;
+    bool isOption = true;
+    while (*++argv != nullptr) {
+        const std::string_view word = *argv;
+        if (isOption && (word == "--help" || word == "-h")) {
+            arguments.options["help"] = "";
+        } else if (isOption && word == "--") {
+            isOption = false;
+        } else if (isOption && word.starts_with("--")) {
+            const size_t equals = word.find('=');
+            const std::string name(word.substr(2, equals - 2));
+            const char* value = equals == word.npos ? "" : *argv + equals + 1;
+            if (!isKnown(name + "=") && (!isKnown(name) || equals != word.npos)) {
+                FailUsage("no option " + std::string(word));
+            }
+            if (isKnown(name + "=") && equals == word.npos) {
+                value = *++argv;
+            }
+            if (value == nullptr || !arguments.options.emplace(name, value).second) {
+                FailUsage("one value, please: --" + name);
+            }
+        } else {
+            arguments.words.push_back(*argv);
+        }
+    }
+    return arguments;
+}
+
+const Command& TakeCommand(const std::vector<Command>& commands, Arguments& arguments)
+{
+    auto command = commands.begin();
+    if (commands.size() > 1) {
+        if (arguments.words.empty()) {
+            FailUsage("no command");
+        }
+        const std::string name = arguments[0];
+        command = std::find_if(commands.begin(), commands.end(),
+                               [&](const Command& each) { return name == each.name; });
+        if (command == commands.end()) {
+            FailUsage("no command " + name);
+        }
+        arguments.words.erase(arguments.words.begin());
+    }
+    if (arguments.words.size() != command->words) {
+        FailUsage(std::string("wrong number of arguments for ") + command->name);
+    }
+    for (const auto& [option, value] : arguments.options) {
+        if (!Takes(*command, option) && !Takes(*command, option + "=")) {
+            FailUsage("--" + option + " is not for " + command->name);
+        }
+    }
+    return *command;
+}
+
+} // namespace
+
+void Fail(const std::string& message)
+{
+    throw Failure { kFailed, message };
+}
+
+void FailUsage(const std::string& message)
+{
+    throw Failure { kUsage, message };
+}
+
+const char* Arguments::Get(const char* option, const char* standard) const
+{
+    const auto found = options.find(option);
+    return found != options.end() ? found->second : standard;
+}
+
+double Arguments::GetNumber(const char* option, double standard, double least, double most) const
+{
+    if (!Has(option)) {
+        return standard;
+    }
+    std::string_view text = Get(option);
+    const bool isHex = text.starts_with("0x");
+    text.remove_prefix(isHex ? 2 : 0);
+    double number = 0;
+    const auto [end, error]
+        = std::from_chars(text.begin(), text.end(), number,
+                          isHex ? std::chars_format::hex : std::chars_format::general);
+    if (error != std::errc() || end != text.end() || !(number >= least && number <= most)) {
+        char range[80];
+        snprintf(range, sizeof range, " takes a number from %.10g to %.10g", least, most);
+        FailUsage(std::string("--") + option + range);
+    }
+    return number;
+}
+
+long Arguments::GetInteger(const char* option, long standard, long least, long most) const
+{
+    const double number = GetNumber(option, static_cast<double>(standard),
+                                    static_cast<double>(least), static_cast<double>(most));
+    if (number != std::floor(number)) {
+        FailUsage(std::string("--") + option + " takes a whole number");
+    }
+    return static_cast<long>(number);
+}
+
+int RunTool(const char* tool, const char* help, const std::vector<Command>& commands, char** argv)
+{
+    try {
+        if (argv[1] != nullptr && strcmp(argv[1], "--version") == 0 && argv[2] == nullptr) {
+            printf("%s %s\n", tool, VELTRANO_VERSION);
+        } else if (Arguments arguments = Parse(commands, argv); arguments.Has("help")) {
+            fputs(help, stdout);
+        } else {
+            TakeCommand(commands, arguments).run(arguments);
+        }
+        if (fflush(stdout) != 0 || ferror(stdout)) {
+            Fail(std::string("cannot write standard output: ") + strerror(errno));
+        }
+        return kDone;
+    } catch (const Failure& failure) {
+        fprintf(stderr, "%s: %s\n", tool, failure.message.c_str());
+        if (failure.code == kUsage) {
+            fprintf(stderr, "Try '%s --help'.\n", tool);
+        }
+        return failure.code;
+    }
+}
+
+std::string ReadInput(const std::string& path)
+{
+    const bool isStandard = path == "-";
+    FILE* file = isStandard ? stdin : fopen(path.c_str(), "rb");
+    std::string bytes;
+    char piece[65536];
+    for (size_t size; file != nullptr && (size = fread(piece, 1, sizeof piece, file)) != 0;) {
+        bytes.append(piece, size);
+    }
+    if (file == nullptr || ferror(file)) {
+        Fail("cannot read " + path + ": " + strerror(errno));
+    }
+    if (!isStandard) {
+        fclose(file);
+    }
+    return bytes;
+}
