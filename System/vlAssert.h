@@ -15,9 +15,8 @@ consteval const char* SourceName(const char* lpszPath)
 {
     const char* lpszName = lpszPath;
     for (const char* p = lpszPath; *p != '\0'; ++p) {
-        if ((p == lpszPath || p[-1] == '/') && std::string_view(p).starts_with("System/")) {
+        if ((p == lpszPath || p[-1] == '/') && std::string_view(p).starts_with("System/"))
             lpszName = p;
-        }
     }
     return lpszName;
 }

@@ -29,9 +29,8 @@ const int kRetryMilliseconds = 10; // between two tries of a read that fails
 // The two digits of each byte.
 constexpr auto kDigits = [] {
     std::array<std::array<char, 2>, 256> digits {};
-    for (size_t i = 0; i < digits.size(); ++i) {
+    for (size_t i = 0; i < digits.size(); ++i)
         digits[i] = { "0123456789ABCDEF"[i >> 4], "0123456789ABCDEF"[i & 15] };
-    }
     return digits;
 }();
 
@@ -59,9 +58,8 @@ size_t ReadText(char* text, size_t nWanted, FILE* file)
         return feof(file) ? 0 : fread(text, 1, nWanted, file); // nothing follows an end
     }
     size_t nRead = 0;
-    for (int ch; nRead < nWanted && (ch = getc_unlocked(file)) != EOF;) {
+    for (int ch; nRead < nWanted && (ch = getc_unlocked(file)) != EOF;)
         text[nRead++] = static_cast<char>(ch);
-    }
     return nRead;
 }
 
@@ -77,24 +75,21 @@ void Decode(std::string_view text, unsigned char*& pNext, SInt64& nDigits)
             // At the start of a byte: pairs of digits, up to the first other character.
             while (pEnd - p >= 2) {
                 const int nByte = NibbleOf(p[0]) * 16 | NibbleOf(p[1]);
-                if (nByte < 0) {
+                if (nByte < 0)
                     break;
-                }
                 *pNext++ = static_cast<unsigned char>(nByte);
                 nDigits -= 2;
                 p += 2;
             }
-            if (p == pEnd) {
+            if (p == pEnd)
                 break;
-            }
         }
         const int nNibble = NibbleOf(*p++);
         if (nNibble >= 0) {
-            if ((nDigits & 1) == 0) {
+            if ((nDigits & 1) == 0)
                 *pNext = static_cast<unsigned char>(nNibble << 4);
-            } else {
+            else
                 *pNext++ |= static_cast<unsigned char>(nNibble);
-            }
             --nDigits;
         }
     }
@@ -104,9 +99,8 @@ void Decode(std::string_view text, unsigned char*& pNext, SInt64& nDigits)
 //   throws  EOFException at the end, and when the stream can never deliver, as a folder
 void GoOnAfter(int nError, FILE* file)
 {
-    if (feof(file) || nError == EISDIR || nError == EBADF || nError == EINVAL) {
+    if (feof(file) || nError == EISDIR || nError == EBADF || nError == EINVAL)
         throw EOFException();
-    }
     clearerr(file);
     pollfd input = { fileno(file), POLLIN, 0 };
     if (nError == EAGAIN) {
@@ -119,9 +113,8 @@ void GoOnAfter(int nError, FILE* file)
 // The value between the processor's order and the stream's.
 template <class T> T Swap(T value)
 {
-    if constexpr (std::endian::native == std::endian::little) {
+    if constexpr (std::endian::native == std::endian::little)
         return value;
-    }
     auto bytes = std::bit_cast<std::array<char, sizeof(T)>>(value);
     std::reverse(bytes.begin(), bytes.end());
     return std::bit_cast<T>(bytes);
@@ -150,9 +143,8 @@ DataInputFile::~DataInputFile()
 
 void DataInputFile::read(void* destination, SInt32 nCount)
 {
-    if (m_file == nullptr) {
+    if (m_file == nullptr)
         throw EOFException();
-    }
     unsigned char* pNext = static_cast<unsigned char*>(destination);
     // Never more characters than digits are wanted: what follows stays in the file.
     SInt64 nDigits = 2 * static_cast<SInt64>(nCount);
@@ -161,9 +153,8 @@ void DataInputFile::read(void* destination, SInt32 nCount)
         const size_t nWanted = static_cast<size_t>(std::min<SInt64>(nDigits, sizeof(text)));
         const size_t nRead = ReadText(text, nWanted, m_file);
         Decode({ text, nRead }, pNext, nDigits);
-        if (nRead < nWanted) {
+        if (nRead < nWanted)
             GoOnAfter(errno, m_file);
-        }
     }
 }
 
@@ -248,9 +239,8 @@ DataOutputFile::DataOutputFile()
     , m_length(0)
     , m_capacity(kInitialCapacity)
 {
-    if (m_buffer == nullptr) {
+    if (m_buffer == nullptr)
         throw OutOfMemoryException();
-    }
     m_buffer[0] = '\0';
 }
 
@@ -264,16 +254,14 @@ DataOutputFile::~DataOutputFile()
 std::unique_ptr<char[]> DataOutputFile::Reserve(SInt64 nMore)
 {
     const SInt64 nNeeded = m_length + nMore + 1;
-    if (nNeeded <= m_capacity) {
+    if (nNeeded <= m_capacity)
         return nullptr;
-    }
     const SInt64 nCapacity
         = std::min<SInt64>(std::max(nNeeded, SInt64 { m_capacity } * 2), INT_MAX);
     char* buffer
         = nNeeded > nCapacity ? nullptr : new (std::nothrow) char[static_cast<size_t>(nCapacity)];
-    if (buffer == nullptr) {
+    if (buffer == nullptr)
         throw OutOfMemoryException();
-    }
     memcpy(buffer, m_buffer, static_cast<size_t>(m_length) + 1);
     m_capacity = static_cast<SInt32>(nCapacity);
     return std::unique_ptr<char[]>(std::exchange(m_buffer, buffer));
@@ -296,16 +284,14 @@ void DataOutputFile::write(const void* source, SInt32 nCount)
     const std::less_equal<const void*> isUpTo;
     const bool bOwn = isUpTo(m_buffer, source) && isUpTo(source, m_buffer + m_length);
     const ptrdiff_t nOffset = bOwn ? static_cast<const char*>(source) - m_buffer : 0;
-    for (SInt32 i = 0; i < nCount; ++i) {
+    for (SInt32 i = 0; i < nCount; ++i)
         writeByte(bOwn ? m_buffer[nOffset + i] : p[i]);
-    }
 }
 
 void DataOutputFile::Append(const unsigned char* p, SInt32 nCount)
 {
-    if (nCount <= 0) {
+    if (nCount <= 0)
         return;
-    }
     SInt32 nColumn = m_length % kLineLength;
     const SInt64 nDigits = 2 * static_cast<SInt64>(nCount);
     const auto old = Reserve(nDigits + (nColumn + nDigits) / kLineDigits * 2);

@@ -37,9 +37,8 @@ void GetTimeText(char (&text)[64])
     const time_t now = time(nullptr);
     const char* lpszTime = ctime(&now);
     AppendText(text, text + sizeof(text) - 1, lpszTime ? lpszTime : "");
-    if (text[0] != '\0') {
+    if (text[0] != '\0')
         text[strlen(text) - 1] = '\0';
-    }
 }
 
 int WriteLine(const char* lpszFormat, va_list argList)
@@ -47,17 +46,15 @@ int WriteLine(const char* lpszFormat, va_list argList)
     char line[kLineSize];
     line[0] = '\0'; // in case the formatter fails
     const int nLength = vsnprintf(line, sizeof(line), lpszFormat, argList);
-    if (moduleLog_.fd == -1) {
+    if (moduleLog_.fd == -1)
         return nLength;
-    }
     return static_cast<int>(write(moduleLog_.fd, line, strlen(line)));
 }
 
 int WritePrefixedLine(const char* lpszFormat, va_list argList)
 {
-    if (*moduleLog_.prefix == '\0' && strlen(lpszFormat) < kLineSize) {
+    if (*moduleLog_.prefix == '\0' && strlen(lpszFormat) < kLineSize)
         return WriteLine(lpszFormat, argList);
-    }
     // KEPT: the prefix becomes part of the format, so a "%" in it is a conversion.
     char format[kLineSize];
     char* lpchLimit = format + sizeof(format) - 1;
@@ -71,21 +68,18 @@ constinit ModuleLog moduleLog_ = { -1, sNoPrefix };
 
 int ModuleLog::open(const char* prefix, const char* label, int flags, const char* fileName)
 {
-    if (flags & kLogOff) {
+    if (flags & kLogOff)
         return 1;
-    }
     // KEPT: a prefix, or a file, of an earlier open is not given back; open is meant to be called once.
     char* lpszCopy = prefix && *prefix ? strdup(prefix) : nullptr;
     moduleLog_.prefix = lpszCopy ? lpszCopy : sNoPrefix;
-    if (!(flags & (kLogNew | kLogAppend))) {
+    if (!(flags & (kLogNew | kLogAppend)))
         return 1;
-    }
 
     char path[kPathSize] = "";
     const char* lpszFolder = flags & kLogInTmp ? "/tmp/" : "";
-    if (fileName == nullptr) {
+    if (fileName == nullptr)
         fileName = "";
-    }
     int file = -1;
     if (strlen(lpszFolder) + strlen(fileName) < kPathSize) {
         char* lpchLimit = path + sizeof(path) - 1;
@@ -99,17 +93,15 @@ int ModuleLog::open(const char* prefix, const char* label, int flags, const char
     }
     fchmod(file, 0666); // every user may read and write the log, whatever the umask
     moduleLog_.fd = file;
-    if (static_cast<UInt32>(file) <= 1) {
+    if (static_cast<UInt32>(file) <= 1)
         return 1;
-    }
 
     char text[64];
     GetTimeText(text);
-    if (label && *label) {
+    if (label && *label)
         LogPrint("%s; loaded at %s.\n", label, text);
-    } else {
+    else
         LogPrint("Loaded at %s.\n", text);
-    }
     return 1;
 }
 
@@ -125,9 +117,8 @@ void ModuleLog::close()
         ::close(moduleLog_.fd);
         moduleLog_.fd = -1;
     }
-    if (moduleLog_.prefix != nullptr && moduleLog_.prefix != sNoPrefix) {
+    if (moduleLog_.prefix != nullptr && moduleLog_.prefix != sNoPrefix)
         free(const_cast<char*>(moduleLog_.prefix));
-    }
     moduleLog_.prefix = sNoPrefix;
 }
 
@@ -142,9 +133,8 @@ int LogPrint(const char* format, ...)
 
 void LogPrintIf(int condition, const char* format, ...)
 {
-    if (condition == 0 || moduleLog_.fd == -1) {
+    if (condition == 0 || moduleLog_.fd == -1)
         return;
-    }
     va_list argList;
     va_start(argList, format);
     WritePrefixedLine(format, argList);
@@ -162,9 +152,8 @@ int LogPrintRaw(const char* format, ...)
 
 void LogPrintRawIf(int condition, const char* format, ...)
 {
-    if (condition == 0 || moduleLog_.fd == -1) {
+    if (condition == 0 || moduleLog_.fd == -1)
         return;
-    }
     va_list argList;
     va_start(argList, format);
     WriteLine(format, argList);

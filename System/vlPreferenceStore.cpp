@@ -81,9 +81,8 @@ PreferenceStore::PreferenceStore(const char* application, Bool32 anyUser)
     , m_verbose(1)
     , m_encoding(CFStringGetSystemEncoding())
 {
-    if (application != nullptr) {
+    if (application != nullptr)
         Initialize(application, anyUser);
-    }
 }
 
 PreferenceStore::~PreferenceStore()
@@ -93,14 +92,12 @@ PreferenceStore::~PreferenceStore()
 
 Bool32 PreferenceStore::Initialize(const char* application, Bool32 anyUser)
 {
-    if (application == nullptr) {
+    if (application == nullptr)
         return 0;
-    }
     LogPrintIf(m_verbose, "%s App '%s'\n", "Initialize:", application);
     const CFStringRef name = GetEntryString(application);
-    if (name == nullptr) {
+    if (name == nullptr)
         return 0;
-    }
     const Owned<CFStringRef> old(m_application);
     m_application = name;
     m_user = anyUser ? kCFPreferencesAnyUser : kCFPreferencesCurrentUser;
@@ -157,9 +154,8 @@ Bool32 PreferenceStore::SetInt(const char* entry, CFStringRef user, const SInt32
 Bool32 PreferenceStore::SetBool(const char* entry, CFStringRef user, const Bool32* value)
 {
     CFBooleanRef boolean = nullptr;
-    if (value != nullptr) {
+    if (value != nullptr)
         boolean = *value != 0 ? kCFBooleanTrue : kCFBooleanFalse;
-    }
     return PutObject(entry, boolean, user, 0);
 }
 
@@ -177,13 +173,11 @@ PreferenceStore::PutObject(const char* entry, CFTypeRef value, CFStringRef user,
     char* path = text.OpenBuffer(0);
     char* slash = strchr(path, '/');
     LogPrintIf(m_verbose, "%s Setting Entry '%s'\n", "PutObject:", path);
-    if (slash != nullptr) {
+    if (slash != nullptr)
         *slash = '\0';
-    }
     Owned<CFStringRef> key(GetEntryString(path));
-    if (key == nullptr) {
+    if (key == nullptr)
         return 0;
-    }
     if (slash == nullptr) {
         owned.release();
         return SetSynchronizeProperty(key.release(), value, user, release);
@@ -233,20 +227,16 @@ Bool32 PreferenceStore::SetDictEntryValue(Bool32 verbose,
         }
         char* slash = strchr(path, '/');
         LogPrintIf(verbose, "%s Setting Entry '%s'\n", "GetDictEntryValue:", path);
-        if (slash != nullptr) {
+        if (slash != nullptr)
             *slash = '\0';
-        }
         const Owned<CFStringRef> key(store->GetEntryString(path));
-        if (key == nullptr) {
+        if (key == nullptr)
             return 0;
-        }
-        if (slash == nullptr) {
+        if (slash == nullptr)
             return value != nullptr && SetEntry(dict, key.get(), value) ? 1 : 0;
-        }
         dict = AddInnerDictionary(dict, key.get());
-        if (dict == nullptr) {
+        if (dict == nullptr)
             return 0;
-        }
         path = slash + 1;
     }
 }
@@ -261,29 +251,24 @@ CFTypeRef PreferenceStore::GetObjectOfType(const char* entry, CFTypeID type, CFS
         return nullptr;
     }
     Owned<CFStringRef> key(GetEntryKey(entry));
-    if (key == nullptr) {
+    if (key == nullptr)
         return nullptr;
-    }
     TraceEntry(m_verbose, "GetObjectOfType:", key.get());
     Owned<CFTypeRef> value(
         CFPreferencesCopyValue(key.get(), m_application, user, kCFPreferencesCurrentHost));
     key.reset();
-    if (value == nullptr) {
+    if (value == nullptr)
         return nullptr;
-    }
     LogPrintIf(m_verbose, "%s Found CFType %p ID %d\n", "GetObjectOfType:", value.get(),
                TypeOf(value.get()));
     const char* rest = NextEntry(entry);
-    if (rest == nullptr) {
+    if (rest == nullptr)
         return CFGetTypeID(value.get()) == type ? value.release() : nullptr;
-    }
-    if (!IsDictionary(value.get())) {
+    if (!IsDictionary(value.get()))
         return nullptr;
-    }
     LogPrintIf(m_verbose, "%s Entering Dictionary %p\n", "GetObjectOfType:", value.get());
-    if (*rest == '\0') {
+    if (*rest == '\0')
         return nullptr;
-    }
     // KEPT: the first character of the second component is passed over, here only.
     return GetDictEntryValue(m_verbose, static_cast<CFDictionaryRef>(value.get()), rest + 1, this);
 }
@@ -304,9 +289,8 @@ CFTypeRef PreferenceStore::GetDictEntryValue(Bool32 verbose,
         return nullptr;
     }
     const Owned<CFStringRef> key(store->GetEntryKey(path));
-    if (key == nullptr) {
+    if (key == nullptr)
         return nullptr;
-    }
     store->TraceEntry(verbose, operation, key.get());
     Owned<CFTypeRef> result;
     if (const CFTypeRef found = FindEntry(dict, key.get())) {
@@ -337,15 +321,13 @@ CFTypeRef PreferenceStore::GetTypedObject(const char* entry, CFTypeID type, CFSt
 Bool32 PreferenceStore::GetBinary(const char* entry, CFStringRef user, void* buffer, UInt32* size)
 {
     const auto data = static_cast<CFDataRef>(GetTypedObject(entry, CFDataGetTypeID(), user));
-    if (data == nullptr) {
+    if (data == nullptr)
         return 0;
-    }
     const UInt32 nLength = static_cast<UInt32>(CFDataGetLength(data));
     const UInt32 nCapacity = size != nullptr ? *size : 0;
     const bool bFits = buffer != nullptr && size != nullptr && nLength <= nCapacity;
-    if (size != nullptr) {
+    if (size != nullptr)
         *size = nLength;
-    }
     if (bFits) {
         std::copy_n(CFDataGetBytePtr(data), nLength, static_cast<UInt8*>(buffer));
         LogPrintIf(m_verbose, "%s %d bytes copied\n", "GetBinary:", static_cast<int>(nLength));
@@ -409,9 +391,8 @@ SInt32 PreferenceStore::GetInt(const char* entry, CFStringRef user, SInt32 nDefa
 CFStringRef PreferenceStore::GetEntryString(const char* text)
 {
     const CFStringRef string = CFStringCreateWithCString(kCFAllocatorDefault, text, m_encoding);
-    if (string == nullptr) {
+    if (string == nullptr)
         LogPrint("%s CFString NULL\n", "GetEntryString:");
-    }
     return string;
 }
 
@@ -432,9 +413,8 @@ const char* PreferenceStore::NextEntry(const char* path)
 
 void PreferenceStore::TraceEntry(Bool32 verbose, const char* operation, CFStringRef key)
 {
-    if (!verbose || moduleLog_.fd == -1) {
+    if (!verbose || moduleLog_.fd == -1)
         return;
-    }
     char format[sizeof(kGettingEntry)];
     memcpy(format, kGettingEntry, sizeof(format));
     *strchr(format, '@') = 's';

@@ -51,17 +51,15 @@ bool IsLineEnd(char ch)
 
 std::string_view TrimEnd(std::string_view text, bool (*isCut)(char))
 {
-    while (!text.empty() && isCut(text.back())) {
+    while (!text.empty() && isCut(text.back()))
         text.remove_suffix(1);
-    }
     return text;
 }
 
 std::string_view TrimStart(std::string_view text)
 {
-    while (!text.empty() && IsSpace(text.front())) {
+    while (!text.empty() && IsSpace(text.front()))
         text.remove_prefix(1);
-    }
     return text;
 }
 
@@ -73,9 +71,8 @@ std::string_view Trim(std::string_view text)
 // Eight characters at a time beat a call of the library for lines as short as most are.
 inline bool Holds(std::string_view text, char ch)
 {
-    if (text.size() < 8 || text.size() > 64) {
+    if (text.size() < 8 || text.size() > 64)
         return text.find(ch) != text.npos;
-    }
     constexpr uint64_t kOnes = 0x0101010101010101;
     uint64_t found = 0;
     const auto look = [&found, ch](const char* pch) {
@@ -84,9 +81,8 @@ inline bool Holds(std::string_view text, char ch)
         eight ^= kOnes * static_cast<unsigned char>(ch); // makes a zero of each match
         found |= (eight - kOnes) & ~eight & kOnes << 7; // not 0 when one was there
     };
-    for (size_t at = 0; at + 8 < text.size(); at += 8) {
+    for (size_t at = 0; at + 8 < text.size(); at += 8)
         look(&text[at]);
-    }
     look(&text[text.size() - 8]);
     return found != 0;
 }
@@ -105,9 +101,8 @@ bool Load(FILE* file, ProfileLineList& lines)
         while (!rest.empty()) {
             const std::string_view most = rest.substr(0, kMaxPiece);
             const size_t nLineFeed = most.find('\n');
-            if (nLineFeed == most.npos && most.size() < kMaxPiece && !bEnd) {
+            if (nLineFeed == most.npos && most.size() < kMaxPiece && !bEnd)
                 break;
-            }
             const std::string_view piece = most.substr(0, std::min(nLineFeed, kMaxPiece - 1) + 1);
             lines.Append(MakeString(TrimEnd(piece, IsLineEnd)));
             rest.remove_prefix(piece.size());
@@ -138,9 +133,8 @@ struct Descriptor
     }
     ~Descriptor()
     {
-        if (fd >= 0) {
+        if (fd >= 0)
             close(fd);
-        }
     }
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
@@ -152,9 +146,8 @@ bool WriteText(int fd, std::string_view text)
 {
     while (!text.empty()) {
         const ssize_t n = write(fd, text.data(), text.size());
-        if (n < 0 && errno != EINTR) {
+        if (n < 0 && errno != EINTR)
             return false;
-        }
         text.remove_prefix(n > 0 ? static_cast<size_t>(n) : 0);
     }
     return true;
@@ -182,9 +175,8 @@ int OpenNewFile(const char* path)
 {
     for (int nTry = 0; nTry < 400; ++nTry) {
         const int fd = open(path, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
-        if (fd < 0) {
+        if (fd < 0)
             return -1;
-        }
         int nError = lockf(fd, F_TLOCK, 0) == 0 ? 0 : errno;
         struct stat opened;
         struct stat named;
@@ -192,9 +184,8 @@ int OpenNewFile(const char* path)
             && opened.st_dev == named.st_dev && opened.st_ino == named.st_ino) {
             const bool bOwn
                 = S_ISREG(opened.st_mode) && opened.st_nlink == 1 && opened.st_uid == geteuid();
-            if (bOwn && (opened.st_size == 0 || ftruncate(fd, 0) == 0)) {
+            if (bOwn && (opened.st_size == 0 || ftruncate(fd, 0) == 0))
                 return fd;
-            }
             // Locked by nobody: left by another user's process that was killed.
             nError = !bOwn && unlink(path) == 0 ? 0 : errno;
         }
@@ -229,27 +220,23 @@ bool CopyAttributes(int nFrom, const struct stat& from, int nTo)
 bool ReplaceFile(const char* lpszPath, std::string_view text)
 {
     char path[PATH_MAX]; // of the file itself, behind all links
-    if (realpath(lpszPath, path) == nullptr) {
+    if (realpath(lpszPath, path) == nullptr)
         return false;
-    }
     struct stat info;
     const Descriptor old(open(path, O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
-    if (old.fd < 0 || fstat(old.fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_nlink != 1) {
+    if (old.fd < 0 || fstat(old.fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_nlink != 1)
         return false;
-    }
     char newPath[PATH_MAX + sizeof(kNewSuffix)];
     snprintf(newPath, sizeof(newPath), "%s%s", path, kNewSuffix);
     const Descriptor fresh(OpenNewFile(newPath));
-    if (fresh.fd < 0) {
+    if (fresh.fd < 0)
         return IsDiskError(errno);
-    }
     bool bSettled = true;
     if (WriteText(fresh.fd, text)) {
         bSettled = CopyAttributes(old.fd, info, fresh.fd);
         if (bSettled && Flush(fresh.fd)) {
-            if (rename(newPath, path) == 0) {
+            if (rename(newPath, path) == 0)
                 return true;
-            }
             bSettled = IsDiskError(errno);
         }
     }
@@ -307,9 +294,8 @@ void ProfileLineList::Clear()
 int ProfileLineList::GetCount() const
 {
     int nCount = 0;
-    for (const ProfileLine* p = head; p != nullptr; p = p->next) {
+    for (const ProfileLine* p = head; p != nullptr; p = p->next)
         ++nCount;
-    }
     return nCount;
 }
 
@@ -323,13 +309,11 @@ ProfileFile::~ProfileFile()
 Bool32 ProfileFile::Open(const char* path, const char* mode)
 {
     Close();
-    if (path != nullptr) {
+    if (path != nullptr)
         m_path = path;
-    }
     std::unique_ptr<FILE, int (*)(FILE*)> file(mode ? fopen(m_path, mode) : nullptr, fclose);
-    if (!file) {
+    if (!file)
         return 0;
-    }
     rewind(file.get());
     ProfileLineList lines;
     if (!Load(file.get(), lines)) {
@@ -342,13 +326,11 @@ Bool32 ProfileFile::Open(const char* path, const char* mode)
 
 void ProfileFile::Close()
 {
-    if (m_file == nullptr) {
+    if (m_file == nullptr)
         return;
-    }
     if (m_dirty) {
-        if (m_lines.head != nullptr) {
+        if (m_lines.head != nullptr)
             Write();
-        }
         m_dirty = 0;
     }
     m_lines.Clear();
@@ -360,9 +342,8 @@ void ProfileFile::Close()
 void ProfileFile::Write()
 {
     size_t nLength = 0;
-    for (const ProfileLine* p = m_lines.head; p != nullptr; p = p->next) {
+    for (const ProfileLine* p = m_lines.head; p != nullptr; p = p->next)
         nLength += TextOf(p->text).size() + 1;
-    }
     const std::unique_ptr<char[]> text(new (std::nothrow) char[nLength]);
     char* pEnd = text.get();
     for (; m_lines.head != nullptr && text != nullptr; m_lines.RemoveHead()) {
@@ -370,16 +351,13 @@ void ProfileFile::Write()
         pEnd = std::copy(line.begin(), line.end(), pEnd);
         *pEnd++ = '\n';
     }
-    if (text != nullptr && ReplaceFile(m_path, { text.get(), nLength })) {
+    if (text != nullptr && ReplaceFile(m_path, { text.get(), nLength }))
         return;
-    }
     // When this fails the stream is closed already, but its object stays for the caller's fclose.
-    if (freopen(m_path, "w", m_file) == nullptr) {
+    if (freopen(m_path, "w", m_file) == nullptr)
         return;
-    }
-    if (text != nullptr) {
+    if (text != nullptr)
         WriteText(fileno(m_file), { text.get(), nLength });
-    }
     for (; m_lines.head != nullptr; m_lines.RemoveHead()) { // no memory for the text
         const std::string_view line = TextOf(m_lines.head->text);
         fwrite(line.data(), 1, line.size(), m_file);
@@ -392,14 +370,12 @@ void ProfileFile::Write()
 inline bool ProfileFile::ParseHeader(const String& line, std::string_view& name)
 {
     const std::string_view text = TextOf(line);
-    if (text.size() <= 1 || !Holds(text, '[')) {
+    if (text.size() <= 1 || !Holds(text, '['))
         return false;
-    }
     const size_t nOpen = text.find('[');
     const size_t nClose = text.find(']', nOpen);
-    if (nClose == text.npos) {
+    if (nClose == text.npos)
         return false;
-    }
     name = text.substr(nOpen + 1, nClose - nOpen - 1);
     return true;
 }
@@ -409,9 +385,8 @@ ProfileFile::ParseLine(const String& line, std::string_view& key, std::string_vi
 {
     const std::string_view text = TextOf(line);
     const size_t nEquals = text.find('=');
-    if (nEquals == text.npos) {
+    if (nEquals == text.npos)
         return false;
-    }
     key = Trim(text.substr(0, nEquals));
     value = Trim(text.substr(nEquals + 1));
     return !key.empty();
@@ -423,9 +398,8 @@ bool ProfileFile::FindSection(ProfileLine*& pPosition,
                               const char* lpszWanted) const
 {
     ProfileLine* p = pPosition;
-    while (p != nullptr && !(ParseHeader(p->text, name) && (!lpszWanted || name == lpszWanted))) {
+    while (p != nullptr && !(ParseHeader(p->text, name) && (!lpszWanted || name == lpszWanted)))
         p = p->next;
-    }
     pPosition = p;
     return p != nullptr;
 }
@@ -474,9 +448,8 @@ Bool32 ProfileFile::GetValue(const char* section, const char* key, String& value
 {
     const String before(value); // section and key may lie in it
     value.Clear();
-    if (!IsGiven(section) || !IsGiven(key)) {
+    if (!IsGiven(section) || !IsGiven(key))
         return 0;
-    }
     std::string_view text;
     if (FindEntry(GetSection(section), key, text) != nullptr) {
         value = MakeString(text);
@@ -487,15 +460,13 @@ Bool32 ProfileFile::GetValue(const char* section, const char* key, String& value
 
 void ProfileFile::SetValue(const char* section, const char* key, const String& value)
 {
-    if (!IsGiven(section) || !IsGiven(key)) {
+    if (!IsGiven(section) || !IsGiven(key))
         return;
-    }
     const String text = String(key) + '=' + value;
     ProfileLine* p = GetSection(section);
     if (p == nullptr) {
-        if (value.IsEmpty()) {
+        if (value.IsEmpty())
             return;
-        }
         AppendHeader(section);
     }
     std::string_view old;
@@ -513,21 +484,18 @@ void ProfileFile::SetValue(const char* section, const char* key, const String& v
 
 void ProfileFile::AddLine(const char* section, const char* line)
 {
-    if (!IsGiven(section)) {
+    if (!IsGiven(section))
         return;
-    }
     ProfileLine* pLast = GetSection(section);
     if (pLast == nullptr) {
         AppendHeader(section);
         pLast = m_lines.tail;
     }
-    if (!IsGiven(line)) {
+    if (!IsGiven(line))
         return;
-    }
     while (ProfileLine* p = GetNextInSection(pLast)) {
-        if (p->text == line) {
+        if (p->text == line)
             return;
-        }
         pLast = p;
     }
     m_lines.InsertBefore(pLast->next, line);
@@ -536,9 +504,8 @@ void ProfileFile::AddLine(const char* section, const char* line)
 
 void ProfileFile::RemoveLine(const char* section, const char* line)
 {
-    if (!IsGiven(section)) {
+    if (!IsGiven(section))
         return;
-    }
     ProfileLine* p = GetSection(section);
     if (p == nullptr) {
         AppendHeader(section); // KEPT: removing from a missing section makes it
@@ -559,9 +526,8 @@ int ProfileFile::GetSections(ProfileLineList& names)
 {
     names.Clear();
     std::string_view name;
-    for (ProfileLine* p = m_lines.head; FindSection(p, name, nullptr); p = p->next) {
+    for (ProfileLine* p = m_lines.head; FindSection(p, name, nullptr); p = p->next)
         names.Append(MakeString(name));
-    }
     return names.GetCount();
 }
 
@@ -569,16 +535,14 @@ int ProfileFile::GetKeys(ProfileLineList& keys, const char* section)
 {
     const String wanted(section); // may lie in the list
     keys.Clear();
-    if (wanted.IsEmpty()) {
+    if (wanted.IsEmpty())
         return 0;
-    }
     // KEPT: the header too may hold a key.
     for (ProfileLine* p = GetSection(wanted); p != nullptr; p = GetNextInSection(p)) {
         std::string_view key;
         std::string_view value;
-        if (ParseLine(p->text, key, value)) {
+        if (ParseLine(p->text, key, value))
             keys.Append(MakeString(key));
-        }
     }
     return keys.GetCount();
 }
@@ -587,15 +551,13 @@ int ProfileFile::GetLines(ProfileLineList& lines, const char* section)
 {
     const String wanted(section); // may lie in the list
     lines.Clear();
-    if (wanted.IsEmpty()) {
+    if (wanted.IsEmpty())
         return 0;
-    }
     ProfileLine* p = GetSection(wanted);
     while (p != nullptr && (p = p->next) != nullptr) { // KEPT: beyond the section's end
         const std::string_view text = Trim(TextOf(p->text));
-        if (!text.empty()) {
+        if (!text.empty())
             lines.Append(MakeString(text));
-        }
     }
     return lines.GetCount();
 }

@@ -36,9 +36,8 @@ constinit NilBuffer sNilBuffer;
 
 void CopyChars(char* lpchDest, const char* lpchSrc, int n)
 {
-    if (n > 0) {
+    if (n > 0)
         memmove(lpchDest, lpchSrc, static_cast<size_t>(n));
-    }
 }
 
 bool IsSpace(char ch)
@@ -51,9 +50,8 @@ bool IsSpace(char ch)
 const char* FindNext(const char* p, const char* pEnd, const char* lpszSub)
 {
     for (; p < pEnd; p += strlen(p) + 1) {
-        if (const char* lpszHit = strstr(p, lpszSub)) {
+        if (const char* lpszHit = strstr(p, lpszSub))
             return lpszHit;
-        }
     }
     return nullptr;
 }
@@ -69,9 +67,8 @@ int ParseInt(const char* lpsz)
 
 const char* SkipDigits(const char* p)
 {
-    while (*p >= '0' && *p <= '9') {
+    while (*p >= '0' && *p <= '9')
         ++p;
-    }
     return p;
 }
 
@@ -82,9 +79,8 @@ SInt64 MeasureFixed(double value, int nWidth, int nPrecision)
     char* lpszScratch = nPrecision <= INT_MAX - 6
         ? static_cast<char*>(malloc(static_cast<size_t>(nSize)))
         : nullptr;
-    if (lpszScratch == nullptr) {
+    if (lpszScratch == nullptr)
         return nSize;
-    }
     *lpszScratch = '\0';
     snprintf(lpszScratch, static_cast<size_t>(nSize), "%*.*f", nWidth, nPrecision + 6, value);
     const SInt64 nLength = static_cast<SInt64>(strlen(lpszScratch));
@@ -121,9 +117,8 @@ void String::ReleaseData(StringData* pData)
 {
     if (pData->IsNotNil()) {
         VL_CHECK(pData->GetRefs() != 0, SourceName(__FILE__), 175, "pData->nRefs != 0");
-        if (AddAtomic(-1, &pData->nRefs) <= 1) {
+        if (AddAtomic(-1, &pData->nRefs) <= 1)
             pData->Free();
-        }
     }
 }
 
@@ -172,9 +167,8 @@ void String::JoinCopy(int nLen1, const char* lpchSrc1, int nLen2, const char* lp
 
 void String::AppendInPlace(int nSrcLen, const char* lpchSrc)
 {
-    if (nSrcLen == 0) {
+    if (nSrcLen == 0)
         return;
-    }
     const int nLen = GetLength();
     if (!IsShared() && nSrcLen <= GetAllocLength() - nLen) {
         CopyChars(m_pchData + nLen, lpchSrc, nSrcLen);
@@ -220,12 +214,10 @@ bool String::Contains(const char* lpch) const
 void String::SetLength(int nLen)
 {
     StringData* pData = GetData();
-    if (pData->nDataLength != nLen) {
+    if (pData->nDataLength != nLen)
         pData->nDataLength = nLen;
-    }
-    if (pData != GetNil() || m_pchData[nLen] != '\0') {
+    if (pData != GetNil() || m_pchData[nLen] != '\0')
         m_pchData[nLen] = '\0';
-    }
 }
 
 // Construction, assignment and concatenation
@@ -397,21 +389,18 @@ void String::Unlock()
     VL_CHECK(GetData()->GetRefs() == -1, SourceName(__FILE__), 499, "GetData()->nRefs == -1");
     // KEPT: Unlock leaves nRefs at -1, for a locked block is not told from the nil buffer: a
     // pointer that Lock gave stays valid for the life of the process.
-    if (GetData()->IsNotNil()) {
+    if (GetData()->IsNotNil())
         GetData()->nRefs = 1;
-    }
 }
 
 void String::Clear()
 {
-    if (IsEmpty()) {
+    if (IsEmpty())
         return;
-    }
-    if (GetData()->GetRefs() < 0) {
+    if (GetData()->GetRefs() < 0)
         *this = "";
-    } else {
+    else
         ReleaseData();
-    }
     VL_ASSERT(190, GetData()->nDataLength == 0);
     VL_CHECK(GetData()->GetRefs() < 0 || GetData()->nAllocLength == 0, SourceName(__FILE__), 191,
              "GetData()->nRefs < 0 || GetData()->nAllocLength == 0");
@@ -425,9 +414,8 @@ String String::Part(int nFirst, int nCount) const
     nCount = std::min(std::max(nCount, 0), GetLength() - nFirst);
     VL_ASSERT(843, nFirst >= 0);
     VL_ASSERT(844, nFirst + nCount <= (int)(GetData()->nDataLength));
-    if (nCount == GetLength()) {
+    if (nCount == GetLength())
         return *this;
-    }
     String result;
     CopyRange(result, nCount, nFirst, 0);
     return result;
@@ -465,9 +453,8 @@ String String::HeadWithin(const char* lpszCharSet) const
 
 int String::FindChar(char ch, int nStart) const
 {
-    if (nStart >= GetLength()) {
+    if (nStart >= GetLength())
         return -1;
-    }
     const char* lpszHit = strchr(m_pchData + std::max(nStart, 0), static_cast<unsigned char>(ch));
     return lpszHit ? static_cast<int>(lpszHit - m_pchData) : -1;
 }
@@ -488,9 +475,8 @@ int String::FindAnyOf(const char* lpszCharSet) const
 int String::FindText(const char* lpszSub, int nStart) const
 {
     VL_ASSERT(913, gIsValidString(lpszSub));
-    if (nStart > GetLength()) {
+    if (nStart > GetLength())
         return -1;
-    }
     const char* lpszHit = strstr(m_pchData + std::max(nStart, 0), lpszSub);
     return lpszHit ? static_cast<int>(lpszHit - m_pchData) : -1;
 }
@@ -525,9 +511,8 @@ int String::InsertChar(int nIndex, char ch)
 
 int String::InsertText(int nIndex, const char* lpsz)
 {
-    if (Contains(lpsz)) {
+    if (Contains(lpsz))
         return InsertText(nIndex, String(lpsz).GetString());
-    }
     const int nCount = Measure(lpsz);
     return nCount == 0 ? GetLength() : InsertChars(nIndex, lpsz, nCount);
 }
@@ -554,9 +539,8 @@ int String::InsertChars(int nIndex, const char* lpch, int nCount)
 
 int String::ReplaceChar(char chOld, char chNew)
 {
-    if (chOld == chNew) {
+    if (chOld == chNew)
         return 0;
-    }
     MakeUnique();
     int nCount = 0;
     for (int i = 0; i < GetLength(); ++i) {
@@ -572,12 +556,10 @@ int String::ReplaceChar(char chOld, char chNew)
 int String::ReplaceText(const char* lpszOld, const char* lpszNew)
 {
     const int nSourceLen = Measure(lpszOld);
-    if (nSourceLen == 0) {
+    if (nSourceLen == 0)
         return 0;
-    }
-    if (Contains(lpszOld) || Contains(lpszNew)) {
+    if (Contains(lpszOld) || Contains(lpszNew))
         return ReplaceText(String(lpszOld).GetString(), String(lpszNew).GetString());
-    }
     const int nReplacementLen = Measure(lpszNew);
     const int nOldLength = GetLength();
 
@@ -585,14 +567,12 @@ int String::ReplaceText(const char* lpszOld, const char* lpszNew)
     int nCount = 0;
     const char* pEnd = m_pchData + nOldLength;
     for (const char* p = m_pchData; (p = FindNext(p, pEnd, lpszOld)); p += nSourceLen) {
-        if (nCount < std::ssize(notes)) {
+        if (nCount < std::ssize(notes))
             notes[nCount] = static_cast<int>(p - m_pchData);
-        }
         ++nCount;
     }
-    if (nCount == 0) {
+    if (nCount == 0)
         return 0;
-    }
     const SInt64 nGrowth = static_cast<SInt64>(nReplacementLen - nSourceLen) * nCount;
     const int nNewLength = static_cast<int>(std::min<SInt64>(nOldLength + nGrowth, INT_MAX));
 
@@ -643,26 +623,23 @@ int String::RemoveChar(char chRemove)
 void String::ToLower()
 {
     MakeUnique();
-    for (char* p = m_pchData; *p != '\0'; ++p) {
+    for (char* p = m_pchData; *p != '\0'; ++p)
         *p = static_cast<char>(tolower(static_cast<unsigned char>(*p)));
-    }
 }
 
 void String::ToUpper()
 {
     MakeUnique();
-    for (char* p = m_pchData; *p != '\0'; ++p) {
+    for (char* p = m_pchData; *p != '\0'; ++p)
         *p = static_cast<char>(toupper(static_cast<unsigned char>(*p)));
-    }
 }
 
 template <class Test> void String::TrimEndWhile(Test test)
 {
     MakeUnique();
     int nLength = GetLength();
-    while (nLength > 0 && test(m_pchData[nLength - 1])) {
+    while (nLength > 0 && test(m_pchData[nLength - 1]))
         --nLength;
-    }
     SetLength(nLength);
 }
 
@@ -670,9 +647,8 @@ template <class Test> void String::TrimStartWhile(Test test)
 {
     MakeUnique();
     int nFirst = 0;
-    while (nFirst < GetLength() && test(m_pchData[nFirst])) {
+    while (nFirst < GetLength() && test(m_pchData[nFirst]))
         ++nFirst;
-    }
     RemoveRange(0, nFirst);
 }
 
@@ -708,11 +684,10 @@ void String::TrimStart(char ch)
 
 void String::TrimStart(const char* lpszTargets)
 {
-    if (Contains(lpszTargets)) {
+    if (Contains(lpszTargets))
         TrimStart(String(lpszTargets).GetString());
-    } else if (Measure(lpszTargets) != 0) {
+    else if (Measure(lpszTargets) != 0)
         TrimStartWhile([=](char c) { return c != '\0' && strchr(lpszTargets, c) != nullptr; });
-    }
 }
 
 // Formatting
@@ -768,20 +743,18 @@ private:
         m_nPrecision = 0;
         bool bStar = false;
         for (;; ++m_p) {
-            if (*m_p == '*') {
+            if (*m_p == '*')
                 m_nWidth = va_arg(m_args, int);
-            } else if (*m_p == '#') {
+            else if (*m_p == '#')
                 m_nLength += 2;
-            } else if (*m_p != '-' && *m_p != '+' && *m_p != '0' && *m_p != ' ') {
+            else if (*m_p != '-' && *m_p != '+' && *m_p != '0' && *m_p != ' ')
                 break;
-            }
             // The C library wants '*' last, and would take the next arguments for others.
             VL_CHECK(!bStar, SourceName(__FILE__), 1200, "false");
             bStar = *m_p == '*';
         }
-        if (m_nWidth == 0 && !bStar) {
+        if (m_nWidth == 0 && !bStar)
             m_nWidth = ScanNumber();
-        }
         VL_CHECK(m_nWidth >= 0, SourceName(__FILE__), 992, "nWidth >= 0");
         if (*m_p == '.') {
             ++m_p;
@@ -804,9 +777,8 @@ private:
 
     void ScanModifier()
     {
-        if (strncmp(m_p, "I64", 3) == 0) {
+        if (strncmp(m_p, "I64", 3) == 0)
             VL_ASSERT(1023, false);
-        }
         const char ch = *m_p;
         m_chModifier
             = ch == 'h' || ch == 'l' || ch == 'L' || ch == 'F' || ch == 'N' ? *m_p++ : '\0';
@@ -882,12 +854,10 @@ private:
     void SetConversion(const char* lpszModifiers, char chConversion)
     {
         const bool bDrop = m_chModifier != '\0' && strchr(lpszModifiers, m_chModifier) == nullptr;
-        if (!bDrop && *m_p == chConversion) {
+        if (!bDrop && *m_p == chConversion)
             return;
-        }
-        if (m_strFormat.IsEmpty()) {
+        if (m_strFormat.IsEmpty())
             m_strFormat = m_lpszFormat;
-        }
         const int nIndex = static_cast<int>(m_p - m_lpszFormat) - m_nDropped;
         m_strFormat.SetCharAt(nIndex, chConversion);
         if (bDrop) {

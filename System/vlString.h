@@ -222,9 +222,8 @@ inline void String::ReleaseData()
     StringData* pData = GetData();
     if (pData->IsNotNil()) {
         VL_CHECK(pData->GetRefs() != 0, "System/vlString.cpp", 164, "GetData()->nRefs != 0");
-        if (AddAtomic(-1, &pData->nRefs) <= 1) {
+        if (AddAtomic(-1, &pData->nRefs) <= 1)
             pData->Free();
-        }
         AttachNil();
     }
 }
@@ -251,9 +250,8 @@ inline String::String(const String& stringSrc)
 inline String::~String()
 {
     StringData* pData = GetData();
-    if (pData->IsNotNil() && AddAtomic(-1, &pData->nRefs) <= 1) {
+    if (pData->IsNotNil() && AddAtomic(-1, &pData->nRefs) <= 1)
         pData->Free();
-    }
 }
 
 inline String& String::operator=(const String& stringSrc)

@@ -14,9 +14,8 @@ static inline void PressButton(EventLoopTimerRef timer, void* isPressed)
     const ControlID buttonID = { 0x6275746E, 0 }; /* 'butn' */
     ControlRef button = NULL;
     (void)timer;
-    if (GetControlByID(FrontNonFloatingWindow(), &buttonID, &button) == noErr) {
+    if (GetControlByID(FrontNonFloatingWindow(), &buttonID, &button) == noErr)
         *(int*)isPressed = HIViewSimulateClick(button, kControlButtonPart, 0, NULL) == noErr;
-    }
 }
 
 /* Loads the module, shows the box over a native window, unloads.

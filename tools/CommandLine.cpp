@@ -42,15 +42,12 @@ Arguments Parse(const std::vector<Command>& commands, char** argv)
             const size_t equals = word.find('=');
             const std::string name(word.substr(2, equals - 2));
             const char* value = equals == word.npos ? "" : *argv + equals + 1;
-            if (!isKnown(name + "=") && (!isKnown(name) || equals != word.npos)) {
+            if (!isKnown(name + "=") && (!isKnown(name) || equals != word.npos))
                 FailUsage("no option " + std::string(word));
-            }
-            if (isKnown(name + "=") && equals == word.npos) {
+            if (isKnown(name + "=") && equals == word.npos)
                 value = *++argv;
-            }
-            if (value == nullptr || !arguments.options.emplace(name, value).second) {
+            if (value == nullptr || !arguments.options.emplace(name, value).second)
                 FailUsage("one value, please: --" + name);
-            }
         } else {
             arguments.words.push_back(*argv);
         }
@@ -62,24 +59,20 @@ const Command& TakeCommand(const std::vector<Command>& commands, Arguments& argu
 {
     auto command = commands.begin();
     if (commands.size() > 1) {
-        if (arguments.words.empty()) {
+        if (arguments.words.empty())
             FailUsage("no command");
-        }
         const std::string name = arguments[0];
         command = std::find_if(commands.begin(), commands.end(),
                                [&](const Command& each) { return name == each.name; });
-        if (command == commands.end()) {
+        if (command == commands.end())
             FailUsage("no command " + name);
-        }
         arguments.words.erase(arguments.words.begin());
     }
-    if (arguments.words.size() != command->words) {
+    if (arguments.words.size() != command->words)
         FailUsage(std::string("wrong number of arguments for ") + command->name);
-    }
     for (const auto& [option, value] : arguments.options) {
-        if (!Takes(*command, option) && !Takes(*command, option + "=")) {
+        if (!Takes(*command, option) && !Takes(*command, option + "="))
             FailUsage("--" + option + " is not for " + command->name);
-        }
     }
     return *command;
 }
@@ -104,9 +97,8 @@ const char* Arguments::Get(const char* option, const char* standard) const
 
 double Arguments::GetNumber(const char* option, double standard, double least, double most) const
 {
-    if (!Has(option)) {
+    if (!Has(option))
         return standard;
-    }
     std::string_view text = Get(option);
     const bool isHex = text.starts_with("0x");
     text.remove_prefix(isHex ? 2 : 0);
@@ -126,31 +118,27 @@ long Arguments::GetInteger(const char* option, long standard, long least, long m
 {
     const double number = GetNumber(option, static_cast<double>(standard),
                                     static_cast<double>(least), static_cast<double>(most));
-    if (number != std::floor(number)) {
+    if (number != std::floor(number))
         FailUsage(std::string("--") + option + " takes a whole number");
-    }
     return static_cast<long>(number);
 }
 
 int RunTool(const char* tool, const char* help, const std::vector<Command>& commands, char** argv)
 {
     try {
-        if (argv[1] != nullptr && strcmp(argv[1], "--version") == 0 && argv[2] == nullptr) {
+        if (argv[1] != nullptr && strcmp(argv[1], "--version") == 0 && argv[2] == nullptr)
             printf("%s %s\n", tool, VELTRANO_VERSION);
-        } else if (Arguments arguments = Parse(commands, argv); arguments.Has("help")) {
+        else if (Arguments arguments = Parse(commands, argv); arguments.Has("help"))
             fputs(help, stdout);
-        } else {
+        else
             TakeCommand(commands, arguments).run(arguments);
-        }
-        if (fflush(stdout) != 0 || ferror(stdout)) {
+        if (fflush(stdout) != 0 || ferror(stdout))
             Fail(std::string("cannot write standard output: ") + strerror(errno));
-        }
         return kDone;
     } catch (const Failure& failure) {
         fprintf(stderr, "%s: %s\n", tool, failure.message.c_str());
-        if (failure.code == kUsage) {
+        if (failure.code == kUsage)
             fprintf(stderr, "Try '%s --help'.\n", tool);
-        }
         return failure.code;
     }
 }
@@ -161,14 +149,11 @@ std::string ReadInput(const std::string& path)
     FILE* file = isStandard ? stdin : fopen(path.c_str(), "rb");
     std::string bytes;
     char piece[65536];
-    for (size_t size; file != nullptr && (size = fread(piece, 1, sizeof piece, file)) != 0;) {
+    for (size_t size; file != nullptr && (size = fread(piece, 1, sizeof piece, file)) != 0;)
         bytes.append(piece, size);
-    }
-    if (file == nullptr || ferror(file)) {
+    if (file == nullptr || ferror(file))
         Fail("cannot read " + path + ": " + strerror(errno));
-    }
-    if (!isStandard) {
+    if (!isStandard)
         fclose(file);
-    }
     return bytes;
 }

@@ -37,9 +37,8 @@ inline QByteArray EncodeImage(const std::string& bytes, const char* path, double
     QBuffer buffer(&data);
     QImageReader reader(&buffer);
     reader.setAutoTransform(true);
-    if (reader.format().startsWith("svg")) {
+    if (reader.format().startsWith("svg"))
         reader.setScaledSize((QSizeF(reader.size()) * density).toSize());
-    }
     const QImage image = reader.read();
     if (image.isNull()) {
         const bool needsPlugin
@@ -50,9 +49,8 @@ inline QByteArray EncodeImage(const std::string& bytes, const char* path, double
     }
     const QSize points = (QSizeF(image.size()) / density).toSize();
     const QByteArray picture = EncodePicture(image, QRect(QPoint(0, 0), points));
-    if (picture.isEmpty()) {
+    if (picture.isEmpty())
         Fail(std::string(path) + " is too large: 4096 pixels a side");
-    }
     return picture;
 }
 
@@ -63,8 +61,7 @@ inline void SaveImage(const QImage& image, const char* path)
     QBuffer buffer(&bytes);
     const QString suffix = QFileInfo(QFile::decodeName(path)).suffix();
     QImageWriter writer(&buffer, suffix.isEmpty() ? "png" : suffix.toLatin1());
-    if (!writer.write(image)) {
+    if (!writer.write(image))
         Fail("cannot write " + std::string(path) + ": " + writer.errorString().toStdString());
-    }
     WriteOutput(path, bytes);
 }

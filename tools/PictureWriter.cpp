@@ -47,17 +47,15 @@ void PutRow(QByteArray& out, const QByteArray& row, int rowBytes)
     for (qsizetype at = 0, end = 0; at < row.size(); at = end) {
         const bool run = isRun(at);
         end = at + 1;
-        while (end < row.size() && end - at < 128 && (run ? isRun(end - 1) : !isRun(end))) {
+        while (end < row.size() && end - at < 128 && (run ? isRun(end - 1) : !isRun(end)))
             ++end;
-        }
         Put8(packed, static_cast<int>(run ? 1 - (end - at) : end - at - 1));
         packed.append(row.mid(at, run ? 1 : end - at));
     }
-    if (rowBytes > 250) {
+    if (rowBytes > 250)
         Put16(out, static_cast<int>(packed.size()));
-    } else {
+    else
         Put8(out, static_cast<int>(packed.size()));
-    }
     out.append(packed);
 }
 
@@ -108,9 +106,8 @@ bool PutIndexed(QByteArray& out, const QImage& image, const QRect& frame)
             }
             row[x] = static_cast<char>(found->second);
         }
-        if (indexes.size() > 256) {
+        if (indexes.size() > 256)
             return false;
-        }
         PutRow(rows, row, rowBytes);
     }
     Put16(out, 0x98);
@@ -156,9 +153,8 @@ QByteArray EncodePicture(const QImage& source, const QRect& frame)
         return size.width() >= 1 && size.width() <= kMaxSide && size.height() >= 1
             && size.height() <= kMaxSide;
     };
-    if (!fits(source.size()) || !fits(frame.size())) {
+    if (!fits(source.size()) || !fits(frame.size()))
         return QByteArray();
-    }
     QImage image(source.size(), QImage::Format_RGB32);
     image.fill(Qt::white); // see-through pixels stand on white
     QPainter(&image).drawImage(0, 0, source);
@@ -169,19 +165,16 @@ QByteArray EncodePicture(const QImage& source, const QRect& frame)
     Put32(out, 0x001102FF); // version 2
     Put16(out, 0x0C00); // header
     Put32(out, -1);
-    for (const int side : { frame.left(), frame.top(), frame.right() + 1, frame.bottom() + 1 }) {
+    for (const int side : { frame.left(), frame.top(), frame.right() + 1, frame.bottom() + 1 })
         Put32(out, int64_t(side) << 16);
-    }
     Put32(out, 0);
     Put16(out, 0x0001); // clip
     Put16(out, 10);
     PutRect(out, frame);
-    if (!PutIndexed(out, image, frame)) {
+    if (!PutIndexed(out, image, frame))
         PutDirect(out, image, frame);
-    }
-    if (out.size() % 2 != 0) {
+    if (out.size() % 2 != 0)
         Put8(out, 0);
-    }
     Put16(out, 0x00FF); // end
     QByteArray size;
     Put16(size, static_cast<int>(out.size()));

@@ -36,9 +36,8 @@ std::vector<uint32_t> TypesOf(const std::vector<ResourceFile::Resource>& resourc
 {
     std::vector<uint32_t> types;
     for (const ResourceFile::Resource& resource : resources) {
-        if (std::find(types.begin(), types.end(), resource.type) == types.end()) {
+        if (std::find(types.begin(), types.end(), resource.type) == types.end())
             types.push_back(resource.type);
-        }
     }
     return types;
 }
@@ -63,12 +62,10 @@ std::optional<std::vector<uint8_t>> ResourceWriter::Serialize() const
         size_t count = 0;
         const size_t listOffset = 2 + types.size() * kTypeSize + references.size();
         for (const ResourceFile::Resource& resource : m_resources) {
-            if (resource.type != type) {
+            if (resource.type != type)
                 continue;
-            }
-            if (data.size() > 0xFFFFFF || names.size() >= kNoName) {
+            if (data.size() > 0xFFFFFF || names.size() >= kNoName)
                 return std::nullopt;
-            }
             ++count;
             Put16(references, static_cast<uint16_t>(resource.id));
             Put16(references, resource.name.empty() ? kNoName : names.size());
@@ -87,9 +84,8 @@ std::optional<std::vector<uint8_t>> ResourceWriter::Serialize() const
         Put16(typeList, listOffset);
     }
     const size_t nameOffset = kMapHeaderSize + typeList.size() + references.size();
-    if (nameOffset > 0xFFFF) {
+    if (nameOffset > 0xFFFF)
         return std::nullopt;
-    }
     Bytes header;
     for (const size_t value :
          { kHeaderSize, kHeaderSize + data.size(), data.size(), nameOffset + names.size() }) {
@@ -101,12 +97,10 @@ std::optional<std::vector<uint8_t>> ResourceWriter::Serialize() const
     Append(file, header); // the map begins with a copy
     Put32(file, 0); // next map
     Put16(file, 0); // file number
-    for (const size_t value : { size_t { m_attributes }, kMapHeaderSize, nameOffset }) {
+    for (const size_t value : { size_t { m_attributes }, kMapHeaderSize, nameOffset })
         Put16(file, value);
-    }
-    for (const Bytes* part : { &typeList, &references, &names }) {
+    for (const Bytes* part : { &typeList, &references, &names })
         Append(file, *part);
-    }
     return file;
 }
 

@@ -56,30 +56,26 @@ void RequirePicture(const std::string& path, int id)
         static_cast<CFIndex>(path.size()), true);
     const CFBundleRef bundle = CFBundleCreate(kCFAllocatorDefault, url);
     CFRelease(url);
-    if (bundle == nullptr) {
+    if (bundle == nullptr)
         Fail("no bundle at " + path);
-    }
     const CFBundleRefNum file = CFBundleOpenBundleResourceMap(bundle);
     const bool isFound = GetResource('PICT', static_cast<SInt16>(id)) != nullptr;
     CFBundleCloseBundleResourceMap(bundle, file);
     CFRelease(bundle);
-    if (!isFound) {
+    if (!isFound)
         Fail("no 'PICT' " + std::to_string(id) + " in " + path);
-    }
 }
 
 void TakeSnapshot(EventLoopTimerRef, void* userData)
 {
     for (QWidget* widget : QApplication::topLevelWidgets()) {
-        if (widget->isVisible()) {
+        if (widget->isVisible())
             *static_cast<QImage*>(userData) = widget->grab().toImage();
-        }
     }
     const ControlID buttonID = { 'butn', 0 };
     ControlRef button = nullptr;
-    if (GetControlByID(FrontNonFloatingWindow(), &buttonID, &button) == noErr) {
+    if (GetControlByID(FrontNonFloatingWindow(), &buttonID, &button) == noErr)
         HIViewSimulateClick(button, kControlButtonPart, 0, nullptr);
-    }
 }
 
 /// Shows the box over a window, or in the middle of the screen.
@@ -91,9 +87,8 @@ int ShowBox(const Arguments& arguments, VeltranoModuleRef module, const std::str
     const WindowRef parent = parentId == 0
         ? CreateWindowRefWithQWidget(&screen)
         : CreateWindowRefWithX11Window(static_cast<unsigned long>(parentId));
-    if (parent == nullptr) {
+    if (parent == nullptr)
         Fail(std::string("no window ") + arguments.Get("parent"));
-    }
     const int style = static_cast<int>(arguments.GetInteger("style", 0, 0, 1));
     const int result
         = VeltranoShowAboutBox(module, parent, host.c_str(), id, arguments.Get("version", nullptr),
@@ -105,27 +100,24 @@ int ShowBox(const Arguments& arguments, VeltranoModuleRef module, const std::str
 /// Chooses what to show the box on, where the user has not: the toolkit ends the process where there is nothing.
 void ChooseDisplay(const Arguments& arguments)
 {
-    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
+    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         return;
-    }
     xcb_connection_t* x = xcb_connect(nullptr, nullptr);
     const bool hasX = xcb_connection_has_error(x) == 0;
     xcb_disconnect(x);
     if (arguments.Has("parent") && hasX) {
         qputenv("QT_QPA_PLATFORM", "xcb"); // under Wayland, too
     } else if (!hasX && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY")) {
-        if (!arguments.Has("snapshot")) {
+        if (!arguments.Has("snapshot"))
             Fail("no display: say --snapshot");
-        }
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
 }
 
 void Show(const Arguments& arguments)
 {
-    if (arguments.Has("picture") && arguments.Has("bundle")) {
+    if (arguments.Has("picture") && arguments.Has("bundle"))
         FailUsage("either --picture or --bundle");
-    }
     const int id = static_cast<int>(arguments.GetInteger("id", 128, INT16_MIN, INT16_MAX));
     ChooseDisplay(arguments);
     int count = 1;
@@ -141,12 +133,10 @@ void Show(const Arguments& arguments)
     }
     const QTemporaryDir folder;
     std::string host = arguments.Get("bundle");
-    if (arguments.Has("picture")) {
+    if (arguments.Has("picture"))
         host = MakeBundle(folder.path(), arguments, id);
-    }
-    if (!host.empty()) {
+    if (!host.empty())
         RequirePicture(host, id);
-    }
     QImage snapshot;
     if (arguments.Has("snapshot")) {
         InstallEventLoopTimer(GetMainEventLoop(), 0.2, 0, NewEventLoopTimerUPP(TakeSnapshot),
@@ -154,12 +144,10 @@ void Show(const Arguments& arguments)
     }
     const int result = ShowBox(arguments, module, host, id);
     VeltranoCloseModule(module);
-    if (result != kVeltranoShown) {
+    if (result != kVeltranoShown)
         Fail(VeltranoResultText(result));
-    }
-    if (arguments.Has("snapshot")) {
+    if (arguments.Has("snapshot"))
         SaveImage(snapshot, arguments.Get("snapshot"));
-    }
 }
 
 } // namespace

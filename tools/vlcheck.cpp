@@ -35,9 +35,8 @@ void Report(bool isWell, const char* what)
 bool LoadsQuietly(CFBundleRef bundle)
 {
     FILE* output = tmpfile();
-    if (output == nullptr) {
+    if (output == nullptr)
         Fail("cannot write a temporary file");
-    }
     fflush(nullptr);
     const pid_t child = fork();
     if (child == 0) {
@@ -63,17 +62,15 @@ std::vector<std::string> ExportedSymbols(const link_map& executable)
     const uint32_t* hash = nullptr;
     for (const ElfW(Dyn)* entry = executable.l_ld; entry->d_tag != DT_NULL; ++entry) {
         const auto* table = reinterpret_cast<const void*>(entry->d_un.d_ptr);
-        if (entry->d_tag == DT_STRTAB) {
+        if (entry->d_tag == DT_STRTAB)
             strings = static_cast<const char*>(table);
-        } else if (entry->d_tag == DT_SYMTAB) {
+        else if (entry->d_tag == DT_SYMTAB)
             symbols = static_cast<const ElfW(Sym)*>(table);
-        } else if (entry->d_tag == DT_GNU_HASH) {
+        else if (entry->d_tag == DT_GNU_HASH)
             hash = static_cast<const uint32_t*>(table);
-        }
     }
-    if (hash == nullptr) {
+    if (hash == nullptr)
         Fail("no GNU hash table in the executable");
-    }
     const uint32_t first
         = hash[1]; // the rest of the header: numbers of buckets and filter words, a shift
     const uint32_t* const buckets = hash + 4 + hash[2] * (sizeof(ElfW(Addr)) / sizeof *hash);
@@ -94,15 +91,13 @@ void CheckTable(GetEntryTableProc get)
 {
     const EntryPoint* table = get();
     Report(table != nullptr && table == get(), "gives the same table each time");
-    if (table == nullptr) {
+    if (table == nullptr)
         return;
-    }
     Report(table[kEntryShowAboutBoxSimple] != nullptr && table[kEntryShowAboutBox] != nullptr,
            "has the About entries at positions 0 and 10");
     bool othersAreEmpty = true;
-    for (int i = kEntryShowAboutBoxSimple + 1; i < kEntryShowAboutBox; ++i) {
+    for (int i = kEntryShowAboutBoxSimple + 1; i < kEntryShowAboutBox; ++i)
         othersAreEmpty = othersAreEmpty && table[i] == nullptr;
-    }
     Report(othersAreEmpty, "keeps positions 1 to 9 empty");
 }
 
@@ -120,12 +115,10 @@ void Check(const Arguments& arguments)
         kCFAllocatorDefault, reinterpret_cast<const UInt8*>(arguments[0]),
         static_cast<CFIndex>(strlen(arguments[0])), true);
     const CFBundleRef bundle = url != nullptr ? CFBundleCreate(kCFAllocatorDefault, url) : nullptr;
-    if (url != nullptr) {
+    if (url != nullptr)
         CFRelease(url);
-    }
-    if (bundle == nullptr) {
+    if (bundle == nullptr)
         Fail(std::string("no bundle at ") + arguments[0]);
-    }
     Report(LoadsQuietly(bundle), "loads and unloads without a word");
     Report(HasInterfaceFile(bundle), "has its interface file");
     const auto get = reinterpret_cast<GetEntryTableProc>(
@@ -146,9 +139,8 @@ void Check(const Arguments& arguments)
                "leaves the process when it is unloaded");
     }
     CFRelease(bundle);
-    if (sFaults != 0) {
+    if (sFaults != 0)
         Fail(std::string("faults: ") + std::to_string(sFaults));
-    }
 }
 
 } // namespace

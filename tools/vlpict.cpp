@@ -37,26 +37,23 @@ const char kHelp[]
 ResourceFile ParseResources(const std::string& bytes, const char* path)
 {
     auto file = ResourceFile::Parse(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
-    if (!file) {
+    if (!file)
         Fail(std::string(path) + " is no resource file");
-    }
     return std::move(*file);
 }
 
 void WriteResources(const char* path, const ResourceWriter& file)
 {
     const auto bytes = file.Serialize();
-    if (!bytes) {
+    if (!bytes)
         Fail(std::string(path) + " would pass what a resource file holds");
-    }
     WriteOutput(path, *bytes);
 }
 
 int16_t IdOf(const Arguments& arguments)
 {
-    if (!arguments.Has("id")) {
+    if (!arguments.Has("id"))
         FailUsage("--id is missing");
-    }
     return static_cast<int16_t>(arguments.GetInteger("id", 0, INT16_MIN, INT16_MAX));
 }
 
@@ -64,12 +61,10 @@ uint32_t TypeOf(const Arguments& arguments)
 {
     uint32_t type = 0;
     const std::string_view text = arguments.Get("type", "PICT");
-    if (text.size() != 4) {
+    if (text.size() != 4)
         FailUsage("a type has four characters: " + std::string(text));
-    }
-    for (const char c : text) {
+    for (const char c : text)
         type = type << 8 | static_cast<uint8_t>(c);
-    }
     return type;
 }
 
@@ -77,9 +72,8 @@ const ResourceFile::Resource& FindResource(const ResourceFile& file, const Argum
 {
     const int16_t id = IdOf(arguments);
     const auto* resource = file.Find(TypeOf(arguments), id);
-    if (resource == nullptr) {
+    if (resource == nullptr)
         Fail("no such resource: " + std::to_string(id));
-    }
     return *resource;
 }
 
@@ -89,9 +83,8 @@ std::string PictureOfFile(const std::string& bytes)
     for (const size_t offset : { 512u, 0u }) {
         const std::string_view version
             = std::string_view(bytes).substr(std::min(offset + 10, bytes.size()), 4);
-        if (version.starts_with("\x11\x01") || version == std::string_view("\x00\x11\x02\xFF", 4)) {
+        if (version.starts_with("\x11\x01") || version == std::string_view("\x00\x11\x02\xFF", 4))
             return bytes.substr(offset);
-        }
     }
     return std::string();
 }
@@ -103,14 +96,12 @@ void SaveDrawing(const Bytes& picture, const Arguments& arguments, const char* o
     const double scale = arguments.GetNumber("scale", 1, 0.05, 20);
     const std::string name = std::string("the picture of ") + arguments[0];
     const auto decoded = DecodedPicture::Decode(picture.data(), picture.size());
-    if (!decoded) {
+    if (!decoded)
         Fail(name + " is damaged or uses what is not known");
-    }
     QImage image((decoded->FrameSize() * scale).toSize().expandedTo(QSize(1, 1)),
                  QImage::Format_RGB32);
-    if (image.isNull()) {
+    if (image.isNull())
         Fail(name + " is too large at this scale");
-    }
     QPainter painter(&image);
     decoded->Paint(painter, QRectF(image.rect()));
     painter.end();
@@ -124,12 +115,10 @@ std::string Convert(const std::string& text, CFStringEncoding from, CFStringEnco
     std::string converted(text.size() * 3 + 1, 0);
     const bool isDone = string != nullptr
         && CFStringGetCString(string, converted.data(), static_cast<CFIndex>(converted.size()), to);
-    if (string != nullptr) {
+    if (string != nullptr)
         CFRelease(string);
-    }
-    if (!isDone) {
+    if (!isDone)
         FailUsage("a name has characters of MacRoman alone: " + text);
-    }
     return converted.c_str();
 }
 
@@ -138,22 +127,19 @@ void Add(const Arguments& arguments)
     const int16_t id = IdOf(arguments);
     const std::string name
         = Convert(arguments.Get("name"), kCFStringEncodingUTF8, kCFStringEncodingMacRoman);
-    if (name.size() > 255) {
+    if (name.size() > 255)
         FailUsage("a name has at most 255 characters");
-    }
     const double density = arguments.GetNumber("density", 1, 0.05, 20);
     const std::string image = ReadInput(arguments[1]);
     std::string picture = PictureOfFile(image);
-    if (picture.empty()) {
+    if (picture.empty())
         picture = EncodeImage(image, arguments[1], density).toStdString();
-    }
     ResourceWriter file;
     const bool isStandard = arguments[0] == std::string_view("-");
     if (isStandard || QFileInfo::exists(QFile::decodeName(arguments[0]))) {
         const std::string old = ReadInput(arguments[0]);
-        if (!isStandard || !old.empty()) {
+        if (!isStandard || !old.empty())
             file = ResourceWriter(ParseResources(old, arguments[0]));
-        }
     }
     file.Set({ kPictureType, id, 0, name, { picture.begin(), picture.end() } });
     WriteResources(arguments[0], file);
@@ -184,9 +170,8 @@ void Extract(const Arguments& arguments)
         SaveDrawing(bytes, arguments, arguments[1]);
         return;
     }
-    if (resource.type == kPictureType && out.ends_with(".pict")) {
+    if (resource.type == kPictureType && out.ends_with(".pict"))
         bytes.insert(bytes.begin(), 512, 0);
-    }
     WriteOutput(arguments[1], bytes);
 }
 

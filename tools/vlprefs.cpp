@@ -47,9 +47,8 @@ Ref<CFStringRef> MakeString(const std::string& text)
     const CFStringRef string
         = CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
                                   static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8, false);
-    if (string == nullptr) {
+    if (string == nullptr)
         FailUsage("not UTF-8: " + text);
-    }
     return Ref<CFStringRef>(string);
 }
 
@@ -69,9 +68,8 @@ CFStringRef UserOf(const Arguments& arguments)
 Ref<CFStringRef> ApplicationOf(const Arguments& arguments)
 {
     const std::string name = arguments[0];
-    if (name.empty() || name.find('/') != name.npos) {
+    if (name.empty() || name.find('/') != name.npos)
         FailUsage("no application identifier: " + name);
-    }
     return MakeString(name);
 }
 
@@ -115,33 +113,26 @@ std::string FormatDate(CFDateRef date)
     const auto seconds = static_cast<time_t>(std::floor(CFDateGetAbsoluteTime(date) + kFrom1970));
     tm parts = {};
     char text[64] = "";
-    if (gmtime_r(&seconds, &parts) != nullptr) {
+    if (gmtime_r(&seconds, &parts) != nullptr)
         strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
-    }
     return text;
 }
 
 Value Describe(CFTypeRef object)
 {
     const CFTypeID type = CFGetTypeID(object);
-    if (type == CFStringGetTypeID()) {
+    if (type == CFStringGetTypeID())
         return { "string", TextOf(object) };
-    }
-    if (type == CFBooleanGetTypeID()) {
+    if (type == CFBooleanGetTypeID())
         return { "bool", CFBooleanGetValue(static_cast<CFBooleanRef>(object)) ? "true" : "false" };
-    }
-    if (type == CFNumberGetTypeID()) {
+    if (type == CFNumberGetTypeID())
         return DescribeNumber(static_cast<CFNumberRef>(object));
-    }
-    if (type == CFDataGetTypeID()) {
+    if (type == CFDataGetTypeID())
         return { "data", FormatData(static_cast<CFDataRef>(object)) };
-    }
-    if (type == CFDateGetTypeID()) {
+    if (type == CFDateGetTypeID())
         return { "date", FormatDate(static_cast<CFDateRef>(object)) };
-    }
-    if (type == CFArrayGetTypeID()) {
+    if (type == CFArrayGetTypeID())
         return { "array", std::to_string(CFArrayGetCount(static_cast<CFArrayRef>(object))) };
-    }
     return { "dict", std::to_string(CFDictionaryGetCount(static_cast<CFDictionaryRef>(object))) };
 }
 
@@ -173,9 +164,8 @@ std::string SuffixOf(const Arguments& arguments)
     gethostname(machine, sizeof machine - 1);
     std::string id;
     for (const char* file : { "/etc/machine-id", "/var/lib/dbus/machine-id" }) {
-        if (id.size() != 32) {
+        if (id.size() != 32)
             std::ifstream(file) >> id;
-        }
     }
     const std::string name = id.size() == 32 ? id : machine;
     return arguments.Has("all-users") ? ".plist" : "." + name + ".plist";
@@ -214,18 +204,16 @@ void Write(const Arguments& arguments)
 {
     std::string aside;
     std::error_code error;
-    for (int n = 1; aside.empty() || fs::exists(fs::symlink_status(aside, error)); ++n) {
+    for (int n = 1; aside.empty() || fs::exists(fs::symlink_status(aside, error)); ++n)
         aside = FileOf(arguments) + ".damaged-" + std::to_string(n);
-    }
     errno = 0;
     if (!CFPreferencesSynchronize(ApplicationOf(arguments).get(), UserOf(arguments),
                                   kCFPreferencesCurrentHost)) {
         const std::string reason = errno != 0 ? std::string(": ") + strerror(errno) : "";
         Fail("cannot write " + FileOf(arguments) + reason);
     }
-    if (fs::exists(aside, error)) {
+    if (fs::exists(aside, error))
         fprintf(stderr, "vlprefs: the old file was damaged and is now %s\n", aside.c_str());
-    }
 }
 
 // --- entries -----------------------------------------------------------------------------------
@@ -234,9 +222,8 @@ std::vector<std::string> SplitEntry(const std::string& entry)
 {
     std::vector<std::string> keys;
     size_t begin = 0;
-    for (size_t end; (end = entry.find('/', begin)) != std::string::npos; begin = end + 1) {
+    for (size_t end; (end = entry.find('/', begin)) != std::string::npos; begin = end + 1)
         keys.push_back(entry.substr(begin, end - begin));
-    }
     keys.push_back(entry.substr(begin));
     return keys;
 }
@@ -255,9 +242,8 @@ CFTypeRef FindEntry(CFTypeRef entries, const char* entry)
             ? CFDictionaryGetValue(static_cast<CFDictionaryRef>(value), MakeString(key).get())
             : nullptr;
     }
-    if (value == nullptr) {
+    if (value == nullptr)
         Fail(std::string("no entry ") + entry);
-    }
     return value;
 }
 
@@ -265,9 +251,8 @@ void Get(const Arguments& arguments)
 {
     const auto entries = CopyEntries(arguments);
     const CFTypeRef value = FindEntry(entries.get(), arguments[1]);
-    if (IsDictionary(value)) {
+    if (IsDictionary(value))
         Fail(std::string(arguments[1]) + " is a dictionary; 'vlprefs list' shows what is in it");
-    }
     puts(Describe(value).text.c_str());
 }
 
@@ -278,9 +263,8 @@ template <typename Function> void ForEach(CFDictionaryRef dictionary, Function f
     std::vector<const void*> keys(count);
     std::vector<const void*> values(count);
     CFDictionaryGetKeysAndValues(dictionary, keys.data(), values.data());
-    for (size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; ++i)
         function(static_cast<CFStringRef>(keys[i]), values[i]);
-    }
 }
 
 void ListValue(const std::string& path, CFTypeRef value)
@@ -309,17 +293,15 @@ std::vector<UInt8> ParseHex(std::string_view text)
         const char* digits = text.data() + 2 * i;
         isHex = isHex && std::from_chars(digits, digits + 2, bytes[i], 16).ptr == digits + 2;
     }
-    if (!isHex) {
+    if (!isHex)
         FailUsage("not pairs of hexadecimal digits: " + std::string(text));
-    }
     return bytes;
 }
 
 Ref<CFTypeRef> MakeValue(const Arguments& arguments)
 {
-    if (arguments.options.size() != (arguments.Has("all-users") ? 2 : 1)) {
+    if (arguments.options.size() != (arguments.Has("all-users") ? 2 : 1))
         FailUsage("set wants one of --int, --bool, --string and --data");
-    }
     if (arguments.Has("int")) {
         const auto value
             = static_cast<SInt32>(arguments.GetInteger("int", 0, INT32_MIN, INT32_MAX));
@@ -327,9 +309,8 @@ Ref<CFTypeRef> MakeValue(const Arguments& arguments)
     }
     if (arguments.Has("bool")) {
         const std::string text = arguments.Get("bool");
-        if (text != "true" && text != "false") {
+        if (text != "true" && text != "false")
             FailUsage("neither true nor false: " + text);
-        }
         return Ref<CFTypeRef>(CFRetain(text == "true" ? kCFBooleanTrue : kCFBooleanFalse));
     }
     if (arguments.Has("data")) {
@@ -344,12 +325,10 @@ Ref<CFTypeRef> MakeValue(const Arguments& arguments)
 Ref<CFTypeRef>
 CopyWith(CFTypeRef dictionary, const std::vector<std::string>& keys, size_t depth, CFTypeRef value)
 {
-    if (depth == keys.size()) {
+    if (depth == keys.size())
         return Ref<CFTypeRef>(value != nullptr ? CFRetain(value) : nullptr);
-    }
-    if (dictionary != nullptr && !IsDictionary(dictionary)) {
+    if (dictionary != nullptr && !IsDictionary(dictionary))
         Fail(keys[depth - 1] + " is no dictionary");
-    }
     const CFMutableDictionaryRef copy = dictionary != nullptr
         ? CFDictionaryCreateMutableCopy(kCFAllocatorDefault, 0,
                                         static_cast<CFDictionaryRef>(dictionary))
@@ -358,11 +337,10 @@ CopyWith(CFTypeRef dictionary, const std::vector<std::string>& keys, size_t dept
     Ref<CFTypeRef> owner(copy);
     const auto key = MakeString(keys[depth]);
     const auto inner = CopyWith(CFDictionaryGetValue(copy, key.get()), keys, depth + 1, value);
-    if (inner) {
+    if (inner)
         CFDictionarySetValue(copy, key.get(), inner.get());
-    } else {
+    else
         CFDictionaryRemoveValue(copy, key.get());
-    }
     return owner;
 }
 
@@ -409,13 +387,11 @@ void Domains(const Arguments& arguments)
     const std::string suffix = SuffixOf(arguments);
     for (const auto& entry : fs::directory_iterator(FolderOf(arguments), error)) {
         const std::string name = entry.path().filename();
-        if (name.ends_with(suffix)) {
+        if (name.ends_with(suffix))
             names.insert(name.substr(0, name.size() - suffix.size()));
-        }
     }
-    for (const std::string& name : names) {
+    for (const std::string& name : names)
         puts(name.c_str());
-    }
 }
 
 } // namespace

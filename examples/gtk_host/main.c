@@ -48,9 +48,8 @@ int main(int argc, char** argv)
     g_signal_connect(button, "clicked", G_CALLBACK(OnAbout), &host);
     g_signal_connect(host.window, "destroy", G_CALLBACK(gtk_main_quit), NULL);
     gtk_widget_show_all(host.window);
-    if (host.seconds > 0) {
+    if (host.seconds > 0)
         g_timeout_add(200, ShowOnce, &host);
-    }
     gtk_main();
     return host.result;
 }

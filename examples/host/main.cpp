@@ -68,9 +68,8 @@ public:
             }
             const ControlID buttonID = { 'butn', 0 };
             ControlRef button = nullptr;
-            if (GetControlByID(FrontNonFloatingWindow(), &buttonID, &button) == noErr) {
+            if (GetControlByID(FrontNonFloatingWindow(), &buttonID, &button) == noErr)
                 HIViewSimulateClick(button, kControlButtonPart, 0, nullptr);
-            }
         });
         return ShowAboutBox(style) && isSaved;
     }
@@ -85,9 +84,8 @@ private:
 int main(int argc, char** argv)
 {
     QStringList arguments; // before the toolkit takes its own, "--style" among them
-    for (int i = 0; i < argc; ++i) {
+    for (int i = 0; i < argc; ++i)
         arguments.append(QString::fromLocal8Bit(argv[i]));
-    }
     int toolkitCount = 1;
     const QApplication application(toolkitCount, argv);
     QCommandLineParser parser;

@@ -27,9 +27,8 @@ int main(int argc, char** argv)
     for (int isRunning = 1; isRunning;) {
         XEvent event;
         XNextEvent(display, &event);
-        if (event.type == ClientMessage && (Atom)event.xclient.data.l[0] == deleteWindow) {
+        if (event.type == ClientMessage && (Atom)event.xclient.data.l[0] == deleteWindow)
             isRunning = 0;
-        }
         if (event.type == ButtonPress || (event.type == Expose && seconds > 0)) {
             result = ShowAbout(argv[1], window, seconds);
             isRunning = seconds <= 0;

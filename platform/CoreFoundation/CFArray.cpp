@@ -20,9 +20,8 @@ const CFArrayCallBacks kCFTypeArrayCallBacks = { 0, RetainObject, ReleaseObject,
 
 void __CFArray::Free() noexcept
 {
-    if (isOfObjects) {
+    if (isOfObjects)
         std::for_each(values.begin(), values.end(), CFRelease);
-    }
     delete this;
 }
 
@@ -46,9 +45,8 @@ __CFArray::__CFArray(const void** first, CFIndex n, bool ofObjects)
     , values(first, first + n)
     , isOfObjects(ofObjects)
 {
-    if (isOfObjects) {
+    if (isOfObjects)
         std::for_each(values.begin(), values.end(), CFRetain);
-    }
 }
 
 CFTypeID CFArrayGetTypeID(void)
@@ -60,9 +58,8 @@ CFArrayRef
 CFArrayCreate(CFAllocatorRef, const void** values, CFIndex count, const CFArrayCallBacks* callBacks)
 {
     bool isKnown = callBacks == nullptr || callBacks == &kCFTypeArrayCallBacks;
-    if (count < 0 || (values == nullptr && count > 0) || !isKnown) {
+    if (count < 0 || (values == nullptr && count > 0) || !isKnown)
         return nullptr;
-    }
     return CFObject_New<__CFArray>(values, count, callBacks != nullptr);
 }
 

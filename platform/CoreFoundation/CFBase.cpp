@@ -65,13 +65,11 @@ void CFContainer::End() noexcept
     static thread_local CFContainer* tWaiting = nullptr;
     static thread_local bool tIsFreeing = false;
     nextToFree = std::exchange(tWaiting, this);
-    if (tIsFreeing) {
+    if (tIsFreeing)
         return;
-    }
     tIsFreeing = true;
-    while (tWaiting != nullptr) {
+    while (tWaiting != nullptr)
         std::exchange(tWaiting, tWaiting->nextToFree)->Free();
-    }
     tIsFreeing = false;
 }
 
@@ -79,12 +77,10 @@ bool CFObject_EqualSoFar(CFTypeRef a, CFTypeRef b, CFContainerPairs& later)
 {
     const CFObject* first = CFObject_From(a);
     const CFObject* second = CFObject_From(b);
-    if (first == second || first->type != second->type) {
+    if (first == second || first->type != second->type)
         return first == second;
-    }
-    if (!CFObject_IsContainer(a)) {
+    if (!CFObject_IsContainer(a))
         return first->Equals(*second, later);
-    }
     later.emplace_back(static_cast<const CFContainer*>(first),
                        static_cast<const CFContainer*>(second));
     return true;
@@ -105,22 +101,19 @@ bool CFObject_Equal(CFTypeRef a, CFTypeRef b)
 CFTypeRef CFRetain(CFTypeRef object)
 {
     const CFObject* counted = CFObject_From(object);
-    if (counted->nRefs.load(std::memory_order_relaxed) != kConstantRefs) {
+    if (counted->nRefs.load(std::memory_order_relaxed) != kConstantRefs)
         counted->nRefs.fetch_add(1, std::memory_order_relaxed);
-    }
     return object;
 }
 
 void CFRelease(CFTypeRef object)
 {
     const CFObject* counted = CFObject_From(object);
-    if (counted->nRefs.load(std::memory_order_relaxed) == kConstantRefs) {
+    if (counted->nRefs.load(std::memory_order_relaxed) == kConstantRefs)
         return;
-    }
     // Whoever takes the count to zero must see all that the other holders did to the object.
-    if (counted->nRefs.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+    if (counted->nRefs.fetch_sub(1, std::memory_order_acq_rel) == 1)
         const_cast<CFObject*>(counted)->End();
-    }
 }
 
 CFIndex CFGetRetainCount(CFTypeRef object)

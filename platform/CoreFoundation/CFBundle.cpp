@@ -85,15 +85,13 @@ static __CFBundle* CreateAt(const std::string& path)
 {
     std::unique_ptr<char, void (*)(void*)> canonical(realpath(path.c_str(), nullptr), std::free);
     struct stat info;
-    if (canonical == nullptr || stat(canonical.get(), &info) != 0 || !S_ISDIR(info.st_mode)) {
+    if (canonical == nullptr || stat(canonical.get(), &info) != 0 || !S_ISDIR(info.st_mode))
         return nullptr;
-    }
     Bundles& bundles = GetBundles();
     std::lock_guard lock(bundles.lock);
     for (__CFBundle* bundle : bundles.list) {
-        if (bundle->path == canonical.get() && RetainLiving(bundle)) {
+        if (bundle->path == canonical.get() && RetainLiving(bundle))
             return bundle;
-        }
     }
     auto bundle = std::make_unique<__CFBundle>(canonical.get());
     bundles.list.push_back(bundle.get());
@@ -114,9 +112,8 @@ static std::string BundleOfProgram(const std::string& program)
 {
     constexpr std::string_view kInside = "/Contents/MacOS";
     std::string folder = program.substr(0, program.rfind('/'));
-    if (folder.ends_with(kInside)) {
+    if (folder.ends_with(kInside))
         folder.resize(folder.size() - kInside.size());
-    }
     return folder.empty() ? "/" : folder;
 }
 
@@ -124,14 +121,12 @@ static __CFBundle* CreateMain()
 {
     char program[PATH_MAX];
     ssize_t n = readlink("/proc/self/exe", program, sizeof(program));
-    if (n <= 0) {
+    if (n <= 0)
         return nullptr;
-    }
     std::string path(program, static_cast<size_t>(n));
     __CFBundle* bundle = CreateAt(BundleOfProgram(path));
-    if (bundle != nullptr) {
+    if (bundle != nullptr)
         bundle->program = path;
-    }
     return bundle;
 }
 
@@ -141,9 +136,8 @@ CFBundleRef CFBundleGetMainBundle(void)
     static constinit __CFBundle* sMain = nullptr; // its reference is never given back
     std::lock_guard lock(sLock);
     try {
-        if (sMain == nullptr) {
+        if (sMain == nullptr)
             sMain = CreateMain();
-        }
         return sMain;
     } catch (...) {
         return nullptr;
@@ -166,15 +160,13 @@ static void ReadInfo(__CFBundle* bundle)
 {
     std::string path = bundle->path + "/Contents/Info.plist";
     std::string xml;
-    if (FileBytes_Read(path.c_str(), kPropertyListLargest, xml, nullptr) != 0) {
+    if (FileBytes_Read(path.c_str(), kPropertyListLargest, xml, nullptr) != 0)
         return;
-    }
     Ref<> root(PropertyList_CreateFromXML(xml));
-    if (root && CFGetTypeID(root.get()) == kTypeDictionary) {
+    if (root && CFGetTypeID(root.get()) == kTypeDictionary)
         bundle->info = Ref<const __CFDictionary*>(static_cast<CFDictionaryRef>(root.release()));
-    } else {
+    else
         std::fprintf(stderr, "%s: not a property list\n", path.c_str());
-    }
 }
 
 CFTypeRef CFBundleGetValueForInfoDictionaryKey(CFBundleRef bundle, CFStringRef key)
@@ -199,9 +191,8 @@ static std::string InfoText(CFBundleRef bundle, CFStringRef key)
 static std::string ExecutableName(CFBundleRef bundle)
 {
     static constinit const __CFString kKey("CFBundleExecutable");
-    if (!bundle->program.empty()) {
+    if (!bundle->program.empty())
         return bundle->program.substr(bundle->program.rfind('/') + 1);
-    }
     std::string name = InfoText(bundle, &kKey);
     if (name.empty()) {
         name = bundle->path.substr(bundle->path.rfind('/') + 1);
@@ -225,9 +216,8 @@ static void AddLanguage(std::vector<std::string>& languages, std::string locale)
                       { "nl", "Dutch" },      { "sv", "Swedish" }, { "da", "Danish" },
                       { "pt", "Portuguese" }, { "fi", "Finnish" }, { "nb", "Norwegian" } };
     auto add = [&languages](const std::string& language) {
-        if (std::find(languages.begin(), languages.end(), language) == languages.end()) {
+        if (std::find(languages.begin(), languages.end(), language) == languages.end())
             languages.push_back(language);
-        }
     };
     locale.resize(std::min(locale.find_first_of(".@"), locale.size()));
     if (locale.empty() || locale == "C" || locale == "POSIX"
@@ -257,9 +247,8 @@ static std::vector<std::string> Languages(CFBundleRef bundle)
     std::string locale;
     for (const char* variable : { "LC_ALL", "LC_MESSAGES", "LANG" }) {
         const char* value = std::getenv(variable);
-        if (locale.empty() && value != nullptr) {
+        if (locale.empty() && value != nullptr)
             locale = value;
-        }
     }
     const char* wanted = std::getenv("LANGUAGE");
     bool isPlain = locale.empty() || locale == "C" || locale == "POSIX"; // switches LANGUAGE off
@@ -288,9 +277,8 @@ static std::string FindLocalized(CFBundleRef bundle, const std::string& file)
     const std::string resources = bundle->path + "/Contents/Resources";
     for (const std::string& language : Languages(bundle)) {
         std::string path = resources + "/" + language + ".lproj/" + file;
-        if (Exists(path)) {
+        if (Exists(path))
             return path;
-        }
     }
     std::string found;
     std::error_code error;
@@ -310,9 +298,8 @@ CFURLRef CFBundleCopyResourceURL(CFBundleRef bundle,
                                  CFStringRef type,
                                  CFStringRef subFolder)
 {
-    if (bundle == nullptr || name == nullptr) {
+    if (bundle == nullptr || name == nullptr)
         return nullptr;
-    }
     try {
         std::string file;
         if (subFolder != nullptr && subFolder->nBytes > 0) {
@@ -325,9 +312,8 @@ CFURLRef CFBundleCopyResourceURL(CFBundleRef bundle,
             file += type->Text();
         }
         std::string path = bundle->path + "/Contents/Resources/" + file; // hides the localised ones
-        if (!Exists(path)) {
+        if (!Exists(path))
             path = FindLocalized(bundle, file);
-        }
         struct stat info;
         bool isFolder = stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
         return path.empty() ? nullptr : CFObject_New<__CFURL>(std::string(), path, isFolder);
@@ -347,9 +333,8 @@ CFBundleRefNum CFBundleOpenBundleResourceMap(CFBundleRef bundle)
         OSErr error = resFNotFound;
         auto add = [&](const std::string& path) {
             OSErr result = path.empty() ? OSErr(fnfErr) : Resources_ReadFile(path, files);
-            if (result != noErr && result != fnfErr) {
+            if (result != noErr && result != fnfErr)
                 error = result;
-            }
         };
         std::string name = ExecutableName(bundle);
         add(FindLocalized(bundle, "Localized.rsrc"));
@@ -374,13 +359,11 @@ void CFBundleCloseBundleResourceMap(CFBundleRef, CFBundleRefNum refNum)
 
 Boolean CFBundleLoadExecutable(CFBundleRef bundle)
 {
-    if (bundle == nullptr) {
+    if (bundle == nullptr)
         return false;
-    }
     try {
-        if (bundle->image != nullptr) {
+        if (bundle->image != nullptr)
             return true;
-        }
         void* image = nullptr;
         if (!bundle->program.empty()) {
             image = dlopen(nullptr, RTLD_NOW);
@@ -389,9 +372,8 @@ Boolean CFBundleLoadExecutable(CFBundleRef bundle)
             image
                 = dlopen((bundle->path + "/Contents/MacOS/" + name).c_str(), RTLD_NOW | RTLD_LOCAL);
         }
-        if (image == nullptr) {
+        if (image == nullptr)
             std::fprintf(stderr, "%s: %s\n", bundle->path.c_str(), dlerror());
-        }
         bundle->image = image;
         return image != nullptr;
     } catch (...) {

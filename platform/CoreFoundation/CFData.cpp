@@ -10,9 +10,8 @@
 
 void __CFData::End() noexcept
 {
-    if (owner == kMalloc) {
+    if (owner == kMalloc)
         std::free(const_cast<UInt8*>(bytes));
-    }
     delete this;
 }
 
@@ -42,19 +41,16 @@ CFTypeID CFDataGetTypeID(void)
 
 CFDataRef CFDataCreate(CFAllocatorRef, const UInt8* bytes, CFIndex length)
 {
-    if (length < 0 || (bytes == nullptr && length > 0)) {
+    if (length < 0 || (bytes == nullptr && length > 0))
         return nullptr;
-    }
     auto* copy
         = static_cast<UInt8*>(std::malloc(static_cast<size_t>(length) + 1)); // never of size 0
-    if (copy == nullptr) {
+    if (copy == nullptr)
         return nullptr;
-    }
     std::copy_n(bytes, length, copy);
     CFDataRef data = CFObject_New<__CFData>(copy, length, __CFData::kMalloc);
-    if (data == nullptr) {
+    if (data == nullptr)
         std::free(copy);
-    }
     return data;
 }
 
@@ -64,9 +60,8 @@ CFDataRef CFDataCreateWithBytesNoCopy(CFAllocatorRef,
                                       CFAllocatorRef deallocator)
 {
     bool isKnown = deallocator == kCFAllocatorNull || deallocator == kCFAllocatorDefault;
-    if (length < 0 || (bytes == nullptr && length > 0) || !isKnown) {
+    if (length < 0 || (bytes == nullptr && length > 0) || !isKnown)
         return nullptr;
-    }
     return CFObject_New<__CFData>(
         bytes, length, deallocator == kCFAllocatorNull ? __CFData::kBorrowed : __CFData::kMalloc);
 }

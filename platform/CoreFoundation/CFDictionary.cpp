@@ -39,14 +39,12 @@ void __CFDictionary::Free() noexcept
 bool __CFDictionary::Equals(const CFObject& object, CFContainerPairs& later) const
 {
     const auto& other = static_cast<const __CFDictionary&>(object);
-    if (entries.size() != other.entries.size()) {
+    if (entries.size() != other.entries.size())
         return false;
-    }
     for (const Entry& entry : entries) {
         const Entry* found = other.Find(entry.key, entry.hash);
-        if (found == nullptr || !CFObject_EqualSoFar(entry.value, found->value, later)) {
+        if (found == nullptr || !CFObject_EqualSoFar(entry.value, found->value, later))
             return false;
-        }
     }
     return true;
 }
@@ -84,18 +82,16 @@ const __CFDictionary::Entry* __CFDictionary::Find(CFTypeRef key, CFHashCode hash
     auto isIt = [=](const Entry& entry) { return entry.hash == hash && CFEqual(entry.key, key); };
     if (m_slots.empty()) {
         for (const Entry& entry : entries) {
-            if (isIt(entry)) {
+            if (isIt(entry))
                 return &entry;
-            }
         }
         return nullptr;
     }
     size_t mask = m_slots.size() - 1;
     for (size_t slot = hash & mask; m_slots[slot] != 0; slot = (slot + 1) & mask) {
         const Entry& entry = entries[m_slots[slot] - 1];
-        if (isIt(entry)) {
+        if (isIt(entry))
             return &entry;
-        }
     }
     return nullptr;
 }
@@ -104,9 +100,8 @@ const __CFDictionary::Entry* __CFDictionary::Find(CFTypeRef key, CFHashCode hash
 size_t __CFDictionary::FreeSlot(CFHashCode hash) const
 {
     size_t slot = hash & (m_slots.size() - 1);
-    while (m_slots[slot] != 0) {
+    while (m_slots[slot] != 0)
         slot = (slot + 1) & (m_slots.size() - 1);
-    }
     return slot;
 }
 
@@ -114,9 +109,8 @@ size_t __CFDictionary::FreeSlot(CFHashCode hash) const
 void __CFDictionary::Index(size_t nSlots)
 {
     m_slots.assign(nSlots, 0);
-    for (size_t i = 0; nSlots > 0 && i < entries.size(); ++i) {
+    for (size_t i = 0; nSlots > 0 && i < entries.size(); ++i)
         m_slots[FreeSlot(entries[i].hash)] = static_cast<UInt32>(i + 1);
-    }
 }
 
 void __CFDictionary::Set(CFTypeRef key, CFTypeRef value)
@@ -148,9 +142,8 @@ void __CFDictionary::Set(CFTypeRef key, CFTypeRef value)
 void __CFDictionary::Remove(CFTypeRef key)
 {
     const Entry* found = Find(key);
-    if (found == nullptr) {
+    if (found == nullptr)
         return;
-    }
     Entry gone = *found;
     entries.erase(entries.begin() + (found - entries.data()));
     Index(entries.size() <= kFewEntries ? 0 : m_slots.size());
@@ -196,9 +189,8 @@ Boolean
 CFDictionaryGetValueIfPresent(CFDictionaryRef dictionary, const void* key, const void** value)
 {
     const auto* found = dictionary->Find(key);
-    if (found != nullptr && value != nullptr) {
+    if (found != nullptr && value != nullptr)
         *value = found->value;
-    }
     return found != nullptr;
 }
 
@@ -208,12 +200,10 @@ void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary,
 {
     size_t i = 0;
     for (const auto& entry : dictionary->entries) {
-        if (keys != nullptr) {
+        if (keys != nullptr)
             keys[i] = entry.key;
-        }
-        if (values != nullptr) {
+        if (values != nullptr)
             values[i] = entry.value;
-        }
         ++i;
     }
 }
@@ -221,9 +211,8 @@ void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary,
 void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key, const void* value)
 {
     try {
-        if (key != nullptr && value != nullptr) {
+        if (key != nullptr && value != nullptr)
             dictionary->Set(key, value);
-        }
     } catch (...) { // no memory: as before
     }
 }

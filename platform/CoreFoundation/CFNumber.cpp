@@ -82,11 +82,10 @@ template <typename To, typename From> static bool Convert(From from, To& to)
 
 template <typename Value> static bool IsNaN(Value value)
 {
-    if constexpr (std::is_floating_point_v<Value>) {
+    if constexpr (std::is_floating_point_v<Value>)
         return std::isnan(value);
-    } else {
+    else
         return false;
-    }
 }
 
 // Calls `use` with the number's value in its own type.
@@ -189,9 +188,8 @@ CFTypeID CFNumberGetTypeID(void)
 
 CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType type, const void* value)
 {
-    if (value == nullptr) {
+    if (value == nullptr)
         return nullptr;
-    }
     return WithType(type, CFNumberRef(nullptr), [value](auto typed) -> CFNumberRef {
         using Widest = std::conditional_t<std::is_integral_v<decltype(typed)>, SInt64, double>;
         std::memcpy(&typed, value, sizeof(typed));

@@ -46,12 +46,10 @@ static const std::string& HostID()
         auto* found = new std::string;
         for (const char* file : { "/etc/machine-id", "/var/lib/dbus/machine-id" }) {
             std::string text;
-            if (FileBytes_Read(file, 4096, text, nullptr) == 0) {
+            if (FileBytes_Read(file, 4096, text, nullptr) == 0)
                 *found = text.substr(0, text.find_first_not_of("0123456789abcdef"));
-            }
-            if (found->size() == 32) {
+            if (found->size() == 32)
                 return found;
-            }
         }
         char name[256] = "";
         gethostname(name, sizeof(name) - 1);
@@ -70,19 +68,16 @@ static bool IsScope(CFStringRef user, CFStringRef host)
 // The file of a domain; empty when it has no place.
 static std::string DomainPath(std::string_view application, bool isAnyUser)
 {
-    if (application.find('/') != application.npos || application.find('\0') != application.npos) {
+    if (application.find('/') != application.npos || application.find('\0') != application.npos)
         return {};
-    }
     std::string path = isAnyUser ? BaseFolders_Local("XDG_CONFIG_DIRS", "/etc/xdg")
                                  : BaseFolders_User("XDG_CONFIG_HOME", "/.config");
-    if (path.empty()) {
+    if (path.empty())
         return {};
-    }
     path += isAnyUser ? "/preferences/" : "/preferences/ByHost/";
     path += application;
-    if (!isAnyUser) {
+    if (!isAnyUser)
         path += "." + HostID();
-    }
     return path + ".plist";
 }
 
@@ -169,9 +164,8 @@ static Domain& FindDomain(Domains& domains, CFStringRef application, bool isAnyU
 {
     auto& map = domains.byApplication[isAnyUser];
     auto found = map.find(application->Text());
-    if (found != map.end()) {
+    if (found != map.end())
         return found->second;
-    }
     Domain domain;
     domain.isAnyUser = isAnyUser;
     domain.application = application->Text();
@@ -258,18 +252,16 @@ struct Merging
         while (next < nOnDisk + ours->entries.size()) {
             const size_t i = next++;
             const auto& entry = i < nOnDisk ? disk->entries[i] : ours->entries[i - nOnDisk];
-            if (i < nOnDisk || ValueIn(disk, entry) == nullptr) {
+            if (i < nOnDisk || ValueIn(disk, entry) == nullptr)
                 return &entry;
-            }
         }
         return nullptr;
     }
 
     void Put(CFTypeRef entryKey, CFTypeRef value)
     {
-        if (value != nullptr) {
+        if (value != nullptr)
             merged->Set(entryKey, value);
-        }
     }
 
     CFTypeRef key; // in the dictionary around it
@@ -309,9 +301,8 @@ static Ref<__CFDictionary*> Merge(CFTypeRef base, CFTypeRef ours, CFTypeRef disk
         }
         Merging done = std::move(open.back());
         open.pop_back();
-        if (open.empty()) {
+        if (open.empty())
             return std::move(done.merged);
-        }
         open.back().isOurs |= done.isOurs;
         open.back().Put(done.key, done.isOurs ? done.merged.get() : done.onDisk);
     }
@@ -323,9 +314,8 @@ static Ref<__CFDictionary*> Merge(CFTypeRef base, CFTypeRef ours, CFTypeRef disk
 static bool IsUnchanged(const Domain& domain)
 {
     struct stat info;
-    if (stat(domain.path.c_str(), &info) != 0) {
+    if (stat(domain.path.c_str(), &info) != 0)
         return errno == ENOENT && domain.read.error == ENOENT;
-    }
     return domain.read.error == 0 && domain.read.version.isProof
         && Version(info) == domain.read.version;
 }
@@ -344,20 +334,18 @@ static void SetValues(Domain& domain, Ref<__CFDictionary*> values)
 
 static void SetIn(__CFDictionary& values, CFStringRef key, CFTypeRef value)
 {
-    if (value != nullptr) {
+    if (value != nullptr)
         values.Set(key, value);
-    } else {
+    else
         values.Remove(key);
-    }
 }
 
 // Reads the file again if it has changed, and merges what was set into it. Throws bad_alloc.
 static void Refresh(Domain& domain)
 {
     domain.mustLook = false;
-    if (IsUnchanged(domain)) {
+    if (IsUnchanged(domain))
         return;
-    }
     Contents disk = ReadFile(domain.path);
     if (!IsChanged(domain) && domain.plain.empty()) {
         Adopt(domain, std::move(disk));
@@ -368,9 +356,8 @@ static void Refresh(Domain& domain)
         auto merged = Merge(domain.read.values.get(), domain.values.get(), disk.values.get());
         for (const auto& [text, value] : domain.plain) {
             Ref<CFStringRef> key(CFString_Create(text));
-            if (!key) {
+            if (!key)
                 throw std::bad_alloc();
-            }
             SetIn(*merged.get(), key.get(), value.get());
         }
         domain.read = std::move(disk);
@@ -415,12 +402,10 @@ private:
     bool Wait() const
     {
         for (int i = 0; i < kLockTries; ++i) {
-            if (flock(m_fd, LOCK_EX | LOCK_NB) == 0) {
+            if (flock(m_fd, LOCK_EX | LOCK_NB) == 0)
                 return true;
-            }
-            if (errno != EWOULDBLOCK && errno != EINTR) {
+            if (errno != EWOULDBLOCK && errno != EINTR)
                 return FileBytes_IsUnsupported(errno);
-            }
             const timespec pause = { 0, 1000000 };
             nanosleep(&pause, nullptr);
         }
@@ -438,12 +423,10 @@ static std::string MoveAside(const std::string& path)
 {
     struct stat info;
     std::string aside;
-    for (int n = 1; aside.empty() || lstat(aside.c_str(), &info) == 0; ++n) {
+    for (int n = 1; aside.empty() || lstat(aside.c_str(), &info) == 0; ++n)
         aside = path + ".damaged-" + std::to_string(n);
-    }
-    if (rename(path.c_str(), aside.c_str()) != 0) {
+    if (rename(path.c_str(), aside.c_str()) != 0)
         aside.clear();
-    }
     return aside; // moved, not copied: nothing may fail once the file has its new name
 }
 
@@ -453,15 +436,13 @@ static bool WriteFile(Domain& domain, const std::string& path)
     Contents written;
     written.values = Ref_Retained(domain.values.get());
     std::string xml;
-    if (!PropertyList_FormatXML(written.values.get(), xml)) {
+    if (!PropertyList_FormatXML(written.values.get(), xml))
         return false;
-    }
     std::string aside;
     if (domain.read.isDamaged) {
         aside = MoveAside(path);
-        if (aside.empty()) {
+        if (aside.empty())
             return false;
-        }
     }
     int error = 0;
     if (!written.values->entries.empty()) {
@@ -478,11 +459,10 @@ static bool WriteFile(Domain& domain, const std::string& path)
         written.error = ENOENT;
         error = errno == ENOENT ? 0 : errno;
     }
-    if (error == 0) {
+    if (error == 0)
         Adopt(domain, std::move(written));
-    } else if (!aside.empty() && rename(aside.c_str(), path.c_str()) == 0) {
+    else if (!aside.empty() && rename(aside.c_str(), path.c_str()) == 0)
         domain.isUnflushed = false;
-    }
     return error == 0;
 }
 
@@ -499,17 +479,14 @@ static bool Flush(Domain& domain)
 static bool Write(Domain& domain)
 {
     std::string path = domain.path; // a link stays a link
-    if (FileBytes_ResolveLinks(path) != 0) {
+    if (FileBytes_ResolveLinks(path) != 0)
         return false;
-    }
     std::string folder = path.substr(0, path.rfind('/'));
-    if (BaseFolders_Make(folder, domain.isAnyUser ? 0775 : 0700) != 0) {
+    if (BaseFolders_Make(folder, domain.isAnyUser ? 0775 : 0700) != 0)
         return false;
-    }
     FileLock lock(path + ".lock");
-    if (!lock.IsHeld()) {
+    if (!lock.IsHeld())
         return false;
-    }
     Refresh(domain);
     if (IsUnreadable(domain.read)) {
         return false; // there is something that cannot be read: leave it alone
@@ -543,17 +520,15 @@ void CFPreferencesSetValue(CFStringRef key,
                            CFStringRef user,
                            CFStringRef host)
 {
-    if (!IsScope(user, host)) {
+    if (!IsScope(user, host))
         return;
-    }
     Domains& domains = GetDomains();
     std::lock_guard lock(domains.lock);
     Domain* domain = nullptr;
     try {
         domain = &FindDomain(domains, application, user == kCFPreferencesAnyUser);
-        if (domain->mustLook) {
+        if (domain->mustLook)
             Refresh(*domain);
-        }
         Ref<> copy(value != nullptr ? PropertyList_CreateDeepCopy(value) : nullptr);
         if (key->Text().find('\0') != std::string_view::npos || (value != nullptr && !copy)) {
             domain->isRefused = true;
@@ -569,22 +544,19 @@ void CFPreferencesSetValue(CFStringRef key,
             domain->values = std::move(values);
         }
         domain->plain.erase(std::string(key->Text()));
-        if (AsDictionary(value) == nullptr) {
+        if (AsDictionary(value) == nullptr)
             domain->plain.emplace(key->Text(), std::move(copy));
-        }
     } catch (...) {
-        if (domain != nullptr) {
+        if (domain != nullptr)
             domain->isRefused = true;
-        }
     }
 }
 
 CFPropertyListRef
 CFPreferencesCopyValue(CFStringRef key, CFStringRef application, CFStringRef user, CFStringRef host)
 {
-    if (!IsScope(user, host)) {
+    if (!IsScope(user, host))
         return nullptr;
-    }
     Domains& domains = GetDomains();
     std::lock_guard lock(domains.lock);
     try {
@@ -599,18 +571,16 @@ CFPreferencesCopyValue(CFStringRef key, CFStringRef application, CFStringRef use
 
 CFArrayRef CFPreferencesCopyKeyList(CFStringRef application, CFStringRef user, CFStringRef host)
 {
-    if (!IsScope(user, host)) {
+    if (!IsScope(user, host))
         return nullptr;
-    }
     Domains& domains = GetDomains();
     std::lock_guard lock(domains.lock);
     try {
         Domain& domain = FindDomain(domains, application, user == kCFPreferencesAnyUser);
         TryToRefresh(domain);
         std::vector<const void*> keys;
-        for (const auto& entry : domain.values->entries) {
+        for (const auto& entry : domain.values->entries)
             keys.push_back(entry.key);
-        }
         return keys.empty() ? nullptr
                             : CFArrayCreate(nullptr, keys.data(), static_cast<CFIndex>(keys.size()),
                                             &kCFTypeArrayCallBacks);
@@ -621,9 +591,8 @@ CFArrayRef CFPreferencesCopyKeyList(CFStringRef application, CFStringRef user, C
 
 Boolean CFPreferencesSynchronize(CFStringRef application, CFStringRef user, CFStringRef host)
 {
-    if (!IsScope(user, host)) {
+    if (!IsScope(user, host))
         return false;
-    }
     Domains& domains = GetDomains();
     std::lock_guard lock(domains.lock);
     try {
@@ -635,19 +604,16 @@ Boolean CFPreferencesSynchronize(CFStringRef application, CFStringRef user, CFSt
             domain.read.version = Version(); // what was read is of another file
         }
         bool isRefused = std::exchange(domain.isRefused, false);
-        if (domain.path.empty()) {
+        if (domain.path.empty())
             return false;
-        }
         const bool isAnythingSet = IsChanged(domain) || !domain.plain.empty();
-        if (isAnythingSet) {
+        if (isAnythingSet)
             Refresh(domain);
-        }
         const bool isToBeWritten
             = IsChanged(domain) || (isAnythingSet && IsUnreadable(domain.read));
         const bool isDone = isToBeWritten ? Write(domain) : Flush(domain);
-        if (isDone) {
+        if (isDone)
             domain.plain.clear();
-        }
         domain.mustLook = true;
         return isDone && !isRefused;
     } catch (...) {

@@ -90,25 +90,21 @@ static bool FindEightBit(CFStringEncoding encoding, EightBit& found)
 
 static UInt32 ToCode(const EightBit& encoding, UInt8 byte)
 {
-    if (byte < 0x80) {
+    if (byte < 0x80)
         return byte;
-    }
-    if (byte - 0x80u < encoding.nTable) {
+    if (byte - 0x80u < encoding.nTable)
         return encoding.table[byte - 0x80];
-    }
     return byte < encoding.nCharacters ? byte : kUtf8Invalid;
 }
 
 // The byte of a character; -1 when the encoding has none.
 static int FromCode(const EightBit& encoding, UInt32 code)
 {
-    if (code < 0x80) {
+    if (code < 0x80)
         return static_cast<int>(code);
-    }
     for (UInt32 i = 0; i < encoding.nTable; ++i) {
-        if (encoding.table[i] == code) {
+        if (encoding.table[i] == code)
             return static_cast<int>(0x80 + i);
-        }
     }
     return code >= 0x80 + encoding.nTable && code < encoding.nCharacters ? static_cast<int>(code)
                                                                          : -1;
@@ -123,15 +119,13 @@ CFStringRef CFString_Create(std::string_view text) noexcept
     CFIndex nUnits = 0;
     while (p < end) {
         UInt32 code = Utf8_Next(p, end);
-        if (code == kUtf8Invalid) {
+        if (code == kUtf8Invalid)
             return nullptr;
-        }
         nUnits += code > 0xFFFF ? 2 : 1;
     }
     void* block = operator new(sizeof(__CFString) + text.size() + 1, std::nothrow);
-    if (block == nullptr) {
+    if (block == nullptr)
         return nullptr;
-    }
     char* bytes = static_cast<char*>(block) + sizeof(__CFString);
     text.copy(bytes, text.size());
     bytes[text.size()] = 0;
@@ -141,24 +135,20 @@ CFStringRef CFString_Create(std::string_view text) noexcept
 CFStringRef CFStringCreateWithBytes(
     CFAllocatorRef, const UInt8* bytes, CFIndex length, CFStringEncoding encoding, Boolean)
 {
-    if (length < 0 || (bytes == nullptr && length > 0)) {
+    if (length < 0 || (bytes == nullptr && length > 0))
         return nullptr;
-    }
     std::string_view text(reinterpret_cast<const char*>(bytes), static_cast<size_t>(length));
     EightBit eightBit;
-    if (encoding == kCFStringEncodingUTF8) {
+    if (encoding == kCFStringEncodingUTF8)
         return CFString_Create(text);
-    }
-    if (!FindEightBit(encoding, eightBit)) {
+    if (!FindEightBit(encoding, eightBit))
         return nullptr;
-    }
     try {
         std::string utf8;
         for (char character : text) {
             UInt32 code = ToCode(eightBit, static_cast<UInt8>(character));
-            if (code == kUtf8Invalid) {
+            if (code == kUtf8Invalid)
                 return nullptr;
-            }
             Utf8_Append(utf8, code);
         }
         return CFString_Create(utf8);
@@ -170,9 +160,8 @@ CFStringRef CFStringCreateWithBytes(
 CFStringRef
 CFStringCreateWithCString(CFAllocatorRef allocator, const char* text, CFStringEncoding encoding)
 {
-    if (text == nullptr) {
+    if (text == nullptr)
         return nullptr;
-    }
     return CFStringCreateWithBytes(allocator, reinterpret_cast<const UInt8*>(text),
                                    static_cast<CFIndex>(std::strlen(text)), encoding, false);
 }
@@ -186,9 +175,8 @@ CFStringRef __CFStringMakeConstantString(const char* text)
 
     std::lock_guard lock(sLock);
     auto found = sConstants->find(text);
-    if (found != sConstants->end()) {
+    if (found != sConstants->end())
         return found->second;
-    }
     CFStringRef made = CFString_Create(text);
     if (made == nullptr) { // not 7-bit, against the rule: every byte has a meaning there
         made = CFStringCreateWithCString(nullptr, text, kCFStringEncodingMacRoman);
@@ -229,29 +217,25 @@ const char* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding encoding)
 Boolean
 CFStringGetCString(CFStringRef string, char* buffer, CFIndex size, CFStringEncoding encoding)
 {
-    if (buffer == nullptr || size <= 0) {
+    if (buffer == nullptr || size <= 0)
         return false;
-    }
     size_t room = static_cast<size_t>(size);
     EightBit eightBit;
     if (encoding == kCFStringEncodingUTF8) {
-        if (string->nBytes >= room) {
+        if (string->nBytes >= room)
             return false;
-        }
         std::memcpy(buffer, string->bytes, string->nBytes + 1);
         return true;
     }
-    if (!FindEightBit(encoding, eightBit)) {
+    if (!FindEightBit(encoding, eightBit))
         return false;
-    }
     const UInt8* p = reinterpret_cast<const UInt8*>(string->bytes);
     const UInt8* end = p + string->nBytes;
     size_t n = 0;
     for (; p < end; ++n) {
         int byte = FromCode(eightBit, Utf8_Next(p, end));
-        if (byte < 0 || n + 1 >= room) {
+        if (byte < 0 || n + 1 >= room)
             return false;
-        }
         buffer[n] = static_cast<char>(byte);
     }
     buffer[n] = 0;

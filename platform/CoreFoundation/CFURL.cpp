@@ -36,9 +36,8 @@ __CFURL::__CFURL(std::string urlBase, std::string urlPath, bool ofFolder)
 
 std::string __CFURL::Absolute() const
 {
-    if (base.empty() || path.empty()) {
+    if (base.empty() || path.empty())
         return base.empty() ? path : base;
-    }
     return (base == "/" ? base : base + "/") + path;
 }
 
@@ -54,15 +53,13 @@ CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef,
     try {
         std::string text(reinterpret_cast<const char*>(path), static_cast<size_t>(length));
         bool isFolder = isDirectory || text.ends_with('/');
-        while (text.size() > 1 && text.ends_with('/')) {
+        while (text.size() > 1 && text.ends_with('/'))
             text.pop_back();
-        }
         std::string base;
         if (!text.starts_with('/')) {
             char folder[PATH_MAX];
-            if (getcwd(folder, sizeof(folder)) == nullptr) {
+            if (getcwd(folder, sizeof(folder)) == nullptr)
                 return nullptr;
-            }
             base = folder;
         }
         return CFObject_New<__CFURL>(std::move(base), std::move(text), isFolder);
@@ -96,9 +93,8 @@ CFURLRef CFURLCreateCopyDeletingLastPathComponent(CFAllocatorRef, CFURLRef url)
 CFURLRef CFURLCreateFromFSRef(CFAllocatorRef, const FSRef* ref)
 {
     const std::string* path = ref != nullptr ? FileRefs_Path(*ref) : nullptr;
-    if (path == nullptr) {
+    if (path == nullptr)
         return nullptr;
-    }
     struct stat info;
     bool isFolder = stat(path->c_str(), &info) == 0 && S_ISDIR(info.st_mode);
     return CFObject_New<__CFURL>(std::string(), *path, isFolder);
@@ -113,9 +109,8 @@ Boolean CFURLGetFileSystemRepresentation(CFURLRef url,
         std::string path = resolveAgainstBase ? url->Absolute()
             : url->path.empty()               ? "."
                                               : url->path;
-        if (buffer == nullptr || size < 0 || path.size() >= static_cast<size_t>(size)) {
+        if (buffer == nullptr || size < 0 || path.size() >= static_cast<size_t>(size))
             return false;
-        }
         std::memcpy(buffer, path.c_str(), path.size() + 1);
         return true;
     } catch (...) {

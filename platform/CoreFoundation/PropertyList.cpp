@@ -23,9 +23,8 @@
 // The object, which was not made only if memory ran out.
 template <typename Pointer> static Pointer Made(Pointer object)
 {
-    if (object == nullptr) {
+    if (object == nullptr)
         throw std::bad_alloc();
-    }
     return object;
 }
 
@@ -72,9 +71,8 @@ static std::optional<CFAbsoluteTime> ParseDate(const std::string& text)
         return std::nullopt;
     }
     year_month_day date = year(y) / month(part[0]) / day(part[1]);
-    if (!date.ok() || y < 1 || part[2] > 23 || part[3] > 59 || part[4] > 59) {
+    if (!date.ok() || y < 1 || part[2] > 23 || part[3] > 59 || part[4] > 59)
         return std::nullopt;
-    }
     auto time = (sys_days(date) - kEpoch) + hours(part[2]) + minutes(part[3]) + seconds(part[4]);
     return static_cast<CFAbsoluteTime>(duration_cast<seconds>(time).count());
 }
@@ -88,12 +86,10 @@ static void AppendBase64(std::string& xml, const UInt8* bytes, size_t n)
 {
     for (size_t i = 0; i < n; i += 3) {
         UInt32 group = 0;
-        for (size_t k = 0; k < 3; ++k) {
+        for (size_t k = 0; k < 3; ++k)
             group = group << 8 | (i + k < n ? bytes[i + k] : 0u);
-        }
-        for (size_t k = 0; k < 4; ++k) {
+        for (size_t k = 0; k < 4; ++k)
             xml += i + k <= n ? kBase64[group >> (18 - 6 * k) & 63] : '=';
-        }
     }
 }
 
@@ -104,31 +100,26 @@ static bool ParseBase64(const std::string& text, std::string& bytes)
     size_t nPadding = 0;
     for (char character : text) {
         size_t digit = kBase64.find(character);
-        if (character == ' ' || character == '\t' || character == '\n' || character == '\r') {
+        if (character == ' ' || character == '\t' || character == '\n' || character == '\r')
             continue;
-        }
         if (character == '=') {
             ++nPadding;
             continue;
         }
-        if (digit == std::string_view::npos || nPadding > 0) {
+        if (digit == std::string_view::npos || nPadding > 0)
             return false;
-        }
         group = group << 6 | static_cast<UInt32>(digit);
         if (++nDigits % 4 == 0) {
-            for (int shift = 16; shift >= 0; shift -= 8) {
+            for (int shift = 16; shift >= 0; shift -= 8)
                 bytes.push_back(static_cast<char>(group >> shift & 0xFF));
-            }
         }
     }
-    if (nDigits % 4 == 1 || (nDigits + nPadding) % 4 != 0 || nPadding > 2) {
+    if (nDigits % 4 == 1 || (nDigits + nPadding) % 4 != 0 || nPadding > 2)
         return false;
-    }
     if (nDigits % 4 != 0) {
         group <<= 6 * nPadding;
-        for (size_t i = 0; i < 3 - nPadding; ++i) {
+        for (size_t i = 0; i < 3 - nPadding; ++i)
             bytes.push_back(static_cast<char>(group >> (16 - 8 * i) & 0xFF));
-        }
     }
     return true;
 }
@@ -151,9 +142,8 @@ template <typename Number> static bool ParseWhole(std::string_view text, Number&
 static CFNumberRef CreateInteger(std::string_view text)
 {
     bool isNegative = text.starts_with('-');
-    if (isNegative || text.starts_with('+')) {
+    if (isNegative || text.starts_with('+'))
         text.remove_prefix(1);
-    }
     bool isHex = text.starts_with("0x") || text.starts_with("0X");
     UInt64 magnitude = 0;
     UInt64 most = isNegative ? UInt64(1) << 63 : ~UInt64(0);
@@ -167,9 +157,8 @@ static CFNumberRef CreateInteger(std::string_view text)
 
 static CFNumberRef CreateReal(std::string_view text)
 {
-    if (text.starts_with('+') && !text.starts_with("+-")) {
+    if (text.starts_with('+') && !text.starts_with("+-"))
         text.remove_prefix(1);
-    }
     double value = 0;
     auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     bool isWhole = error == std::errc() && end == text.data() + text.size() && !text.empty();
@@ -178,9 +167,8 @@ static CFNumberRef CreateReal(std::string_view text)
 
 static std::string FormatReal(double value)
 {
-    if (std::isinf(value)) {
+    if (std::isinf(value))
         return value < 0 ? "-infinity" : "+infinity";
-    }
     char text[64];
     return { text, std::to_chars(text, text + sizeof(text), value).ptr };
 }
@@ -196,11 +184,10 @@ class OpenContainer
 public:
     explicit OpenContainer(bool isDictionary)
     {
-        if (isDictionary) {
+        if (isDictionary)
             m_dictionary = Ref<__CFDictionary*>(new __CFDictionary);
-        } else {
+        else
             m_array = Ref<__CFArray*>(new __CFArray(nullptr, 0, true));
-        }
     }
 
     const char* Name() const { return m_dictionary ? "dict" : "array"; }
@@ -254,9 +241,8 @@ public:
             return m_next < values.size() ? values[m_next++] : nullptr;
         }
         const auto& entries = static_cast<CFDictionaryRef>(m_container)->entries;
-        if (m_next == entries.size()) {
+        if (m_next == entries.size())
             return nullptr;
-        }
         key = entries[m_next].key;
         return entries[m_next++].value;
     }
@@ -294,13 +280,11 @@ public:
     {
         Skip("\xEF\xBB\xBF");
         Tag tag = NextTag();
-        if (tag.name != "plist" || tag.isEnd || tag.isEmpty) {
+        if (tag.name != "plist" || tag.isEnd || tag.isEmpty)
             return nullptr;
-        }
         Ref<> value(CreateValue());
-        if (!value || !NextTag().Closes("plist")) {
+        if (!value || !NextTag().Closes("plist"))
             return nullptr;
-        }
         SkipBetweenTags();
         return m_rest.empty() ? value.release() : nullptr;
     }
@@ -317,9 +301,8 @@ private:
     std::optional<std::string_view> Until(std::string_view end)
     {
         size_t n = m_rest.find(end);
-        if (n == m_rest.npos) {
+        if (n == m_rest.npos)
             return std::nullopt;
-        }
         std::string_view text = m_rest.substr(0, n);
         m_rest.remove_prefix(n + end.size());
         return text;
@@ -346,14 +329,12 @@ private:
     {
         SkipBetweenTags();
         Tag tag;
-        if (!Skip("<")) {
+        if (!Skip("<"))
             return {};
-        }
         tag.isEnd = Skip("/");
         std::optional<std::string_view> inside = Until(">");
-        if (!inside || inside->find('<') != inside->npos) {
+        if (!inside || inside->find('<') != inside->npos)
             return {};
-        }
         if (!tag.isEnd && inside->ends_with('/')) {
             tag.isEmpty = true;
             inside->remove_suffix(1);
@@ -368,24 +349,20 @@ private:
         std::string text;
         while (!tag.isEmpty) {
             std::optional<std::string_view> raw = Until("<");
-            if (!raw || !Decode(*raw, text)) {
+            if (!raw || !Decode(*raw, text))
                 return std::nullopt;
-            }
             if (Skip("![CDATA[")) {
                 raw = Until("]]>");
-                if (!raw) {
+                if (!raw)
                     return std::nullopt;
-                }
                 AppendLines(*raw, text);
             } else if (Skip("!--")) {
-                if (!Until("-->")) {
+                if (!Until("-->"))
                     return std::nullopt;
-                }
             } else if (Skip("/")) {
                 raw = Until(">");
-                if (!raw || Trimmed(*raw) != tag.name) {
+                if (!raw || Trimmed(*raw) != tag.name)
                     return std::nullopt;
-                }
                 break;
             } else {
                 return std::nullopt;
@@ -398,11 +375,10 @@ private:
     static void AppendLines(std::string_view raw, std::string& text)
     {
         for (size_t i = 0; i < raw.size(); ++i) {
-            if (raw[i] != '\r') {
+            if (raw[i] != '\r')
                 text += raw[i];
-            } else if (raw.substr(i, 2) != "\r\n") {
+            else if (raw.substr(i, 2) != "\r\n")
                 text += '\n';
-            }
         }
     }
 
@@ -414,9 +390,8 @@ private:
             raw.remove_prefix(n);
             size_t end = raw.substr(0, 16).find(';'); // "&#x0000000000041;" is nobody's writing
             if (!raw.empty()) {
-                if (end == raw.npos || !DecodeEntity(raw.substr(1, end - 1), text)) {
+                if (end == raw.npos || !DecodeEntity(raw.substr(1, end - 1), text))
                     return false;
-                }
                 raw.remove_prefix(end + 1);
             }
         }
@@ -441,9 +416,8 @@ private:
         bool isHex = name.starts_with("#x");
         bool isNumber = name.starts_with('#')
             && ParseWhole(name.substr(isHex ? 2 : 1), code, isHex ? 16 : 10);
-        if (!isNumber || code == 0 || code > 0x10FFFF || (code >= 0xD800 && code < 0xE000)) {
+        if (!isNumber || code == 0 || code > 0x10FFFF || (code >= 0xD800 && code < 0xE000))
             return false;
-        }
         Utf8_Append(text, code);
         return true;
     }
@@ -460,14 +434,12 @@ private:
                 open.pop_back();
             } else {
                 if (!open.empty() && open.back().NeedsKey()) {
-                    if (!open.back().SetKey(CreateKey(tag))) {
+                    if (!open.back().SetKey(CreateKey(tag)))
                         return nullptr;
-                    }
                     tag = NextTag();
                 }
-                if (tag.isEnd) {
+                if (tag.isEnd)
                     return nullptr;
-                }
                 if (tag.name == "dict" || tag.name == "array") {
                     OpenContainer container(tag.name == "dict");
                     if (!tag.isEmpty) {
@@ -479,9 +451,8 @@ private:
                     value = Ref<>(CreateScalar(tag));
                 }
             }
-            if (!value || open.empty()) {
+            if (!value || open.empty())
                 return value.release();
-            }
             open.back().Add(std::move(value));
         }
     }
@@ -498,21 +469,16 @@ private:
     CFTypeRef CreateScalar(const Tag& tag)
     {
         std::optional<std::string> text = Text(tag);
-        if (!text) {
+        if (!text)
             return nullptr;
-        }
-        if (tag.name == "string") {
+        if (tag.name == "string")
             return Made(CFString_Create(*text));
-        }
-        if (tag.name == "true" || tag.name == "false") {
+        if (tag.name == "true" || tag.name == "false")
             return !text->empty() ? nullptr : tag.name == "true" ? kCFBooleanTrue : kCFBooleanFalse;
-        }
-        if (tag.name == "integer") {
+        if (tag.name == "integer")
             return CreateInteger(Trimmed(*text));
-        }
-        if (tag.name == "real") {
+        if (tag.name == "real")
             return CreateReal(Trimmed(*text));
-        }
         if (tag.name == "date") {
             std::optional<CFAbsoluteTime> date = ParseDate(std::string(Trimmed(*text)));
             return date ? Made(CFDateCreate(nullptr, *date)) : nullptr;
@@ -704,15 +670,13 @@ CFPropertyListRef PropertyList_CreateDeepCopy(CFPropertyListRef value)
     std::unordered_set<CFTypeRef> around; // their sources: one that holds itself has no end
     for (;;) {
         if (CFObject_IsContainer(value)) {
-            if (IsArrayOfPointers(value) || !around.insert(value).second) {
+            if (IsArrayOfPointers(value) || !around.insert(value).second)
                 return nullptr;
-            }
             open.emplace_back(value);
         } else {
             Ref<> copy(CopyScalar(value));
-            if (!copy || open.empty()) {
+            if (!copy || open.empty())
                 return copy.release();
-            }
             open.back().to.Add(std::move(copy));
         }
         CFTypeRef key = nullptr;
@@ -720,9 +684,8 @@ CFPropertyListRef PropertyList_CreateDeepCopy(CFPropertyListRef value)
             Ref<> copy = open.back().to.Close();
             around.erase(open.back().from.Container());
             open.pop_back();
-            if (open.empty()) {
+            if (open.empty())
                 return copy.release();
-            }
             open.back().to.Add(std::move(copy));
         }
         if (open.back().to.NeedsKey()

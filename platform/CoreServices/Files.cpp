@@ -106,9 +106,8 @@ OSStatus FileRefs_Error(int error)
 static OSStatus MissingError(const char* path)
 {
     std::string_view folder(path);
-    while (folder.ends_with('/')) {
+    while (folder.ends_with('/'))
         folder.remove_suffix(1);
-    }
     size_t slash = folder.rfind('/');
     struct stat info;
     bool isThere = slash == std::string_view::npos || slash == 0
@@ -118,24 +117,20 @@ static OSStatus MissingError(const char* path)
 
 OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory)
 {
-    if (path == nullptr || ref == nullptr) {
+    if (path == nullptr || ref == nullptr)
         return paramErr;
-    }
     try {
         const char* text = reinterpret_cast<const char*>(path);
         char* canonical = realpath(text, nullptr);
-        if (canonical == nullptr) {
+        if (canonical == nullptr)
             return errno == ENOENT ? MissingError(text) : FileRefs_Error(errno);
-        }
         std::unique_ptr<char, void (*)(void*)> owner(canonical, std::free);
         struct stat info = {};
-        if (isDirectory != nullptr && stat(canonical, &info) != 0) {
+        if (isDirectory != nullptr && stat(canonical, &info) != 0)
             return FileRefs_Error(errno);
-        }
         *ref = FileRefs_FromPath(canonical);
-        if (isDirectory != nullptr) {
+        if (isDirectory != nullptr)
             *isDirectory = S_ISDIR(info.st_mode);
-        }
         return noErr;
     } catch (...) {
         return memFullErr;
@@ -144,20 +139,16 @@ OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory)
 
 OSStatus FSRefMakePath(const FSRef* ref, UInt8* path, UInt32 size)
 {
-    if (ref == nullptr || path == nullptr) {
+    if (ref == nullptr || path == nullptr)
         return paramErr;
-    }
     const std::string* found = FileRefs_Path(*ref);
     struct stat info;
-    if (found == nullptr) {
+    if (found == nullptr)
         return errFSBadFSRef;
-    }
-    if (lstat(found->c_str(), &info) != 0) {
+    if (lstat(found->c_str(), &info) != 0)
         return FileRefs_Error(errno);
-    }
-    if (found->size() >= size) {
+    if (found->size() >= size)
         return errFSNameTooLong;
-    }
     std::memcpy(path, found->c_str(), found->size() + 1);
     return noErr;
 }
@@ -171,9 +162,8 @@ static HFSUniStr255 UnicodeName(std::string_view name)
     const UInt8* end = p + name.size();
     while (p < end && result.length < 254) { // a character may take two units
         UInt32 code = Utf8_Next(p, end);
-        if (code == kUtf8Invalid) {
+        if (code == kUtf8Invalid)
             code = 0xFFFD;
-        }
         if (code <= 0xFFFF) {
             put(code);
         } else {
@@ -205,17 +195,14 @@ OSErr FSGetCatalogInfo(const FSRef* ref,
                        FSSpec* fsSpec,
                        FSRef* parent)
 {
-    if (ref == nullptr || which != kFSCatInfoNone || info != nullptr) {
+    if (ref == nullptr || which != kFSCatInfoNone || info != nullptr)
         return paramErr;
-    }
     const std::string* path = FileRefs_Path(*ref);
-    if (path == nullptr) {
+    if (path == nullptr)
         return errFSBadFSRef;
-    }
     struct stat status;
-    if (lstat(path->c_str(), &status) != 0) {
+    if (lstat(path->c_str(), &status) != 0)
         return static_cast<OSErr>(FileRefs_Error(errno));
-    }
     try {
         bool isRoot = *path == "/";
         size_t slash = path->rfind('/');
@@ -224,18 +211,15 @@ OSErr FSGetCatalogInfo(const FSRef* ref,
         std::string folder = isRoot ? std::string() : path->substr(0, std::max<size_t>(slash, 1));
         SInt32 parentNumber = kRootParent;
         if (!isRoot && fsSpec != nullptr) {
-            if (stat(folder.c_str(), &status) != 0) {
+            if (stat(folder.c_str(), &status) != 0)
                 return static_cast<OSErr>(FileRefs_Error(errno));
-            }
             parentNumber = static_cast<SInt32>(static_cast<UInt32>(status.st_ino));
         }
         FSRef folderRef = isRoot ? FSRef {} : FileRefs_FromPath(folder);
-        if (name != nullptr) {
+        if (name != nullptr)
             *name = UnicodeName(ownName);
-        }
-        if (fsSpec != nullptr) {
+        if (fsSpec != nullptr)
             *fsSpec = MakeFSSpec(ownName, parentNumber);
-        }
         if (parent != nullptr) { // may be `ref` itself
             *parent = folderRef;
         }

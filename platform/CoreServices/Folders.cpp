@@ -7,9 +7,8 @@
 
 OSErr FSFindFolder(SInt16 domain, OSType folder, Boolean create, FSRef* found)
 {
-    if (found == nullptr) {
+    if (found == nullptr)
         return paramErr;
-    }
     if (folder != kApplicationSupportFolderType
         || (domain != kUserDomain && domain != kLocalDomain)) {
         return fnfErr;
@@ -18,23 +17,19 @@ OSErr FSFindFolder(SInt16 domain, OSType folder, Boolean create, FSRef* found)
         bool isUser = domain == kUserDomain;
         std::string path = isUser ? BaseFolders_User("XDG_DATA_HOME", "/.local/share")
                                   : BaseFolders_Local("XDG_DATA_DIRS", "/usr/local/share");
-        if (path.empty()) {
+        if (path.empty())
             return fnfErr;
-        }
         int error = create ? BaseFolders_Make(path, isUser ? 0700 : 0777) : 0;
-        if (error != 0) {
+        if (error != 0)
             return static_cast<OSErr>(FileRefs_Error(error));
-        }
         FSRef ref;
         Boolean isDirectory = false;
         OSStatus status
             = FSPathMakeRef(reinterpret_cast<const UInt8*>(path.c_str()), &ref, &isDirectory);
-        if (status == noErr && !isDirectory) {
+        if (status == noErr && !isDirectory)
             status = dirNFErr;
-        }
-        if (status == noErr) {
+        if (status == noErr)
             *found = ref;
-        }
         return static_cast<OSErr>(status);
     } catch (...) {
         return memFullErr;

@@ -39,13 +39,11 @@ public:
     ~XErrorHandlers()
     {
         for (const Handler& handler : m_handlers) {
-            if (handler.set) {
+            if (handler.set)
                 handler.set(handler.value);
-            }
         }
-        if (m_library) {
+        if (m_library)
             dlclose(m_library);
-        }
     }
     XErrorHandlers(const XErrorHandlers&) = delete;
     XErrorHandlers& operator=(const XErrorHandlers&) = delete;
@@ -79,23 +77,19 @@ std::string PlatformName()
 {
     const std::string wanted = qEnvironmentVariable("QT_QPA_PLATFORM").toStdString();
     std::string name = wanted.substr(0, wanted.find_first_of(":;"));
-    if (name.empty() || name.rfind("wayland", 0) == 0) {
+    if (name.empty() || name.rfind("wayland", 0) == 0)
         name = "xcb";
-    }
-    if (name == "xcb" && !HasXDisplay()) {
+    if (name == "xcb" && !HasXDisplay())
         return {};
-    }
     QStringList folders = QCoreApplication::libraryPaths();
-    for (QString& folder : folders) {
+    for (QString& folder : folders)
         folder += QStringLiteral("/platforms");
-    }
     folders.prepend(qEnvironmentVariable("QT_QPA_PLATFORM_PLUGIN_PATH"));
     for (const QString& folder : folders) {
         const QString file
             = folder + QStringLiteral("/libq%1.so").arg(QString::fromStdString(name));
-        if (QPluginLoader(file).load()) {
+        if (QPluginLoader(file).load())
             return name == wanted.substr(0, name.size()) ? wanted : name;
-        }
     }
     return {};
 }
@@ -104,9 +98,8 @@ bool Start()
 {
     static std::string platform; // Qt reads its arguments again later
     platform = PlatformName();
-    if (platform.empty()) {
+    if (platform.empty())
         return false;
-    }
     // The look is fixed and the desktop's theme plug-in stays out: it may bring a second GTK into a
     // GTK host.
     static char* arguments[] = { program_invocation_name,
@@ -139,8 +132,7 @@ bool Application_IsReady()
     const bool isReady = application ? qobject_cast<const QApplication*>(application)
             && application->thread() == QThread::currentThread()
                                      : Start();
-    if (isReady) {
+    if (isReady)
         Accessibility_Install();
-    }
     return isReady;
 }

@@ -24,12 +24,10 @@ SystemFont SystemFontOf(const ControlFontStyleRec& style)
 {
     const bool isTheme = (style.flags & kControlUseThemeFontIDMask) != 0;
     const auto index = static_cast<std::size_t>(isTheme ? style.font : -1 - style.font);
-    if (isTheme && index < std::size(kThemeFonts)) {
+    if (isTheme && index < std::size(kThemeFonts))
         return kThemeFonts[index];
-    }
-    if ((style.flags & kControlUseFontMask) != 0 && index < std::size(kMetaFonts)) {
+    if ((style.flags & kControlUseFontMask) != 0 && index < std::size(kMetaFonts))
         return kMetaFonts[index];
-    }
     return kMetaFonts[0];
 }
 
@@ -53,9 +51,8 @@ QFont ControlFont_Of(const ControlFontStyleRec& style, QFont font)
 
 Qt::Alignment ControlFont_Alignment(const ControlFontStyleRec& style)
 {
-    if ((style.flags & kControlUseJustMask) == 0) {
+    if ((style.flags & kControlUseJustMask) == 0)
         return Qt::AlignLeading;
-    }
     switch (style.just) {
     case 1:
         return Qt::AlignHCenter;

@@ -29,11 +29,10 @@ public:
 protected:
     void keyPressEvent(QKeyEvent* event) override
     {
-        if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
             event->ignore();
-        } else {
+        else
             QPushButton::keyPressEvent(event);
-        }
     }
 
     // The style caches drawn buttons by their palette, and each window with a brush has a palette of its own.
@@ -62,12 +61,10 @@ QString Literal(QString text)
 // Copies data of a fixed size, which need not be aligned.
 template <class T> OSErr Take(Size size, const void* data, T& value)
 {
-    if (size != static_cast<Size>(sizeof value)) {
+    if (size != static_cast<Size>(sizeof value))
         return errDataSizeMismatch;
-    }
-    if (!data) {
+    if (!data)
         return paramErr;
-    }
     std::memcpy(&value, data, sizeof value);
     return noErr;
 }
@@ -117,20 +114,17 @@ PictureView* PictureControl::View() const
 
 OSErr PictureControl::SetData(ResType tag, Size size, const void* data)
 {
-    if (tag != kControlPictureHandleTag) {
+    if (tag != kControlPictureHandleTag)
         return errDataNotSupported;
-    }
     PicHandle picture = nullptr;
-    if (const OSErr error = Take(size, data, picture)) {
+    if (const OSErr error = Take(size, data, picture))
         return error;
-    }
     const auto handle = reinterpret_cast<Handle>(picture);
     const Size length = GetHandleSize(handle);
     auto decoded
         = length > 0 ? DecodedPicture::Decode(*handle, static_cast<std::size_t>(length)) : nullptr;
-    if (!decoded) {
+    if (!decoded)
         return paramErr;
-    }
     m_picture = picture;
     View()->SetPicture(std::move(decoded));
     return noErr;
@@ -169,14 +163,12 @@ void TextControl::SetFontStyle(const ControlFontStyleRec& style)
 
 OSErr TextControl::SetData(ResType tag, Size size, const void* data)
 {
-    if (tag != kControlFontStyleTag) {
+    if (tag != kControlFontStyleTag)
         return errDataNotSupported;
-    }
     ControlFontStyleRec style;
     const OSErr error = Take(size, data, style);
-    if (error == noErr) {
+    if (error == noErr)
         SetFontStyle(style);
-    }
     return error;
 }
 
@@ -218,12 +210,10 @@ void StaticText::Update()
     view->SetText(Text());
     const bool hasBackground = (m_style.flags & kControlUseBackColorMask) != 0;
     QPalette palette; // roles that are not set stay the window's
-    if ((m_style.flags & kControlUseForeColorMask) != 0) {
+    if ((m_style.flags & kControlUseForeColorMask) != 0)
         palette.setColor(QPalette::WindowText, ColorOf(m_style.foreColor));
-    }
-    if (hasBackground) {
+    if (hasBackground)
         palette.setColor(QPalette::Window, ColorOf(m_style.backColor));
-    }
     view->setAutoFillBackground(hasBackground);
     view->setPalette(palette);
 }
@@ -231,12 +221,10 @@ void StaticText::Update()
 OSErr StaticText::SetData(ResType tag, Size size, const void* data)
 {
     if (tag == kControlStaticTextTextTag) {
-        if (size < 0) {
+        if (size < 0)
             return errDataSizeMismatch;
-        }
-        if (!data && size != 0) {
+        if (!data && size != 0)
             return paramErr;
-        }
         SetTitle({ static_cast<const char*>(data), static_cast<std::size_t>(size) });
         return noErr;
     }
@@ -245,20 +233,18 @@ OSErr StaticText::SetData(ResType tag, Size size, const void* data)
 
 OSErr StaticText::GetDataSize(ResType tag, Size& size) const
 {
-    if (tag != kControlStaticTextTextTag) {
+    if (tag != kControlStaticTextTextTag)
         return TextControl::GetDataSize(tag, size);
-    }
     size = static_cast<Size>(m_text.size());
     return noErr;
 }
 
 void StaticText::GetData(ResType tag, Size size, void* data) const
 {
-    if (tag == kControlStaticTextTextTag) {
+    if (tag == kControlStaticTextTextTag)
         std::memcpy(data, m_text.data(), static_cast<std::size_t>(size));
-    } else {
+    else
         TextControl::GetData(tag, size, data);
-    }
 }
 
 // Push buttons
@@ -290,9 +276,8 @@ void PushButton::Update()
 {
     QFont font = ControlFont_Of(m_style, widget->font());
     const int room = bounds.width() - 12;
-    while (font.pixelSize() > 9 && QFontMetrics(font).horizontalAdvance(Text()) > room) {
+    while (font.pixelSize() > 9 && QFontMetrics(font).horizontalAdvance(Text()) > room)
         font.setPixelSize(font.pixelSize() - 1);
-    }
     Button()->setFont(font);
     Button()->setText(Literal(Text()));
 }
@@ -304,9 +289,8 @@ void PushButton::SetDefault(bool on)
     if (on) {
         for (const ControlPtr& other : window->controls) {
             auto* button = dynamic_cast<PushButton*>(other.get());
-            if (button && button != this && button->m_isDefault) {
+            if (button && button != this && button->m_isDefault)
                 button->SetDefault(false);
-            }
         }
         current = Button();
     } else if (current == Button()) {
@@ -318,11 +302,10 @@ void PushButton::SetDefault(bool on)
 void PushButton::SetCancel(bool on)
 {
     QPointer<QAbstractButton>& current = window->Widget()->cancelButton;
-    if (on) {
+    if (on)
         current = Button();
-    } else if (current == Button()) {
+    else if (current == Button())
         current = nullptr;
-    }
 }
 
 bool PushButton::Click()
@@ -333,31 +316,27 @@ bool PushButton::Click()
 
 OSErr PushButton::SetData(ResType tag, Size size, const void* data)
 {
-    if (tag != kControlPushButtonDefaultTag) {
+    if (tag != kControlPushButtonDefaultTag)
         return TextControl::SetData(tag, size, data);
-    }
     Boolean on = false;
     const OSErr error = Take(size, data, on);
-    if (error == noErr) {
+    if (error == noErr)
         SetDefault(on != 0);
-    }
     return error;
 }
 
 OSErr PushButton::GetDataSize(ResType tag, Size& size) const
 {
-    if (tag != kControlPushButtonDefaultTag) {
+    if (tag != kControlPushButtonDefaultTag)
         return TextControl::GetDataSize(tag, size);
-    }
     size = sizeof m_isDefault;
     return noErr;
 }
 
 void PushButton::GetData(ResType tag, Size size, void* data) const
 {
-    if (tag == kControlPushButtonDefaultTag) {
+    if (tag == kControlPushButtonDefaultTag)
         Give(m_isDefault, data);
-    } else {
+    else
         TextControl::GetData(tag, size, data);
-    }
 }

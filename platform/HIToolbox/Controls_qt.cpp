@@ -16,9 +16,8 @@ ControlPtr Find(ControlRef control)
     for (const WindowPtr& window : Windows_All()) {
         if (const auto* own = dynamic_cast<const OwnWindow*>(window.get())) {
             for (const ControlPtr& known : own->controls) {
-                if (known.get() == control) {
+                if (known.get() == control)
                     return known;
-                }
             }
         }
     }
@@ -61,9 +60,8 @@ void OpaqueControlRef::SetTitle(const std::string& utf8)
 
 void OpaqueControlRef::SendCommand()
 {
-    if (command == 0) {
+    if (command == 0)
         return;
-    }
     const ControlPtr held = shared_from_this();
     const WindowWidget::Delivery delivery(window->Widget()); // outlives the last reference below
     const WindowPtr owner = window->shared_from_this();
@@ -88,9 +86,8 @@ void OpaqueControlRef::GetData(ResType, Size, void*) const { }
 
 void Controls_Add(const ControlPtr& control, OpaqueControlRef* container)
 {
-    if (container) {
+    if (container)
         control->EmbedIn(*container);
-    }
     control->window->controls.push_back(control);
 }
 
@@ -98,17 +95,14 @@ void Controls_Add(const ControlPtr& control, OpaqueControlRef* container)
 
 OSStatus GetControlByID(WindowRef ref, const ControlID* id, ControlRef* control)
 {
-    if (!control) {
+    if (!control)
         return paramErr;
-    }
     *control = nullptr;
     const auto window = OwnWindow_Find(ref);
-    if (!window) {
+    if (!window)
         return Windows_Find(ref) ? errNoRootControl : errInvalidWindowRef;
-    }
-    if (!id) {
+    if (!id)
         return paramErr;
-    }
     for (const ControlPtr& known : window->controls) {
         if (known->id.signature == id->signature && known->id.id == id->id) {
             *control = known.get();
@@ -122,20 +116,16 @@ OSErr EmbedControl(ControlRef ref, ControlRef containerRef)
 {
     const ControlPtr control = Find(ref);
     const ControlPtr container = Find(containerRef);
-    if (!control || !container) {
+    if (!control || !container)
         return Missing(control ? containerRef : ref);
-    }
-    if (!container->CanEmbed() || container->window != control->window) {
+    if (!container->CanEmbed() || container->window != control->window)
         return errControlIsNotEmbedder;
-    }
     for (const OpaqueControlRef* at = container.get(); at; at = at->container) {
-        if (at == control.get()) {
+        if (at == control.get())
             return errCantEmbedIntoSelf;
-        }
     }
-    if (control->container != container.get()) {
+    if (control->container != container.get())
         control->EmbedIn(*container);
-    }
     return noErr;
 }
 
@@ -148,17 +138,14 @@ OSErr SetControlData(ControlRef ref, ControlPartCode, ResType tag, Size size, co
 OSErr GetControlDataSize(ControlRef ref, ControlPartCode, ResType tag, Size* size)
 {
     const ControlPtr control = Find(ref);
-    if (!control) {
+    if (!control)
         return Missing(ref);
-    }
     Size full = 0;
     const OSErr error = control->GetDataSize(tag, full);
-    if (error == noErr && !size) {
+    if (error == noErr && !size)
         return paramErr;
-    }
-    if (error == noErr) {
+    if (error == noErr)
         *size = full;
-    }
     return error;
 }
 
@@ -166,43 +153,36 @@ OSErr GetControlData(
     ControlRef ref, ControlPartCode part, ResType tag, Size size, void* data, Size* actualSize)
 {
     Size full = 0;
-    if (const OSErr error = GetControlDataSize(ref, part, tag, &full)) {
+    if (const OSErr error = GetControlDataSize(ref, part, tag, &full))
         return error;
-    }
     const bool mayBeCut = tag == kControlStaticTextTextTag;
-    if (size < 0 || (data && !mayBeCut && size < full)) {
+    if (size < 0 || (data && !mayBeCut && size < full))
         return errDataSizeMismatch;
-    }
-    if (actualSize) {
+    if (actualSize)
         *actualSize = full;
-    }
-    if (data) {
+    if (data)
         Find(ref)->GetData(tag, std::min(size, full), data);
-    }
     return noErr;
 }
 
 void HideControl(ControlRef ref)
 {
-    if (const ControlPtr control = Find(ref)) {
+    if (const ControlPtr control = Find(ref))
         control->SetHidden(true);
-    }
 }
 
 void ShowControl(ControlRef ref)
 {
-    if (const ControlPtr control = Find(ref)) {
+    if (const ControlPtr control = Find(ref))
         control->SetHidden(false);
-    }
 }
 
 Boolean IsControlVisible(ControlRef ref)
 {
     const ControlPtr control = Find(ref);
     for (const OpaqueControlRef* at = control.get(); at; at = at->container) {
-        if (at->hidden) {
+        if (at->hidden)
             return false;
-        }
     }
     return control != nullptr;
 }
@@ -220,12 +200,10 @@ Rect* GetControlBounds(ControlRef ref, Rect* bounds)
 OSStatus GetControlCommandID(ControlRef ref, UInt32* command)
 {
     const ControlPtr control = Find(ref);
-    if (!control) {
+    if (!control)
         return Missing(ref);
-    }
-    if (!command) {
+    if (!command)
         return paramErr;
-    }
     *command = control->command;
     return noErr;
 }
@@ -233,15 +211,12 @@ OSStatus GetControlCommandID(ControlRef ref, UInt32* command)
 OSStatus HIViewSimulateClick(HIViewRef view, HIViewPartCode, UInt32, HIViewPartCode* part)
 {
     const ControlPtr control = Find(view);
-    if (!control) {
+    if (!control)
         return Missing(view);
-    }
     const bool isEnabled = control->widget->isEnabled();
-    if (!control->Click()) {
+    if (!control->Click())
         return errMessageNotSupported;
-    }
-    if (part) {
+    if (part)
         *part = isEnabled ? HIViewPartCode { kControlButtonPart } : HIViewPartCode {};
-    }
     return noErr;
 }

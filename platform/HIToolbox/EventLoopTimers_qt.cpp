@@ -65,33 +65,28 @@ OSStatus InstallEventLoopTimer(EventLoopRef loop,
                                void* userData,
                                EventLoopTimerRef* timer)
 {
-    if (loop != GetMainEventLoop() || !routine) {
+    if (loop != GetMainEventLoop() || !routine)
         return paramErr;
-    }
-    if (!Application_IsReady()) {
+    if (!Application_IsReady())
         return windowWrongStateErr;
-    }
     auto added = std::make_shared<OpaqueEventLoopTimerRef>();
     const auto fire
         = [weak = std::weak_ptr(added), routine, userData, interval, kept = timer != nullptr] {
               const auto held = weak.lock(); // the routine may remove it
-              if (!held) {
+              if (!held)
                   return;
-              }
-              if (interval > 0) {
+              if (interval > 0)
                   held->timer->start(ToMilliseconds(interval));
-              } else if (!kept) {
+              else if (!kept)
                   RemoveEventLoopTimer(held.get());
-              }
               routine(held.get(), userData);
           };
     QObject::connect(added->timer, &QTimer::timeout, fire);
     added->timer->setSingleShot(true);
     added->timer->start(ToMilliseconds(delay));
     Timers().push_back(added);
-    if (timer) {
+    if (timer)
         *timer = added.get();
-    }
     return noErr;
 }
 
@@ -100,9 +95,8 @@ OSStatus RemoveEventLoopTimer(EventLoopTimerRef timer)
     auto& timers = Timers();
     const auto found = std::find_if(timers.begin(), timers.end(),
                                     [&](const auto& known) { return known.get() == timer; });
-    if (found == timers.end()) {
+    if (found == timers.end())
         return paramErr;
-    }
     timers.erase(found);
     return noErr;
 }

@@ -51,9 +51,8 @@ OpaqueEventTargetRef::~OpaqueEventTargetRef()
 
 void OpaqueEventTargetRef::RemoveAll()
 {
-    for (const auto& handler : handlers) {
+    for (const auto& handler : handlers)
         handler->live = false;
-    }
     handlers.clear();
 }
 
@@ -63,18 +62,15 @@ OSStatus OpaqueEventTargetRef::Send(OpaqueEventRef& event) const
     const auto copy = handlers; // `this` may be gone after the first call
     OSStatus result = eventNotHandledErr;
     for (auto handler = copy.rbegin(); handler != copy.rend(); ++handler) {
-        if (!(*handler)->live || !Wants(**handler, event)) {
+        if (!(*handler)->live || !Wants(**handler, event))
             continue;
-        }
         const OSStatus answer = (*handler)->routine(nullptr, &event, (*handler)->userData);
-        if (answer == eventPassToNextTargetErr) {
+        if (answer == eventPassToNextTargetErr)
             break;
-        }
         if (answer != eventNotHandledErr) {
             result = answer;
-            if (!toAll) {
+            if (!toAll)
                 break;
-            }
         }
     }
     return result;
@@ -98,18 +94,14 @@ OSStatus GetEventParameter(EventRef event,
                            UInt32* actualSize,
                            void* data)
 {
-    if (!event) {
+    if (!event)
         return paramErr;
-    }
-    if (name != kEventParamDirectObject || type != event->type) {
+    if (name != kEventParamDirectObject || type != event->type)
         return eventParameterNotFoundErr;
-    }
-    if (actualType) {
+    if (actualType)
         *actualType = type;
-    }
-    if (actualSize) {
+    if (actualSize)
         *actualSize = static_cast<UInt32>(event->directObject.size());
-    }
     if (data) {
         std::memcpy(data, event->directObject.data(),
                     std::min<std::size_t>(size, event->directObject.size()));
@@ -129,19 +121,16 @@ OSStatus InstallEventHandler(EventTargetRef target,
                              void* userData,
                              EventHandlerRef* handler)
 {
-    if (!IsTarget(target) || !routine || (!types && count)) {
+    if (!IsTarget(target) || !routine || (!types && count))
         return paramErr;
-    }
     for (const auto& other : target->handlers) {
-        if (other->routine == routine && other->userData == userData) {
+        if (other->routine == routine && other->userData == userData)
             return eventHandlerAlreadyInstalledErr;
-        }
     }
     target->handlers.push_back(std::make_shared<OpaqueEventHandlerRef>(
         OpaqueEventHandlerRef { routine, userData, { types, types + count } }));
-    if (handler) {
+    if (handler)
         *handler = target->handlers.back().get();
-    }
     return noErr;
 }
 

@@ -47,9 +47,8 @@ std::vector<std::uint32_t> Property(xcb_window_t window, const char* name, std::
     xcb_connection_t* x = Connection();
     const auto cookie = xcb_get_property(x, 0, window, Atom(name), XCB_ATOM_ANY, 0, count);
     const auto reply = Own(xcb_get_property_reply(x, cookie, nullptr));
-    if (!reply || reply->format != 32) {
+    if (!reply || reply->format != 32)
         return {};
-    }
     const auto* values = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
     return { values, values + reply->value_len };
 }
@@ -117,9 +116,8 @@ struct X11Window final : OpaqueWindowPtr
 
     void Activate() override
     {
-        if (!IsVisible()) {
+        if (!IsVisible())
             return;
-        }
         xcb_connection_t* x = Connection();
         const xcb_window_t root = Root();
         xcb_client_message_event_t message {};
@@ -137,21 +135,18 @@ struct X11Window final : OpaqueWindowPtr
 
     QWindow* Handle() override
     {
-        if (!Exists()) {
+        if (!Exists())
             return nullptr;
-        }
-        if (!m_handle) {
+        if (!m_handle)
             m_handle = QWindow::fromWinId(m_window);
-        }
         return m_handle;
     }
 
     void SetBlocked(bool blocked) override
     {
         xcb_connection_t* x = Connection();
-        if (!x || blocked == (m_cover != XCB_NONE)) {
+        if (!x || blocked == (m_cover != XCB_NONE))
             return;
-        }
         if (!blocked) {
             Send(xcb_destroy_window_checked(x, std::exchange(m_cover, XCB_NONE)));
             return;
@@ -185,13 +180,11 @@ private:
     QRect Pixels() const
     {
         xcb_connection_t* x = Connection();
-        if (!x) {
+        if (!x)
             return {};
-        }
         const auto size = Own(xcb_get_geometry_reply(x, xcb_get_geometry(x, m_window), nullptr));
-        if (!size) {
+        if (!size)
             return {};
-        }
         const auto cookie = xcb_translate_coordinates(x, m_window, size->root, 0, 0);
         const auto corner = Own(xcb_translate_coordinates_reply(x, cookie, nullptr));
         return corner ? QRect(corner->dst_x, corner->dst_y, size->width, size->height) : QRect();
@@ -212,18 +205,15 @@ std::shared_ptr<X11Window> Wrap(unsigned long id)
 
 WindowPtr HostWindows_Active()
 {
-    if (QWidget* active = QApplication::activeWindow()) {
+    if (QWidget* active = QApplication::activeWindow())
         return std::make_shared<WidgetWindow>(active);
-    }
     xcb_connection_t* x = Connection();
-    if (!x) {
+    if (!x)
         return nullptr;
-    }
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(x)).data->root;
     const auto active = Property(root, "_NET_ACTIVE_WINDOW", 1);
-    if (active.empty() || !active[0]) {
+    if (active.empty() || !active[0])
         return nullptr;
-    }
     const auto process = Property(active[0], "_NET_WM_PID", 1);
     bool ours = !process.empty() && process[0] == static_cast<std::uint32_t>(getpid());
     for (const WindowPtr& window : Windows_All()) { // a plain X program may not tell its process
@@ -235,17 +225,15 @@ WindowPtr HostWindows_Active()
 
 WindowRef CreateWindowRefWithQWidget(void* qWidget)
 {
-    if (!qWidget || !Application_IsReady()) {
+    if (!qWidget || !Application_IsReady())
         return nullptr;
-    }
     return Windows_Add(std::make_shared<WidgetWindow>(static_cast<QWidget*>(qWidget)->window()));
 }
 
 WindowRef CreateWindowRefWithX11Window(unsigned long window)
 {
-    if (!Application_IsReady() || !Connection()) {
+    if (!Application_IsReady() || !Connection())
         return nullptr;
-    }
     const auto wrapper = Wrap(window);
     return wrapper ? Windows_Add(wrapper) : nullptr;
 }

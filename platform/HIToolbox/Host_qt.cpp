@@ -31,9 +31,8 @@ CFBundleRef CreateBundle(const char* path)
     const CFURLRef url = CFURLCreateFromFileSystemRepresentation(
         kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path),
         static_cast<CFIndex>(std::strlen(path)), true);
-    if (url == nullptr) {
+    if (url == nullptr)
         return nullptr;
-    }
     const CFBundleRef bundle = CFBundleCreate(kCFAllocatorDefault, url);
     CFRelease(url);
     return bundle;
@@ -44,28 +43,24 @@ CFBundleRef CreateInstalledBundle()
 {
     static const char* const kPlaces[] = VELTRANO_MODULE_PLACES; // from this library's folder
     Dl_info library = {};
-    if (dladdr(reinterpret_cast<void*>(&VeltranoOpenModule), &library) == 0) {
+    if (dladdr(reinterpret_cast<void*>(&VeltranoOpenModule), &library) == 0)
         return nullptr;
-    }
     const std::string file = library.dli_fname;
     const std::string folder = file.substr(0, file.rfind('/') + 1);
     for (const char* place : kPlaces) {
-        if (const CFBundleRef bundle = CreateBundle((folder + place).c_str())) {
+        if (const CFBundleRef bundle = CreateBundle((folder + place).c_str()))
             return bundle;
-        }
     }
     return nullptr;
 }
 
 void Release(OpaqueVeltranoModule* module)
 {
-    if (--module->users != 0) {
+    if (--module->users != 0)
         return;
-    }
     OpaqueVeltranoModule** link = &sModules;
-    while (*link != module) {
+    while (*link != module)
         link = &(*link)->next;
-    }
     *link = module->next;
     CFBundleUnloadExecutable(module->bundle);
     CFRelease(module->bundle);
@@ -75,16 +70,13 @@ void Release(OpaqueVeltranoModule* module)
 // What keeps a box of this module from being shown; kVeltranoShown if nothing does.
 int FindObstacle(CFBundleRef bundle, WindowRef window)
 {
-    if (!Application_IsReady()) {
+    if (!Application_IsReady())
         return QCoreApplication::instance() ? kVeltranoOtherApplication : kVeltranoNoDisplay;
-    }
-    if (window && !Windows_Find(window)) {
+    if (window && !Windows_Find(window))
         return kVeltranoNoWindow;
-    }
     IBNibRef nib = nullptr;
-    if (CreateNibReferenceWithCFBundle(bundle, CFSTR("about"), &nib) != noErr) {
+    if (CreateNibReferenceWithCFBundle(bundle, CFSTR("about"), &nib) != noErr)
         return kVeltranoNoInterfaceFile;
-    }
     DisposeNibReference(nib);
     return kVeltranoShown;
 }
@@ -94,9 +86,8 @@ int FindObstacle(CFBundleRef bundle, WindowRef window)
 VeltranoModuleRef VeltranoOpenModule(const char* path)
 {
     const CFBundleRef bundle = path ? CreateBundle(path) : CreateInstalledBundle();
-    if (!bundle) {
+    if (!bundle)
         return nullptr;
-    }
     for (OpaqueVeltranoModule* module = sModules; module; module = module->next) {
         if (module->bundle == bundle) {
             CFRelease(bundle);
@@ -118,9 +109,8 @@ VeltranoModuleRef VeltranoOpenModule(const char* path)
 
 void VeltranoCloseModule(VeltranoModuleRef module)
 {
-    if (module) {
+    if (module)
         Release(module);
-    }
 }
 
 int VeltranoShowAboutBox(VeltranoModuleRef module,
@@ -131,12 +121,10 @@ int VeltranoShowAboutBox(VeltranoModuleRef module,
                          const char* text,
                          int lightStyle)
 {
-    if (!module) {
+    if (!module)
         return kVeltranoNoModule;
-    }
-    if (const int obstacle = FindObstacle(module->bundle, window); obstacle != kVeltranoShown) {
+    if (const int obstacle = FindObstacle(module->bundle, window); obstacle != kVeltranoShown)
         return obstacle;
-    }
     const CFBundleRef host
         = hostBundlePath ? CreateBundle(hostBundlePath) : CFBundleGetMainBundle();
     ProductRecord product = { { 0, 0 }, versionText };
@@ -148,9 +136,8 @@ int VeltranoShowAboutBox(VeltranoModuleRef module,
     } catch (const std::bad_alloc&) { // before the box was up; no exception may reach a host in C
     }
     Release(module);
-    if (hostBundlePath && host) {
+    if (hostBundlePath && host)
         CFRelease(host);
-    }
     return ModalLoop_CountRuns() != loopsBefore ? kVeltranoShown : kVeltranoNoWindow;
 }
 

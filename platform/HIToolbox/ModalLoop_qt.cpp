@@ -64,9 +64,8 @@ public:
         : m_window(std::move(window))
     {
         for (QWindow* open : QGuiApplication::topLevelWindows()) {
-            if (open->modality() != Qt::NonModal && open->isVisible()) {
+            if (open->modality() != Qt::NonModal && open->isVisible())
                 m_modalBefore.append(open);
-            }
         }
         m_window->loop = &m_loop;
         Running().push_back(this);
@@ -131,15 +130,12 @@ unsigned ModalLoop_CountRuns()
 OSStatus RunAppModalLoopForWindow(WindowRef ref)
 {
     const WindowPtr window = Windows_Find(ref);
-    if (!window) {
+    if (!window)
         return errInvalidWindowRef;
-    }
-    if (!window->IsVisible()) {
+    if (!window->IsVisible())
         return windowWrongStateErr;
-    }
-    if (window->loop) {
+    if (window->loop)
         return windowAppModalStateAlreadyExistsErr;
-    }
     if (!std::exchange(window->quit, false)) { // a plain quit before the loop would be lost
         ModalLoop(window).Run();
         window->quit = false;
@@ -151,13 +147,11 @@ OSStatus RunAppModalLoopForWindow(WindowRef ref)
 OSStatus QuitAppModalLoopForWindow(WindowRef ref)
 {
     const WindowPtr window = Windows_Find(ref);
-    if (!window) {
+    if (!window)
         return errInvalidWindowRef;
-    }
     window->quit = true;
-    if (!window->loop) {
+    if (!window->loop)
         return windowNoAppModalStateErr;
-    }
     window->loop->quit();
     return noErr;
 }

@@ -35,9 +35,8 @@ QString Decode(const QByteArray& bytes)
                                                               : QStringConverter::Utf8);
     QString text = QStringDecoder(encoding)(bytes);
     for (QChar& c : text) {
-        if ((c < u' ' && c != u'\t' && c != u'\n' && c != u'\r') || c >= QChar(0xFFFE)) {
+        if ((c < u' ' && c != u'\t' && c != u'\n' && c != u'\r') || c >= QChar(0xFFFE))
             c = u' ';
-        }
     }
     return text;
 }
@@ -96,9 +95,8 @@ OSType NibObject::Code(const char* name) const
     const bool ok = string
         && CFStringGetCString(string, code.data(), code.size(), kCFStringEncodingMacRoman)
         && std::strlen(code.data()) == 4;
-    if (string) {
+    if (string)
         CFRelease(string);
-    }
     return ok ? qFromBigEndian<OSType>(code.data()) : 0;
 }
 
@@ -106,15 +104,13 @@ std::optional<QRect> NibObject::Rectangle(const char* name) const
 {
     const QStringList parts = Text(name).simplified().split(u' ');
     std::array<int, 4> side {};
-    if (parts.size() != 4) {
+    if (parts.size() != 4)
         return std::nullopt;
-    }
     for (std::size_t at = 0; at < side.size(); ++at) {
         bool ok = false;
         const double value = parts[static_cast<qsizetype>(at)].toDouble(&ok);
-        if (!ok || !(std::abs(value) <= INT16_MAX)) {
+        if (!ok || !(std::abs(value) <= INT16_MAX))
             return std::nullopt;
-        }
         side[at] = qRound(value);
     }
     return QRect(side[1], side[0], side[3] - side[1], side[2] - side[0]);
@@ -123,19 +119,16 @@ std::optional<QRect> NibObject::Rectangle(const char* name) const
 std::unique_ptr<NibFile> NibFile::Read(const QString& path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > kMaxBytes) {
+    if (!file.open(QIODevice::ReadOnly) || file.size() > kMaxBytes)
         return nullptr;
-    }
     const QString text = Decode(file.read(file.size())); // a larger limit would be allocated whole
-    if (!HasPlainTags(text)) {
+    if (!HasPlainTags(text))
         return nullptr;
-    }
     auto nib = std::make_unique<NibFile>();
     QXmlStreamReader xml(text);
     xml.setEntityExpansionLimit(kLongestEntity);
-    if (!xml.readNextStartElement() || xml.name() != u"object") {
+    if (!xml.readNextStartElement() || xml.name() != u"object")
         return nullptr;
-    }
     nib->m_root = nib->ReadObject(xml, 0);
     const NibObject* root = nib->Find(nib->m_root);
     return !xml.hasError() && root && root->Text("targetFramework") == u"IBCarbonFramework"
@@ -160,9 +153,8 @@ int NibFile::ReadObject(QXmlStreamReader& xml, int depth)
 {
     bool ok = false;
     int id = xml.attributes().value(QLatin1String("id")).toInt(&ok);
-    if (!ok || id <= 0) {
+    if (!ok || id <= 0)
         id = m_nextOwnId--;
-    }
     if (depth > kMaxDepth || m_objects.size() >= kMaxObjects) {
         xml.raiseError(QStringLiteral("too deep or too large"));
         return id;
@@ -171,12 +163,10 @@ int NibFile::ReadObject(QXmlStreamReader& xml, int depth)
     NibObject* const kept = isFirst ? &slot->second : nullptr;
     NibObject object;
     object.className = xml.attributes().value(QLatin1String("class")).toString();
-    while (xml.readNextStartElement()) {
+    while (xml.readNextStartElement())
         ReadProperty(xml, object, depth);
-    }
-    if (kept) {
+    if (kept)
         *kept = std::move(object);
-    }
     return id;
 }
 
@@ -188,9 +178,8 @@ void NibFile::ReadProperty(QXmlStreamReader& xml, NibObject& object, int depth)
         object.objects.insert(name, ReadLink(xml, depth));
     } else if (xml.name() == u"array") {
         QList<int> links;
-        while (xml.readNextStartElement()) {
+        while (xml.readNextStartElement())
             links.append(ReadLink(xml, depth));
-        }
         object.arrays.insert(name, links);
     } else if (xml.name() == u"dictionary") {
         object.tables.insert(name, ReadTable(xml, depth));
@@ -202,9 +191,8 @@ void NibFile::ReadProperty(QXmlStreamReader& xml, NibObject& object, int depth)
 int NibFile::ReadLink(QXmlStreamReader& xml, int depth)
 {
     CountEntry(xml);
-    if (xml.name() == u"object") {
+    if (xml.name() == u"object")
         return ReadObject(xml, depth + 1);
-    }
     const int id = xml.attributes().value(QLatin1String("idRef")).toInt();
     xml.skipCurrentElement();
     return id; // 0, no object's id, for anything but a reference
@@ -216,11 +204,10 @@ QHash<QString, int> NibFile::ReadTable(QXmlStreamReader& xml, int depth)
     QString key;
     bool isKey = true;
     while (xml.readNextStartElement()) {
-        if (isKey) {
+        if (isKey)
             key = xml.readElementText(QXmlStreamReader::SkipChildElements);
-        } else {
+        else
             table.insert(key, ReadLink(xml, depth));
-        }
         isKey = !isKey;
     }
     return table;
@@ -228,7 +215,6 @@ QHash<QString, int> NibFile::ReadTable(QXmlStreamReader& xml, int depth)
 
 void NibFile::CountEntry(QXmlStreamReader& xml)
 {
-    if (++m_entries > kMaxEntries) {
+    if (++m_entries > kMaxEntries)
         xml.raiseError(QStringLiteral("too large"));
-    }
 }

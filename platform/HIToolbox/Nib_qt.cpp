@@ -54,9 +54,8 @@ ControlFontStyleRec FontStyle(const NibObject& object)
 QString FindResource(CFBundleRef bundle, CFStringRef name, CFStringRef type)
 {
     const CFURLRef url = CFBundleCopyResourceURL(bundle, name, type, nullptr);
-    if (!url) {
+    if (!url)
         return {};
-    }
     std::array<UInt8, 4096> path {};
     const bool ok = CFURLGetFileSystemRepresentation(url, true, path.data(), path.size());
     CFRelease(url);
@@ -67,9 +66,8 @@ QString FindFile(CFBundleRef bundle, const QString& name)
 {
     const CFStringRef string = Bridges_CreateCFString(name);
     const QString path = string ? FindResource(bundle, string, nullptr) : QString();
-    if (string) {
+    if (string)
         CFRelease(string);
-    }
     return path;
 }
 
@@ -142,9 +140,8 @@ private:
         } else if (auto* button = dynamic_cast<PushButton*>(control.get())) {
             button->SetDefault(object.Number("buttonType") == 1);
             button->SetCancel(object.Number("buttonType") == 2);
-            if (const QImage icon = FindIcon(object); !icon.isNull()) {
+            if (const QImage icon = FindIcon(object); !icon.isNull())
                 button->SetIcon(icon);
-            }
         }
         AddControls(object, control.get(), depth + 1);
     }
@@ -152,9 +149,8 @@ private:
     // Looks into the current resource files first, then into the one that came with the nib.
     template <class Find> void SearchResources(Find find)
     {
-        if (find()) {
+        if (find())
             return;
-        }
         const SInt16 saved = CurResFile();
         const CFBundleRefNum map = CFBundleOpenBundleResourceMap(m_bundle);
         if (map != kResFileNotOpened) {
@@ -217,9 +213,8 @@ private:
                 ? QString()
                 : FindFile(m_bundle, value);
             QImage image = path.isEmpty() ? QImage() : Icons_Read(path);
-            if (!image.isNull()) {
+            if (!image.isNull())
                 return image;
-            }
         }
         return {};
     }
@@ -264,12 +259,10 @@ std::shared_ptr<const NibFile> ReadNib(const QString& path)
 {
     static auto* kept = new KeptNib; // never freed: Qt may be gone by then
     struct stat version = {};
-    if (stat(QFile::encodeName(path).constData(), &version) != 0 || !S_ISREG(version.st_mode)) {
+    if (stat(QFile::encodeName(path).constData(), &version) != 0 || !S_ISREG(version.st_mode))
         return nullptr;
-    }
-    if (!kept->Is(path, version)) {
+    if (!kept->Is(path, version))
         *kept = { path, version, NibFile::Read(path) };
-    }
     return kept->file;
 }
 
@@ -283,14 +276,12 @@ struct OpaqueIBNibRef
 
 OSStatus CreateNibReferenceWithCFBundle(CFBundleRef bundle, CFStringRef name, IBNibRef* nib)
 {
-    if (!bundle || !name || !nib) {
+    if (!bundle || !name || !nib)
         return paramErr;
-    }
     const QString path = FindResource(bundle, name, CFSTR("nib"));
     auto file = path.isEmpty() ? nullptr : ReadNib(path + QStringLiteral("/objects.xib"));
-    if (!file) {
+    if (!file)
         return kIBCarbonRuntimeCantFindNibFile;
-    }
     CFRetain(bundle);
     *nib = new OpaqueIBNibRef { bundle, std::move(file) };
     return noErr;
@@ -298,25 +289,21 @@ OSStatus CreateNibReferenceWithCFBundle(CFBundleRef bundle, CFStringRef name, IB
 
 OSStatus CreateWindowFromNib(IBNibRef nib, CFStringRef name, WindowRef* window)
 {
-    if (!nib || !name || !window) {
+    if (!nib || !name || !window)
         return paramErr;
-    }
     const NibObject* object = nib->file->FindNamed(Bridges_FromCFString(name));
-    if (!object) {
+    if (!object)
         return kIBCarbonRuntimeCantFindObject;
-    }
-    if (object->className != u"IBCarbonWindow") {
+    if (object->className != u"IBCarbonWindow")
         return kIBCarbonRuntimeObjectNotOfRequestedType;
-    }
     const auto content = object->Rectangle("windowRect");
     const NibObject* root = nib->file->Find(object->objects.value(QStringLiteral("rootControl")));
     if (!content || content->isEmpty() || !root || content->width() > kMaxWindowSide
         || content->height() > kMaxWindowSide) {
         return kIBCarbonRuntimeCantFindObject;
     }
-    if (!Application_IsReady()) {
+    if (!Application_IsReady())
         return windowWrongStateErr;
-    }
     const auto windowClass
         = static_cast<WindowClass>(object->Number("carbonWindowClass", kDocumentWindowClass));
     const QRect place = WindowPlace_Of(*content, object->Number("windowPosition"),
@@ -327,9 +314,8 @@ OSStatus CreateWindowFromNib(IBNibRef nib, CFStringRef name, WindowRef* window)
     constexpr int kStoredBlack = -1;
     constexpr int kStoredWhite = -2;
     const int brush = object->Number("themeBrush");
-    if (brush == kStoredBlack || brush == kStoredWhite) {
+    if (brush == kStoredBlack || brush == kStoredWhite)
         made->SetBackground(brush == kStoredBlack ? kThemeBrushBlack : kThemeBrushWhite);
-    }
     Builder(*nib->file, nib->bundle, *made).AddControls(*root, nullptr);
     *window = made.get();
     return noErr;

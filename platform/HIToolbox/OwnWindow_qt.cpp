@@ -66,17 +66,15 @@ OwnWindow::OwnWindow(const QString& title, const QRect& content, WindowFrame fra
     flags.setFlag(Qt::WindowMinimizeButtonHint, frame.collapsible);
     flags.setFlag(Qt::WindowMaximizeButtonHint, frame.resizable && frame.zoomable);
     widget->setWindowFlags(flags);
-    if (!frame.resizable) {
+    if (!frame.resizable)
         widget->setFixedSize(content.size());
-    }
 }
 
 OwnWindow::~OwnWindow()
 {
     WindowWidget* own = Widget();
-    if (!own) {
+    if (!own)
         return;
-    }
     own->window = nullptr;
     if (own->InDelivery()) {
         own->hide();
@@ -88,14 +86,12 @@ OwnWindow::~OwnWindow()
 
 void OwnWindow::Show()
 {
-    if (m_visible) {
+    if (m_visible)
         return;
-    }
     quit = false;
     Notify(kEventWindowShowing);
-    if (disposed || m_visible || !widget) {
+    if (disposed || m_visible || !widget)
         return;
-    }
     const WindowPtr parent = unavailable.lock();
     widget->setWindowModality(modality == kWindowModalityNone              ? Qt::NonModal
                                   : modality == kWindowModalityWindowModal ? Qt::WindowModal
@@ -104,15 +100,13 @@ void OwnWindow::Show()
         widget->winId(); // makes the handle
         widget->windowHandle()->setTransientParent(above);
     }
-    if (QAbstractButton* button = Widget()->defaultButton) {
+    if (QAbstractButton* button = Widget()->defaultButton)
         button->setFocus();
-    }
     m_visible = true;
     Windows_UpdateBlocked();
     WidgetWindow::Show();
-    if (!disposed && m_visible) {
+    if (!disposed && m_visible)
         Notify(kEventWindowShown);
-    }
 }
 
 void OwnWindow::Hide()
@@ -125,9 +119,8 @@ void OwnWindow::Hide()
 
 void OwnWindow::Vanish()
 {
-    if (!m_visible) {
+    if (!m_visible)
         return;
-    }
     m_visible = false;
     WidgetWindow::Hide();
     Windows_UpdateBlocked();
@@ -164,13 +157,11 @@ OSStatus SetThemeWindowBackground(WindowRef ref, ThemeBrush brush, Boolean updat
         return Windows_Find(ref) ? windowWrongStateErr // the host paints its own
                                  : errInvalidWindowRef;
     }
-    if (brush != kThemeBrushWhite && brush != kThemeBrushBlack) {
+    if (brush != kThemeBrushWhite && brush != kThemeBrushBlack)
         return themeInvalidBrushErr;
-    }
     window->SetBackground(brush);
-    if (update) {
+    if (update)
         window->widget->update();
-    }
     return noErr;
 }
 

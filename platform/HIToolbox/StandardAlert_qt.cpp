@@ -53,11 +53,10 @@ void AddButton(std::vector<Button>& buttons,
                ConstStringPtr title,
                const char* standard)
 {
-    if (title == kAlertDefaultOKText) {
+    if (title == kAlertDefaultOKText)
         buttons.push_back({ item, QCoreApplication::translate("QPlatformTheme", standard) });
-    } else if (title) {
+    else if (title)
         buttons.push_back({ item, FromPascal(title) });
-    }
 }
 
 std::vector<Button> ButtonsOf(const AlertStdAlertParamRec& param)
@@ -66,9 +65,8 @@ std::vector<Button> ButtonsOf(const AlertStdAlertParamRec& param)
     AddButton(buttons, kAlertStdAlertOKButton, param.defaultText, "OK");
     AddButton(buttons, kAlertStdAlertCancelButton, param.cancelText, "Cancel");
     AddButton(buttons, kAlertStdAlertOtherButton, param.otherText, "Don't Save");
-    if (param.helpButton) {
+    if (param.helpButton)
         AddButton(buttons, kAlertStdAlertHelpButton, kAlertDefaultOKText, "Help");
-    }
     if (buttons.empty()) { // nobody could leave the alert
         AddButton(buttons, kAlertStdAlertOKButton, kAlertDefaultOKText, "OK");
     }
@@ -178,9 +176,8 @@ public:
     {
         const QScreen* screen
             = m_host ? QGuiApplication::screenAt(m_host->Structure().center()) : nullptr;
-        if (!screen) {
+        if (!screen)
             screen = QGuiApplication::primaryScreen();
-        }
         const QRect room = (screen ? screen->availableGeometry() : QRect(0, 0, 640, 480))
                                .adjusted(kFrameRoom, kTitleRoom, -kFrameRoom, -kFrameRoom);
 
@@ -317,18 +314,15 @@ OSErr StandardAlert(AlertType type,
     AlertStdAlertParamRec standard {};
     standard.defaultText = kAlertDefaultOKText;
     standard.defaultButton = kAlertStdAlertOKButton;
-    if (type < kAlertStopAlert || type > kAlertPlainAlert || !itemHit) {
+    if (type < kAlertStopAlert || type > kAlertPlainAlert || !itemHit)
         return paramErr;
-    }
-    if (!Application_IsReady()) {
+    if (!Application_IsReady())
         return windowWrongStateErr;
-    }
     const SInt16 item
         = Alert(type, FromPascal(message), FromPascal(explanation), param ? *param : standard)
               .Run();
-    if (item == 0) {
+    if (item == 0)
         return windowWrongStateErr;
-    }
     *itemHit = item;
     return noErr;
 }

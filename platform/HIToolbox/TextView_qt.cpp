@@ -103,9 +103,8 @@ int TextView::NaturalWidth() const
     Prepare(layout, m_font);
     LayOut(layout, QWIDGETSIZE_MAX);
     double width = 0;
-    for (int line = 0; line < layout.lineCount(); ++line) {
+    for (int line = 0; line < layout.lineCount(); ++line)
         width = std::max(width, layout.lineAt(line).naturalTextWidth());
-    }
     return static_cast<int>(std::ceil(width)) + 1;
 }
 
@@ -113,9 +112,8 @@ int TextView::NaturalWidth() const
 // smaller.
 void TextView::Fit()
 {
-    if (m_fitted) {
+    if (m_fitted)
         return;
-    }
     m_fitted = true;
     QFont font = m_font;
     Prepare(m_layout, font);
@@ -134,9 +132,8 @@ QString TextView::SelectedText() const
 // If the text does not fit even at the smallest size, shows it as a tooltip, unless the view has one.
 bool TextView::event(QEvent* event)
 {
-    if (event->type() != QEvent::ToolTip || !m_isCut || !toolTip().isEmpty()) {
+    if (event->type() != QEvent::ToolTip || !m_isCut || !toolTip().isEmpty())
         return QWidget::event(event);
-    }
     QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(),
                        Qt::convertFromPlainText(m_text), this);
     return true;
@@ -157,9 +154,8 @@ void TextView::paintEvent(QPaintEvent*)
         selections.append(range);
     }
     m_layout.draw(&painter, {}, selections);
-    if (hasFocus() && m_anchor == m_cursor) {
+    if (hasFocus() && m_anchor == m_cursor)
         m_layout.drawCursor(&painter, {}, m_cursor);
-    }
 }
 
 void TextView::resizeEvent(QResizeEvent*)
@@ -171,9 +167,8 @@ int TextView::PositionAt(QPointF point) const
 {
     for (int at = 0; at < m_layout.lineCount(); ++at) {
         const QTextLine line = m_layout.lineAt(at);
-        if (point.y() < line.y() + line.height() || at + 1 == m_layout.lineCount()) {
+        if (point.y() < line.y() + line.height() || at + 1 == m_layout.lineCount())
             return line.xToCursor(point.x());
-        }
     }
     return 0;
 }
@@ -198,16 +193,14 @@ void TextView::mousePressEvent(QMouseEvent* event)
 
 void TextView::mouseMoveEvent(QMouseEvent* event)
 {
-    if (event->buttons() & Qt::LeftButton) {
+    if (event->buttons() & Qt::LeftButton)
         Select(m_anchor, PositionAt(event->position()));
-    }
 }
 
 void TextView::mouseReleaseEvent(QMouseEvent* event)
 {
-    if (event->button() == Qt::LeftButton) {
+    if (event->button() == Qt::LeftButton)
         Copy(true);
-    }
 }
 
 void TextView::mouseDoubleClickEvent(QMouseEvent* event)
@@ -219,9 +212,8 @@ void TextView::mouseDoubleClickEvent(QMouseEvent* event)
             ? m_layout.previousCursorPosition(at + 1, QTextLayout::SkipWords)
             : at;
         int end = m_layout.nextCursorPosition(start, QTextLayout::SkipWords);
-        while (end > start && m_text[end - 1].isSpace()) {
+        while (end > start && m_text[end - 1].isSpace())
             --end;
-        }
         Select(start, end);
     }
 }
@@ -263,17 +255,15 @@ void TextView::keyPressEvent(QKeyEvent* event)
 
 void TextView::focusInEvent(QFocusEvent* event)
 {
-    if (event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason) {
+    if (event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason)
         Select(0, static_cast<int>(m_text.size()));
-    }
     update();
 }
 
 void TextView::focusOutEvent(QFocusEvent* event)
 {
-    if (event->reason() != Qt::PopupFocusReason && event->reason() != Qt::ActiveWindowFocusReason) {
+    if (event->reason() != Qt::PopupFocusReason && event->reason() != Qt::ActiveWindowFocusReason)
         Select(m_cursor, m_cursor);
-    }
     update();
 }
 
@@ -291,7 +281,6 @@ void TextView::contextMenuEvent(QContextMenuEvent* event)
 void TextView::Copy(bool primary) const
 {
     QClipboard* clipboard = QGuiApplication::clipboard();
-    if (m_anchor != m_cursor && (!primary || clipboard->supportsSelection())) {
+    if (m_anchor != m_cursor && (!primary || clipboard->supportsSelection()))
         clipboard->setText(SelectedText(), primary ? QClipboard::Selection : QClipboard::Clipboard);
-    }
 }

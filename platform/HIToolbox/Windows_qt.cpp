@@ -57,15 +57,13 @@ void OpaqueWindowPtr::Notify(UInt32 kind)
 
 void OpaqueWindowPtr::SendCommand(const HICommandExtended& command)
 {
-    if (disposed) {
+    if (disposed)
         return;
-    }
     const WindowPtr held = shared_from_this();
     OpaqueEventRef event(kEventClassCommand, kEventCommandProcess, typeHICommand, command);
     const OSStatus result = target.Send(event);
-    if (result == eventNotHandledErr && command.commandID == kHICommandClose && !disposed) {
+    if (result == eventNotHandledErr && command.commandID == kHICommandClose && !disposed)
         Notify(kEventWindowClose);
-    }
 }
 
 // A window over a widget
@@ -105,9 +103,8 @@ void WidgetWindow::Show()
 
 void WidgetWindow::Hide()
 {
-    if (widget) {
+    if (widget)
         widget->hide();
-    }
 }
 
 void WidgetWindow::Move(QPoint content)
@@ -151,9 +148,8 @@ WindowRef Windows_Add(const WindowPtr& window)
 WindowPtr Windows_Find(WindowRef window)
 {
     for (const WindowPtr& known : Windows()) {
-        if (known.get() == window) {
+        if (known.get() == window)
             return known;
-        }
     }
     return nullptr;
 }
@@ -169,14 +165,12 @@ void Windows_UpdateBlocked()
     std::vector<WindowPtr> blocked;
     for (const WindowPtr& window : Windows()) {
         all = all || window->loop;
-        if (window->modality == kWindowModalityNone || !window->IsVisible()) {
+        if (window->modality == kWindowModalityNone || !window->IsVisible())
             continue;
-        }
-        if (window->modality == kWindowModalityWindowModal) {
+        if (window->modality == kWindowModalityWindowModal)
             blocked.push_back(window->unavailable.lock());
-        } else {
+        else
             all = true;
-        }
     }
     for (const WindowPtr& window : Windows()) {
         window->SetBlocked(all
@@ -189,12 +183,10 @@ void Windows_UpdateBlocked()
 OSStatus GetWindowClass(WindowRef ref, WindowClass* windowClass)
 {
     const WindowPtr window = Windows_Find(ref);
-    if (!window) {
+    if (!window)
         return errInvalidWindowRef;
-    }
-    if (!windowClass) {
+    if (!windowClass)
         return paramErr;
-    }
     *windowClass = window->windowClass;
     return noErr;
 }
@@ -202,9 +194,8 @@ OSStatus GetWindowClass(WindowRef ref, WindowClass* windowClass)
 OSStatus SetWindowClass(WindowRef ref, WindowClass windowClass)
 {
     const WindowPtr window = Windows_Find(ref);
-    if (!window) {
+    if (!window)
         return errInvalidWindowRef;
-    }
     window->windowClass = windowClass;
     return noErr;
 }
@@ -213,15 +204,12 @@ OSStatus SetWindowModality(WindowRef ref, WindowModality modality, WindowRef una
 {
     const WindowPtr window = Windows_Find(ref);
     const WindowPtr parent = Windows_Find(unavailable);
-    if (!window) {
+    if (!window)
         return errInvalidWindowRef;
-    }
-    if (modality > kWindowModalityWindowModal) {
+    if (modality > kWindowModalityWindowModal)
         return paramErr;
-    }
-    if (modality == kWindowModalityWindowModal && (!parent || parent == window)) {
+    if (modality == kWindowModalityWindowModal && (!parent || parent == window))
         return errInvalidWindowRef;
-    }
     window->modality = modality;
     window->unavailable = modality == kWindowModalityWindowModal ? parent : nullptr;
     Windows_UpdateBlocked();
@@ -231,9 +219,8 @@ OSStatus SetWindowModality(WindowRef ref, WindowModality modality, WindowRef una
 void BringToFront(WindowRef ref)
 {
     const WindowPtr window = Windows_Find(ref);
-    if (!window) {
+    if (!window)
         return;
-    }
     auto& windows = Windows();
     const auto found = std::find(windows.begin(), windows.end(), window);
     std::rotate(found, found + 1, windows.end());
@@ -242,16 +229,14 @@ void BringToFront(WindowRef ref)
 
 void ShowWindow(WindowRef ref)
 {
-    if (const WindowPtr window = Windows_Find(ref)) {
+    if (const WindowPtr window = Windows_Find(ref))
         window->Show();
-    }
 }
 
 void HideWindow(WindowRef ref)
 {
-    if (const WindowPtr window = Windows_Find(ref)) {
+    if (const WindowPtr window = Windows_Find(ref))
         window->Hide();
-    }
 }
 
 Boolean IsWindowVisible(WindowRef ref)
@@ -263,24 +248,20 @@ Boolean IsWindowVisible(WindowRef ref)
 void MoveWindow(WindowRef ref, SInt16 h, SInt16 v, Boolean front)
 {
     const WindowPtr window = Windows_Find(ref);
-    if (!window) {
+    if (!window)
         return;
-    }
     window->Move({ h, v });
-    if (front) {
+    if (front)
         BringToFront(ref);
-    }
 }
 
 OSStatus GetWindowBounds(WindowRef ref, WindowRegionCode code, Rect* bounds)
 {
     const WindowPtr window = Windows_Find(ref);
-    if (!window) {
+    if (!window)
         return errInvalidWindowRef;
-    }
-    if (!bounds) {
+    if (!bounds)
         return paramErr;
-    }
     switch (code) {
     case kWindowStructureRgn:
         *bounds = Bridges_ToRect(window->Structure());
@@ -301,12 +282,10 @@ OSStatus GetWindowRegion(WindowRef ref, WindowRegionCode code, RgnHandle region)
 OSStatus CopyWindowTitleAsCFString(WindowRef ref, CFStringRef* title)
 {
     const WindowPtr window = Windows_Find(ref);
-    if (!window) {
+    if (!window)
         return errInvalidWindowRef;
-    }
-    if (!title) {
+    if (!title)
         return paramErr;
-    }
     *title = Bridges_CreateCFString(window->Title());
     return *title ? noErr : memFullErr;
 }
@@ -320,18 +299,16 @@ EventTargetRef GetWindowEventTarget(WindowRef ref)
 void DisposeWindow(WindowRef ref)
 {
     const WindowPtr window = Windows_Find(ref);
-    if (!window || window->disposed) {
+    if (!window || window->disposed)
         return;
-    }
     window->disposed = true; // from here on only the three notices below reach the handlers
     window->Vanish();
     window->Notify(kEventWindowClosed);
     window->Notify(kEventWindowDispose);
 
     window->quit = true;
-    if (window->loop) {
+    if (window->loop)
         window->loop->quit();
-    }
     window->SetBlocked(false);
     window->target.RemoveAll(); // their user data may be gone since Closed
     window->FreeControls();

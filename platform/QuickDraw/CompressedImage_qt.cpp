@@ -37,9 +37,8 @@ ImageDescription ReadImageDescription(PictureData& data)
 
 QImage DecodeImage(const ImageDescription& description, PictureData coded, PictureBudget& budget)
 {
-    if (description.codec == kRawCodec) {
+    if (description.codec == kRawCodec)
         return PictureBits_ReadRawPixels(coded, description.size, description.depth, budget);
-    }
     const size_t count = coded.Left();
     return ImagePayload_Read(coded.Bytes(count), count, description.size, budget);
 }
@@ -50,9 +49,8 @@ PictureBits CompressedImage_Read(PictureData block, PictureBudget& budget)
 {
     block.Skip(2); // version
     double matrix[9];
-    for (double& entry : matrix) {
+    for (double& entry : matrix)
         entry = block.S32() / 65536.0;
-    }
     const uint32_t matteSize = block.U32();
     block.Skip(8); // matte rectangle
     PictureBits bits = {};

@@ -16,9 +16,8 @@ PaintedArea OutlineOf(const QPainterPath& path)
     for (int i = 1; i < path.elementCount(); ++i) {
         const QPointF way = QPointF(path.elementAt(i)) - QPointF(path.elementAt(i - 1));
         painted.length += qAbs(way.x()) + qAbs(way.y());
-        if (path.elementAt(i).isLineTo()) {
+        if (path.elementAt(i).isLineTo())
             painted.area += way.y() * way.y() / (way.x() == 0 ? 256 : 8);
-        }
     }
     return painted;
 }
@@ -28,9 +27,8 @@ double RowsOf(const QRegion& region)
 {
     double rows = 0;
     if (region.rectCount() > 1) {
-        for (const QRect& rect : region) {
+        for (const QRect& rect : region)
             rows += rect.height();
-        }
     }
     return rows;
 }
@@ -99,9 +97,8 @@ void Drawing::AddPath(const QPainterPath& shape,
                       int mode,
                       double area)
 {
-    if (shape.isEmpty()) {
+    if (shape.isEmpty())
         return;
-    }
     const bool inverts = mode == kSrcXor || mode == kPatCopy + kSrcXor;
     const int shownMode = inverts && std::exchange(state.hiliteNext, false) ? kHilite : mode;
     const auto points = static_cast<uint64_t>(shape.elementCount());
@@ -149,9 +146,8 @@ void Drawing::DrawShape(int verb,
 
 void Drawing::DrawLine(QPointF from, QPointF to)
 {
-    if (state.pen.isEmpty()) {
+    if (state.pen.isEmpty())
         return;
-    }
     const QPointF way = to - from;
     const double thickness = state.pen.width() + state.pen.height() + 1;
     AddPath(Shapes_Line(from, to, state.pen), state.penPattern, state.penMode,
@@ -179,9 +175,8 @@ void Drawing::DrawText(const uint8_t* bytes, size_t count, QPointF at)
 
 void Drawing::DrawBits(PictureBits bits)
 {
-    if (bits.destination.isEmpty() || bits.source.isEmpty()) {
+    if (bits.destination.isEmpty() || bits.source.isEmpty())
         return;
-    }
     const QRectF to = bits.destination.translated(-m_origin);
     const QRectF source = bits.source.translated(-bits.bounds.topLeft());
     const bool masked = bits.masked;
@@ -201,9 +196,8 @@ void Drawing::DrawBits(PictureBits bits)
             [image = bits.image, bitmap = bits.bitmap, mode = bits.mode, source, to, masked, mask,
              colors = state.colors](QPainter& painter) {
                 painter.save();
-                if (masked) {
+                if (masked)
                     painter.setClipRegion(mask, Qt::IntersectClip);
-                }
                 PictureCanvas_PaintBits(painter, image, bitmap, source, to, mode, colors);
                 painter.restore();
             });

@@ -66,9 +66,8 @@ template <typename Read> QImage Load(ResType type, SInt16 id, Read read)
 {
     const Handle handle = GetResource(type, id);
     const Size size = handle ? GetHandleSize(handle) : 0;
-    if (size <= 0) {
+    if (size <= 0)
         return {};
-    }
     try {
         return read(
             PictureData(reinterpret_cast<const uint8_t*>(*handle), static_cast<size_t>(size)));
@@ -115,9 +114,8 @@ QImage Icons_Load(int contentType, SInt16 id)
 QImage Icons_Read(const QString& path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > kMaxFileSize) {
+    if (!file.open(QIODevice::ReadOnly) || file.size() > kMaxFileSize)
         return {};
-    }
     const QByteArray bytes = file.readAll();
     try {
         PictureBudget budget;

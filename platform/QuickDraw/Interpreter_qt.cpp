@@ -105,9 +105,8 @@ InterpretedPicture Interpreter::Run()
     m_budget.SetScale(std::sqrt(double(frame.width()) * frame.height()
                                 / (double(space.width()) * space.height())));
     for (;;) {
-        if (!oneByteOpcodes && m_data.Offset() % 2 != 0) {
+        if (!oneByteOpcodes && m_data.Offset() % 2 != 0)
             m_data.Skip(1);
-        }
         const int opcode = oneByteOpcodes ? m_data.U8() : m_data.U16();
         if (opcode == kEndPic) {
             return { frame.size(), space, m_drawing.TakeSteps(), m_budget.Painted(),
@@ -123,14 +122,12 @@ QRect Interpreter::ReadSpace(const QRect& frame, bool& oneByteOpcodes)
 {
     const int word = m_data.U16();
     oneByteOpcodes = word == 0x1101;
-    if (oneByteOpcodes) {
+    if (oneByteOpcodes)
         return frame;
-    }
     PictureData_Require(word == kVersion && m_data.U16() == 0x02FF && m_data.U16() == kHeaderOp);
     PictureData header = m_data.Block(24);
-    if (header.U16() != 0xFFFE) {
+    if (header.U16() != 0xFFFE)
         return frame;
-    }
     header.Skip(2 + 8); // reserved, two resolutions
     const QRect source = PictureBits_ReadRect(header);
     return source.width() >= 1 && source.height() >= 1 ? source : frame;
@@ -155,9 +152,8 @@ const Interpreter::StateTable& Interpreter::StateActs()
     static constexpr StateTable kActs = [] {
         StateTable acts;
         acts.fill([](Interpreter& i) { i.m_data.Skip(i.m_data.U16()); }); // reserved: 24-27, 2D-2F
-        for (const int nothing : { int { kNop }, 0x17, 0x18, 0x19 }) {
+        for (const int nothing : { int { kNop }, 0x17, 0x18, 0x19 })
             acts[static_cast<size_t>(nothing)] = [](Interpreter&) {};
-        }
         acts[kClip] = [](Interpreter& i) {
             i.m_drawing.SetClip(PictureBits_ReadRegion(i.m_data, i.m_budget));
         };
@@ -263,15 +259,13 @@ void Interpreter::ExecuteShape(int opcode)
         DrawArc(verb);
         break;
     case kPolygonFamily:
-        if (!same) {
+        if (!same)
             ReadPolygon();
-        }
         DrawPolygon(verb);
         break;
     default:
-        if (!same) {
+        if (!same)
             m_region = PictureBits_ReadRegion(m_data, m_budget);
-        }
         DrawRegion(verb);
         break;
     }
@@ -309,15 +303,14 @@ void Interpreter::ExecuteBlock(int opcode)
 
 void Interpreter::SkipReserved(int opcode)
 {
-    if (opcode < 0xB0) {
+    if (opcode < 0xB0)
         m_data.Skip(m_data.U16());
-    } else if (opcode < 0xD0 || (opcode >= 0x8000 && opcode <= 0x80FF)) {
+    else if (opcode < 0xD0 || (opcode >= 0x8000 && opcode <= 0x80FF))
         return;
-    } else if (opcode < 0xFF || opcode >= 0x8100) {
+    else if (opcode < 0xFF || opcode >= 0x8100)
         m_data.Skip(m_data.U32());
-    } else {
+    else
         m_data.Skip(static_cast<size_t>(2 * (opcode >> 8)));
-    }
 }
 
 // Operands
@@ -357,9 +350,8 @@ void Interpreter::ReadTextRatio()
 {
     const QPoint to = PictureBits_ReadPoint(m_data);
     const QPoint from = PictureBits_ReadPoint(m_data);
-    if (to.x() > 0 && to.y() > 0 && from.x() > 0 && from.y() > 0) {
+    if (to.x() > 0 && to.y() > 0 && from.x() > 0 && from.y() > 0)
         m_state.text.ratio = QSizeF(double(to.x()) / from.x(), double(to.y()) / from.y());
-    }
 }
 
 void Interpreter::ReadFontName()
@@ -387,9 +379,8 @@ void Interpreter::ReadPolygon()
     PictureBits_ReadRect(block);
     m_budget.SpendSteps(block.Left() / 4);
     m_polygon.clear();
-    while (block.Left() != 0) {
+    while (block.Left() != 0)
         m_polygon.append(PictureBits_ReadPoint(block));
-    }
 }
 
 // Drawing
@@ -412,9 +403,8 @@ void Interpreter::DrawPolygon(int verb)
 {
     m_budget.SpendSteps(static_cast<uint64_t>(m_polygon.size()));
     if (verb == kFrame) { // lines, open where the polygon was left open
-        for (qsizetype i = 0; i + 1 < m_polygon.size(); ++i) {
+        for (qsizetype i = 0; i + 1 < m_polygon.size(); ++i)
             m_drawing.DrawLine(m_polygon[i], m_polygon[i + 1]);
-        }
         return;
     }
     QPainterPath path;

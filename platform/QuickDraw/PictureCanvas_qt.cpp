@@ -114,14 +114,12 @@ bool IsSolid(const DrawingPattern& pattern)
 
 QBrush PatternBrush(const DrawingPattern& pattern, QColor one, QColor zero)
 {
-    if (IsSolid(pattern)) {
+    if (IsSolid(pattern))
         return QBrush(pattern.bits[0] != 0 ? one : zero);
-    }
     QImage tile(8, 8, QImage::Format_ARGB32_Premultiplied);
     for (int y = 0; y < 8; ++y) {
-        for (int x = 0; x < 8; ++x) {
+        for (int x = 0; x < 8; ++x)
             tile.setPixelColor(x, y, pattern.bits[size_t(y)] & 0x80 >> x ? one : zero);
-        }
     }
     return QBrush(tile);
 }
@@ -214,9 +212,8 @@ void PictureCanvas_PaintBits(QPainter& painter,
             { ColorOf(rule.zero, colors).rgba(), ColorOf(rule.one, colors).rgba() });
         painter.setCompositionMode(rule.twoColors);
     } else {
-        if (mode == kBlend) {
+        if (mode == kBlend)
             painter.setOpacity(Weighted(0, colors.op).alphaF());
-        }
         painter.setCompositionMode(rule.pixels);
     }
     if (shown.depth() != 32 && IsSmall(shown)) {

@@ -13,9 +13,8 @@ struct BadPicture
 
 inline void PictureData_Require(bool condition)
 {
-    if (!condition) {
+    if (!condition)
         throw BadPicture();
-    }
 }
 
 /// Reads from a block of bytes that outlives it; throws BadPicture instead of passing its end.

@@ -55,11 +55,10 @@ const FontSubstitute* FindSubstitute(const TextStyle& style)
 QStringList FamiliesOf(const TextStyle& style, const FontSubstitute* known)
 {
     QStringList families;
-    if (!style.family.isEmpty()) {
+    if (!style.family.isEmpty())
         families.append(style.family);
-    } else if (known != nullptr) {
+    else if (known != nullptr)
         families.append(QString::fromLatin1(known->name));
-    }
     switch (known != nullptr ? known->hint : QFont::SansSerif) {
     case QFont::Serif:
         families.append(QStringLiteral("serif"));
@@ -85,11 +84,10 @@ QFont FontOf(const TextStyle& style)
     font.setBold((style.face & kBoldFace) != 0);
     font.setItalic((style.face & kItalicFace) != 0);
     font.setUnderline((style.face & kUnderlineFace) != 0);
-    if ((style.face & kCondensedFace) != 0) {
+    if ((style.face & kCondensedFace) != 0)
         font.setStretch(QFont::SemiCondensed);
-    } else if ((style.face & kExtendedFace) != 0) {
+    else if ((style.face & kExtendedFace) != 0)
         font.setStretch(QFont::SemiExpanded);
-    }
     font.setLetterSpacing(QFont::AbsoluteSpacing, style.extraPerCharacter);
     font.setWordSpacing(style.extraPerSpace);
     return font;
@@ -116,14 +114,12 @@ QString PictureText_DecodeMacRoman(const uint8_t* bytes, size_t count, const Tex
 {
     CFStringRef string = CFStringCreateWithBytes(
         kCFAllocatorDefault, bytes, static_cast<CFIndex>(count), kCFStringEncodingMacRoman, false);
-    if (string == nullptr) {
+    if (string == nullptr)
         return {};
-    }
     QString text = Bridges_FromCFString(string);
     CFRelease(string);
-    if (style.font == 0 && style.family.isEmpty()) {
+    if (style.font == 0 && style.family.isEmpty())
         text.replace(QChar(0x11), QChar(0x2318));
-    }
     return text;
 }
 
@@ -147,10 +143,9 @@ void PictureText_Paint(QPainter& painter,
         painter.fillRect(line,
                          QColor(style.mode == kSrcCopy ? colors.background : colors.foreground));
     }
-    if ((style.face & (kOutlineFace | kShadowFace)) != 0) {
+    if ((style.face & (kOutlineFace | kShadowFace)) != 0)
         PaintHollow(painter, glyphs, (style.face & kShadowFace) != 0, colors);
-    } else {
+    else
         PictureCanvas_FillPath(painter, glyphs, DrawingPattern::Solid(true), style.mode, colors);
-    }
     painter.restore();
 }

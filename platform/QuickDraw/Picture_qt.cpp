@@ -42,9 +42,8 @@ public:
             painter.drawImage(
                 QRectF(target.left(), target.top() + top * step, target.width(), rows * step),
                 band);
-            if (rows == size.height()) {
+            if (rows == size.height())
                 m_canvas = band;
-            }
         }
     }
 
@@ -54,9 +53,8 @@ private:
     QSize CanvasSize(const QRectF& onDevice) const
     {
         QSize size(std::max(1, qRound(onDevice.width())), std::max(1, qRound(onDevice.height())));
-        if (qint64(size.width()) * size.height() > kMaxPicturePixels) {
+        if (qint64(size.width()) * size.height() > kMaxPicturePixels)
             size.scale(kMaxPictureSide, kMaxPictureSide, Qt::KeepAspectRatio);
-        }
         const QSize space = m_picture.space.size();
         const auto scale = [&] {
             return std::sqrt(double(size.width()) * size.height()
@@ -73,9 +71,8 @@ private:
     QImage Replay(QSize size, int top, int rows) const
     {
         QImage canvas(size.width(), rows, QImage::Format_RGB32);
-        if (canvas.isNull()) {
+        if (canvas.isNull())
             return canvas;
-        }
         canvas.fill(Qt::white);
         QPainter replay(&canvas);
         replay.setRenderHint(QPainter::Antialiasing);
@@ -85,9 +82,8 @@ private:
         replay.translate(-space.topLeft());
         const QRectF seen = replay.transform().inverted().mapRect(QRectF(canvas.rect()));
         for (const DrawingStep& step : m_picture.steps) {
-            if (step.bounds.intersects(seen)) {
+            if (step.bounds.intersects(seen))
                 step.draw(replay);
-            }
         }
         return canvas;
     }
@@ -138,9 +134,8 @@ std::shared_ptr<const DecodedPicture> DecodedPicture::Decode(const void* data, s
     auto& kept = KeptPictures();
     const QByteArrayView bytes(static_cast<const char*>(data), static_cast<qsizetype>(size));
     for (const KeptPicture& known : kept) {
-        if (known.picture && bytes == known.data) {
+        if (known.picture && bytes == known.data)
             return known.picture;
-        }
     }
     try {
         InterpretedPicture interpreted = Interpreter_Run(static_cast<const uint8_t*>(data), size);

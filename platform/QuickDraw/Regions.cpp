@@ -16,8 +16,7 @@ void DisposeRgn(RgnHandle region)
 
 Rect* GetRegionBounds(RgnHandle region, Rect* bounds)
 {
-    if (bounds) {
+    if (bounds)
         *bounds = region ? region->bounds : Rect {};
-    }
     return bounds;
 }

@@ -18,9 +18,8 @@ bool HasArea(const QRectF& rect)
 QPainterPath Shapes_Rect(const QRectF& rect)
 {
     QPainterPath path;
-    if (HasArea(rect)) {
+    if (HasArea(rect))
         path.addRect(rect);
-    }
     return path;
 }
 
@@ -37,9 +36,8 @@ QPainterPath Shapes_RoundRect(const QRectF& rect, QSizeF oval)
 QPainterPath Shapes_Oval(const QRectF& rect)
 {
     QPainterPath path;
-    if (HasArea(rect)) {
+    if (HasArea(rect))
         path.addEllipse(rect);
-    }
     return path;
 }
 
@@ -56,9 +54,8 @@ QPainterPath Shapes_Wedge(const QRectF& rect, int start, int sweep)
 
 QPainterPath Shapes_Arc(const QRectF& outer, const QRectF& inner, int start, int sweep)
 {
-    if (!HasArea(inner) || outer.isEmpty()) {
+    if (!HasArea(inner) || outer.isEmpty())
         return Shapes_Wedge(outer, start, sweep);
-    }
     QPainterPath path;
     path.arcMoveTo(outer, 90 - start);
     path.arcTo(outer, 90 - start, -sweep);
@@ -69,9 +66,8 @@ QPainterPath Shapes_Arc(const QRectF& outer, const QRectF& inner, int start, int
 
 QPainterPath Shapes_Line(QPointF from, QPointF to, QSizeF pen)
 {
-    if (to.x() < from.x() || (to.x() == from.x() && to.y() < from.y())) {
+    if (to.x() < from.x() || (to.x() == from.x() && to.y() < from.y()))
         std::swap(from, to);
-    }
     const double w = pen.width();
     const double h = pen.height();
     QPolygonF hull;

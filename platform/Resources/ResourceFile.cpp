@@ -87,9 +87,8 @@ std::optional<ResourceFile> ResourceFile::Parse(const uint8_t* bytes, size_t siz
         const size_t count = map.U16(entry + 4) + 1u;
         const size_t references = typeList + map.U16(entry + 6);
         referenceCount += count;
-        if (referenceCount * kReferenceSize > map.Size()) {
+        if (referenceCount * kReferenceSize > map.Size())
             return std::nullopt;
-        }
         for (size_t j = 0; j < count && !failed; ++j) {
             const size_t reference = references + j * kReferenceSize;
             Resource resource = {};

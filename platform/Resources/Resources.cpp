@@ -31,9 +31,8 @@ struct Map
     const ResourceFile::Resource* Find(ResType type, SInt16 id) const
     {
         for (const ResourceFile& file : files) {
-            if (const auto* resource = file.Find(type, id)) {
+            if (const auto* resource = file.Find(type, id))
                 return resource;
-            }
         }
         return nullptr;
     }
@@ -80,13 +79,11 @@ OSErr Resources_ReadFile(const std::string& path, std::vector<ResourceFile>& fil
 {
     std::string bytes;
     int error = FileBytes_Read(path.c_str(), kLargestFile, bytes, nullptr);
-    if (error != 0) {
+    if (error != 0)
         return static_cast<OSErr>(FileRefs_Error(error));
-    }
     auto file = ResourceFile::Parse(reinterpret_cast<const UInt8*>(bytes.data()), bytes.size());
-    if (!file) {
+    if (!file)
         return mapReadErr;
-    }
     files.push_back(std::move(*file));
     return noErr;
 }
@@ -96,9 +93,8 @@ static SInt16 FreeNumber(Chain& chain)
 {
     for (int tries = 0; tries < 0x7FFF; ++tries) {
         chain.lastNumber = static_cast<SInt16>(chain.lastNumber % 0x7FFF + 1);
-        if (FindMap(chain, chain.lastNumber) == chain.maps.end()) {
+        if (FindMap(chain, chain.lastNumber) == chain.maps.end())
             return chain.lastNumber;
-        }
     }
     return 0;
 }
@@ -134,9 +130,8 @@ void UseResFile(SInt16 refNum)
     Chain& chain = GetChain();
     bool isOpen = refNum == kSystemResFile || FindMap(chain, refNum) != chain.maps.end();
     chain.error = isOpen ? noErr : resFNotFound;
-    if (isOpen) {
+    if (isOpen)
         chain.current = refNum;
-    }
 }
 
 OSErr FSOpenResourceFile(const FSRef* ref, UInt16 nameLength, const UniChar*, SInt8, SInt16* refNum)
@@ -147,15 +142,13 @@ OSErr FSOpenResourceFile(const FSRef* ref, UInt16 nameLength, const UniChar*, SI
     }
     *refNum = kResFileNotOpened;
     const std::string* path = FileRefs_Path(*ref);
-    if (path == nullptr) {
+    if (path == nullptr)
         return chain.error = errFSBadFSRef;
-    }
     try {
         std::vector<ResourceFile> files;
         chain.error = Resources_ReadFile(*path, files);
-        if (chain.error == noErr) {
+        if (chain.error == noErr)
             *refNum = Resources_OpenMap(std::move(files));
-        }
     } catch (...) {
         chain.error = memFullErr;
     }
@@ -167,16 +160,13 @@ void CloseResFile(SInt16 refNum)
     Chain& chain = GetChain();
     auto map = FindMap(chain, refNum);
     chain.error = refNum == kSystemResFile || map != chain.maps.end() ? noErr : resFNotFound;
-    if (map == chain.maps.end()) {
+    if (map == chain.maps.end())
         return;
-    }
-    for (Block& block : map->loaded) {
+    for (Block& block : map->loaded)
         chain.handles.erase(&block.data);
-    }
     auto older = chain.maps.erase(map);
-    if (chain.current == refNum) {
+    if (chain.current == refNum)
         chain.current = older == chain.maps.end() ? SInt16(kSystemResFile) : older->number;
-    }
 }
 
 // --- resources ---
@@ -185,9 +175,8 @@ void CloseResFile(SInt16 refNum)
 static Handle Load(Chain& chain, Map& map, const ResourceFile::Resource* resource)
 {
     for (Block& block : map.loaded) {
-        if (block.resource == resource) {
+        if (block.resource == resource)
             return &block.data;
-        }
     }
     auto bytes = std::make_unique<char[]>(resource->data.size() + 1);
     std::copy(resource->data.begin(), resource->data.end(), bytes.get());
@@ -238,13 +227,11 @@ Size GetHandleSize(Handle handle)
 {
     Chain& chain = GetChain();
     auto found = chain.handles.find(handle);
-    if (found == chain.handles.end()) {
+    if (found == chain.handles.end())
         return 0;
-    }
     for (const Block& block : found->second->loaded) {
-        if (&block.data == handle) {
+        if (&block.data == handle)
             return block.size;
-        }
     }
     return 0;
 }

@@ -50,9 +50,8 @@ static const mach_header* Header(const dl_phdr_info& info)
 {
     for (int i = 0; i < info.dlpi_phnum; ++i) {
         const ElfW(Phdr)& segment = info.dlpi_phdr[i];
-        if (segment.p_type == PT_LOAD && segment.p_offset == 0) {
+        if (segment.p_type == PT_LOAD && segment.p_offset == 0)
             return reinterpret_cast<const mach_header*>(info.dlpi_addr + segment.p_vaddr);
-        }
     }
     return reinterpret_cast<const mach_header*>(info.dlpi_addr);
 }
@@ -71,9 +70,8 @@ static Images CopyImages()
         }
         return 0;
     };
-    if (dl_iterate_phdr(add, &images) != 0) {
+    if (dl_iterate_phdr(add, &images) != 0)
         throw std::bad_alloc();
-    }
     return images;
 }
 
@@ -149,9 +147,8 @@ const char* _dyld_get_image_name(uint32_t index)
         Image image = WithImages([index](const auto& list) {
             return index < list.size() ? list[index] : Image { nullptr, {}, nullptr };
         });
-        if (image.header == nullptr || image.absoluteName != nullptr) {
+        if (image.header == nullptr || image.absoluteName != nullptr)
             return image.absoluteName;
-        }
         std::string name = index == 0 ? ProgramName() : AbsoluteName(image.header, image.name);
         Known& known = GetKnown();
         std::lock_guard lock(known.lock);

@@ -26,12 +26,10 @@ bool ListNames(int fd, copyfile_flags_t flags, std::vector<std::string>& names)
     const ssize_t nSize = flistxattr(fd, nullptr, 0);
     std::string list(nSize > 0 ? static_cast<size_t>(nSize) : 0, '\0');
     const ssize_t nListed = nSize > 0 ? flistxattr(fd, list.data(), list.size()) : nSize;
-    if (nListed < 0) {
+    if (nListed < 0)
         return errno == ENOTSUP;
-    }
-    for (const char *p = list.data(), *pEnd = p + nListed; p < pEnd; p += names.back().size() + 1) {
+    for (const char *p = list.data(), *pEnd = p + nListed; p < pEnd; p += names.back().size() + 1)
         names.emplace_back(p);
-    }
     std::erase_if(names, [flags](const std::string& name) { return !IsAskedFor(name, flags); });
     return true;
 }
@@ -40,14 +38,12 @@ bool ListNames(int fd, copyfile_flags_t flags, std::vector<std::string>& names)
 std::optional<std::string> Read(int fd, const std::string& name)
 {
     const ssize_t nSize = fgetxattr(fd, name.c_str(), nullptr, 0);
-    if (nSize < 0) {
+    if (nSize < 0)
         return {};
-    }
     std::string value(static_cast<size_t>(nSize), '\0');
     const ssize_t nRead = fgetxattr(fd, name.c_str(), value.data(), value.size());
-    if (nRead < 0) {
+    if (nRead < 0)
         return {};
-    }
     value.resize(static_cast<size_t>(nRead));
     return value;
 }
@@ -56,9 +52,8 @@ int Copy(int from, int to, copyfile_flags_t flags)
 {
     std::vector<std::string> wanted;
     std::vector<std::string> present;
-    if (!ListNames(from, flags, wanted) || !ListNames(to, flags, present)) {
+    if (!ListNames(from, flags, wanted) || !ListNames(to, flags, present))
         return -1;
-    }
     for (const std::string& name : present) {
         if (std::find(wanted.begin(), wanted.end(), name) == wanted.end()
             && fremovexattr(to, name.c_str()) != 0) {

@@ -16,9 +16,8 @@ static bool LockIsUnsupported(int error)
 static bool Lock(int fd, int flags)
 {
     int operation = (flags & static_cast<int>(O_EXLOCK)) ? LOCK_EX : LOCK_SH;
-    if (flags & O_NONBLOCK) {
+    if (flags & O_NONBLOCK)
         operation |= LOCK_NB;
-    }
     int result = -1;
     do {
         result = flock(fd, operation);
@@ -40,9 +39,8 @@ int open(const char* path, OpenLockFlags lockFlags, mode_t mode)
     // process must not inherit the descriptor, since it would hold the lock as well.
     const int plainFlags = flags & ~(static_cast<int>(O_SHLOCK | O_EXLOCK) | O_TRUNC);
     int fd = openat(AT_FDCWD, path, plainFlags | O_CLOEXEC, mode);
-    if (fd < 0) {
+    if (fd < 0)
         return -1;
-    }
     if (!Lock(fd, flags) || ((flags & O_TRUNC) && !Truncate(fd))) {
         int error = errno;
         close(fd);

@@ -10,12 +10,10 @@
 // A path without the "/" at its end; relative ones count as unset, as the rules of these variables ask.
 static std::string AbsoluteOrEmpty(std::string_view path)
 {
-    if (!path.starts_with('/')) {
+    if (!path.starts_with('/'))
         return {};
-    }
-    while (path.ends_with('/')) {
+    while (path.ends_with('/'))
         path.remove_suffix(1);
-    }
     return std::string(path);
 }
 
@@ -41,9 +39,8 @@ std::string BaseFolders_Local(const char* variable, const char* standard)
     while (!list.empty()) {
         std::string_view first = list.substr(0, list.find(':'));
         std::string folder = AbsoluteOrEmpty(first);
-        if (!folder.empty()) {
+        if (!folder.empty())
             return folder;
-        }
         list.remove_prefix(first.size() + (first.size() < list.size() ? 1 : 0));
     }
     return standard;
@@ -52,23 +49,20 @@ std::string BaseFolders_Local(const char* variable, const char* standard)
 int BaseFolders_Make(const std::string& path, unsigned mode)
 {
     struct stat info;
-    if (stat(path.c_str(), &info) == 0) {
+    if (stat(path.c_str(), &info) == 0)
         return S_ISDIR(info.st_mode) ? 0 : ENOTDIR;
-    }
     for (size_t end = 1; end != std::string::npos;) {
         end = path.find('/', end);
         std::string folder = path.substr(0, end);
         if (mkdir(folder.c_str(), mode) != 0 && errno != EEXIST) {
             // A parent that cannot be written to may well exist.
             int error = errno;
-            if (stat(folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
+            if (stat(folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
                 return error;
-            }
         }
         end = end == std::string::npos ? end : end + 1;
     }
-    if (stat(path.c_str(), &info) != 0) {
+    if (stat(path.c_str(), &info) != 0)
         return errno;
-    }
     return S_ISDIR(info.st_mode) ? 0 : ENOTDIR;
 }

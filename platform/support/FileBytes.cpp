@@ -12,28 +12,23 @@
 
 static int ReadAll(int fd, size_t limit, std::string& bytes, struct stat& info)
 {
-    if (fstat(fd, &info) != 0) {
+    if (fstat(fd, &info) != 0)
         return errno;
-    }
-    if (!S_ISREG(info.st_mode)) {
+    if (!S_ISREG(info.st_mode))
         return S_ISDIR(info.st_mode) ? EISDIR : EINVAL;
-    }
-    if (info.st_size < 0 || static_cast<unsigned long long>(info.st_size) > limit) {
+    if (info.st_size < 0 || static_cast<unsigned long long>(info.st_size) > limit)
         return EFBIG;
-    }
     bytes.resize(static_cast<size_t>(info.st_size));
     size_t nRead = 0;
     while (nRead < bytes.size()) {
         ssize_t n = read(fd, bytes.data() + nRead, bytes.size() - nRead);
-        if (n < 0 && errno != EINTR) {
+        if (n < 0 && errno != EINTR)
             return errno;
-        }
         if (n == 0) { // it became shorter meanwhile
             break;
         }
-        if (n > 0) {
+        if (n > 0)
             nRead += static_cast<size_t>(n);
-        }
     }
     bytes.resize(nRead);
     return 0;
@@ -43,9 +38,8 @@ int FileBytes_Read(const char* path, size_t limit, std::string& bytes, struct st
 {
     int fd = open(path,
                   O_RDONLY | O_CLOEXEC | O_NONBLOCK); // O_NONBLOCK: never wait for a pipe's writer
-    if (fd < 0) {
+    if (fd < 0)
         return errno;
-    }
     struct stat opened = {};
     int error = 0;
     try {
@@ -54,9 +48,8 @@ int FileBytes_Read(const char* path, size_t limit, std::string& bytes, struct st
         error = ENOMEM;
     }
     close(fd);
-    if (info != nullptr) {
+    if (info != nullptr)
         *info = opened;
-    }
     return error;
 }
 
@@ -64,9 +57,8 @@ static int WriteAll(int fd, std::string_view bytes)
 {
     while (!bytes.empty()) {
         ssize_t n = write(fd, bytes.data(), bytes.size());
-        if (n < 0 && errno != EINTR) {
+        if (n < 0 && errno != EINTR)
             return errno;
-        }
         bytes.remove_prefix(n > 0 ? static_cast<size_t>(n) : 0);
     }
     return 0;
@@ -96,21 +88,16 @@ static int Stamp(int fd)
 static int WriteTemporary(int fd, std::string_view bytes, mode_t mode, struct stat& info)
 {
     int error = ErrorIfSupported(fchmod(fd, mode));
-    if (error == 0) {
+    if (error == 0)
         error = WriteAll(fd, bytes);
-    }
-    if (error == 0) {
+    if (error == 0)
         error = Stamp(fd);
-    }
-    if (error == 0 && fsync(fd) != 0) {
+    if (error == 0 && fsync(fd) != 0)
         error = errno;
-    }
-    if (error == 0 && fstat(fd, &info) != 0) {
+    if (error == 0 && fstat(fd, &info) != 0)
         error = errno;
-    }
-    if (close(fd) != 0 && error == 0) {
+    if (close(fd) != 0 && error == 0)
         error = errno;
-    }
     return error;
 }
 
@@ -126,9 +113,8 @@ int FileBytes_FlushFolder(const std::string& path) noexcept
 {
     try {
         int folder = OpenFolder(path);
-        if (folder < 0) {
+        if (folder < 0)
             return errno;
-        }
         int error = ErrorIfSupported(fsync(folder));
         close(folder);
         return error;
@@ -147,21 +133,18 @@ static int ReplaceIn(int folder,
     // Whatever has the name, a writer that was killed or somebody else has left it.
     unlink(temporary);
     int fd = open(temporary, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
-    if (fd < 0) {
+    if (fd < 0)
         return errno;
-    }
     struct stat written = {};
     int error = WriteTemporary(fd, bytes, mode, written);
-    if (error == 0 && rename(temporary, path) != 0) {
+    if (error == 0 && rename(temporary, path) != 0)
         error = errno;
-    }
     if (error != 0) {
         unlink(temporary);
         return error;
     }
-    if (info != nullptr) {
+    if (info != nullptr)
         *info = written;
-    }
     return ErrorIfSupported(fsync(folder));
 }
 
@@ -173,9 +156,8 @@ int FileBytes_Replace(const std::string& path,
     try {
         std::string temporary = path + ".tmp";
         int folder = OpenFolder(path); // first, so that little can fail once the name is taken over
-        if (folder < 0) {
+        if (folder < 0)
             return errno;
-        }
         int error = ReplaceIn(folder, temporary.c_str(), path.c_str(), bytes, mode, info);
         close(folder);
         return error;
@@ -191,14 +173,12 @@ int FileBytes_ResolveLinks(std::string& path) noexcept
         char target[PATH_MAX];
         for (int i = 0; i < kMostLinks; ++i) {
             const ssize_t n = readlink(path.c_str(), target, sizeof(target));
-            if (n < 0) {
+            if (n < 0)
                 return errno == EINVAL || errno == ENOENT ? 0 : errno;
-            }
-            if (target[0] != '/') {
+            if (target[0] != '/')
                 path.resize(path.rfind('/') + 1);
-            } else {
+            else
                 path.clear();
-            }
             path.append(target, static_cast<size_t>(n));
         }
         return ELOOP;

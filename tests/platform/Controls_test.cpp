@@ -41,9 +41,8 @@ struct Sample : TestWindow
     static QWidget* Top()
     {
         for (QWidget* widget : QApplication::topLevelWidgets()) {
-            if (widget->windowTitle() == u"Sample") {
+            if (widget->windowTitle() == u"Sample")
                 return widget;
-            }
         }
         return nullptr;
     }
@@ -51,9 +50,8 @@ struct Sample : TestWindow
     static QWidget* Named(const char* name)
     {
         for (QWidget* widget : Top()->findChildren<QWidget*>()) {
-            if (widget->accessibleName() == QString::fromUtf8(name)) {
+            if (widget->accessibleName() == QString::fromUtf8(name))
                 return widget;
-            }
         }
         return nullptr;
     }

@@ -122,17 +122,14 @@ TEST(Nib, DamagedFilesGiveAnErrorAndNoWindow)
     }
     laughs += "]>" + Replaced(button("&a9;"), R"(<?xml version="1.0" standalone="yes"?>)", "");
     std::string wide = "\xFF\xFE";
-    for (const char c : good) {
+    for (const char c : good)
         wide += std::string { c, '\0' };
-    }
     std::string attributes;
-    for (int i = 0; i < 40000; ++i) {
+    for (int i = 0; i < 40000; ++i)
         attributes += "a" + std::to_string(i) + "='' ";
-    }
     std::string properties;
-    for (int i = 0; i < 120000; ++i) {
+    for (int i = 0; i < 120000; ++i)
         properties += "<i name='" + std::to_string(i) + "'/>";
-    }
     struct Row
     {
         const char* name;
@@ -219,22 +216,20 @@ std::string Described(const TestWindow& window)
     const auto* control
         = WidgetOf(window)->findChild<QWidget*>(QString(), Qt::FindDirectChildrenOnly);
     QStringList words { QString::fromLatin1(control->metaObject()->className()) };
-    if (const auto* button = qobject_cast<const QAbstractButton*>(control)) {
+    if (const auto* button = qobject_cast<const QAbstractButton*>(control))
         words << button->text();
-    } else if (const auto* box = qobject_cast<const QGroupBox*>(control)) {
+    else if (const auto* box = qobject_cast<const QGroupBox*>(control))
         words << box->title();
-    } else {
+    else
         words << control->accessibleName();
-    }
     ControlFontStyleRec style {};
     const bool hasFont
         = GetControlData(window.Control(1), 0, 'font', sizeof style, &style, nullptr) == noErr;
     words << (hasFont ? QString::number(control->font().pixelSize()) : QString());
     words << (control->isEnabled() ? "" : "disabled") << (control->isHidden() ? "hidden" : "");
     words << control->toolTip().remove(QStringLiteral("<p>")).remove(QStringLiteral("</p>"));
-    if (hasFont && style.flags != 0) {
+    if (hasFont && style.flags != 0)
         words << QStringLiteral("%1/%2/%3").arg(style.flags).arg(style.font).arg(style.just);
-    }
     words.removeAll(QString());
     return words.join(u' ').toStdString();
 }

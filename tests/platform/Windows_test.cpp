@@ -37,9 +37,8 @@ private:
     static std::vector<EventTypeSpec> Kinds()
     {
         std::vector<EventTypeSpec> types;
-        for (const UInt32 kind : { 22u, 23u, 24u, 25u, 72u, 73u, 1005u }) {
+        for (const UInt32 kind : { 22u, 23u, 24u, 25u, 72u, 73u, 1005u })
             types.push_back({ kEventClassWindow, kind });
-        }
         return types;
     }
     Handler m_handler;
@@ -94,9 +93,8 @@ TEST(Windows, DisposalTellsInOrderAndThenNothing)
     for (const bool visible : { false, true }) {
         TestWindow window(NibOf(""));
         Notices notices(window);
-        if (visible) {
+        if (visible)
             ShowWindow(window);
-        }
         notices.kinds.clear();
         const Handler closed(GetWindowEventTarget(window),
                              { { kEventClassWindow, kEventWindowClosed } }, [&](EventRef event) {
@@ -111,11 +109,10 @@ TEST(Windows, DisposalTellsInOrderAndThenNothing)
                                  return noErr;
                              });
         DisposeWindow(window);
-        if (visible) {
+        if (visible)
             EXPECT_THAT(notices.kinds, ElementsAre(25, 73, 1005));
-        } else {
+        else
             EXPECT_THAT(notices.kinds, ElementsAre(73, 1005));
-        }
         EXPECT_FALSE(IsWindowVisible(window));
         EXPECT_EQ(nullptr, GetWindowEventTarget(window));
     }
@@ -459,8 +456,7 @@ TEST(HostWindows, AHostThatGoesAwayMeanwhile)
             });
         });
         EXPECT_EQ(noErr, RunAppModalLoopForWindow(window));
-        if (host) {
+        if (host)
             BringToFront(host->ref);
-        }
     }
 }

@@ -93,9 +93,8 @@ public:
     OSStatus Open(const char* windowName, WindowRef* window) const
     {
         IBNibRef nib = nullptr;
-        if (const OSStatus error = CreateNibReferenceWithCFBundle(m_bundle, CFSTR("test"), &nib)) {
+        if (const OSStatus error = CreateNibReferenceWithCFBundle(m_bundle, CFSTR("test"), &nib))
             return error;
-        }
         const CFStringRef name
             = CFStringCreateWithCString(kCFAllocatorDefault, windowName, kCFStringEncodingUTF8);
         const OSStatus result = CreateWindowFromNib(nib, name, window);
