@@ -2,6 +2,7 @@
 # The flags of every target of ours: link veltrano_flags PRIVATE.
 
 add_library(veltrano_flags INTERFACE)
+target_compile_features(veltrano_flags INTERFACE cxx_std_20)
 target_compile_options(veltrano_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion # errors in the presets of script/test
   -Wno-multichar # 'clos' and its like are the API's own notation

@@ -2,6 +2,8 @@
 // CommandLine.cpp - one parser and one way to fail for all tools.
 #include "tools/CommandLine.h"
 
+#include <veltrano/Version.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <charconv>

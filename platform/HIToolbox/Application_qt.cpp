@@ -7,6 +7,7 @@
 
 #include "HIToolbox/Accessibility_qt.h"
 
+#include <QtCore/QFile>
 #include <QtCore/QPluginLoader>
 #include <QtCore/QThread>
 #include <QtWidgets/QApplication>
@@ -70,10 +71,15 @@ bool HasXDisplay()
     return ok;
 }
 
-// The back end to start, or nothing where none would start. Windows are placed by screen
-// coordinates and belong to X windows of the host, so a session of another kind is entered through
-// its X server.
-std::string PlatformName()
+struct Platform
+{
+    std::string name; // of the back end; empty if none would start
+    std::string folder; // of its plug-in
+};
+
+// Windows are placed by screen coordinates and belong to X windows of the host, so a session of
+// another kind is entered through its X server.
+Platform FindPlatform()
 {
     const std::string wanted = qEnvironmentVariable("QT_QPA_PLATFORM").toStdString();
     std::string name = wanted.substr(0, wanted.find_first_of(":;"));
@@ -89,36 +95,39 @@ std::string PlatformName()
         const QString file
             = folder + QStringLiteral("/libq%1.so").arg(QString::fromStdString(name));
         if (QPluginLoader(file).load())
-            return name == wanted.substr(0, name.size()) ? wanted : name;
+            return { name == wanted.substr(0, name.size()) ? wanted : name,
+                     QFile::encodeName(folder).toStdString() };
     }
     return {};
 }
 
 bool Start()
 {
-    static std::string platform; // Qt reads its arguments again later
-    platform = PlatformName();
-    if (platform.empty())
+    static Platform platform; // Qt reads its arguments again later
+    platform = FindPlatform();
+    if (platform.name.empty())
         return false;
     // The look is fixed and the desktop's theme plug-in stays out: it may bring a second GTK into a
     // GTK host.
-    static char* arguments[] = { program_invocation_name,
-                                 const_cast<char*>("-platform"),
-                                 platform.data(),
-                                 const_cast<char*>("-platformtheme"),
-                                 const_cast<char*>("none"),
-                                 const_cast<char*>("-style"),
-                                 const_cast<char*>("fusion"),
-                                 nullptr };
+    static char* arguments[]
+        = { program_invocation_name,     const_cast<char*>("-platform"),
+            platform.name.data(),        const_cast<char*>("-platformpluginpath"),
+            platform.folder.data(),      const_cast<char*>("-platformtheme"),
+            const_cast<char*>("none"),   const_cast<char*>("-style"),
+            const_cast<char*>("fusion"), nullptr };
     static int count = static_cast<int>(std::size(arguments)) - 1;
 
     const char* current = std::setlocale(LC_ALL, nullptr);
     const std::string locale = current ? current : "C";
+    const QStringList folders = QCoreApplication::libraryPaths();
     {
         const XErrorHandlers kept;
         QGuiApplication::setDesktopSettingsAware(false);
         new QApplication(count, arguments);
     }
+    // The application object reads the qt.conf beside the program, which may name another Qt's plug-ins.
+    for (const QString& folder : folders)
+        QCoreApplication::addLibraryPath(folder);
     std::setlocale(LC_ALL, locale.c_str());
     QGuiApplication::setQuitOnLastWindowClosed(false);
     return true;

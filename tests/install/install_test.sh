@@ -1,35 +1,42 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# Installs into an empty prefix, moves it, and builds two consumers outside of the tree: a host in C, through
-# pkg-config, and a component in C++ that links Veltrano::System, through CMake.
+# install_test.sh BUILD-OR-PREFIX SOURCE - consumers of an installed prefix: each header alone, a host and a
+# component through pkg-config, the examples through CMake. A build folder is installed first, and moved.
 set -eu
-build=$1
+prefix=$1
 source=$2
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
+export QT_QPA_PLATFORM=offscreen XDG_CONFIG_HOME="$folder/config"
 
-cmake --install "$build" --prefix "$folder/first" >/dev/null
-mv "$folder/first" "$folder/moved"
-prefix=$folder/moved
+if [ -f "$prefix/CMakeCache.txt" ]; then
+    cmake --install "$prefix" --prefix "$folder/first" >/dev/null
+    mv "$folder/first" "$folder/moved"
+    prefix=$folder/moved
+fi
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name veltrano.pc)")
 export PKG_CONFIG_PATH
 
-# Each public header compiles alone, those of components beside libc/; what a host includes does so in C, too.
+# A component's flags take the headers beside libc/ with them.
 (cd "$prefix/include/veltrano" && find . -name '*.h' | sed 's|^\./||') | while read -r header; do
     # shellcheck disable=SC2046
     echo "#include <$header>" | g++ -std=c++20 -Wall -Wextra -Wpedantic -Wno-multichar -Werror -fsyntax-only -x c++ \
-        $(pkg-config --cflags veltrano) -I"$prefix/include/veltrano/libc" -
+        $(pkg-config --cflags veltrano-ui) -
 done
+LD_LIBRARY_PATH=$(pkg-config --variable=libdir veltrano)
+export LD_LIBRARY_PATH
 # shellcheck disable=SC2046
-gcc -std=c11 -Wall -Wextra -Wpedantic -Werror "$source/host.c" -o "$folder/host" \
-    $(pkg-config --cflags --libs veltrano) -Wl,-rpath,"$(pkg-config --variable=libdir veltrano)"
-QT_QPA_PLATFORM=offscreen "$folder/host"
+gcc -std=c11 -Wall -Wextra -Wpedantic -Werror "$source/examples/x11_host/main.c" -o "$folder/host" \
+    $(pkg-config --cflags --libs veltrano x11)
+# shellcheck disable=SC2046
+g++ -std=c++20 "$source/examples/component/main.cpp" -o "$folder/component" $(pkg-config --cflags --libs veltrano-system)
+"$folder/component"
+[ "$("$prefix/bin/vlprefs" get com.veltrano.Example.Part Started)" = 1 ]
 
-cmake -S "$source/component" -B "$folder/component" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
-cmake --build "$folder/component" >/dev/null
-XDG_CONFIG_HOME=$folder/config "$folder/component/component"
-[ "$(XDG_CONFIG_HOME=$folder/config "$prefix/bin/vlprefs" get com.veltrano.Example.Part Started)" = 1 ]
-for tool in vlpict vlprefs vlprofile; do
+PATH=$prefix/bin:$PATH cmake -S "$source/examples" -B "$folder/examples" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$folder/examples" --target component example_host >/dev/null
+"$folder/examples/ExampleHost.app/Contents/MacOS/ExampleHost" --snapshot "$folder/about.png"
+for tool in vlabout vlcheck vlpict vlprefs vlprofile; do
     "$prefix/bin/$tool" --help >/dev/null
-    [ -f "$prefix/share/man/man1/$tool.1.gz" ]
+    ls "$prefix/share/man/man1/$tool.1"* >/dev/null
 done
