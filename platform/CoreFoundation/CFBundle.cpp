@@ -26,8 +26,6 @@ struct __CFBundle final : CFObject
     explicit __CFBundle(std::string folder);
 
     void End() noexcept override;
-    bool Equals(const CFObject& other, CFContainerPairs&) const override { return this == &other; }
-    CFHashCode Hash() const noexcept override { return CFObject_HashAddress(this); }
 
     std::string path; // canonical
     std::string program; // of the main bundle: its running executable
@@ -169,20 +167,11 @@ static void ReadInfo(__CFBundle* bundle)
         std::fprintf(stderr, "%s: not a property list\n", path.c_str());
 }
 
-CFTypeRef CFBundleGetValueForInfoDictionaryKey(CFBundleRef bundle, CFStringRef key)
+// A text of Info.plist; empty when it has none. Throws bad_alloc.
+static std::string InfoText(__CFBundle* bundle, CFStringRef key)
 {
-    try {
-        std::call_once(bundle->infoOnce, ReadInfo, bundle);
-        return bundle->info ? CFDictionaryGetValue(bundle->info.get(), key) : nullptr;
-    } catch (...) {
-        return nullptr;
-    }
-}
-
-// A text of Info.plist; empty when there is none. Throws bad_alloc.
-static std::string InfoText(CFBundleRef bundle, CFStringRef key)
-{
-    CFTypeRef value = CFBundleGetValueForInfoDictionaryKey(bundle, key);
+    std::call_once(bundle->infoOnce, ReadInfo, bundle);
+    CFTypeRef value = bundle->info ? CFDictionaryGetValue(bundle->info.get(), key) : nullptr;
     bool isText = value != nullptr && CFGetTypeID(value) == kTypeString;
     return isText ? std::string(static_cast<CFStringRef>(value)->Text()) : std::string();
 }

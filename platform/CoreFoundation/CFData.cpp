@@ -21,11 +21,6 @@ bool __CFData::Equals(const CFObject& object, CFContainerPairs&) const
     return std::equal(bytes, bytes + nBytes, other.bytes, other.bytes + other.nBytes);
 }
 
-CFHashCode __CFData::Hash() const noexcept
-{
-    return CFObject_HashBytes(bytes, static_cast<size_t>(nBytes));
-}
-
 __CFData::__CFData(const UInt8* block, CFIndex n, Owner blockOwner)
     : CFObject(kTypeData)
     , bytes(block)

@@ -49,11 +49,6 @@ bool __CFDictionary::Equals(const CFObject& object, CFContainerPairs& later) con
     return true;
 }
 
-CFHashCode __CFDictionary::Hash() const noexcept
-{
-    return entries.size();
-}
-
 constexpr size_t kFewEntries = 8; // searched one by one
 
 __CFDictionary::__CFDictionary()

@@ -6,7 +6,6 @@
 
 #include <cmath>
 #include <cstring>
-#include <functional>
 #include <limits>
 #include <type_traits>
 #include <utility>
@@ -21,8 +20,6 @@ struct __CFBoolean final : CFObject
     }
 
     void End() noexcept override { } // there are only the two constants
-    bool Equals(const CFObject& other, CFContainerPairs&) const override { return this == &other; }
-    CFHashCode Hash() const noexcept override { return CFObject_HashAddress(this); }
 };
 
 static constinit const __CFBoolean sTrue;
@@ -116,12 +113,6 @@ bool __CFNumber::Equals(const CFObject& other, CFContainerPairs&) const
                 || (Convert(second, converted) && converted == first);
         });
     });
-}
-
-CFHashCode __CFNumber::Hash() const noexcept
-{
-    return WithValue(this,
-                     [](auto value) { return std::hash<double>()(static_cast<double>(value)); });
 }
 
 __CFNumber::__CFNumber(SInt64 value)

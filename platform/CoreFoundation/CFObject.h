@@ -4,7 +4,7 @@
 // keep the count kConstantRefs. Callers check for null where the API documents it.
 #pragma once
 
-#include <CoreFoundation/CFBase.h>
+#include <CoreFoundation/CFDate.h>
 
 #include <atomic>
 #include <string>
@@ -43,11 +43,11 @@ struct CFObject
 
     /// Frees the object, whose count is zero.
     virtual void End() noexcept = 0;
-    /// Compares with another object of the same class. Containers inside are not compared but added to
-    /// `later`, which may throw bad_alloc.
-    virtual bool Equals(const CFObject& other, CFContainerPairs& later) const = 0;
-    /// Equal objects have equal hashes.
-    virtual CFHashCode Hash() const noexcept = 0;
+    /// Compares with another object of the same class; by default none is equal. Containers inside are not
+    /// compared but added to `later`, which may throw bad_alloc.
+    virtual bool Equals(const CFObject&, CFContainerPairs&) const { return false; }
+    /// Equal objects have equal hashes. Keys are strings as a rule, so only theirs tell them apart.
+    virtual CFHashCode Hash() const noexcept { return type; }
 
     const UInt32 type; // kTypeString and its like
     mutable std::atomic<SInt32> nRefs;
@@ -86,10 +86,6 @@ inline bool CFObject_IsContainer(CFTypeRef object)
 bool CFObject_Equal(CFTypeRef a, CFTypeRef b);
 /// As CFObject_Equal, with the contents of containers left to `later`.
 bool CFObject_EqualSoFar(CFTypeRef a, CFTypeRef b, CFContainerPairs& later);
-
-/// The hash of an object that equals nothing but itself.
-CFHashCode CFObject_HashAddress(const CFObject* object) noexcept;
-CFHashCode CFObject_HashBytes(const void* bytes, size_t n) noexcept;
 
 /// A constructed object, or null without memory.
 template <typename Object, typename... Arguments>
@@ -145,7 +141,6 @@ struct __CFNumber final : CFObject
 
     void End() noexcept override;
     bool Equals(const CFObject& other, CFContainerPairs& later) const override;
-    CFHashCode Hash() const noexcept override;
 
     Kind kind;
     union {
@@ -153,6 +148,23 @@ struct __CFNumber final : CFObject
         UInt64 asUnsigned;
         double asReal;
     };
+};
+
+struct __CFDate final : CFObject
+{
+    explicit __CFDate(CFAbsoluteTime time)
+        : CFObject(kTypeDate)
+        , at(time)
+    {
+    }
+
+    void End() noexcept override { delete this; }
+    bool Equals(const CFObject& other, CFContainerPairs&) const override
+    {
+        return at == static_cast<const __CFDate&>(other).at;
+    }
+
+    CFAbsoluteTime at;
 };
 
 struct __CFData final : CFObject
@@ -163,7 +175,6 @@ struct __CFData final : CFObject
 
     void End() noexcept override;
     bool Equals(const CFObject& other, CFContainerPairs& later) const override;
-    CFHashCode Hash() const noexcept override;
 
     const UInt8* bytes;
     CFIndex nBytes;
@@ -172,14 +183,15 @@ struct __CFData final : CFObject
 
 struct __CFArray final : CFContainer
 {
-    __CFArray(const void** first, CFIndex n, bool ofObjects);
+    __CFArray()
+        : CFContainer(kTypeArray)
+    {
+    }
 
     void Free() noexcept override;
     bool Equals(const CFObject& other, CFContainerPairs& later) const override;
-    CFHashCode Hash() const noexcept override;
 
-    std::vector<const void*> values;
-    bool isOfObjects; // retained
+    std::vector<CFTypeRef> values; // retained
 };
 
 struct __CFDictionary final : CFContainer
@@ -196,7 +208,6 @@ struct __CFDictionary final : CFContainer
 
     void Free() noexcept override;
     bool Equals(const CFObject& other, CFContainerPairs& later) const override;
-    CFHashCode Hash() const noexcept override;
 
     const Entry* Find(CFTypeRef key) const;
     const Entry* Find(CFTypeRef key, CFHashCode hash) const;
@@ -219,7 +230,6 @@ struct __CFURL final : CFObject
 
     void End() noexcept override;
     bool Equals(const CFObject& other, CFContainerPairs& later) const override;
-    CFHashCode Hash() const noexcept override;
 
     std::string Absolute() const; // throws bad_alloc
 

@@ -578,12 +578,14 @@ CFArrayRef CFPreferencesCopyKeyList(CFStringRef application, CFStringRef user, C
     try {
         Domain& domain = FindDomain(domains, application, user == kCFPreferencesAnyUser);
         TryToRefresh(domain);
-        std::vector<const void*> keys;
-        for (const auto& entry : domain.values->entries)
-            keys.push_back(entry.key);
-        return keys.empty() ? nullptr
-                            : CFArrayCreate(nullptr, keys.data(), static_cast<CFIndex>(keys.size()),
-                                            &kCFTypeArrayCallBacks);
+        if (domain.values->entries.empty())
+            return nullptr;
+        Ref<__CFArray*> keys(new __CFArray);
+        for (const auto& entry : domain.values->entries) {
+            keys->values.push_back(entry.key);
+            CFRetain(entry.key);
+        }
+        return keys.release();
     } catch (...) {
         return nullptr;
     }

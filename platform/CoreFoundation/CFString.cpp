@@ -5,10 +5,13 @@
 
 #include <CoreFoundation/CFString.h>
 
+#include <algorithm>
+#include <bit>
 #include <cstring>
 #include <mutex>
 #include <new>
 #include <string>
+#include <sys/random.h>
 #include <unordered_map>
 
 void __CFString::End() noexcept
@@ -21,9 +24,41 @@ bool __CFString::Equals(const CFObject& other, CFContainerPairs&) const
     return Text() == static_cast<const __CFString&>(other).Text();
 }
 
+// SipHash-1-3 under a key that each process draws anew: nobody can write a file of keys that collide.
 CFHashCode __CFString::Hash() const noexcept
 {
-    return CFObject_HashBytes(bytes, nBytes);
+    struct Key
+    {
+        UInt64 k[2] = {};
+        Key() { [[maybe_unused]] ssize_t nDrawn = getrandom(k, sizeof(k), 0); }
+    };
+    static const Key sKey;
+    UInt64 v[4] = { sKey.k[0] ^ 0x736f6d6570736575, sKey.k[1] ^ 0x646f72616e646f6d,
+                    sKey.k[0] ^ 0x6c7967656e657261, sKey.k[1] ^ 0x7465646279746573 };
+    const auto mix = [&v] {
+        v[0] += v[1];
+        v[2] += v[3];
+        v[1] = std::rotl(v[1], 13) ^ v[0];
+        v[3] = std::rotl(v[3], 16) ^ v[2];
+        v[0] = std::rotl(v[0], 32) + v[3];
+        v[2] += v[1];
+        v[1] = std::rotl(v[1], 17) ^ v[2];
+        v[3] = std::rotl(v[3], 21) ^ v[0];
+        v[2] = std::rotl(v[2], 32);
+    };
+    for (size_t at = 0; at <= nBytes; at += 8) {
+        UInt64 block = nBytes - at < 8 ? static_cast<UInt64>(nBytes) << 56
+                                       : 0; // the last one ends in the size
+        std::memcpy(&block, bytes + at, std::min<size_t>(nBytes - at, 8));
+        v[3] ^= block;
+        mix();
+        v[0] ^= block;
+    }
+    v[2] ^= 0xff;
+    mix();
+    mix();
+    mix();
+    return static_cast<CFHashCode>(v[0] ^ v[1] ^ v[2] ^ v[3]);
 }
 
 // --- 8-bit encodings ---

@@ -21,11 +21,6 @@ bool __CFURL::Equals(const CFObject& object, CFContainerPairs&) const
     return base == other.base && path == other.path && isFolder == other.isFolder;
 }
 
-CFHashCode __CFURL::Hash() const noexcept
-{
-    return CFObject_HashBytes(path.data(), path.size());
-}
-
 __CFURL::__CFURL(std::string urlBase, std::string urlPath, bool ofFolder)
     : CFObject(kTypeURL)
     , base(std::move(urlBase))

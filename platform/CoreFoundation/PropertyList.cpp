@@ -32,14 +32,6 @@ template <typename Pointer> static Pointer Made(Pointer object)
 
 constexpr std::chrono::sys_days kEpoch = std::chrono::year(2001) / 1 / 1;
 
-static bool IsDateInRange(CFAbsoluteTime at)
-{
-    using namespace std::chrono;
-    constexpr double kFirst = duration<double>(sys_days(year(1) / 1 / 1) - kEpoch).count();
-    constexpr double kEnd = duration<double>(sys_days(year(10000) / 1 / 1) - kEpoch).count();
-    return at >= kFirst && at < kEnd;
-}
-
 static std::string FormatDate(CFAbsoluteTime at)
 {
     using namespace std::chrono;
@@ -187,7 +179,7 @@ public:
         if (isDictionary)
             m_dictionary = Ref<__CFDictionary*>(new __CFDictionary);
         else
-            m_array = Ref<__CFArray*>(new __CFArray(nullptr, 0, true));
+            m_array = Ref<__CFArray*>(new __CFArray);
     }
 
     const char* Name() const { return m_dictionary ? "dict" : "array"; }
@@ -481,7 +473,7 @@ private:
             return CreateReal(Trimmed(*text));
         if (tag.name == "date") {
             std::optional<CFAbsoluteTime> date = ParseDate(std::string(Trimmed(*text)));
-            return date ? Made(CFDateCreate(nullptr, *date)) : nullptr;
+            return date ? new __CFDate(*date) : nullptr;
         }
         std::string bytes;
         if (tag.name == "data" && ParseBase64(*text, bytes)) {
@@ -559,8 +551,7 @@ static void AppendScalar(std::string& xml, CFTypeRef value)
     case kTypeNumber:
         return AppendNumber(xml, static_cast<CFNumberRef>(value));
     case kTypeDate:
-        return AppendElement(xml, "date",
-                             FormatDate(CFDateGetAbsoluteTime(static_cast<CFDateRef>(value))));
+        return AppendElement(xml, "date", FormatDate(static_cast<CFDateRef>(value)->at));
     case kTypeBoolean:
         xml += value == kCFBooleanTrue ? "<true/>\n" : "<false/>\n";
         return;
@@ -627,10 +618,8 @@ static CFTypeRef CopyScalar(CFTypeRef value)
         return IsText(value) ? CFRetain(value) : nullptr;
     case kTypeNumber:
     case kTypeBoolean:
-        return CFRetain(value);
     case kTypeDate:
-        return IsDateInRange(CFDateGetAbsoluteTime(static_cast<CFDateRef>(value))) ? CFRetain(value)
-                                                                                   : nullptr;
+        return CFRetain(value);
     case kTypeData: {
         auto* data = static_cast<CFDataRef>(value);
         return data->owner == __CFData::kMalloc
@@ -657,11 +646,6 @@ struct Copying
     OpenContainer to;
 };
 
-bool IsArrayOfPointers(CFTypeRef object)
-{
-    return CFGetTypeID(object) == kTypeArray && !static_cast<CFArrayRef>(object)->isOfObjects;
-}
-
 } // namespace
 
 CFPropertyListRef PropertyList_CreateDeepCopy(CFPropertyListRef value)
@@ -670,7 +654,7 @@ CFPropertyListRef PropertyList_CreateDeepCopy(CFPropertyListRef value)
     std::unordered_set<CFTypeRef> around; // their sources: one that holds itself has no end
     for (;;) {
         if (CFObject_IsContainer(value)) {
-            if (IsArrayOfPointers(value) || !around.insert(value).second)
+            if (!around.insert(value).second)
                 return nullptr;
             open.emplace_back(value);
         } else {

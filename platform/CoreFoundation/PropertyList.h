@@ -18,11 +18,11 @@ constexpr size_t kPropertyListLargest = 64 << 20; // bytes of XML
 CFPropertyListRef PropertyList_CreateFromXML(std::string_view xml);
 
 /// Writes a value that PropertyList_CreateDeepCopy or PropertyList_CreateFromXML made, or a dictionary of
-/// such values. Dates are cut to whole seconds; the indentation stops at eight tabs.
+/// such values. The indentation stops at eight tabs.
 ///   returns  false when the text becomes larger than kPropertyListLargest
 bool PropertyList_FormatXML(CFPropertyListRef value, std::string& xml);
 
 /// A copy that nobody else can change.
 ///   returns  one reference; null for what a property list cannot hold: other classes, keys that are no
-///            strings, text with a zero, dates outside of the years 1 to 9999, a container inside itself
+///            strings, text with a zero, a container inside itself
 CFPropertyListRef PropertyList_CreateDeepCopy(CFPropertyListRef value);

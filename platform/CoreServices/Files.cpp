@@ -137,22 +137,6 @@ OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory)
     }
 }
 
-OSStatus FSRefMakePath(const FSRef* ref, UInt8* path, UInt32 size)
-{
-    if (ref == nullptr || path == nullptr)
-        return paramErr;
-    const std::string* found = FileRefs_Path(*ref);
-    struct stat info;
-    if (found == nullptr)
-        return errFSBadFSRef;
-    if (lstat(found->c_str(), &info) != 0)
-        return FileRefs_Error(errno);
-    if (found->size() >= size)
-        return errFSNameTooLong;
-    std::memcpy(path, found->c_str(), found->size() + 1);
-    return noErr;
-}
-
 static HFSUniStr255 UnicodeName(std::string_view name)
 {
     HFSUniStr255 result = {};

@@ -182,7 +182,7 @@ TEST(CFNumber, ConvertsExactlyOrTellsAndGivesTheNearest)
     EXPECT_EQ(nullptr, CFNumberCreate(nullptr, 99, &asReal));
 }
 
-// --- data, arrays, dictionaries ---
+// --- data, dictionaries ---
 
 TEST(CFData, StaysInItsBytes)
 {
@@ -193,20 +193,6 @@ TEST(CFData, StaysInItsBytes)
     EXPECT_FALSE(CFEqual(borrowed.get(), Own(CFDataCreate(nullptr, bytes, 3)).get()));
     EXPECT_EQ(nullptr, CFDataCreate(nullptr, bytes, -1));
     EXPECT_EQ(0, CFDataGetLength(Own(CFDataCreate(nullptr, nullptr, 0)).get()));
-}
-
-TEST(CFArray, HoldsItsObjects)
-{
-    auto text = Str("held");
-    const void* values[] = { text.get(), kCFBooleanTrue };
-    auto array = Own(CFArrayCreate(nullptr, values, 2, &kCFTypeArrayCallBacks));
-    EXPECT_EQ(2, CFGetRetainCount(text.get()));
-    EXPECT_EQ(text.get(), CFArrayGetValueAtIndex(array.get(), 0));
-    EXPECT_EQ(nullptr, CFArrayGetValueAtIndex(array.get(), 2));
-    array.reset();
-    EXPECT_EQ(1, CFGetRetainCount(text.get()));
-    CFArrayCallBacks own = {};
-    EXPECT_EQ(nullptr, CFArrayCreate(nullptr, values, 2, &own));
 }
 
 TEST(CFDictionary, FindsByContentAndKeepsTheOrder)

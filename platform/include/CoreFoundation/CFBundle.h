@@ -28,10 +28,6 @@ CFURLRef CFBundleCopyBundleURL(CFBundleRef bundle) VL_SYMBOL(CFBundleCopyBundleU
 CFURLRef CFBundleCopyResourceURL(CFBundleRef bundle, CFStringRef name, CFStringRef type,
                                  CFStringRef subFolder) VL_SYMBOL(CFBundleCopyResourceURL);
 
-/// A value of Info.plist; borrowed, null when absent.
-CFTypeRef CFBundleGetValueForInfoDictionaryKey(CFBundleRef bundle, CFStringRef key)
-    VL_SYMBOL(CFBundleGetValueForInfoDictionaryKey);
-
 /// Opens Resources/EXECUTABLE.rsrc and the best LANGUAGE.lproj/Localized.rsrc as one read-only map
 /// on top of the resource chain and makes it current.
 ///   returns  a reference number of its own for each call, given back with the close call;

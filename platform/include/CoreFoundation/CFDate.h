@@ -12,7 +12,6 @@ extern "C" {
 #endif
 
 CFTypeID CFDateGetTypeID(void) VL_SYMBOL(CFDateGetTypeID);
-CFDateRef CFDateCreate(CFAllocatorRef allocator, CFAbsoluteTime at) VL_SYMBOL(CFDateCreate);
 CFAbsoluteTime CFDateGetAbsoluteTime(CFDateRef date) VL_SYMBOL(CFDateGetAbsoluteTime);
 
 #ifdef __cplusplus

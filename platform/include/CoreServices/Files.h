@@ -37,10 +37,6 @@ extern "C" {
 ///                `ref` is untouched then
 OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory) VL_SYMBOL(FSPathMakeRef);
 
-/// The absolute path of a reference, with its zero, into `size` bytes.
-///   returns  noErr; errFSBadFSRef, fnfErr; errFSNameTooLong when the buffer is too small
-OSStatus FSRefMakePath(const FSRef* ref, UInt8* path, UInt32 size) VL_SYMBOL(FSRefMakePath);
-
 /// What is known of an object. Every output may be null; `which` is kFSCatInfoNone and `info` null (paramErr
 /// otherwise).
 ///   parent   [out]  the real folder it stands in; for the root a reference that is not valid, with noErr
