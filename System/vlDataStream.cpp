@@ -50,12 +50,12 @@ int NibbleOf(char ch)
     return kNibbles[static_cast<unsigned char>(ch)];
 }
 
-// Reads characters, fewer than wanted at the end of the file or after an error, which errno tells. The
-// stream is not shared, so the few of a typed value do without its lock.
+// Reads up to nWanted characters. Fewer are read at the end of the file or after an error (errno). Short
+// reads use getc_unlocked: no other thread uses the stream.
 size_t ReadText(char* text, size_t nWanted, FILE* file)
 {
     if (nWanted > kLineLength) {
-        return feof(file) ? 0 : fread(text, 1, nWanted, file); // nothing follows an end
+        return feof(file) ? 0 : fread(text, 1, nWanted, file); // the end of the file is final
     }
     size_t nRead = 0;
     for (int ch; nRead < nWanted && (ch = getc_unlocked(file)) != EOF;)
@@ -63,7 +63,7 @@ size_t ReadText(char* text, size_t nWanted, FILE* file)
     return nRead;
 }
 
-// Stores the digits of a text. Other characters are skipped.
+// Decodes hexadecimal digits into bytes. Other characters are skipped.
 //   pNext    [in,out]  the byte that the next digit belongs to
 //   nDigits  [in,out]  digits still to come; odd within a byte
 void Decode(std::string_view text, unsigned char*& pNext, SInt64& nDigits)
@@ -72,7 +72,7 @@ void Decode(std::string_view text, unsigned char*& pNext, SInt64& nDigits)
     const char* const pEnd = p + text.size();
     while (p < pEnd) {
         if ((nDigits & 1) == 0) {
-            // At the start of a byte: pairs of digits, up to the first other character.
+            // At the start of a byte: decode pairs of digits up to the first other character.
             while (pEnd - p >= 2) {
                 const int nByte = NibbleOf(p[0]) * 16 | NibbleOf(p[1]);
                 if (nByte < 0)
@@ -95,8 +95,8 @@ void Decode(std::string_view text, unsigned char*& pNext, SInt64& nDigits)
     }
 }
 
-// Prepares a stream for another try after a read error: only the end of the file ends a read.
-//   throws  EOFException at the end, and when the stream can never deliver, as a folder
+// Prepares a stream for a retry after a read error: only the end of the file ends a read.
+//   throws  EOFException at the end of the file, or if the stream cannot be read at all (a folder)
 void GoOnAfter(int nError, FILE* file)
 {
     if (feof(file) || nError == EISDIR || nError == EBADF || nError == EINVAL)
@@ -104,13 +104,13 @@ void GoOnAfter(int nError, FILE* file)
     clearerr(file);
     pollfd input = { fileno(file), POLLIN, 0 };
     if (nError == EAGAIN) {
-        poll(&input, 1, -1); // until there is more
+        poll(&input, 1, -1); // waits for more input
     } else if (nError != EINTR) {
         poll(nullptr, 0, kRetryMilliseconds);
     }
 }
 
-// The value between the processor's order and the stream's.
+// Converts between the processor's byte order and the stream's.
 template <class T> T Swap(T value)
 {
     if constexpr (std::endian::native == std::endian::little)
@@ -146,7 +146,7 @@ void DataInputFile::read(void* destination, SInt32 nCount)
     if (m_file == nullptr)
         throw EOFException();
     unsigned char* pNext = static_cast<unsigned char*>(destination);
-    // Never more characters than digits are wanted: what follows stays in the file.
+    // Reads no more characters than digits are missing: what follows stays in the file.
     SInt64 nDigits = 2 * static_cast<SInt64>(nCount);
     while (nDigits > 0) {
         char text[4096];
@@ -249,8 +249,8 @@ DataOutputFile::~DataOutputFile()
     delete[] m_buffer;
 }
 
-// Makes room for more characters and the zero; the text is as it was when that fails.
-//   owns  the block that was replaced, or null: the source of a write may lie in it
+// Makes room for more characters and the zero. On failure the text is unchanged.
+//   returns  the replaced block, owned by the caller, or null: the source of a write may lie in it
 std::unique_ptr<char[]> DataOutputFile::Reserve(SInt64 nMore)
 {
     const SInt64 nNeeded = m_length + nMore + 1;
@@ -267,7 +267,7 @@ std::unique_ptr<char[]> DataOutputFile::Reserve(SInt64 nMore)
     return std::unique_ptr<char[]>(std::exchange(m_buffer, buffer));
 }
 
-// Whether nobody derives from it: bytes then need not go through writeByte one by one.
+// True if writeByte is not overridden, so bytes need not go through it one by one.
 inline bool DataOutputFile::IsExact() const
 {
     return typeid(*this) == typeid(DataOutputFile);
@@ -332,7 +332,7 @@ template <class T> void DataOutputFile::WriteLittleEndian(T value)
     WriteNative(Swap(value));
 }
 
-// Most values fit into their line and the buffer.
+// Fast path: the value fits into the current line and the buffer.
 template <class T> void DataOutputFile::WriteNative(T value)
 {
     constexpr SInt32 nDigits = 2 * sizeof(T);

@@ -35,14 +35,14 @@ void EnsureModuleStrings()
             *string = new String;
 }
 
-/// The length of a path up to its last "/", which counts; the whole length when there is none.
+/// The length of a path up to and including its last "/"; the whole length without a "/".
 int FolderLength(const char* path)
 {
     const char* slash = strrchr(path, '/');
     return static_cast<int>(slash != nullptr ? slash + 1 - path : static_cast<long>(strlen(path)));
 }
 
-/// From the executable file over MacOS, Contents and the bundle to the folder that holds it.
+/// Goes up from the executable through MacOS, Contents and the bundle to the folder that holds the bundle.
 OSErr GoUpToBundleFolder(FSRef& ref)
 {
     for (int level = 0; level < 4; ++level) {
@@ -70,7 +70,7 @@ void CutAt(String& path, int nLength)
     path.RemoveRange(nLength, path.GetLength() - nLength);
 }
 
-/// The module path. It is located again when the module strings have been released.
+/// The module path. Locates the module again if the module strings were released.
 const String& FindModulePath()
 {
     if (sModulePath == nullptr || sModulePath->IsEmpty())
@@ -78,15 +78,15 @@ const String& FindModulePath()
     return *sModulePath;
 }
 
-/// The application of the preference shortcuts. Null once the identifier has been released: a store
-/// without an application is not valid.
+/// The application identifier for the module's preferences. Null after the identifier was released; a store
+/// without an application is invalid.
 const char* GetPreferencesApplication()
 {
     const String& identifier = GetModuleIdentifier();
     return identifier.IsEmpty() ? nullptr : identifier.GetString();
 }
 
-/// The module path without the "/" that it ends in.
+/// The module path without its final "/".
 void GetExecutableFolder(String& result)
 {
     result = FindModulePath();
@@ -111,7 +111,7 @@ void GetFolderOfBundle(String& result)
 
 void GetApplicationSupportFolder(String& result, SInt16 domain)
 {
-    FSRef ref = {}; // left alone by a failing search, and then no URL
+    FSRef ref = {}; // zero if the search fails: no URL is created then
     if (FSFindFolder(domain, kApplicationSupportFolderType, kCreateFolder, &ref) != noErr)
         result.Clear();
     auto* buffer
@@ -124,7 +124,7 @@ void GetApplicationSupportFolder(String& result, SInt16 domain)
     result.CloseBuffer(isWritten ? -1 : 0);
 }
 
-/// Takes the next piece off a relative path; false at its end. Empty pieces are passed over.
+/// Extracts the next non-empty component of a relative path. False at the end.
 bool NextPiece(const char*& relative, String& piece)
 {
     relative += strspn(relative, "/");
@@ -134,7 +134,7 @@ bool NextPiece(const char*& relative, String& piece)
     return length != 0;
 }
 
-/// False after a failure, which is reported, other than that it exists.
+/// Makes a folder. An existing one is a success; other failures are reported and return false.
 bool MakeDirectory(const char* path)
 {
     if (mkdir(path, 0777) == 0 || errno == EEXIST)
@@ -143,7 +143,7 @@ bool MakeDirectory(const char* path)
     return false;
 }
 
-/// Appends a relative path folder by folder, each made; empties the path when one cannot be.
+/// Appends a relative path and makes each of its folders. Empties the path if one cannot be made.
 void AppendMadeFolders(String& result, const char* relative)
 {
     String piece;
@@ -179,7 +179,7 @@ void ReleaseModuleBundle()
 {
     const CFBundleRef bundle = sModuleBundle;
     sModuleBundle = nullptr;
-    // KEPT: a reference held once is not released; ending the bundle would unload this very code.
+    // KEPT: the reference is never released; destroying the bundle would unload this code.
     if (bundle != nullptr && CFGetRetainCount(bundle) > 1)
         CFRelease(bundle);
 }
@@ -197,20 +197,20 @@ void ModuleInit(const char* productName, const char* componentName)
 {
     LocateModuleImage();
     EnsureModuleStrings();
-    const String product(productName); // either may lie in one of our own names
+    const String product(productName); // the argument may be one of our own strings
     const String component(componentName);
     *sProductName = product;
     *sComponentName = component;
     sInited = true;
     *sModuleIdentifier = kIdentifierPrefix + product;
-    if (componentName != nullptr) // KEPT: an empty name, too, adds its "."
+    if (componentName != nullptr) // KEPT: an empty name also adds its "."
         *sModuleIdentifier += '.' + component;
 }
 
 OSStatus
 ModuleInitWithPath(const char* modulePath, const char* productName, const char* componentName)
 {
-    const String path(modulePath); // may be one of our own names
+    const String path(modulePath); // the argument may be one of our own strings
     ModuleInit(productName, componentName);
     *sModulePath = path.Head(FolderLength(path));
     FSRef ref = {};
@@ -239,7 +239,7 @@ int LocateModuleImage()
     FSRef ref = {};
     bool isFound = false;
     const uint32_t n = _dyld_image_count();
-    for (uint32_t i = 1; i < n && !isFound; ++i) { // 0 is the host's program
+    for (uint32_t i = 1; i < n && !isFound; ++i) { // image 0 is the host's program
         if (_dyld_get_image_header(i) != &_mh_image_header)
             continue;
         const char* imagename = _dyld_get_image_name(i);
@@ -270,7 +270,7 @@ CFBundleRef GetModuleBundle()
 CFBundleRef CreateModuleBundle()
 {
     const uint32_t n = _dyld_image_count();
-    uint32_t i = 0; // the program itself counts here: it may hold this code
+    uint32_t i = 0; // includes the program, which may contain this code
     while (i < n && _dyld_get_image_header(i) != &_mh_image_header)
         ++i;
     VL_ASSERT(1008, i < n);
@@ -372,7 +372,7 @@ void GetFolderPath(String& result, int kind)
 
 void GetFolderPathWith(String& result, int kind, const char* relative)
 {
-    const String pieces(relative); // may lie in the result
+    const String pieces(relative); // may alias the result
     relative = pieces;
     GetFolderPath(result, kind);
     if (result.IsEmpty())
@@ -386,7 +386,7 @@ void GetFolderPathWith(String& result, int kind, const char* relative)
 
 void GetSupportFolderPath(String& result, int kind, const char* relative)
 {
-    const String pieces(relative); // may lie in the result
+    const String pieces(relative); // may alias the result
     GetFolderPath(result, kind);
     for (;;) {
         if (!result.IsEmpty())

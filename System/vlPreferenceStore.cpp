@@ -21,7 +21,7 @@ struct Release
     void operator()(CFTypeRef object) const { CFRelease(object); }
 };
 
-// Owns one reference, or none when null: the strings of a path throw without memory.
+// Owns one reference, or null. Needed because String operations may throw.
 template <class Reference> using Owned = std::unique_ptr<std::remove_pointer_t<Reference>, Release>;
 
 bool IsDictionary(CFTypeRef value)
@@ -34,7 +34,8 @@ int TypeOf(CFTypeRef value)
     return static_cast<int>(CFGetTypeID(value));
 }
 
-// A dictionary to change: a copy with room for one entry more, or a new one when the value is none.
+// Creates a mutable dictionary: a copy with room for one more entry, or an empty one if the value is not a
+// dictionary.
 CFMutableDictionaryRef CreateDictionary(CFTypeRef value)
 {
     if (IsDictionary(value)) {
@@ -53,16 +54,16 @@ CFTypeRef FindEntry(CFDictionaryRef dict, CFStringRef key)
     return entry;
 }
 
-// False when there was no memory for it: then the dictionary is as before, and does not say so.
+// Sets a value and checks it: without memory CFDictionarySetValue changes nothing and reports nothing.
 bool SetEntry(CFMutableDictionaryRef dict, CFStringRef key, CFTypeRef value)
 {
     CFDictionarySetValue(dict, key, value);
     return FindEntry(dict, key) == value;
 }
 
-// Puts a dictionary to change in the place of what is there.
-// KEPT: its creation reference is not given back; the parent keeps it alive from then on. Leak checks
-// leave this function out, so it must stay a frame of its own.
+// Replaces the value under a key by a mutable dictionary.
+// KEPT: its creation reference is never released. Leak checkers suppress this function by name, so it must
+// not be inlined.
 [[gnu::noinline]] CFMutableDictionaryRef AddInnerDictionary(CFMutableDictionaryRef parent,
                                                             CFStringRef key)
 {
@@ -113,7 +114,7 @@ PreferenceStore::SetBinary(const char* entry, CFStringRef user, const void* byte
 {
     CFDataRef value = nullptr;
     if (bytes != nullptr && nLength != 0) {
-        // The caller's bytes serve as they are: the service copies them.
+        // No copy: the service copies the bytes.
         value = CFDataCreateWithBytesNoCopy(kCFAllocatorDefault, static_cast<const UInt8*>(bytes),
                                             nLength, kCFAllocatorNull);
         if (value == nullptr) {
@@ -159,7 +160,7 @@ Bool32 PreferenceStore::SetBool(const char* entry, CFStringRef user, const Bool3
     return PutObject(entry, boolean, user, 0);
 }
 
-// Puts a value, which may be null, at an entry path; with `release` set it is released on every path.
+// Sets the value (may be null) at an entry path. If `release` is set, the value is released in every case.
 Bool32
 PreferenceStore::PutObject(const char* entry, CFTypeRef value, CFStringRef user, Bool32 release)
 {
@@ -186,7 +187,7 @@ PreferenceStore::PutObject(const char* entry, CFTypeRef value, CFStringRef user,
     Owned<CFTypeRef> top(
         CFPreferencesCopyValue(key.get(), m_application, user, kCFPreferencesCurrentHost));
     Owned<CFMutableDictionaryRef> dict(
-        CreateDictionary(top.get())); // anything else at the top is replaced
+        CreateDictionary(top.get())); // a value of another type is replaced
     top.reset();
     if (dict == nullptr || !SetDictEntryValue(m_verbose, dict.get(), slash + 1, value, this)) {
         LogPrint("%s Out of memory.", "PutObject:"); // KEPT: no line end
@@ -212,8 +213,8 @@ Bool32 PreferenceStore::SetSynchronizeProperty(CFStringRef key,
     return ok;
 }
 
-// Puts a value below a dictionary, level by level; the path is cut in place.
-// KEPT: the lines carry the getter's name.
+// Sets a value in nested dictionaries. Cuts the path in place.
+// KEPT: the trace lines name the getter.
 Bool32 PreferenceStore::SetDictEntryValue(Bool32 verbose,
                                           CFMutableDictionaryRef dict,
                                           char* path,
@@ -269,11 +270,11 @@ CFTypeRef PreferenceStore::GetObjectOfType(const char* entry, CFTypeID type, CFS
     LogPrintIf(m_verbose, "%s Entering Dictionary %p\n", "GetObjectOfType:", value.get());
     if (*rest == '\0')
         return nullptr;
-    // KEPT: the first character of the second component is passed over, here only.
+    // KEPT: the first character of the second component is skipped, here only.
     return GetDictEntryValue(m_verbose, static_cast<CFDictionaryRef>(value.get()), rest + 1, this);
 }
 
-// The value below a dictionary, one reference; null when the path is null or leads nowhere.
+// Finds the value at a path in nested dictionaries. Returns one reference; null if the path is null or absent.
 CFTypeRef PreferenceStore::GetDictEntryValue(Bool32 verbose,
                                              CFDictionaryRef dict,
                                              const char* path,
@@ -311,7 +312,7 @@ CFTypeRef PreferenceStore::GetDictEntryValue(Bool32 verbose,
     return result.release();
 }
 
-// An object that is of the type wherever it was found.
+// As GetObjectOfType, but checks the type at every depth.
 CFTypeRef PreferenceStore::GetTypedObject(const char* entry, CFTypeID type, CFStringRef user)
 {
     Owned<CFTypeRef> value(GetObjectOfType(entry, type, user));
@@ -349,10 +350,10 @@ String PreferenceStore::GetString(const char* entry, CFStringRef user, const cha
         if (const char* lpsz = CFStringGetCStringPtr(string.get(), m_encoding)) {
             result = lpsz;
         } else if (nLength > 0) {
-            // KEPT: the length counts the zero.
+            // KEPT: the length includes the zero.
             char* buffer = result.OpenBufferWithLength(static_cast<int>(nLength) + 1);
             if (!CFStringGetCString(string.get(), buffer, nLength + 1, m_encoding)) {
-                result = lpszDefault; // not to be had in this encoding
+                result = lpszDefault; // not representable in this encoding
             }
         }
     }
@@ -387,7 +388,7 @@ SInt32 PreferenceStore::GetInt(const char* entry, CFStringRef user, SInt32 nDefa
 
 // Entry paths
 
-// A plain string as an object, one reference; null when it is no text in the encoding.
+// Converts a plain string; returns one reference. Null if the bytes are invalid in the encoding.
 CFStringRef PreferenceStore::GetEntryString(const char* text)
 {
     const CFStringRef string = CFStringCreateWithCString(kCFAllocatorDefault, text, m_encoding);
@@ -396,7 +397,7 @@ CFStringRef PreferenceStore::GetEntryString(const char* text)
     return string;
 }
 
-// The first component.
+// The first component of a path.
 CFStringRef PreferenceStore::GetEntryKey(const char* entry)
 {
     const String path(entry);
@@ -404,7 +405,7 @@ CFStringRef PreferenceStore::GetEntryKey(const char* entry)
     return GetEntryString(nSlash < 0 ? path : path.Head(nSlash));
 }
 
-// What follows the first "/"; null when there is none.
+// The part after the first "/"; null without a "/".
 const char* PreferenceStore::NextEntry(const char* path)
 {
     const char* slash = strchr(path, '/');

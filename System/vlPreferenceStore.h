@@ -23,9 +23,9 @@ public:
     PreferenceStore(const PreferenceStore&) = delete;
     PreferenceStore& operator=(const PreferenceStore&) = delete;
 
-    /// Turns the store to an application identifier.
+    /// Selects the application identifier.
     ///   returns  the new m_valid
-    ///   fails    with a null application, or one that is no text in m_encoding, nothing is changed
+    ///   fails    null, or invalid in m_encoding: nothing is changed
     Bool32 Initialize(const char* application, Bool32 anyUser);
 
     /// Set a value and write it to disk. Null, or no bytes, removes a top-level key.
@@ -41,8 +41,8 @@ public:
     ///   type     [in]  checked for a path of one component only
     ///   returns  null when it is absent
     ///   owns     one reference; the caller gives it to CFRelease
-    /// KEPT: getters pass over the first character of the second component: what was set at "A/B" is
-    /// found at "A/?B" with any character, and "A/B" is absent. A path that ends in "/" is absent, too.
+    /// KEPT: getters skip the first character of the second component: a value set at "A/B" is found at
+    /// "A/?B" with any character, and not at "A/B". A path that ends in "/" is absent.
     CFTypeRef GetObjectOfType(const char* entry, CFTypeID type, CFStringRef user);
     /// Copies the bytes stored under an entry path into the caller's buffer.
     ///   buffer   [out]     at least *size bytes; null asks for the length
@@ -50,8 +50,8 @@ public:
     ///   returns  1 copied; 0 absent (*size untouched) or too small (*size is the length)
     ///   example  4 bytes stored, *size 3: returns 0, *size 4, buffer untouched
     Bool32 GetBinary(const char* entry, CFStringRef user, void* buffer, UInt32* size);
-    /// The other getters give the default for what is absent or of another type.
-    /// KEPT: a text that has to be converted counts one zero behind it.
+    /// The other getters return the default if the entry is absent or of another type.
+    /// KEPT: the length of a converted text includes its zero.
     String GetString(const char* entry, CFStringRef user, const char* lpszDefault);
     Bool32 GetBool(const char* entry, CFStringRef user, Bool32 bDefault);
     SInt32 GetInt(const char* entry, CFStringRef user, SInt32 nDefault);

@@ -21,8 +21,8 @@ namespace Veltrano {
 
 namespace {
 
-const size_t kMaxPiece = 1022; // what fgets puts in a buffer of 1,023 characters
-const char kNewSuffix[] = ".vlnew"; // of the new file that takes the place of a profile
+const size_t kMaxPiece = 1022; // as fgets with a buffer of 1,023 characters
+const char kNewSuffix[] = ".vlnew"; // of the new file that replaces a profile
 
 bool IsGiven(const char* lpsz)
 {
@@ -68,7 +68,7 @@ std::string_view Trim(std::string_view text)
     return TrimEnd(TrimStart(text), IsSpace);
 }
 
-// Eight characters at a time beat a call of the library for lines as short as most are.
+// Compares eight characters at a time: faster than memchr for typical short lines.
 inline bool Holds(std::string_view text, char ch)
 {
     if (text.size() < 8 || text.size() > 64)
@@ -78,8 +78,8 @@ inline bool Holds(std::string_view text, char ch)
     const auto look = [&found, ch](const char* pch) {
         uint64_t eight = 0;
         memcpy(&eight, pch, sizeof(eight));
-        eight ^= kOnes * static_cast<unsigned char>(ch); // makes a zero of each match
-        found |= (eight - kOnes) & ~eight & kOnes << 7; // not 0 when one was there
+        eight ^= kOnes * static_cast<unsigned char>(ch); // a match becomes a zero byte
+        found |= (eight - kOnes) & ~eight & kOnes << 7; // nonzero if there was a match
     };
     for (size_t at = 0; at + 8 < text.size(); at += 8)
         look(&text[at]);
@@ -92,7 +92,7 @@ inline bool Holds(std::string_view text, char ch)
 bool Load(FILE* file, ProfileLineList& lines)
 {
     char buffer[65536];
-    size_t nKept = 0; // the start of a piece whose end is not read yet
+    size_t nKept = 0; // bytes of a piece that is not complete yet
     for (bool bEnd = false; !bEnd;) {
         const size_t nWanted = sizeof(buffer) - nKept;
         const size_t nRead = fread(buffer + nKept, 1, nWanted, file);
@@ -110,7 +110,7 @@ bool Load(FILE* file, ProfileLineList& lines)
         nKept = rest.size();
         memmove(buffer, rest.data(), nKept);
     }
-    return !ferror(file) || errno == EBADF; // a stream opened for writing only has no lines
+    return !ferror(file) || errno == EBADF; // opened for writing only: no lines
 }
 
 // Moves the lines of one list to the end of another.
@@ -168,8 +168,7 @@ bool IsDiskError(int nError)
     return nError == ENOSPC || nError == EDQUOT || nError == EIO;
 }
 
-// Opens and locks the new file of a profile. Its name is always the same: a file left by a killed process
-// is used again, so that such files do not accumulate.
+// Opens and locks the new file of a profile. The name is fixed, so a file left by a killed process is reused.
 //   returns  a descriptor of an empty file; -1 with errno, EBUSY if another process holds it for 2 s
 int OpenNewFile(const char* path)
 {
@@ -186,7 +185,7 @@ int OpenNewFile(const char* path)
                 = S_ISREG(opened.st_mode) && opened.st_nlink == 1 && opened.st_uid == geteuid();
             if (bOwn && (opened.st_size == 0 || ftruncate(fd, 0) == 0))
                 return fd;
-            // Locked by nobody: left by another user's process that was killed.
+            // Not locked: left by a killed process of another user.
             nError = !bOwn && unlink(path) == 0 ? 0 : errno;
         }
         close(fd);
@@ -194,13 +193,13 @@ int OpenNewFile(const char* path)
             errno = nError;
             return -1;
         }
-        poll(nullptr, 0, 5); // locked by, or renamed meanwhile by, another process
+        poll(nullptr, 0, 5); // another process holds or has just renamed it
     }
     errno = EBUSY;
     return -1;
 }
 
-// Gives a file the owner, the mode, the access list and the other attributes of another one.
+// Copies owner, mode, access list and extended attributes from one file to another.
 bool CopyAttributes(int nFrom, const struct stat& from, int nTo)
 {
     struct stat to;
@@ -213,13 +212,13 @@ bool CopyAttributes(int nFrom, const struct stat& from, int nTo)
         && to.st_gid == from.st_gid;
 }
 
-// Replaces an existing file, in one step, by a new one that stands beside it until then. A process that
-// is killed meanwhile leaves the old file whole.
-//   returns  true   replaced; or the disk is full or fails, and the old file is as it was
-//            false  impossible: only the file itself can be written
+// Writes a new file beside an existing one and renames it over the old one. A killed process leaves the old
+// file intact.
+//   returns  true   replaced, or a write failed and the old file is unchanged
+//            false  cannot be replaced: write in place instead
 bool ReplaceFile(const char* lpszPath, std::string_view text)
 {
-    char path[PATH_MAX]; // of the file itself, behind all links
+    char path[PATH_MAX]; // of the file, with all links resolved
     if (realpath(lpszPath, path) == nullptr)
         return false;
     struct stat info;
@@ -317,7 +316,7 @@ Bool32 ProfileFile::Open(const char* path, const char* mode)
     rewind(file.get());
     ProfileLineList lines;
     if (!Load(file.get(), lines)) {
-        return 0; // what was not read could not be written back
+        return 0; // lines that were not read could not be written back
     }
     Join(m_lines, lines);
     m_file = file.release();
@@ -338,7 +337,7 @@ void ProfileFile::Close()
     m_file = nullptr;
 }
 
-// Empties the list, too.
+// Also empties the list.
 void ProfileFile::Write()
 {
     size_t nLength = 0;
@@ -353,12 +352,12 @@ void ProfileFile::Write()
     }
     if (text != nullptr && ReplaceFile(m_path, { text.get(), nLength }))
         return;
-    // When this fails the stream is closed already, but its object stays for the caller's fclose.
+    // On failure the stream is closed, but the caller must still call fclose.
     if (freopen(m_path, "w", m_file) == nullptr)
         return;
     if (text != nullptr)
         WriteText(fileno(m_file), { text.get(), nLength });
-    for (; m_lines.head != nullptr; m_lines.RemoveHead()) { // no memory for the text
+    for (; m_lines.head != nullptr; m_lines.RemoveHead()) { // no memory for the whole text
         const std::string_view line = TextOf(m_lines.head->text);
         fwrite(line.data(), 1, line.size(), m_file);
         putc('\n', m_file);
@@ -392,7 +391,7 @@ ProfileFile::ParseLine(const String& line, std::string_view& key, std::string_vi
     return !key.empty();
 }
 
-// Moves the position to the next header of that, or of any, name; to null when there is none.
+// Moves on to the next header (the position included) with that name, or any name if null; null without one.
 bool ProfileFile::FindSection(ProfileLine*& pPosition,
                               std::string_view& name,
                               const char* lpszWanted) const
@@ -404,7 +403,7 @@ bool ProfileFile::FindSection(ProfileLine*& pPosition,
     return p != nullptr;
 }
 
-// The header of a section: the first one, when several carry the name. Null when there is none.
+// Finds the first header of a section. Null if it is absent.
 ProfileLine* ProfileFile::GetSection(const char* lpszSection) const
 {
     ProfileLine* pPosition = m_lines.head;
@@ -413,19 +412,19 @@ ProfileLine* ProfileFile::GetSection(const char* lpszSection) const
     return pPosition;
 }
 
-// The line behind, unless the section ends there.
+// The next line of the section, or null at its end.
 ProfileLine* ProfileFile::GetNextInSection(ProfileLine* pLine) const
 {
     std::string_view name;
     return pLine->next && !ParseHeader(pLine->next->text, name) ? pLine->next : nullptr;
 }
 
-// The entry of a key behind a header, and its value. Null when there is none, or no header.
+// Finds the entry of a key after a header, and its value. Null if it is absent or the header is null.
 ProfileLine*
 ProfileFile::FindEntry(ProfileLine* pHeader, std::string_view wanted, std::string_view& value) const
 {
     for (ProfileLine* p = pHeader; p != nullptr && (p = GetNextInSection(p)) != nullptr;) {
-        // Most lines differ at the end of such a key, and need not be taken apart.
+        // Fast rejection: most lines differ in the key's last character.
         const std::string_view start = TrimStart(TextOf(p->text)).substr(0, wanted.size());
         std::string_view key;
         if (start.size() == wanted.size() && start.back() == wanted.back()
@@ -446,7 +445,7 @@ void ProfileFile::AppendHeader(const char* lpszSection)
 
 Bool32 ProfileFile::GetValue(const char* section, const char* key, String& value)
 {
-    const String before(value); // section and key may lie in it
+    const String before(value); // section and key may alias the value
     value.Clear();
     if (!IsGiven(section) || !IsGiven(key))
         return 0;
@@ -472,7 +471,7 @@ void ProfileFile::SetValue(const char* section, const char* key, const String& v
     std::string_view old;
     p = FindEntry(p, key, old);
     if (p == nullptr) {
-        // KEPT: at the end of the file and not of the section, and even when the value is empty.
+        // KEPT: appended at the end of the file, not of the section, even if the value is empty.
         m_lines.Append(text);
     } else if (value.IsEmpty()) {
         m_lines.Remove(p);
@@ -508,7 +507,7 @@ void ProfileFile::RemoveLine(const char* section, const char* line)
         return;
     ProfileLine* p = GetSection(section);
     if (p == nullptr) {
-        AppendHeader(section); // KEPT: removing from a missing section makes it
+        AppendHeader(section); // KEPT: removing from a missing section creates the section
         return;
     }
     while (IsGiven(line) && (p = GetNextInSection(p)) != nullptr) {
@@ -533,11 +532,11 @@ int ProfileFile::GetSections(ProfileLineList& names)
 
 int ProfileFile::GetKeys(ProfileLineList& keys, const char* section)
 {
-    const String wanted(section); // may lie in the list
+    const String wanted(section); // may alias a line of the list
     keys.Clear();
     if (wanted.IsEmpty())
         return 0;
-    // KEPT: the header too may hold a key.
+    // KEPT: a header may also be an entry.
     for (ProfileLine* p = GetSection(wanted); p != nullptr; p = GetNextInSection(p)) {
         std::string_view key;
         std::string_view value;
@@ -549,12 +548,12 @@ int ProfileFile::GetKeys(ProfileLineList& keys, const char* section)
 
 int ProfileFile::GetLines(ProfileLineList& lines, const char* section)
 {
-    const String wanted(section); // may lie in the list
+    const String wanted(section); // may alias a line of the list
     lines.Clear();
     if (wanted.IsEmpty())
         return 0;
     ProfileLine* p = GetSection(wanted);
-    while (p != nullptr && (p = p->next) != nullptr) { // KEPT: beyond the section's end
+    while (p != nullptr && (p = p->next) != nullptr) { // KEPT: past the section's end
         const std::string_view text = Trim(TextOf(p->text));
         if (!text.empty())
             lines.Append(MakeString(text));

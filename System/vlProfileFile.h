@@ -36,7 +36,7 @@ public:
 
     void Append(const String& text);
     void RemoveHead();
-    /// At the tail when the position is null.
+    /// Inserts at the tail if the position is null.
     void InsertBefore(ProfileLine* pPosition, const String& text);
     /// Frees the line.
     void Remove(ProfileLine* pLine);
@@ -51,7 +51,7 @@ class ProfileFile
 {
 public:
     ProfileFile() = default;
-    /// Closes the file, which may write it.
+    /// Closes the file; writes it if it was changed.
     ~ProfileFile();
     ProfileFile(const ProfileFile&) = delete;
     ProfileFile& operator=(const ProfileFile&) = delete;
@@ -73,12 +73,12 @@ public:
     ///   value    [out]  trimmed; empty when the result is 0
     ///   example  "[a]" and "  k = v  ": GetValue("a", "k", value) is 1, value "v"
     Bool32 GetValue(const char* section, const char* key, String& value);
-    /// Replaces, adds or, by an empty value, removes an entry. The section is made when need be.
-    /// KEPT: a new entry of an existing section goes to the end of the file, whatever section that is.
+    /// Replaces or adds an entry; an empty value removes it. Creates a missing section.
+    /// KEPT: a new entry of an existing section is appended to the file, whatever its last section is.
     void SetValue(const char* section, const char* key, const String& value);
-    /// Adds a line at the end of a section, unless an equal one is there. Makes a missing section.
+    /// Adds a line at the end of a section, unless it has an equal line. Creates a missing section.
     void AddLine(const char* section, const char* line);
-    /// Removes the first equal line. KEPT: makes a missing section.
+    /// Removes the first equal line. KEPT: creates a missing section.
     void RemoveLine(const char* section, const char* line);
     /// The enumerations empty the list, fill it and give its count. All sections, doubles too:
     int GetSections(ProfileLineList& names);

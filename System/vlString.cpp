@@ -25,8 +25,8 @@ bool gIsValidAddress(const void* p, SInt32 /*n*/, bool /*write*/)
 
 namespace {
 
-// The block of all empty strings, in writable memory: empty text is stored into it again and again.
-// It is complete before any code runs, so first uses on several threads need no guard.
+// The block that all empty strings share. Writable, because an empty text may be stored into it. Initialised
+// at compile time, so the first use needs no guard.
 struct NilBuffer
 {
     StringData header { -1, 0 };
@@ -46,7 +46,7 @@ bool IsSpace(char ch)
     return code <= 127 ? code == ' ' || (code >= '\t' && code <= '\r') : isspace(code) != 0;
 }
 
-// The next occurrence in a text that may hold zeros; null when there is none.
+// Finds the next occurrence in a text that may contain zeros; null if absent.
 const char* FindNext(const char* p, const char* pEnd, const char* lpszSub)
 {
     for (; p < pEnd; p += strlen(p) + 1) {
@@ -56,11 +56,11 @@ const char* FindNext(const char* p, const char* pEnd, const char* lpszSub)
     return nullptr;
 }
 
-// As atoi, and defined for numbers of any length.
+// As atoi, but saturates instead of overflowing.
 int ParseInt(const char* lpsz)
 {
     if (*lpsz >= 'A') {
-        return 0; // a conversion follows at once, as it mostly does
+        return 0; // common case: no number before the conversion
     }
     return static_cast<int>(std::clamp<long>(strtol(lpsz, nullptr, 10), INT_MIN, INT_MAX));
 }
@@ -72,7 +72,7 @@ const char* SkipDigits(const char* p)
     return p;
 }
 
-// What the value needs as "%f" with six digits more than asked for.
+// The length of the value as "%f" with six more digits than requested.
 SInt64 MeasureFixed(double value, int nWidth, int nPrecision)
 {
     const SInt64 nSize = std::max<SInt64>(nPrecision + 318LL, nWidth) + 1;
@@ -125,7 +125,7 @@ void String::ReleaseData(StringData* pData)
 void String::MakeUnique()
 {
     if (IsShared()) {
-        String old; // alive until its bytes are copied, whatever its other holders do
+        String old; // keeps the block alive while it is copied
         std::swap(m_pchData, old.m_pchData);
         AllocateExact(static_cast<UInt32>(old.GetLength()));
         CopyChars(m_pchData, old.m_pchData, old.GetLength() + 1);
@@ -176,7 +176,7 @@ void String::AppendInPlace(int nSrcLen, const char* lpchSrc)
         VL_ASSERT(399, GetData()->nDataLength <= GetData()->nAllocLength);
         m_pchData[GetData()->nDataLength] = '\0';
     } else {
-        // KEPT: no growth factor. Memory is kept tight, and each append costs a block and a copy.
+        // KEPT: no growth factor: each append allocates an exact block and copies.
         StringData* pOldData = GetData();
         JoinCopy(nLen, m_pchData, nSrcLen, lpchSrc);
         VL_ASSERT(391, pOldData != 0);
@@ -184,7 +184,7 @@ void String::AppendInPlace(int nSrcLen, const char* lpchSrc)
     }
 }
 
-// By value, so that a loop of appends keeps its character in a register.
+// By value: lets a loop of appends keep its character in a register.
 void String::AppendChar(char ch)
 {
     AppendInPlace(1, &ch);
@@ -201,8 +201,7 @@ void String::CopyRange(String& dest, int nCopyLen, int nCopyIndex, int nExtraLen
     }
 }
 
-// True if an argument lies in this string's block. The nil buffer does not count: all empty strings
-// share it, and it is never written to.
+// True if an argument lies in this string's block. False for the nil buffer, whose text never changes.
 bool String::Contains(const char* lpch) const
 {
     const std::less<const char*> before;
@@ -210,7 +209,7 @@ bool String::Contains(const char* lpch) const
         && !before(m_pchData + GetAllocLength(), lpch);
 }
 
-// Ends the text. In the nil buffer only what differs is stored: two threads may end it at the same time.
+// Sets the length and the final zero. Does not write unchanged values: threads share the nil buffer.
 void String::SetLength(int nLen)
 {
     StringData* pData = GetData();

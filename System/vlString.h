@@ -2,9 +2,8 @@
 // vlString.h - String, a byte string whose characters are shared between copies until one is written.
 // A String is one pointer to zero-terminated characters; a StringData header stands in front of them,
 // in one heap block of exactly header + length + 1 bytes. Empty strings share one static block.
-// Unless said otherwise: lengths, indexes and results are counts of characters; a null plain string
-// is an empty one; arguments may point into the string itself, and act as copies made before the call;
-// no memory throws std::bad_alloc.
+// Unless said otherwise: lengths, indexes and results are in characters; a null plain string counts as empty;
+// arguments may point into the string itself; running out of memory throws std::bad_alloc.
 // Thread: one String belongs to one thread at a time; Strings that share a block may live on several.
 #pragma once
 
@@ -20,7 +19,7 @@
 
 namespace Veltrano {
 
-using Bool32 = SInt32; // a truth value of 32 bits: 2 is true and stays 2
+using Bool32 = SInt32; // a 32-bit truth value that keeps other values than 0 and 1
 
 bool gIsValidString(const char* lpsz);
 bool gIsValidAddress(const void* p, SInt32 n, bool write);
@@ -45,8 +44,8 @@ public:
     virtual bool IsNotNil() const { return GetRefs() != -1; }
 
     char* GetChars() { return reinterpret_cast<char*>(this + 1); }
-    /// The count, acquired: who finds 1 sees all that former holders did. Changes are atomic adds,
-    /// and the holder whose add leads to 0 or below frees the block.
+    /// Loads the count with acquire order: a holder that reads 1 sees all writes of former holders. Counts
+    /// change by atomic adds; the holder that takes it to 0 or below frees the block.
     SInt32 GetRefs() const
     {
         return std::atomic_ref(const_cast<SInt32&>(nRefs)).load(std::memory_order_acquire);
@@ -65,9 +64,9 @@ public:
     /// Shares the block of a counted string; a locked one is copied.
     String(const String& stringSrc);
     String(const char* lpsz);
-    /// Copies nLength bytes, zeros among them included.
+    /// Copies nLength bytes, which may include zeros.
     String(const char* lpch, int nLength);
-    /// nRepeat times ch; empty below 1.
+    /// nRepeat times ch; empty if nRepeat is below 1.
     String(char ch, int nRepeat);
     ~String();
 
@@ -93,16 +92,16 @@ public:
     const char* GetString() const { return m_pchData; }
     StringData* GetData() const;
 
-    /// Gives room to write into: a private block with the present text, never shorter than that.
+    /// Makes the block private, with room for at least nMinBufLength characters and for the present text.
     ///   nMinBufLength  [in]  characters, without the zero
     ///   returns        at least nMinBufLength + 1 bytes, until the next change; CloseBuffer ends it
     ///   example        strcpy(s.OpenBuffer(10), "xy"); s.CloseBuffer(): length 2, capacity 10
     char* OpenBuffer(int nMinBufLength);
     /// Sets the length; -1 measures up to the first zero.
     void CloseBuffer(int nNewLength = -1);
-    /// OpenBuffer whose text has nNewLength characters from the start.
+    /// OpenBuffer that also sets the length.
     char* OpenBufferWithLength(int nNewLength);
-    /// Gives spare capacity back.
+    /// Frees unused capacity.
     void TrimCapacity();
     /// Makes the block private and excludes it from sharing, for the rest of the process.
     ///   returns  the characters; the pointer outlives the string
@@ -110,12 +109,12 @@ public:
     void Unlock();
     void Clear();
 
-    /// Out of range is cut to what there is; the whole text shares the block.
+    /// Ranges are clamped to the text. The whole text shares the block.
     String Substring(int nFirst, int nCount) const;
     String Substring(int nFirst) const;
     String Head(int nCount) const;
     String Tail(int nCount) const;
-    /// The leading characters that are outside, or within, a set.
+    /// The leading characters that are not in, or are in, a set.
     String HeadOutside(const char* lpszCharSet) const;
     String HeadWithin(const char* lpszCharSet) const;
 
@@ -140,7 +139,7 @@ public:
     /// Up to the first zero character.
     void ToLower();
     void ToUpper();
-    /// Cut white space, one character or a set of characters off an end.
+    /// Remove white space, one character or a set of characters from one end.
     void TrimEnd();
     void TrimEnd(char ch);
     void TrimEnd(const char* lpszTargets);
@@ -161,7 +160,7 @@ protected:
     static StringData* GetNil();
     static void ReleaseData(StringData* pData);
     void AttachNil();
-    /// The old block is not released here. A negative length is one beyond INT_MAX.
+    /// Does not release the old block. Asserts on lengths beyond INT_MAX - 1, so on negative ones.
     void AllocateExact(UInt32 nLen);
     void ReleaseData();
     void MakeUnique();
@@ -271,7 +270,7 @@ inline String& String::operator=(const String& stringSrc)
     return *this;
 }
 
-// The length of a plain string. One too long for any block counts as INT_MAX.
+// The length of a plain string, at most INT_MAX.
 inline int String::Measure(const char* lpsz)
 {
     const size_t n = lpsz ? strlen(lpsz) : 0;
@@ -312,7 +311,7 @@ inline String& String::operator+=(char ch)
 inline String String::Substring(int nFirst, int nCount) const
 {
     const int nLength = GetLength();
-    // A damaged length, below 0, must reach the checks of Part.
+    // A corrupted negative length must reach the checks in Part.
     return nFirst <= 0 && nCount >= nLength && nLength >= 0 ? *this : Part(nFirst, nCount);
 }
 
