@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// CFArray.cpp - ordered lists of objects, which property lists and lists of keys bring.
+// CFArray.cpp - ordered lists of objects: the arrays of property lists, and lists of keys.
 #include "CoreFoundation/CFObject.h"
 
 #include <CoreFoundation/CFArray.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// CFBase.cpp - counting, classes and equality of all objects.
+// CFBase.cpp - reference counts, types and equality of all objects.
 #include "CoreFoundation/CFObject.h"
 
 struct __CFAllocator
@@ -10,8 +10,8 @@ static const __CFAllocator sAllocatorNull;
 const CFAllocatorRef kCFAllocatorDefault = nullptr;
 const CFAllocatorRef kCFAllocatorNull = &sAllocatorNull;
 
-// A container that loses its last reference while another one is being freed waits in a list. The list
-// runs through the containers, so that freeing needs no memory.
+// While one container is freed, others that lose their last reference are queued instead of freed
+// recursively. The queue is linked through the containers, so freeing allocates nothing.
 void CFContainer::End() noexcept
 {
     static thread_local CFContainer* tWaiting = nullptr;
@@ -63,7 +63,7 @@ void CFRelease(CFTypeRef object)
     const CFObject* counted = CFObject_From(object);
     if (counted->nRefs.load(std::memory_order_relaxed) == kConstantRefs)
         return;
-    // Whoever takes the count to zero must see all that the other holders did to the object.
+    // Acquire and release: the thread that frees the object sees all writes of the other holders.
     if (counted->nRefs.fetch_sub(1, std::memory_order_acq_rel) == 1)
         const_cast<CFObject*>(counted)->End();
 }

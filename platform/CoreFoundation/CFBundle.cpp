@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// CFBundle.cpp - folders that hold code and resources.
+// CFBundle.cpp - bundles: folders with code and resources.
 #include "CoreFoundation/CFObject.h"
 #include "CoreFoundation/PropertyList.h"
 #include "Resources/Resources.h"
@@ -29,14 +29,14 @@ struct __CFBundle final : CFObject
 
     std::string path; // canonical
     std::string program; // of the main bundle: its running executable
-    std::once_flag infoOnce; // Info.plist is read when first asked for
-    Ref<const __CFDictionary*> info; // null: none
-    void* image = nullptr; // of dlopen, while loaded
+    std::once_flag infoOnce; // Info.plist is read on first use
+    Ref<const __CFDictionary*> info; // null without one
+    void* image = nullptr; // dlopen's handle while loaded
 };
 
 namespace {
 
-// The living bundles. They are not retained: the last release takes one out.
+// All live bundles, not retained: each removes itself when it is freed.
 struct Bundles
 {
     std::mutex lock;
@@ -47,7 +47,7 @@ struct Bundles
 
 static Bundles& GetBundles()
 {
-    static Bundles* sBundles = new Bundles; // leaked: usable until the very end
+    static Bundles* sBundles = new Bundles; // never destroyed: usable during exit
     return *sBundles;
 }
 
@@ -70,7 +70,7 @@ __CFBundle::__CFBundle(std::string folder)
 
 // --- finding ---
 
-// A reference more, unless the object is being ended by another thread.
+// Retains an object unless another thread is freeing it.
 static bool RetainLiving(const CFObject* object)
 {
     SInt32 n = object->nRefs.load(std::memory_order_relaxed);
@@ -78,7 +78,7 @@ static bool RetainLiving(const CFObject* object)
     return n > 0;
 }
 
-// The bundle of a path, which must be a folder; one reference. Throws bad_alloc.
+// Returns one reference to the bundle at a path; null unless the path is a folder. Throws bad_alloc.
 static __CFBundle* CreateAt(const std::string& path)
 {
     std::unique_ptr<char, void (*)(void*)> canonical(realpath(path.c_str(), nullptr), std::free);
@@ -105,7 +105,7 @@ CFBundleRef CFBundleCreate(CFAllocatorRef, CFURLRef url)
     }
 }
 
-// The folder that a program's bundle is: three up from X/Contents/MacOS/program, else the program's own.
+// The bundle of a program: X for X/Contents/MacOS/program, otherwise the program's folder.
 static std::string BundleOfProgram(const std::string& program)
 {
     constexpr std::string_view kInside = "/Contents/MacOS";
@@ -131,7 +131,7 @@ static __CFBundle* CreateMain()
 CFBundleRef CFBundleGetMainBundle(void)
 {
     static std::mutex sLock;
-    static constinit __CFBundle* sMain = nullptr; // its reference is never given back
+    static constinit __CFBundle* sMain = nullptr; // never released
     std::lock_guard lock(sLock);
     try {
         if (sMain == nullptr)
@@ -167,7 +167,7 @@ static void ReadInfo(__CFBundle* bundle)
         std::fprintf(stderr, "%s: not a property list\n", path.c_str());
 }
 
-// A text of Info.plist; empty when it has none. Throws bad_alloc.
+// A string of Info.plist; empty if absent. Throws bad_alloc.
 static std::string InfoText(__CFBundle* bundle, CFStringRef key)
 {
     std::call_once(bundle->infoOnce, ReadInfo, bundle);
@@ -176,7 +176,7 @@ static std::string InfoText(__CFBundle* bundle, CFStringRef key)
     return isText ? std::string(static_cast<CFStringRef>(value)->Text()) : std::string();
 }
 
-// The file name of the executable: what Info.plist says, or the bundle's own name without its extension.
+// The file name of the executable: CFBundleExecutable, or the bundle's name without its extension.
 static std::string ExecutableName(CFBundleRef bundle)
 {
     static constinit const __CFString kKey("CFBundleExecutable");
@@ -188,12 +188,12 @@ static std::string ExecutableName(CFBundleRef bundle)
         size_t dot = name.rfind('.');
         name.resize(dot == std::string::npos || dot == 0 ? name.size() : dot);
     }
-    return name.find('/') == std::string::npos ? name : std::string(); // a name, no path
+    return name.find('/') == std::string::npos ? name : std::string(); // a path is refused
 }
 
 // --- resources ---
 
-// The languages of a locale name, best first: "de_AT.UTF-8" gives de_AT, de, German.
+// Appends the languages of a locale name, best first: "de_AT.UTF-8" gives de_AT, de-AT, de, German.
 static void AddLanguage(std::vector<std::string>& languages, std::string locale)
 {
     static constexpr struct
@@ -228,7 +228,7 @@ static void AddLanguage(std::vector<std::string>& languages, std::string locale)
     }
 }
 
-// The names of the .lproj folders to look into: the user's languages, the bundle's own region, English.
+// The .lproj folders to search: the user's languages, the bundle's development region, English.
 static std::vector<std::string> Languages(CFBundleRef bundle)
 {
     static constinit const __CFString kRegion("CFBundleDevelopmentRegion");
@@ -240,7 +240,8 @@ static std::vector<std::string> Languages(CFBundleRef bundle)
             locale = value;
     }
     const char* wanted = std::getenv("LANGUAGE");
-    bool isPlain = locale.empty() || locale == "C" || locale == "POSIX"; // switches LANGUAGE off
+    bool isPlain = locale.empty() || locale == "C"
+        || locale == "POSIX"; // LANGUAGE is ignored in these locales
     std::string list = wanted != nullptr && !isPlain ? wanted : "";
     for (size_t start = 0; start < list.size();) {
         size_t end = std::min(list.find(':', start), list.size());
@@ -259,7 +260,7 @@ static bool Exists(const std::string& path)
     return stat(path.c_str(), &info) == 0;
 }
 
-// The first .lproj folder's version of a file, at last of any language; empty when there is none. Throws
+// Finds a file in the .lproj folders of the languages, then in any .lproj folder. Empty if absent. Throws
 // bad_alloc.
 static std::string FindLocalized(CFBundleRef bundle, const std::string& file)
 {
@@ -276,7 +277,7 @@ static std::string FindLocalized(CFBundleRef bundle, const std::string& file)
         std::string path = folders->path().string() + "/" + file;
         if (folders->path().extension() == ".lproj" && (found.empty() || path < found)
             && Exists(path)) {
-            found = path; // the same one each time
+            found = path; // deterministic: the first in order of names
         }
     }
     return found;
@@ -300,7 +301,8 @@ CFURLRef CFBundleCopyResourceURL(CFBundleRef bundle,
             file += '.';
             file += type->Text();
         }
-        std::string path = bundle->path + "/Contents/Resources/" + file; // hides the localised ones
+        std::string path
+            = bundle->path + "/Contents/Resources/" + file; // takes precedence over localised files
         if (!Exists(path))
             path = FindLocalized(bundle, file);
         struct stat info;
@@ -386,6 +388,6 @@ void* CFBundleGetFunctionPointerForName(CFBundleRef bundle, CFStringRef name)
 void CFBundleUnloadExecutable(CFBundleRef bundle)
 {
     if (void* image = bundle != nullptr ? std::exchange(bundle->image, nullptr) : nullptr) {
-        dlclose(image); // the image's clean-ups run in here and may ask for this bundle
+        dlclose(image); // runs the image's destructors, which may use this bundle
     }
 }

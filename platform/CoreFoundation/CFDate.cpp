@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// CFDate.cpp - points in time, which property lists bring.
+// CFDate.cpp - points in time: the dates of property lists.
 #include "CoreFoundation/CFObject.h"
 
 CFTypeID CFDateGetTypeID(void)

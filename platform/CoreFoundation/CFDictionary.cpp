@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// CFDictionary.cpp - objects under keys: the entries in order of insertion, and an index once there are
-// more than a glance takes in.
+// CFDictionary.cpp - a vector of entries in order of insertion, and a hash index if there are many.
 #include "CoreFoundation/CFObject.h"
 
 #include <CoreFoundation/CFDictionary.h>
@@ -49,7 +48,7 @@ bool __CFDictionary::Equals(const CFObject& object, CFContainerPairs& later) con
     return true;
 }
 
-constexpr size_t kFewEntries = 8; // searched one by one
+constexpr size_t kFewEntries = 8; // searched linearly
 
 __CFDictionary::__CFDictionary()
     : CFContainer(kTypeDictionary)
@@ -91,7 +90,7 @@ const __CFDictionary::Entry* __CFDictionary::Find(CFTypeRef key, CFHashCode hash
     return nullptr;
 }
 
-// The slot that a new entry goes to.
+// The free slot for a new entry.
 size_t __CFDictionary::FreeSlot(CFHashCode hash) const
 {
     size_t slot = hash & (m_slots.size() - 1);
@@ -100,7 +99,7 @@ size_t __CFDictionary::FreeSlot(CFHashCode hash) const
     return slot;
 }
 
-// Numbers all entries anew, so that at least half of the slots stay free; no slots: no index.
+// Rebuilds the index with at least twice as many slots as entries. No slots: no index.
 void __CFDictionary::Index(size_t nSlots)
 {
     m_slots.assign(nSlots, 0);
@@ -208,7 +207,7 @@ void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key, co
     try {
         if (key != nullptr && value != nullptr)
             dictionary->Set(key, value);
-    } catch (...) { // no memory: as before
+    } catch (...) { // no memory: the dictionary is unchanged
     }
 }
 

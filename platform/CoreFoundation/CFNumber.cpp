@@ -19,7 +19,7 @@ struct __CFBoolean final : CFObject
     {
     }
 
-    void End() noexcept override { } // there are only the two constants
+    void End() noexcept override { } // only the two constants exist
 };
 
 static constinit const __CFBoolean sTrue;
@@ -39,7 +39,7 @@ Boolean CFBooleanGetValue(CFBooleanRef boolean)
 
 // --- numbers ---
 
-// Stores `from` as the nearest value of the integer type To; true when it is the same number.
+// Converts to the nearest value of the integer type To. True if the conversion is exact.
 template <typename To, typename From> static bool ConvertToInteger(From from, To& to)
 {
     using Limits = std::numeric_limits<To>;
@@ -49,11 +49,10 @@ template <typename To, typename From> static bool ConvertToInteger(From from, To
                                      : Limits::max();
         return std::in_range<To>(from);
     } else {
-        const From above
-            = std::ldexp(From(1), Limits::digits); // the first number that is too large
+        const From above = std::ldexp(From(1), Limits::digits); // the smallest number out of range
         if (!(from > -above - 1 && from < above)) {
             to = std::isnan(from) ? To(0) : from < 0 ? Limits::min() : Limits::max();
-            // -2^63 - 1 has no double of its own, so the lowest 64-bit value comes here
+            // -2^63 - 1 rounds to -2^63 as a double, so the smallest 64-bit value gets here
             return std::is_signed_v<To> && from == -above;
         }
         to = static_cast<To>(from);
@@ -66,7 +65,8 @@ template <typename To, typename From> static bool Convert(From from, To& to)
     if constexpr (std::is_integral_v<To>) {
         return ConvertToInteger(from, to);
     } else {
-        volatile To rounded = static_cast<To>(from); // a register of the x87 would hold more digits
+        volatile To rounded
+            = static_cast<To>(from); // volatile: x87 registers have excess precision
         to = rounded;
         if constexpr (std::is_integral_v<From>) {
             From back = 0;
@@ -140,7 +140,7 @@ __CFNumber::__CFNumber(double value)
 {
 }
 
-// Calls `use` with a zero of the C type that a number type stands for; `unknown` for other types.
+// Calls `use` with a zero of the C type of a CFNumberType; returns `unknown` for an unknown type.
 template <typename Result, typename Use>
 static Result WithType(CFNumberType type, Result unknown, Use use)
 {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // CFObject.h - the objects behind the Core Foundation references.
-// Every object starts with its class and its count. Constants are constant-initialised, never freed, and
-// keep the count kConstantRefs. Callers check for null where the API documents it.
+// Every object has a type and a reference count. Constants are constant-initialised, never freed, and have
+// the count kConstantRefs. Null is accepted only where the API says so.
 #pragma once
 
 #include <CoreFoundation/CFDate.h>
@@ -28,7 +28,7 @@ constexpr SInt32 kConstantRefs = 0x7FFFFFFF; // the count of a constant
 
 struct CFContainer;
 
-/// Containers whose contents are still to be compared.
+/// Pairs of containers whose contents remain to be compared.
 using CFContainerPairs = std::vector<std::pair<const CFContainer*, const CFContainer*>>;
 
 struct CFObject
@@ -43,20 +43,20 @@ struct CFObject
 
     /// Frees the object, whose count is zero.
     virtual void End() noexcept = 0;
-    /// Compares with another object of the same class; by default none is equal. Containers inside are not
-    /// compared but added to `later`, which may throw bad_alloc.
+    /// Compares with another object of the same type; unequal by default. Nested containers are not compared
+    /// but appended to `later`, which may throw bad_alloc.
     virtual bool Equals(const CFObject&, CFContainerPairs&) const { return false; }
-    /// Equal objects have equal hashes. Keys are strings as a rule, so only theirs tell them apart.
+    /// Equal objects have equal hashes. Only strings are expected as keys, so only they have good ones.
     virtual CFHashCode Hash() const noexcept { return type; }
 
     const UInt32 type; // kTypeString and its like
     mutable std::atomic<SInt32> nRefs;
 
 protected:
-    ~CFObject() = default; // not virtual: a constant needs no destruction at exit
+    ~CFObject() = default; // not virtual: constants must not be destroyed at exit
 };
 
-/// An array or a dictionary. Containers are compared and freed in loops: nesting takes no stack.
+/// An array or a dictionary. Comparing and freeing nested containers does not recurse.
 struct CFContainer : CFObject
 {
     using CFObject::CFObject;
@@ -82,12 +82,12 @@ inline bool CFObject_IsContainer(CFTypeRef object)
     return type == kTypeArray || type == kTypeDictionary;
 }
 
-/// CFEqual for containers too, but throws bad_alloc.
+/// As CFEqual, but throws bad_alloc.
 bool CFObject_Equal(CFTypeRef a, CFTypeRef b);
-/// As CFObject_Equal, with the contents of containers left to `later`.
+/// As CFObject_Equal, but appends containers to `later` instead of comparing their contents.
 bool CFObject_EqualSoFar(CFTypeRef a, CFTypeRef b, CFContainerPairs& later);
 
-/// A constructed object, or null without memory.
+/// Creates an object; null without memory.
 template <typename Object, typename... Arguments>
 Object* CFObject_New(Arguments&&... arguments) noexcept
 {
@@ -119,12 +119,12 @@ struct __CFString final : CFObject
     std::string_view Text() const { return { bytes, nBytes }; }
     bool IsASCII() const { return static_cast<size_t>(nUnits) == nBytes; }
 
-    const char* bytes; // UTF-8 and a zero, right behind the object but for constants
+    const char* bytes; // UTF-8 and a zero, directly behind the object unless it is a constant
     size_t nBytes; // without the zero
     CFIndex nUnits; // 16-bit units
 };
 
-/// A string from valid UTF-8; null when it is not valid or without memory.
+/// Creates a string from UTF-8; null if the text is invalid or without memory.
 CFStringRef CFString_Create(std::string_view text) noexcept;
 
 struct __CFNumber final : CFObject
@@ -211,7 +211,7 @@ struct __CFDictionary final : CFContainer
 
     const Entry* Find(CFTypeRef key) const;
     const Entry* Find(CFTypeRef key, CFHashCode hash) const;
-    void Set(CFTypeRef key, CFTypeRef value); // throws bad_alloc, unchanged then
+    void Set(CFTypeRef key, CFTypeRef value); // throws bad_alloc and is unchanged then
     void Remove(CFTypeRef key);
 
     std::vector<Entry> entries; // in order of insertion
@@ -221,7 +221,7 @@ private:
     void Index(size_t nSlots);
 
     std::vector<UInt32>
-        m_slots; // open addressing: entry number + 1, 0 free; empty while few entries
+        m_slots; // open addressing: index of the entry + 1, or 0; empty with few entries
 };
 
 struct __CFURL final : CFObject
@@ -233,7 +233,7 @@ struct __CFURL final : CFObject
 
     std::string Absolute() const; // throws bad_alloc
 
-    std::string base; // folder that a relative path is bound to; empty for an absolute one
-    std::string path; // without a "/" at its end but for the root; empty: the base itself
+    std::string base; // base folder of a relative path; empty for an absolute one
+    std::string path; // without a final "/" except for the root; empty: the base
     bool isFolder;
 };

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-// CFPreferences.cpp - preferences: one property list file a domain (application, user, host).
-// A domain holds its file as last read and, once something is set, the values to be written. Reading the
-// file again merges: what was set here stays, all else follows the file, entry by entry at any depth. So
-// processes that change different entries lose nothing.
-// - A copy reads a changed file first. A set does not, unless it is the first call since a synchronize: the
-//   caller changes a dictionary as it was copied, so the entries that differ from that copy are the change.
-// - Other values are set whatever was read before: a synchronize compares them with what the file holds.
-// - Writing merges once more under the domain's lock file, which is never removed: a process may be waiting
-//   for it.
+// CFPreferences.cpp - preferences: one property list file for each domain (application, user, host).
+// A domain keeps the file's values as last read and, after a set, the values to write. Reloading the file
+// merges: entries that were set here are kept, all others are taken from the file, at any depth. Processes
+// that change different entries therefore lose no updates.
+// - CFPreferencesCopyValue reloads a changed file. CFPreferencesSetValue does so only as the first call after
+//   a synchronize: callers modify a copied dictionary, so its differences from that copy are the change.
+// - A set of any other value is recorded even if it equals the value last read.
+// - Writing merges again under the domain's lock file. The lock file is never removed: another process may be
+//   waiting for it.
 #include "CoreFoundation/CFObject.h"
 #include "CoreFoundation/PropertyList.h"
 #include "support/BaseFolders.h"
@@ -39,7 +39,7 @@ const CFStringRef kCFPreferencesCurrentHost = &sCurrentHost;
 
 // --- where a domain lives ---
 
-// This machine's number, the same as long as the process lives.
+// The machine's id, read once in a process.
 static const std::string& HostID()
 {
     static const std::string* sHostID = [] {
@@ -65,7 +65,7 @@ static bool IsScope(CFStringRef user, CFStringRef host)
         && host == kCFPreferencesCurrentHost;
 }
 
-// The file of a domain; empty when it has no place.
+// The path of a domain's file; empty if it has none.
 static std::string DomainPath(std::string_view application, bool isAnyUser)
 {
     if (application.find('/') != application.npos || application.find('\0') != application.npos)
@@ -85,11 +85,11 @@ static std::string DomainPath(std::string_view application, bool isAnyUser)
 
 namespace {
 
-// Tells one version of a file from another.
+// Identifies a version of a file.
 struct Version
 {
     bool exists = false;
-    bool isProof = false; // another version cannot have the same stamp
+    bool isProof = false; // no other version can have the same stamp
     dev_t device = 0;
     ino_t inode = 0;
     off_t size = 0;
@@ -111,8 +111,8 @@ struct Version
             && changed.tv_nsec == other.changed.tv_nsec;
     }
 
-    // File systems cut stamps, some to two seconds. Those that keep nanoseconds keep the stamps of our
-    // own writes whole, but other writers get the time of the kernel's last tick.
+    // File systems truncate time stamps, some to two seconds. With nanoseconds our own writes have exact
+    // stamps, but those of other writers have the granularity of the kernel's clock tick.
     bool HasFineStamp() const { return changed.tv_nsec % 1000 != 0; }
     bool IsOlderThanATick(const timespec& now) const
     {
@@ -126,23 +126,24 @@ struct Version
 // A file as it was read.
 struct Contents
 {
-    int error = 0; // errno of the attempt; ENOENT: empty
+    int error = 0; // errno; ENOENT: no file
     bool isDamaged = false;
     Version version;
-    Ref<__CFDictionary*> values; // empty with an error or damage
+    Ref<__CFDictionary*> values; // empty if the file is unreadable or damaged
 };
 
 struct Domain
 {
     bool isAnyUser = false;
     std::string application;
-    std::string path; // empty: no place
-    bool isUnflushed = false; // the file is written, but its folder is not flushed
-    bool isRefused = false; // a value that cannot be kept was set since the last synchronize
-    bool mustLook = true; // nothing was read since the last synchronize
-    Contents read; // last read or written
-    Ref<__CFDictionary*> values; // to be written; the same object as read.values: no change
-    std::map<std::string, Ref<>, std::less<>> plain; // set, and no dictionaries; null: removed
+    std::string path; // empty: no file is possible
+    bool isUnflushed = false; // the file is written, but the flush of its folder failed
+    bool isRefused = false; // an unsupported value was set since the last synchronize
+    bool mustLook = true; // not read since the last synchronize
+    Contents read; // as last read or written
+    Ref<__CFDictionary*> values; // to write; the same object as read.values if nothing was changed
+    std::map<std::string, Ref<>, std::less<>>
+        plain; // values set that are no dictionaries; null: removed
 };
 
 struct Domains
@@ -155,11 +156,11 @@ struct Domains
 
 static Domains& GetDomains()
 {
-    static Domains* sDomains = new Domains; // leaked: usable until the very end
+    static Domains* sDomains = new Domains; // never destroyed: usable during exit
     return *sDomains;
 }
 
-// The domain, made on first use. Throws bad_alloc.
+// Finds or creates a domain. Throws bad_alloc.
 static Domain& FindDomain(Domains& domains, CFStringRef application, bool isAnyUser)
 {
     auto& map = domains.byApplication[isAnyUser];
@@ -180,7 +181,7 @@ static bool IsChanged(const Domain& domain)
     return domain.values.get() != domain.read.values.get();
 }
 
-// Takes over what is on disk, with nothing set.
+// Replaces the values by those on disk; discards changes.
 static void Adopt(Domain& domain, Contents contents)
 {
     domain.values = Ref_Retained(contents.values.get());
@@ -198,7 +199,7 @@ static Contents ReadFile(const std::string& path)
     clock_gettime(CLOCK_REALTIME, &now);
     contents.error
         = path.empty() ? ENOENT : FileBytes_Read(path.c_str(), kPropertyListLargest, xml, &info);
-    if (contents.error == EFBIG) { // no file of ours
+    if (contents.error == EFBIG) { // too large to be ours
         contents.isDamaged = true;
     } else if (contents.error == 0) {
         contents.version = Version(info);
@@ -229,7 +230,7 @@ static CFTypeRef ValueIn(const __CFDictionary* entries, const __CFDictionary::En
 
 namespace {
 
-// Dictionaries that are being merged entry by entry.
+// The state of merging one dictionary.
 struct Merging
 {
     Merging(CFTypeRef under, CFTypeRef baseValue, CFTypeRef ourValue, CFTypeRef diskValue)
@@ -245,7 +246,7 @@ struct Merging
                            [this](const auto& entry) { return ValueIn(ours, entry) == nullptr; });
     }
 
-    // The next entry on disk, then the next of ours that is not on disk; null at the end.
+    // Iterates over the entries on disk, then over ours that are not on disk; null at the end.
     const __CFDictionary::Entry* Next()
     {
         const size_t nOnDisk = disk != nullptr ? disk->entries.size() : 0;
@@ -264,23 +265,23 @@ struct Merging
             merged->Set(entryKey, value);
     }
 
-    CFTypeRef key; // in the dictionary around it
-    const __CFDictionary* base; // null: no dictionary was there
+    CFTypeRef key; // in the enclosing dictionary
+    const __CFDictionary* base; // null if it was no dictionary
     const __CFDictionary* ours;
-    CFTypeRef onDisk; // may be null, or no dictionary
+    CFTypeRef onDisk; // null or any type
     const __CFDictionary* disk;
-    bool isOurs; // it differs from the base
+    bool isOurs; // differs from the base
     size_t next = 0;
     Ref<__CFDictionary*> merged;
 };
 
 } // namespace
 
-// Each value is ours if it differs from `base`, which was read before, else the one on disk. Dictionaries are
-// merged entry by entry when ours replaces one, or one is on disk. Throws bad_alloc.
+// Three-way merge. An entry of ours that differs from `base` (as last read) wins; otherwise the one on disk
+// is taken. A dictionary of ours is merged recursively if base or disk has one there. Throws bad_alloc.
 static Ref<__CFDictionary*> Merge(CFTypeRef base, CFTypeRef ours, CFTypeRef disk)
 {
-    std::vector<Merging> open; // the outermost first: nesting takes no stack
+    std::vector<Merging> open; // outermost first; no recursion
     open.emplace_back(nullptr, base, ours, disk);
     for (;;) {
         if (const auto* entry = open.back().Next()) {
@@ -310,7 +311,7 @@ static Ref<__CFDictionary*> Merge(CFTypeRef base, CFTypeRef ours, CFTypeRef disk
 
 // --- reading ---
 
-// Whether the file is certainly the one that was read.
+// True only if the file is certainly the version that was read.
 static bool IsUnchanged(const Domain& domain)
 {
     struct stat info;
@@ -325,7 +326,7 @@ static bool IsUnreadable(const Contents& contents)
     return contents.error != 0 && contents.error != ENOENT && !contents.isDamaged;
 }
 
-// Sets the values to be written. Equal to those of the file, they are no change. Throws bad_alloc.
+// Sets the values to write. Values equal to the file's count as unchanged. Throws bad_alloc.
 static void SetValues(Domain& domain, Ref<__CFDictionary*> values)
 {
     const bool isEqual = CFObject_Equal(values.get(), domain.read.values.get());
@@ -340,7 +341,7 @@ static void SetIn(__CFDictionary& values, CFStringRef key, CFTypeRef value)
         values.Remove(key);
 }
 
-// Reads the file again if it has changed, and merges what was set into it. Throws bad_alloc.
+// Reloads a changed file and merges pending changes into it. Throws bad_alloc.
 static void Refresh(Domain& domain)
 {
     domain.mustLook = false;
@@ -350,7 +351,7 @@ static void Refresh(Domain& domain)
     if (!IsChanged(domain) && domain.plain.empty()) {
         Adopt(domain, std::move(disk));
     } else if (IsUnreadable(disk)) {
-        domain.read.error = disk.error; // the values read before remain the base of what was set
+        domain.read.error = disk.error; // keep the last good values as the base of pending changes
         domain.read.isDamaged = false;
     } else {
         auto merged = Merge(domain.read.values.get(), domain.values.get(), disk.values.get());
@@ -372,8 +373,7 @@ namespace {
 
 constexpr int kLockTries = 5000; // a millisecond apart
 
-// Holds the domain's lock file. It waits for other processes, but not for ever: whoever may open the file
-// can hold it.
+// Holds the domain's lock file. The wait is bounded, since any process that can open the file can hold it.
 class FileLock
 {
 public:
@@ -382,14 +382,14 @@ public:
     {
         struct stat info;
         if (m_fd >= 0 && fstat(m_fd, &info) == 0 && (info.st_mode & 077) != 0) {
-            fchmod(m_fd, 0600); // an earlier release let everybody open it
+            fchmod(m_fd, 0600); // earlier releases created it world-readable
         }
         m_isHeld = m_fd >= 0 && Wait();
     }
     ~FileLock()
     {
         if (m_fd >= 0) {
-            flock(m_fd, LOCK_UN); // a forked child may have a copy of the descriptor
+            flock(m_fd, LOCK_UN); // explicit: a forked child may share the descriptor
             close(m_fd);
         }
     }
@@ -418,7 +418,7 @@ private:
 
 } // namespace
 
-// Gives a damaged file a name of its own, so that it is never overwritten. Empty when that failed.
+// Renames a damaged file, so that it is not overwritten. Returns the new name; empty on failure.
 static std::string MoveAside(const std::string& path)
 {
     struct stat info;
@@ -427,10 +427,10 @@ static std::string MoveAside(const std::string& path)
         aside = path + ".damaged-" + std::to_string(n);
     if (rename(path.c_str(), aside.c_str()) != 0)
         aside.clear();
-    return aside; // moved, not copied: nothing may fail once the file has its new name
+    return aside; // NRVO: nothing may throw after the rename
 }
 
-// Writes the values over the file as it was read, at `path`. Throws bad_alloc.
+// Writes the values to `path`. Throws bad_alloc.
 static bool WriteFile(Domain& domain, const std::string& path)
 {
     Contents written;
@@ -466,7 +466,7 @@ static bool WriteFile(Domain& domain, const std::string& path)
     return error == 0;
 }
 
-// Makes up for a flush that failed after the file had been written.
+// Repeats a flush that failed after the file was written.
 static bool Flush(Domain& domain)
 {
     std::string path = domain.path;
@@ -475,10 +475,10 @@ static bool Flush(Domain& domain)
     return !domain.isUnflushed;
 }
 
-// Writes what was set, merged into what is on disk under the lock. Throws bad_alloc.
+// Merges pending changes into the file under its lock, and writes it. Throws bad_alloc.
 static bool Write(Domain& domain)
 {
-    std::string path = domain.path; // a link stays a link
+    std::string path = domain.path; // a symbolic link is kept, and its target written
     if (FileBytes_ResolveLinks(path) != 0)
         return false;
     std::string folder = path.substr(0, path.rfind('/'));
@@ -489,15 +489,15 @@ static bool Write(Domain& domain)
         return false;
     Refresh(domain);
     if (IsUnreadable(domain.read)) {
-        return false; // there is something that cannot be read: leave it alone
+        return false; // do not overwrite an unreadable file
     }
     return IsChanged(domain) ? WriteFile(domain, path) : Flush(domain);
 }
 
 // --- the routines ---
 
-// Without memory the values stay those that were read last. None would be worse: a caller who finds no
-// dictionary makes a new one, whose entries replace all that are there.
+// Without memory the last values stay. Returning none would be worse: a caller that finds no dictionary
+// creates one, which would replace the existing one.
 static void TryToRefresh(Domain& domain) noexcept
 {
     try {
@@ -506,7 +506,7 @@ static void TryToRefresh(Domain& domain) noexcept
     }
 }
 
-// Whether a value is under a key; null: whether there is none. Throws bad_alloc.
+// True if the key has this value; for null, if the key is absent. Throws bad_alloc.
 static bool HasValue(const __CFDictionary& values, CFStringRef key, CFTypeRef value)
 {
     const auto* found = values.Find(key);
@@ -539,7 +539,7 @@ void CFPreferencesSetValue(CFStringRef key,
             : Ref<__CFDictionary*>(new __CFDictionary(*domain->values.get()));
         SetIn(*values.get(), key, copy.get());
         if (HasValue(*domain->read.values.get(), key, value)) {
-            SetValues(*domain, std::move(values)); // the last change may have been withdrawn
+            SetValues(*domain, std::move(values)); // this may undo the only change
         } else {
             domain->values = std::move(values);
         }
@@ -600,10 +600,10 @@ Boolean CFPreferencesSynchronize(CFStringRef application, CFStringRef user, CFSt
     try {
         Domain& domain = FindDomain(domains, application, user == kCFPreferencesAnyUser);
         std::string path = DomainPath(domain.application, domain.isAnyUser);
-        if (path != domain.path) { // the environment names another place now
+        if (path != domain.path) { // the environment has changed
             domain.path = path;
             domain.read.error = 0;
-            domain.read.version = Version(); // what was read is of another file
+            domain.read.version = Version(); // belongs to the previous file
         }
         bool isRefused = std::exchange(domain.isRefused, false);
         if (domain.path.empty())

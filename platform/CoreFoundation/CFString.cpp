@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// CFString.cpp - strings, held as UTF-8 in one block.
+// CFString.cpp - immutable strings, stored as UTF-8 behind the object.
 #include "CoreFoundation/CFObject.h"
 #include "support/Utf8.h"
 
@@ -24,7 +24,7 @@ bool __CFString::Equals(const CFObject& other, CFContainerPairs&) const
     return Text() == static_cast<const __CFString&>(other).Text();
 }
 
-// SipHash-1-3 under a key that each process draws anew: nobody can write a file of keys that collide.
+// SipHash-1-3 with a random key for each process, against files with colliding keys.
 CFHashCode __CFString::Hash() const noexcept
 {
     struct Key
@@ -48,7 +48,7 @@ CFHashCode __CFString::Hash() const noexcept
     };
     for (size_t at = 0; at <= nBytes; at += 8) {
         UInt64 block = nBytes - at < 8 ? static_cast<UInt64>(nBytes) << 56
-                                       : 0; // the last one ends in the size
+                                       : 0; // the last block ends in the size
         std::memcpy(&block, bytes + at, std::min<size_t>(nBytes - at, 8));
         v[3] ^= block;
         mix();
@@ -83,7 +83,7 @@ static constexpr char16_t kMacRoman[128] = {
     0x00AF, 0x02D8, 0x02D9, 0x02DA, 0x00B8, 0x02DD, 0x02DB, 0x02C7,
 };
 
-// The characters 80 to 9F of Windows Latin 1; the five that it leaves out keep their number.
+// The characters 80 to 9F of Windows Latin 1; the five unassigned ones map to themselves.
 static constexpr char16_t kWindowsLatin1[32] = {
     0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, // 80
     0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
@@ -93,7 +93,7 @@ static constexpr char16_t kWindowsLatin1[32] = {
 
 namespace {
 
-// An encoding as the characters of its bytes from 80 on: those of the table, then their own number.
+// An 8-bit encoding: a table of the characters from 80 on; bytes beyond it map to themselves.
 struct EightBit
 {
     const char16_t* table;
@@ -132,7 +132,7 @@ static UInt32 ToCode(const EightBit& encoding, UInt8 byte)
     return byte < encoding.nCharacters ? byte : kUtf8Invalid;
 }
 
-// The byte of a character; -1 when the encoding has none.
+// The byte of a character; -1 if the encoding lacks it.
 static int FromCode(const EightBit& encoding, UInt32 code)
 {
     if (code < 0x80)
@@ -201,8 +201,8 @@ CFStringCreateWithCString(CFAllocatorRef allocator, const char* text, CFStringEn
                                    static_cast<CFIndex>(std::strlen(text)), encoding, false);
 }
 
-// The constants outlive the images that name them, since a reference may be handed on: the table
-// copies each text once and is never freed.
+// Constants outlive the images that use them, because references may be passed on: the table copies each
+// text and is never freed.
 CFStringRef __CFStringMakeConstantString(const char* text)
 {
     static std::mutex sLock;
@@ -213,7 +213,7 @@ CFStringRef __CFStringMakeConstantString(const char* text)
     if (found != sConstants->end())
         return found->second;
     CFStringRef made = CFString_Create(text);
-    if (made == nullptr) { // not 7-bit, against the rule: every byte has a meaning there
+    if (made == nullptr) { // not 7-bit, against the rules: MacRoman accepts every byte
         made = CFStringCreateWithCString(nullptr, text, kCFStringEncodingMacRoman);
     }
     if (made != nullptr) {
@@ -245,7 +245,7 @@ const char* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding encoding)
     EightBit eightBit;
     bool isHeldSo = encoding == kCFStringEncodingUTF8
         || (string->IsASCII() && FindEightBit(encoding, eightBit));
-    // A zero inside would end the text early for the caller.
+    // Null for a text with a zero, which the caller would see cut short.
     return isHeldSo && std::strlen(string->bytes) == string->nBytes ? string->bytes : nullptr;
 }
 

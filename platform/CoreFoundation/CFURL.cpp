@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// CFURL.cpp - file locations, as paths.
+// CFURL.cpp - file URLs, stored as paths.
 #include "CoreFoundation/CFObject.h"
 #include "CoreServices/FileRefs.h"
 
@@ -69,7 +69,7 @@ CFURLRef CFURLCreateCopyDeletingLastPathComponent(CFAllocatorRef, CFURLRef url)
         std::string path = url->path;
         size_t slash = path.rfind('/');
         std::string last = path.substr(slash == std::string::npos ? 0 : slash + 1);
-        if (last == ".." || last == "." || path.empty()) { // its parent has no shorter text
+        if (last == ".." || last == "." || path.empty()) { // the parent needs one more ".."
             path += path.empty() ? ".." : "/..";
         } else if (slash == std::string::npos) {
             path.clear();

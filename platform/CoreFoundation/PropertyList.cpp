@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // PropertyList.cpp - property lists in XML.
-// The reader is our own: the packaged library takes a number it cannot hold for another one, decodes
-// reals by the process's locale and needs quadratic time for text with many entities.
+// Why not libplist: it changes numbers out of its range, parses reals in the process's locale and takes
+// quadratic time for texts with many entities.
 #include "CoreFoundation/PropertyList.h"
 
 #include "CoreFoundation/CFObject.h"
@@ -20,7 +20,7 @@
 #include <unordered_set>
 #include <vector>
 
-// The object, which was not made only if memory ran out.
+// Checks the result of a creation that fails only without memory.
 template <typename Pointer> static Pointer Made(Pointer object)
 {
     if (object == nullptr)
@@ -169,8 +169,7 @@ static std::string FormatReal(double value)
 
 namespace {
 
-// An array or a dictionary that is being filled. Reader and copier keep the open ones in a vector: nesting
-// takes memory but no stack.
+// An array or a dictionary under construction. Reader and copier keep them in a vector instead of recursing.
 class OpenContainer
 {
 public:
@@ -185,7 +184,7 @@ public:
     const char* Name() const { return m_dictionary ? "dict" : "array"; }
     bool NeedsKey() const { return static_cast<bool>(m_dictionary); }
 
-    // Takes the key of the next value; false for null.
+    // Sets the key of the next value; false for null.
     bool SetKey(CFStringRef owned)
     {
         m_key = Ref<>(owned);
@@ -198,7 +197,7 @@ public:
             m_dictionary->Set(m_key.get(), value.get());
         } else {
             m_array->values.push_back(value.get());
-            value.release(); // now the array's
+            value.release(); // the array owns it now
         }
     }
 
@@ -213,7 +212,7 @@ private:
     Ref<> m_key;
 };
 
-// Steps through the values of a container.
+// Iterates over the values of a container.
 class Walk
 {
 public:
@@ -225,7 +224,7 @@ public:
     CFTypeRef Container() const { return m_container; }
     bool IsDictionary() const { return CFGetTypeID(m_container) == kTypeDictionary; }
 
-    // The next value, and its key in a dictionary; null at the end.
+    // The next value, and its key if this is a dictionary; null at the end.
     CFTypeRef Next(CFTypeRef& key)
     {
         if (!IsDictionary()) {
@@ -289,7 +288,7 @@ private:
         return isThere;
     }
 
-    // What stands before the next `end`, which is skipped; nothing when there is no such end.
+    // Consumes the text up to and including `end`; returns the part before it. Nothing if `end` is absent.
     std::optional<std::string_view> Until(std::string_view end)
     {
         size_t n = m_rest.find(end);
@@ -308,7 +307,7 @@ private:
             bool isSkipped = Skip("<!--") ? Until("-->").has_value()
                 : Skip("<?")              ? Until("?>").has_value()
                 : Skip("<!DOCTYPE")       ? Until(">").value_or("[").find('[') == before.npos
-                                          : false; // own entities could follow a "["
+                                          : false; // a "[" could declare entities
             if (!isSkipped) {
                 m_rest = before;
                 return;
@@ -316,7 +315,7 @@ private:
         }
     }
 
-    // The tag that comes next; one without a name when there is none.
+    // Consumes the next tag. Its name is empty if no tag follows.
     Tag NextTag()
     {
         SkipBetweenTags();
@@ -335,7 +334,7 @@ private:
         return tag;
     }
 
-    // The text up to the end tag of `tag`, decoded.
+    // Consumes and decodes the text up to the end tag of `tag`.
     std::optional<std::string> Text(const Tag& tag)
     {
         std::string text;
@@ -363,7 +362,7 @@ private:
         return text;
     }
 
-    // XML has one line end: the pair and the lone carriage return both stand for it.
+    // Normalises line ends as XML does: CR LF and CR become LF.
     static void AppendLines(std::string_view raw, std::string& text)
     {
         for (size_t i = 0; i < raw.size(); ++i) {
@@ -380,7 +379,7 @@ private:
             size_t n = std::min(raw.find('&'), raw.size());
             AppendLines(raw.substr(0, n), text);
             raw.remove_prefix(n);
-            size_t end = raw.substr(0, 16).find(';'); // "&#x0000000000041;" is nobody's writing
+            size_t end = raw.substr(0, 16).find(';'); // no valid entity is longer
             if (!raw.empty()) {
                 if (end == raw.npos || !DecodeEntity(raw.substr(1, end - 1), text))
                     return false;
@@ -414,10 +413,10 @@ private:
         return true;
     }
 
-    // The value that comes next, with all that is inside it.
+    // Consumes the next value with its contents.
     CFTypeRef CreateValue()
     {
-        std::vector<OpenContainer> open; // the outermost first
+        std::vector<OpenContainer> open; // outermost first
         for (;;) {
             Tag tag = NextTag();
             Ref<> value;
@@ -449,7 +448,7 @@ private:
         }
     }
 
-    // Null for any other tag and for damaged text.
+    // Null if the tag is no <key> or its text is damaged.
     CFStringRef CreateKey(const Tag& tag)
     {
         std::optional<std::string> text
@@ -457,7 +456,7 @@ private:
         return text ? Made(CFString_Create(*text)) : nullptr;
     }
 
-    // A value that is no container.
+    // Any value other than a container.
     CFTypeRef CreateScalar(const Tag& tag)
     {
         std::optional<std::string> text = Text(tag);
@@ -517,7 +516,7 @@ static void AppendText(std::string& xml, std::string_view text)
         default:
             if (static_cast<UInt8>(character) >= ' ') {
                 xml += character;
-            } else { // raw, a reader would change or refuse it
+            } else { // as a reference: readers change or refuse raw control characters
                 xml += "&#" + std::to_string(static_cast<int>(character)) + ";";
             }
         }
@@ -564,7 +563,7 @@ static void AppendScalar(std::string& xml, CFTypeRef value)
     }
 }
 
-// A tab a level, but not more than that: with all of them a deep list would take quadratic space.
+// One tab for each level, bounded: a deep list would take quadratic space otherwise.
 static void AppendIndent(std::string& xml, size_t depth)
 {
     constexpr size_t kDeepestIndent = 8;
@@ -574,7 +573,7 @@ static void AppendIndent(std::string& xml, size_t depth)
 bool PropertyList_FormatXML(CFPropertyListRef value, std::string& xml)
 {
     xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n";
-    std::vector<Walk> open; // the containers around `value`, the outermost first
+    std::vector<Walk> open; // the containers around `value`, outermost first
     while (value != nullptr && xml.size() <= kPropertyListLargest) {
         AppendIndent(xml, open.size());
         if (CFObject_IsContainer(value)) {
@@ -610,7 +609,7 @@ static bool IsText(CFTypeRef object)
         && static_cast<CFStringRef>(object)->Text().find('\0') == std::string_view::npos;
 }
 
-// One reference; null for what a property list cannot hold.
+// Returns one reference; null if a property list cannot hold the value.
 static CFTypeRef CopyScalar(CFTypeRef value)
 {
     switch (CFGetTypeID(value)) {
@@ -633,7 +632,7 @@ static CFTypeRef CopyScalar(CFTypeRef value)
 
 namespace {
 
-// A container that is being copied.
+// The state of copying one container.
 struct Copying
 {
     explicit Copying(CFTypeRef container)
@@ -650,8 +649,8 @@ struct Copying
 
 CFPropertyListRef PropertyList_CreateDeepCopy(CFPropertyListRef value)
 {
-    std::vector<Copying> open; // the outermost first
-    std::unordered_set<CFTypeRef> around; // their sources: one that holds itself has no end
+    std::vector<Copying> open; // outermost first
+    std::unordered_set<CFTypeRef> around; // their sources, to detect cycles
     for (;;) {
         if (CFObject_IsContainer(value)) {
             if (!around.insert(value).second)

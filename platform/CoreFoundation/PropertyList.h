@@ -12,17 +12,16 @@
 
 constexpr size_t kPropertyListLargest = 64 << 20; // bytes of XML
 
-/// Reads XML in UTF-8. Strict: whatever it cannot represent exactly it refuses, so that reading and
-/// writing back loses nothing.
-///   returns  one reference; null when the text is damaged or too large
+/// Parses XML in UTF-8. Refuses what it cannot represent exactly, so reading and writing back loses nothing.
+///   returns  one reference; null if the text is damaged or too large
 CFPropertyListRef PropertyList_CreateFromXML(std::string_view xml);
 
 /// Writes a value that PropertyList_CreateDeepCopy or PropertyList_CreateFromXML made, or a dictionary of
 /// such values. The indentation stops at eight tabs.
-///   returns  false when the text becomes larger than kPropertyListLargest
+///   returns  false if the text would exceed kPropertyListLargest
 bool PropertyList_FormatXML(CFPropertyListRef value, std::string& xml);
 
-/// A copy that nobody else can change.
-///   returns  one reference; null for what a property list cannot hold: other classes, keys that are no
-///            strings, text with a zero, a container inside itself
+/// Copies a value deeply.
+///   returns  one reference; null if a property list cannot hold the value: other types, keys that are no
+///            strings, a text with a zero, a cycle
 CFPropertyListRef PropertyList_CreateDeepCopy(CFPropertyListRef value);

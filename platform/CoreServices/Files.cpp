@@ -23,8 +23,8 @@ static_assert(sizeof(HFSUniStr255) == 512);
 namespace {
 
 constexpr UInt32 kMagic = 0x46535266; // 'FSRf'
-constexpr SInt16 kVolume = -100; // there is one volume
-constexpr SInt32 kRootParent = 1; // the folder that the root stands in
+constexpr SInt16 kVolume = -100; // the only volume
+constexpr SInt32 kRootParent = 1; // the parent of the root
 
 struct Table
 {
@@ -37,7 +37,7 @@ struct Table
 
 static Table& GetTable()
 {
-    static Table* sTable = new Table; // leaked: references may be used until the very end
+    static Table* sTable = new Table; // never destroyed: usable during exit
     return *sTable;
 }
 
@@ -102,7 +102,7 @@ OSStatus FileRefs_Error(int error)
 
 // --- the routines ---
 
-// A missing item is one error, a missing folder on the way another.
+// Distinguishes a missing item from a missing parent folder.
 static OSStatus MissingError(const char* path)
 {
     std::string_view folder(path);
@@ -144,7 +144,7 @@ static HFSUniStr255 UnicodeName(std::string_view name)
         = [&result](UInt32 unit) { result.unicode[result.length++] = static_cast<UniChar>(unit); };
     const UInt8* p = reinterpret_cast<const UInt8*>(name.data());
     const UInt8* end = p + name.size();
-    while (p < end && result.length < 254) { // a character may take two units
+    while (p < end && result.length < 254) { // leaves room for a surrogate pair
         UInt32 code = Utf8_Next(p, end);
         if (code == kUtf8Invalid)
             code = 0xFFFD;
@@ -164,7 +164,7 @@ static FSSpec MakeFSSpec(std::string_view name, SInt32 parent)
     fsSpec.vRefNum = kVolume;
     fsSpec.parID = parent;
     size_t n = std::min(name.size(), sizeof(fsSpec.name) - 1);
-    while (n < name.size() && n > 0 && (name[n] & 0xC0) == 0x80) { // not through a character
+    while (n < name.size() && n > 0 && (name[n] & 0xC0) == 0x80) { // do not split a character
         --n;
     }
     fsSpec.name[0] = static_cast<unsigned char>(n);

@@ -10,10 +10,10 @@ namespace {
 constexpr size_t kTypeSize = 8;
 constexpr size_t kReferenceSize = 12;
 constexpr size_t kMaxContent = 64u
-    << 20; // bytes: resources may share theirs, copies of them may not grow so
+    << 20; // bytes: resources may share data, so their sum can exceed the file
 constexpr uint16_t kNoName = 0xFFFF;
 
-/// A stretch of the file. Reads outside of it give zero and set the failure that Parse looks at.
+/// A range of the file. Reads out of range return zero and set the failure flag that Parse checks.
 class Span
 {
 public:
@@ -72,7 +72,7 @@ std::optional<ResourceFile> ResourceFile::Parse(const uint8_t* bytes, size_t siz
     const Span map = file.Sub(file.U32(4), file.U32(12));
     const size_t typeList = map.U16(24);
     const size_t nameList = map.U16(26);
-    const size_t typeCount = (map.U16(typeList) + 1u) & 0xFFFF; // FFFF: none
+    const size_t typeCount = (map.U16(typeList) + 1u) & 0xFFFF; // FFFF means 0
     if (failed || nameList > map.Size())
         return std::nullopt;
 

@@ -51,7 +51,7 @@ struct Chain
 
 static Chain& GetChain()
 {
-    static Chain* sChain = new Chain; // leaked: usable until the very end
+    static Chain* sChain = new Chain; // never destroyed: usable during exit
     return *sChain;
 }
 
@@ -73,7 +73,7 @@ void Resources_SetError(OSErr error)
 
 // --- files ---
 
-constexpr size_t kLargestFile = 32 << 20; // the format holds 16 MB of data
+constexpr size_t kLargestFile = 32 << 20; // the format allows 16 MB of data
 
 OSErr Resources_ReadFile(const std::string& path, std::vector<ResourceFile>& files)
 {
@@ -88,7 +88,7 @@ OSErr Resources_ReadFile(const std::string& path, std::vector<ResourceFile>& fil
     return noErr;
 }
 
-// A number that no open file has; 0 when all are taken.
+// An unused reference number; 0 if all are in use.
 static SInt16 FreeNumber(Chain& chain)
 {
     for (int tries = 0; tries < 0x7FFF; ++tries) {
@@ -137,7 +137,7 @@ void UseResFile(SInt16 refNum)
 OSErr FSOpenResourceFile(const FSRef* ref, UInt16 nameLength, const UniChar*, SInt8, SInt16* refNum)
 {
     Chain& chain = GetChain();
-    if (ref == nullptr || refNum == nullptr || nameLength != 0) { // only data forks
+    if (ref == nullptr || refNum == nullptr || nameLength != 0) { // only data forks are supported
         return chain.error = paramErr;
     }
     *refNum = kResFileNotOpened;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Resources.h - how the rest of the platform puts a resource file on the chain.
+// Resources.h - opens resource files for the rest of the platform.
 #pragma once
 
 #include "Resources/ResourceFile.h"
@@ -13,10 +13,10 @@
 ///   returns  noErr; mapReadErr for a damaged one; fnfErr, afpAccessDenied, ioErr ...
 OSErr Resources_ReadFile(const std::string& path, std::vector<ResourceFile>& files);
 
-/// Joins files to one map on top of the chain and makes it current; the first one that has a resource
-/// wins. ResError tells the result.
-///   returns  a number of its own for each call; kResFileNotOpened when there is no file or no free number
+/// Puts files as one map on top of the chain and makes it current. The first file that has a resource wins.
+/// Sets ResError.
+///   returns  a unique reference number; kResFileNotOpened without a file or a free number
 SInt16 Resources_OpenMap(std::vector<ResourceFile> files);
 
-/// Sets what ResError answers.
+/// Sets the result of ResError.
 void Resources_SetError(OSErr error);

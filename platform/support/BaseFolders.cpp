@@ -7,7 +7,7 @@
 #include <string_view>
 #include <sys/stat.h>
 
-// A path without the "/" at its end; relative ones count as unset, as the rules of these variables ask.
+// Strips the final "/". Relative paths count as unset, as the XDG rules require.
 static std::string AbsoluteOrEmpty(std::string_view path)
 {
     if (!path.starts_with('/'))
@@ -19,7 +19,7 @@ static std::string AbsoluteOrEmpty(std::string_view path)
 
 static std::string_view Variable(const char* name)
 {
-    const char* value = secure_getenv(name); // not where the process has more rights than its user
+    const char* value = secure_getenv(name); // null in a set-user-id process
     return value != nullptr ? value : "";
 }
 
@@ -55,7 +55,7 @@ int BaseFolders_Make(const std::string& path, unsigned mode)
         end = path.find('/', end);
         std::string folder = path.substr(0, end);
         if (mkdir(folder.c_str(), mode) != 0 && errno != EEXIST) {
-            // A parent that cannot be written to may well exist.
+            // The parent may exist although it is not writable.
             int error = errno;
             if (stat(folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
                 return error;

@@ -24,7 +24,7 @@ static int ReadAll(int fd, size_t limit, std::string& bytes, struct stat& info)
         ssize_t n = read(fd, bytes.data() + nRead, bytes.size() - nRead);
         if (n < 0 && errno != EINTR)
             return errno;
-        if (n == 0) { // it became shorter meanwhile
+        if (n == 0) { // the file was truncated meanwhile
             break;
         }
         if (n > 0)
@@ -70,14 +70,14 @@ bool FileBytes_IsUnsupported(int error)
         || error == ENOLCK;
 }
 
-// The error of a call, but 0 when the file system has no such operation.
+// The error of a call; 0 if the file system does not support the operation.
 static int ErrorIfSupported(int result)
 {
     return result == 0 || FileBytes_IsUnsupported(errno) ? 0 : errno;
 }
 
-// The kernel's own time stamps tick every few milliseconds. With a finer one, two versions of a file
-// differ in it even when size and inode number come out the same.
+// Sets an exact time stamp: the kernel's own have the granularity of its clock tick, too coarse to tell two
+// versions with the same size and inode number apart.
 static int Stamp(int fd)
 {
     timespec times[2] = { { 0, UTIME_OMIT }, { 0, 0 } };
@@ -101,7 +101,7 @@ static int WriteTemporary(int fd, std::string_view bytes, mode_t mode, struct st
     return error;
 }
 
-// A descriptor of the folder that `path` stands in; -1 with errno. Throws bad_alloc.
+// Opens the folder of `path`; -1 with errno. Throws bad_alloc.
 static int OpenFolder(const std::string& path)
 {
     size_t slash = path.rfind('/');
@@ -130,7 +130,7 @@ static int ReplaceIn(int folder,
                      mode_t mode,
                      struct stat* info)
 {
-    // Whatever has the name, a writer that was killed or somebody else has left it.
+    // Left by a killed writer, or planted by another user.
     unlink(temporary);
     int fd = open(temporary, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
     if (fd < 0)
@@ -155,7 +155,7 @@ int FileBytes_Replace(const std::string& path,
 {
     try {
         std::string temporary = path + ".tmp";
-        int folder = OpenFolder(path); // first, so that little can fail once the name is taken over
+        int folder = OpenFolder(path); // first: after the rename only its fsync can fail
         if (folder < 0)
             return errno;
         int error = ReplaceIn(folder, temporary.c_str(), path.c_str(), bytes, mode, info);
@@ -168,7 +168,7 @@ int FileBytes_Replace(const std::string& path,
 
 int FileBytes_ResolveLinks(std::string& path) noexcept
 {
-    constexpr int kMostLinks = 40; // as the kernel
+    constexpr int kMostLinks = 40; // as in the kernel
     try {
         char target[PATH_MAX];
         for (int i = 0; i < kMostLinks; ++i) {
