@@ -45,11 +45,11 @@ Arguments Parse(const std::vector<Command>& commands, char** argv)
             const std::string name(word.substr(2, equals - 2));
             const char* value = equals == word.npos ? "" : *argv + equals + 1;
             if (!isKnown(name + "=") && (!isKnown(name) || equals != word.npos))
-                FailUsage("no option " + std::string(word));
+                FailUsage("unknown option " + std::string(word));
             if (isKnown(name + "=") && equals == word.npos)
                 value = *++argv;
             if (value == nullptr || !arguments.options.emplace(name, value).second)
-                FailUsage("one value, please: --" + name);
+                FailUsage("--" + name + " takes one value, once");
         } else {
             arguments.words.push_back(*argv);
         }
@@ -62,19 +62,19 @@ const Command& TakeCommand(const std::vector<Command>& commands, Arguments& argu
     auto command = commands.begin();
     if (commands.size() > 1) {
         if (arguments.words.empty())
-            FailUsage("no command");
+            FailUsage("no command given");
         const std::string name = arguments[0];
         command = std::find_if(commands.begin(), commands.end(),
                                [&](const Command& each) { return name == each.name; });
         if (command == commands.end())
-            FailUsage("no command " + name);
+            FailUsage("unknown command " + name);
         arguments.words.erase(arguments.words.begin());
     }
     if (arguments.words.size() != command->words)
         FailUsage(std::string("wrong number of arguments for ") + command->name);
     for (const auto& [option, value] : arguments.options) {
         if (!Takes(*command, option) && !Takes(*command, option + "="))
-            FailUsage("--" + option + " is not for " + command->name);
+            FailUsage("--" + option + " does not apply to " + command->name);
     }
     return *command;
 }

@@ -21,19 +21,20 @@ const char kHelp[]
       "               [--snapshot OUT.png] [--module BUNDLE]\n"
       "\n"
       "--picture   an image: PNG, JPEG, SVG (package libqt6svg6); scaled to 440 x 260 points\n"
-      "--density   pixels a point of that image (default 1)\n"
+      "--density   pixels per point of that image (default 1)\n"
       "--bundle    the bundle whose resource file holds 'PICT' N (default 128)\n"
-      "--version   the version line; none hides it. Alone: the version of this tool\n"
-      "--text      the extra line; none hides it\n"
+      "--version   the version line; omit to hide it. As the only argument: prints this tool's "
+      "version\n"
+      "--text      the extra line; omit to hide it\n"
       "--style     1: light text, for dark pictures\n"
-      "--parent    the X11 id of a window that the box stands over and blocks, 12345 or 0x3039\n"
-      "--snapshot  save a picture of the box and close it; needs no display\n"
-      "--module    the module, where it is not found beside this program\n"
+      "--parent    the X11 id (12345 or 0x3039) of the window that the box belongs to and blocks\n"
+      "--snapshot  saves an image of the box and closes it; needs no display\n"
+      "--module    the module bundle, unless it is installed beside this program\n"
       "\n"
       "An IMAGE named - is standard input, an OUT.png standard output.\n"
-      "exit codes: 0 shown, 1 it could not be, 2 wrong arguments\n";
+      "exit codes: 0 shown, 1 not shown, 2 wrong arguments\n";
 
-/// Puts an image into a bundle of its own below `folder`.
+/// Creates a bundle below `folder` that holds an image.
 std::string MakeBundle(const QString& folder, const Arguments& arguments, int id)
 {
     const char* image = arguments.Get("picture");
@@ -48,7 +49,7 @@ std::string MakeBundle(const QString& folder, const Arguments& arguments, int id
     return QFile::encodeName(path).toStdString();
 }
 
-/// Fails for a bundle without the picture, for which a box would show the module's own one.
+/// Fails for a bundle without the picture: the box would show the module's default picture.
 void RequirePicture(const std::string& path, int id)
 {
     const CFURLRef url = CFURLCreateFromFileSystemRepresentation(
@@ -81,7 +82,7 @@ void TakeSnapshot(EventLoopTimerRef, void* userData)
 /// Shows the box over a window, or in the middle of the screen.
 int ShowBox(const Arguments& arguments, VeltranoModuleRef module, const std::string& host, int id)
 {
-    QWidget screen; // never shown: it only says where the middle is
+    QWidget screen; // never shown: it covers the screen, so the box is centred there
     screen.setGeometry(QGuiApplication::primaryScreen()->availableGeometry());
     const long parentId = arguments.GetInteger("parent", 0, 0, UINT32_MAX);
     const WindowRef parent = parentId == 0
@@ -97,7 +98,7 @@ int ShowBox(const Arguments& arguments, VeltranoModuleRef module, const std::str
     return result;
 }
 
-/// Chooses what to show the box on, where the user has not: the toolkit ends the process where there is nothing.
+/// Chooses the platform unless the user did: without a display the toolkit would end the process.
 void ChooseDisplay(const Arguments& arguments)
 {
     if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
@@ -109,7 +110,7 @@ void ChooseDisplay(const Arguments& arguments)
         qputenv("QT_QPA_PLATFORM", "xcb"); // under Wayland, too
     } else if (!hasX && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY")) {
         if (!arguments.Has("snapshot"))
-            Fail("no display: say --snapshot");
+            Fail("no display; use --snapshot");
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
 }
@@ -129,7 +130,7 @@ void Show(const Arguments& arguments)
     const VeltranoModuleRef module = VeltranoOpenModule(path);
     if (module == nullptr) {
         Fail(path != nullptr ? std::string("no module at ") + path
-                             : "no module is installed: say --module");
+                             : "no module is installed; use --module");
     }
     const QTemporaryDir folder;
     std::string host = arguments.Get("bundle");

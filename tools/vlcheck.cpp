@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// vlcheck.cpp - examines a module bundle as a host meets it, and says what is wrong.
+// vlcheck.cpp - checks a module bundle the way a host uses it.
 #include "tools/CommandLine.h"
 
 #include <Carbon/Carbon.h>
@@ -18,10 +18,10 @@ namespace {
 const char kHelp[]
     = "usage: vlcheck BUNDLE\n"
       "\n"
-      "Loads a module bundle, looks at its table and unloads it. Checks that it loads without a\n"
-      "word, has its interface file, exports GetEntryTable and nothing else, gives the same table\n"
-      "each time with the About entries at positions 0 and 10, and leaves the process.\n"
-      "exit codes: 0 all is well, 1 something is wrong (a line each), 2 wrong arguments\n";
+      "Loads and unloads a module bundle. Checks that it loads without output, has its interface\n"
+      "file, exports only GetEntryTable, always returns the same table with the About entries at\n"
+      "positions 0 and 10, and leaves the process.\n"
+      "exit codes: 0 no faults, 1 faults (one line each), 2 wrong arguments\n";
 
 int sFaults = 0;
 
@@ -31,7 +31,7 @@ void Report(bool isWell, const char* what)
     sFaults += isWell ? 0 : 1;
 }
 
-/// Loads and unloads a bundle in a process of its own, which a faulty one may end. True if nothing was printed.
+/// Loads and unloads a bundle in a child process, because a faulty one may crash. True if nothing was printed.
 bool LoadsQuietly(CFBundleRef bundle)
 {
     FILE* output = tmpfile();
@@ -54,7 +54,7 @@ bool LoadsQuietly(CFBundleRef bundle)
     return status == 0 && isQuiet;
 }
 
-/// The symbols that a loaded executable defines for others: all that the loader's hash table lists.
+/// The symbols that a loaded executable exports: those in its hash table.
 std::vector<std::string> ExportedSymbols(const link_map& executable)
 {
     const char* strings = nullptr;
@@ -71,14 +71,13 @@ std::vector<std::string> ExportedSymbols(const link_map& executable)
     }
     if (hash == nullptr)
         Fail("no GNU hash table in the executable");
-    const uint32_t first
-        = hash[1]; // the rest of the header: numbers of buckets and filter words, a shift
+    const uint32_t first = hash[1]; // header: bucket count, first symbol, filter words, shift
     const uint32_t* const buckets = hash + 4 + hash[2] * (sizeof(ElfW(Addr)) / sizeof *hash);
     const uint32_t* const chains = buckets + hash[0];
     std::vector<std::string> names;
     for (const uint32_t* bucket = buckets; bucket != chains; ++bucket) {
         uint32_t i
-            = std::max(*bucket, first); // of a chain, whose last hash is odd; 0 for an empty one
+            = std::max(*bucket, first); // start of a chain, whose last hash is odd; 0 if empty
         for (bool isLast = *bucket == 0; !isLast; ++i) {
             names.emplace_back(strings + symbols[i].st_name);
             isLast = (chains[i - first] & 1) != 0;
@@ -90,7 +89,7 @@ std::vector<std::string> ExportedSymbols(const link_map& executable)
 void CheckTable(GetEntryTableProc get)
 {
     const EntryPoint* table = get();
-    Report(table != nullptr && table == get(), "gives the same table each time");
+    Report(table != nullptr && table == get(), "returns the same table each time");
     if (table == nullptr)
         return;
     Report(table[kEntryShowAboutBoxSimple] != nullptr && table[kEntryShowAboutBox] != nullptr,
@@ -119,7 +118,7 @@ void Check(const Arguments& arguments)
         CFRelease(url);
     if (bundle == nullptr)
         Fail(std::string("no bundle at ") + arguments[0]);
-    Report(LoadsQuietly(bundle), "loads and unloads without a word");
+    Report(LoadsQuietly(bundle), "loads and unloads without output");
     Report(HasInterfaceFile(bundle), "has its interface file");
     const auto get = reinterpret_cast<GetEntryTableProc>(
         CFBundleGetFunctionPointerForName(bundle, CFSTR("GetEntryTable")));
@@ -128,10 +127,10 @@ void Check(const Arguments& arguments)
     const bool isFound = get != nullptr
         && dladdr1(reinterpret_cast<void*>(get), &info, reinterpret_cast<void**>(&executable),
                    RTLD_DL_LINKMAP);
-    Report(isFound, "loads and gives GetEntryTable");
+    Report(isFound, "loads and exports GetEntryTable");
     if (isFound) {
         Report(ExportedSymbols(*executable) == std::vector<std::string> { "GetEntryTable" },
-               "exports GetEntryTable and nothing else");
+               "exports nothing but GetEntryTable");
         CheckTable(get);
         const std::string path = executable->l_name;
         CFBundleUnloadExecutable(bundle);

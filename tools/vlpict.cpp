@@ -23,7 +23,7 @@ const char kHelp[]
       "       vlpict draw FILE [--id N] [--scale S] OUT.png\n"
       "\n"
       "add       puts an image (PNG, JPEG, .pict, or SVG with the package libqt6svg6) into a\n"
-      "          resource file as 'PICT' N; both are made when they are missing. --density 2: the\n"
+      "          resource file as 'PICT' N, and creates a missing file. --density 2: the\n"
       "          image has, or an SVG is drawn with, 2 pixels a point\n"
       "list      type, id, bytes and name of each resource\n"
       "extract   writes a resource's bytes; to OUT.png or OUT.pict a picture as such a file\n"
@@ -38,7 +38,7 @@ ResourceFile ParseResources(const std::string& bytes, const char* path)
 {
     auto file = ResourceFile::Parse(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
     if (!file)
-        Fail(std::string(path) + " is no resource file");
+        Fail(std::string(path) + " is not a resource file");
     return std::move(*file);
 }
 
@@ -46,7 +46,7 @@ void WriteResources(const char* path, const ResourceWriter& file)
 {
     const auto bytes = file.Serialize();
     if (!bytes)
-        Fail(std::string(path) + " would pass what a resource file holds");
+        Fail(std::string(path) + " would exceed the size limit of a resource file");
     WriteOutput(path, *bytes);
 }
 
@@ -77,7 +77,7 @@ const ResourceFile::Resource& FindResource(const ResourceFile& file, const Argum
     return *resource;
 }
 
-/// The bare picture of a .pict file, with or without its 512 bytes in front; empty for other files.
+/// The picture data of a .pict file, with or without the 512-byte header; empty for other files.
 std::string PictureOfFile(const std::string& bytes)
 {
     for (const size_t offset : { 512u, 0u }) {
@@ -97,7 +97,7 @@ void SaveDrawing(const Bytes& picture, const Arguments& arguments, const char* o
     const std::string name = std::string("the picture of ") + arguments[0];
     const auto decoded = DecodedPicture::Decode(picture.data(), picture.size());
     if (!decoded)
-        Fail(name + " is damaged or uses what is not known");
+        Fail(name + " is damaged or not supported");
     QImage image((decoded->FrameSize() * scale).toSize().expandedTo(QSize(1, 1)),
                  QImage::Format_RGB32);
     if (image.isNull())
@@ -108,7 +108,7 @@ void SaveDrawing(const Bytes& picture, const Arguments& arguments, const char* o
     SaveImage(image, out);
 }
 
-/// A text between UTF-8 and MacRoman; fails for characters that the other does not have.
+/// Converts between UTF-8 and MacRoman. Fails for characters that the target encoding lacks.
 std::string Convert(const std::string& text, CFStringEncoding from, CFStringEncoding to)
 {
     const CFStringRef string = CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), from);
@@ -118,7 +118,7 @@ std::string Convert(const std::string& text, CFStringEncoding from, CFStringEnco
     if (string != nullptr)
         CFRelease(string);
     if (!isDone)
-        FailUsage("a name has characters of MacRoman alone: " + text);
+        FailUsage("the name has characters outside MacRoman: " + text);
     return converted.c_str();
 }
 

@@ -34,8 +34,9 @@ const char kHelp[]
       "each with --all-users for the entries of all users\n"
       "\n"
       "ENTRY is a path of keys, \"View/Main/Left\": each component but the last is a dictionary.\n"
-      "get      prints the value; exit code 1 when there is none, or a dictionary\n"
-      "list     prints a line an entry: path, type and value between tabs. In paths and strings\n"
+      "get      prints the value; exit code 1 if it is absent or a dictionary\n"
+      "list     prints one line per entry: path, type and value between tabs. In paths and "
+      "strings\n"
       "         \\n, \\r, \\t and \\\\ stand for the characters\n"
       "clear    deletes all entries\n"
       "domains  prints the applications that have entries\n"
@@ -69,7 +70,7 @@ Ref<CFStringRef> ApplicationOf(const Arguments& arguments)
 {
     const std::string name = arguments[0];
     if (name.empty() || name.find('/') != name.npos)
-        FailUsage("no application identifier: " + name);
+        FailUsage("not an application identifier: " + name);
     return MakeString(name);
 }
 
@@ -194,7 +195,7 @@ Ref<CFMutableDictionaryRef> CopyEntries(const Arguments& arguments)
     std::error_code error;
     if (!keys && (fs::exists(FileOf(arguments), error) || error)) {
         ReadInput(FileOf(arguments));
-        Fail(FileOf(arguments) + " is no XML property list with entries");
+        Fail(FileOf(arguments) + " is not an XML property list with entries");
     }
     return entries;
 }

@@ -24,13 +24,13 @@ const char kHelp[]
       "       vlprofile keys FILE SECTION\n"
       "       vlprofile lines FILE SECTION\n"
       "\n"
-      "get          prints the value; exit code 1 when there is none\n"
-      "set          replaces or adds an entry; an empty VALUE removes it. The file and the section "
-      "are made\n"
-      "             when they are missing\n"
+      "get          prints the value; exit code 1 if it is absent\n"
+      "set          replaces or adds an entry; an empty VALUE removes it. Creates a "
+      "missing\n"
+      "             file or section\n"
       "add-line     adds a line to a section unless an equal one is there\n"
-      "remove-line  removes the first equal line of a section; exit code 1 when there is none\n"
-      "sections     prints the section names, one a line\n"
+      "remove-line  removes the first equal line of a section; exit code 1 if it is absent\n"
+      "sections     prints the section names, one per line\n"
       "keys, lines  print a section's keys, or its lines that are not blank\n"
       "\n"
       "Comments, blank lines and order stay as they are; line ends become line feeds. Names are "
@@ -38,8 +38,7 @@ const char kHelp[]
       "A file that an edit would damage is refused before it is written: one with lines of more "
       "than 1022\n"
       "characters, or with \"[name]\" within a line of the section.\n"
-      "exit codes: 0 done, 1 not there, or it could not be read, written or kept, 2 wrong "
-      "arguments\n";
+      "exit codes: 0 done, 1 absent, or the file cannot be read or edited, 2 wrong arguments\n";
 
 const size_t kLongestLine = 1022; // with its line feed
 
@@ -49,7 +48,7 @@ void OpenForReading(ProfileFile& file, const char* path)
         Fail(std::string("cannot read ") + path + ": " + strerror(errno));
 }
 
-/// Before the first look at a file that is to be edited: a device may never end.
+/// Called before a file to edit is read: reading a device may never end.
 void RefuseDevice(const char* path)
 {
     struct stat status;
@@ -57,14 +56,14 @@ void RefuseDevice(const char* path)
         Fail(std::string("cannot write ") + path + ": it is a device");
 }
 
-/// Opens a file for an edit; says so at once when it could not be written back.
+/// Opens a file for an edit. Fails if it is not writable.
 void OpenForWriting(ProfileFile& file, const char* path)
 {
     if (!file.Open(path, "a+"))
         Fail(std::string("cannot write ") + path + ": " + strerror(errno));
 }
 
-/// The name in a section header as a profile sees it, which may stand anywhere in a line.
+/// Finds a section header as ProfileFile does: anywhere in a line.
 bool FindHeader(const std::string& line, size_t& open, std::string& name)
 {
     open = line.find('[');
@@ -75,9 +74,9 @@ bool FindHeader(const std::string& line, size_t& open, std::string& name)
     return true;
 }
 
-/// Refuses an edit of a section before anything is written, if the file would be damaged: where a profile sees
-/// other lines or sections than the file's other readers.
-///   isFound  the entry or line to be changed is there, so that nothing is inserted
+/// Refuses an edit that would damage the file: one where ProfileFile sees other lines or sections than other
+/// INI readers do.
+///   isFound  the entry or line to change exists, so nothing is inserted
 void RequireHarmless(const char* path, const char* section, bool isFound)
 {
     std::ifstream file(path, std::ios::binary);
@@ -100,7 +99,7 @@ void RequireHarmless(const char* path, const char* section, bool isFound)
     }
 }
 
-/// An empty file to try an edit on: what a profile cannot hold must not harm the user's file.
+/// An empty file for a trial of the edit: an impossible entry must not damage the user's file.
 class TrialFile
 {
 public:
@@ -121,7 +120,7 @@ private:
     char m_path[32] = "/tmp/vlprofile.XXXXXX";
 };
 
-/// A section's own lines, without blank ones: GetLines reaches to the end of the file.
+/// The lines of one section that are not blank: GetLines continues to the end of the file.
 std::vector<String> LinesOf(const char* path, const char* section)
 {
     ProfileFile file;
@@ -181,7 +180,7 @@ void Get(const Arguments& words)
     puts(value);
 }
 
-/// Writes an entry and looks whether it is there.
+/// Writes an entry and reads it back. True if it is stored.
 bool SetEntry(const char* path, const char* section, const char* key, const String& value)
 {
     {
@@ -206,11 +205,11 @@ void Set(const Arguments& words)
 {
     const String value(words[3]);
     if (!SetEntry(TrialFile().Path(), words[1], words[2], value))
-        Fail("a profile file cannot hold this entry");
+        Fail("not possible as an entry of a profile file");
     RefuseDevice(words[0]);
     RequireHarmless(words[0], words[1], HasEntry(words[0], words[1], words[2]));
     if (!SetEntry(words[0], words[1], words[2], value))
-        Fail(std::string("the entry cannot be kept in ") + words[0]);
+        Fail(std::string("the entry cannot be stored in ") + words[0]);
 }
 
 bool AddLineTo(const char* path, const char* section, const char* line)
@@ -226,11 +225,11 @@ bool AddLineTo(const char* path, const char* section, const char* line)
 void AddLine(const Arguments& words)
 {
     if (!AddLineTo(TrialFile().Path(), words[1], words[2]))
-        Fail("a profile file cannot hold this line");
+        Fail("not possible as a line of a profile file");
     RefuseDevice(words[0]);
     RequireHarmless(words[0], words[1], false);
     if (!AddLineTo(words[0], words[1], words[2]))
-        Fail(std::string("the line cannot be kept in ") + words[0]);
+        Fail(std::string("the line cannot be stored in ") + words[0]);
 }
 
 void RemoveLine(const Arguments& words)
