@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-// vlDataStream_test.cpp - the text's form, lack of memory, and inputs that fail, wait or never deliver.
+// vlDataStream_test.cpp - lack of memory, and inputs that fail, wait or never deliver. The text is compared
+// with a model in vlDataStream_model.cpp.
 
 #include "System/vlDataStream.h"
-#include "tests/support/CountedNew.h"
+#include "tests/support/FailingNew.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <csignal>
@@ -17,44 +18,28 @@ using namespace Veltrano;
 
 namespace {
 
-TEST(DataOutputFile, FormOfTheText)
-{
-    DataOutputFile output;
-    EXPECT_STREQ(output.GetText(), "");
-    output.writeInt32(0x12345678);
-    output.writeFloat(-2.5f);
-    output.writeInt16(0x51234);
-    EXPECT_STREQ(output.GetText(), "78563412000020C03412");
-    std::string expected = "78563412000020C03412";
-    for (int i = 0; i < 25; ++i) {
-        output.writeByte(0x1AB);
-        expected += "AB";
-    }
-    EXPECT_EQ(expected + "\r\n", output.GetText()) << "35 bytes already end the line";
-}
-
 TEST(DataOutputFile, GrowsPastItsFirstBlockAndSurvivesAFailure)
 {
-    const int nLive = CountedNew::nLive;
+    const int nLive = FailingNew::nLiveArrays;
     {
-        const int nBefore = CountedNew::nCount;
+        const int nBefore = FailingNew::nArrays;
         DataOutputFile output;
         EXPECT_EQ(output.GetCapacity(), 4096);
         while (output.GetLength() < 4092)
             output.writeByte(0);
-        EXPECT_EQ(CountedNew::nCount, nBefore + 1);
+        EXPECT_EQ(FailingNew::nArrays, nBefore + 1);
         output.writeInt64(0);
         const std::string expected = output.GetText();
         const std::vector<char> large(static_cast<size_t>(output.GetCapacity()));
-        CountedNew::nFailAfter = 0;
+        FailingNew::Fail(1);
         EXPECT_THROW(output.write(large.data(), static_cast<SInt32>(large.size())),
                      OutOfMemoryException);
-        CountedNew::nFailAfter = 0;
+        FailingNew::Fail(1);
         EXPECT_THROW(DataOutputFile(), ModuleException);
-        CountedNew::nFailAfter = -1;
+        FailingNew::Stop();
         EXPECT_EQ(expected, output.GetText());
     }
-    EXPECT_EQ(CountedNew::nLive, nLive);
+    EXPECT_EQ(FailingNew::nLiveArrays, nLive);
 }
 
 TEST(DataOutputFile, TypedWritesOfDerivedClassesCallWrite)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// vlProfileFile_test.cpp - the form of an edited file, and how it is replaced: kills, writers at once, what
-// the new file keeps of the old one.
+// vlProfileFile_test.cpp - how a file is replaced: kills, concurrent writers, attributes. What edits do is
+// compared with a model in vlProfileFile_model.cpp.
 
 #include "System/vlProfileFile.h"
 #include "tests/support/Processes.h"
@@ -30,21 +30,6 @@ protected:
 
     TemporaryFolder m_folder;
 };
-
-TEST_F(ProfileFileTest, Edits)
-{
-    WriteFile(Path(), "; c\r\n[a]\r\n k = v \r\n\r\nn=[b]\r\n" + std::string(1500, 'x'));
-    EXPECT_TRUE(Edit([](ProfileFile& file) {
-        file.SetValue("a", "k", " x");
-        file.AddLine("a", "y");
-        file.SetValue("a", "new", "1"); // KEPT: at the end of the file
-        file.SetValue("a", "none", ""); // KEPT: adds the entry
-        file.RemoveLine("c", "x"); // KEPT: makes the section
-    }));
-    EXPECT_EQ(ReadFile(Path()),
-              "; c\n[a]\nk= x\n\ny\nn=[b]\n" + std::string(1022, 'x') + '\n' + std::string(478, 'x')
-                  + "\nnew=1\nnone=\n[c]\n");
-}
 
 TEST_F(ProfileFileTest, KeepsModeOwnerAndAccessList)
 {

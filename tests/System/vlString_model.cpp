@@ -5,7 +5,7 @@
 // VELTRANO_OPERATIONS sets the number of operations, VELTRANO_SEED another run.
 
 #include "System/vlString.h"
-#include "tests/support/CountedNew.h"
+#include "tests/support/FailingNew.h"
 #include "tests/support/Processes.h"
 
 #include <algorithm>
@@ -341,7 +341,7 @@ bool Driver::Compare()
             Same(a.real->GetString() == b.real->GetString(),
                  a.model.GetBlock() == b.model.GetBlock());
     }
-    Same(CountedNew::nLive, Block::nLive);
+    Same(FailingNew::nLiveArrays, Block::nLive);
     return m_isSame;
 }
 

@@ -3,7 +3,7 @@
 // What the operations do is compared with a model in vlString_model.cpp.
 
 #include "System/vlString.h"
-#include "tests/support/CountedNew.h"
+#include "tests/support/FailingNew.h"
 #include "tests/support/Processes.h"
 #include "tests/support/StringChecks.h"
 
@@ -45,22 +45,22 @@ String Formatted(const char* lpszFormat, ...)
 
 TEST(String, BlocksAreExactlyAsLongAsTheText)
 {
-    const int nLive = CountedNew::nLive;
-    const int nBefore = CountedNew::nCount;
+    const int nLive = FailingNew::nLiveArrays;
+    const int nBefore = FailingNew::nArrays;
     {
         const String strings[]
             = { String(), String(""), String('x', 0), String("abc", 0), String() + "" };
         String copy(strings[0]);
         copy = "";
-        EXPECT_EQ(CountedNew::nCount, nBefore) << "an empty string does not allocate";
+        EXPECT_EQ(FailingNew::nArrays, nBefore) << "an empty string does not allocate";
         String s("abc");
-        EXPECT_EQ(CountedNew::nLastSize, sizeof(StringData) + 3 + 1);
+        EXPECT_EQ(FailingNew::nLastSize, sizeof(StringData) + 3 + 1);
         s += 'd';
-        EXPECT_EQ(CountedNew::nLastSize, sizeof(StringData) + 4 + 1);
+        EXPECT_EQ(FailingNew::nLastSize, sizeof(StringData) + 4 + 1);
         EXPECT_TEXT("abcd, 0, abcd", s + ", 0, " + s);
-        EXPECT_EQ(CountedNew::nCount, nBefore + 4);
+        EXPECT_EQ(FailingNew::nArrays, nBefore + 4);
     }
-    EXPECT_EQ(CountedNew::nLive, nLive);
+    EXPECT_EQ(FailingNew::nLiveArrays, nLive);
 }
 
 TEST(String, ReplaceTextAllocatesOnce)
@@ -71,11 +71,11 @@ TEST(String, ReplaceTextAllocatesOnce)
         many += "--<>";
         expected += "--[=]";
     }
-    const int nBefore = CountedNew::nCount;
+    const int nBefore = FailingNew::nArrays;
     EXPECT_EQ(many.ReplaceText("<>", "[=]"), 500);
     EXPECT_TEXT(expected, many);
     EXPECT_EQ(many.ReplaceText("[=]", "<>"), 500);
-    EXPECT_EQ(CountedNew::nCount, nBefore + 1) << "a shorter text stays in its block";
+    EXPECT_EQ(FailingNew::nArrays, nBefore + 1) << "a shorter text stays in its block";
 }
 
 TEST(String, FormatsWhatHasLimits)
@@ -89,9 +89,9 @@ TEST(String, FormatsWhatHasLimits)
     EXPECT_TEXT("a text", Formatted("%n%s", &nWritten, "a text"));
     EXPECT_TEXT("-inf", Formatted("%f", -HUGE_VAL));
     EXPECT_EQ(Formatted("%400f", 1.0).GetAllocLength(), 400);
-    const int nBefore = CountedNew::nCount;
+    const int nBefore = FailingNew::nArrays;
     EXPECT_TEXT("n=7", Formatted("%s=%d", "n", 7));
-    EXPECT_EQ(CountedNew::nCount, nBefore + 1);
+    EXPECT_EQ(FailingNew::nArrays, nBefore + 1);
 }
 
 // An operation that gives its block up first leaves the string empty, others leave it unchanged.
@@ -105,23 +105,23 @@ TEST(String, FailedAllocations)
         { "abc", [](String& s) { s.ReplaceText("b", "xyz"); } },
         { "abc", [](String& s) { s.Format("%d", 1); } },
     };
-    const int nLive = CountedNew::nLive;
+    const int nLive = FailingNew::nLiveArrays;
     for (const auto& [left, edit] : rows) {
         String s("abc");
-        CountedNew::nFailAfter = 0;
+        FailingNew::Fail(1);
         EXPECT_THROW(edit(s), std::bad_alloc);
-        CountedNew::nFailAfter = -1;
+        FailingNew::Stop();
         EXPECT_TEXT(left, s);
     }
     String first("abc");
     String second(first);
-    CountedNew::nFailAfter = 0;
+    FailingNew::Fail(1);
     EXPECT_THROW(second.SetCharAt(0, 'x'), std::bad_alloc);
-    CountedNew::nFailAfter = -1;
+    FailingNew::Stop();
     EXPECT_TEXT("", second);
     EXPECT_EQ(Refs(first), 1);
     first.Clear();
-    EXPECT_EQ(CountedNew::nLive, nLive);
+    EXPECT_EQ(FailingNew::nLiveArrays, nLive);
 }
 
 TEST(String, CopiesLiveOnSeveralThreads)

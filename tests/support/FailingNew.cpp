@@ -1,16 +1,18 @@
 // SPDX-License-Identifier: MIT
-// FailingNew.cpp - the allocation operators of a test program. A file of its own, since a compiler that
-// sees both ends of an allocation complains of the pair.
+// FailingNew.cpp - the allocation operators of a test program. In its own file: a compiler that sees both
+// ends of an allocation warns about the pair.
 #include "tests/support/FailingNew.h"
 
 #include <cstdlib>
 #include <new>
 
+using namespace FailingNew;
+
 void* operator new(std::size_t n, const std::nothrow_t&) noexcept
 {
-    if (FailingNew::IsDue())
+    if (IsDue())
         return nullptr;
-    __atomic_add_fetch(&FailingNew::nBlocks, 1, __ATOMIC_RELAXED);
+    ++nBlocks;
     return std::calloc(1, n != 0 ? n : 1);
 }
 
@@ -21,9 +23,27 @@ void* operator new(std::size_t n)
     throw std::bad_alloc();
 }
 
+void* operator new[](std::size_t n, const std::nothrow_t&) noexcept
+{
+    void* block = operator new(n, std::nothrow);
+    if (block != nullptr) {
+        ++nArrays;
+        ++nLiveArrays;
+        nLastSize = n;
+    }
+    return block;
+}
+
+void* operator new[](std::size_t n)
+{
+    if (void* block = operator new[](n, std::nothrow))
+        return block;
+    throw std::bad_alloc();
+}
+
 void operator delete(void* block) noexcept
 {
-    __atomic_sub_fetch(&FailingNew::nBlocks, block != nullptr, __ATOMIC_RELAXED);
+    nBlocks -= block != nullptr;
     std::free(block);
 }
 
@@ -32,24 +52,13 @@ void operator delete(void* block, std::size_t) noexcept
     operator delete(block);
 }
 
-// The array forms, which a checker's library would otherwise have.
-
-void* operator new[](std::size_t n, const std::nothrow_t&) noexcept
-{
-    return operator new(n, std::nothrow);
-}
-
-void* operator new[](std::size_t n)
-{
-    return operator new(n);
-}
-
 void operator delete[](void* block) noexcept
 {
+    nLiveArrays -= block != nullptr;
     operator delete(block);
 }
 
 void operator delete[](void* block, std::size_t) noexcept
 {
-    operator delete(block);
+    operator delete[](block);
 }

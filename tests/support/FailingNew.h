@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-// FailingNew.h - makes the n-th allocation of a test program fail. What counts as one is chosen by the
-// sources that are linked: FailingNew.cpp has the operators, FailingMalloc.cpp malloc and strdup.
+// FailingNew.h - counts the allocations of a test program and makes the n-th one fail. The linked sources
+// choose what is an allocation: FailingNew.cpp has the operators, FailingMalloc.cpp malloc and strdup.
 #pragma once
 
+#include <atomic>
 #include <gtest/gtest.h>
 #include <string>
 
@@ -11,7 +12,10 @@ namespace FailingNew {
 inline int nUntilFailure = 0; // 0: none fails
 inline bool bForever = false;
 inline bool bFailed = false;
-inline int nBlocks = 0; // of the operators, not yet released
+inline std::atomic<int> nBlocks = 0; // of the operators, not yet released
+inline std::atomic<int> nArrays = 0; // allocated by the array operators
+inline std::atomic<int> nLiveArrays = 0; // not yet released
+inline std::atomic<size_t> nLastSize = 0; // bytes of the latest array
 
 /// 1: the next one fails; all later ones, too, when told so.
 inline void Fail(int n, bool isForever = false)
