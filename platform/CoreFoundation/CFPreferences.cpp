@@ -371,7 +371,7 @@ static void Refresh(Domain& domain)
 
 namespace {
 
-constexpr int kLockTries = 5000; // a millisecond apart
+constexpr int kLongestWait = 5000; // milliseconds for the lock
 
 // Holds the domain's lock file. The wait is bounded, since any process that can open the file can hold it.
 class FileLock
@@ -384,7 +384,7 @@ public:
         if (m_fd >= 0 && fstat(m_fd, &info) == 0 && (info.st_mode & 077) != 0) {
             fchmod(m_fd, 0600); // earlier releases created it world-readable
         }
-        m_isHeld = m_fd >= 0 && Wait();
+        m_isHeld = m_fd >= 0 && FileBytes_Lock(m_fd, LOCK_EX, kLongestWait);
     }
     ~FileLock()
     {
@@ -399,19 +399,6 @@ public:
     bool IsHeld() const { return m_isHeld; }
 
 private:
-    bool Wait() const
-    {
-        for (int i = 0; i < kLockTries; ++i) {
-            if (flock(m_fd, LOCK_EX | LOCK_NB) == 0)
-                return true;
-            if (errno != EWOULDBLOCK && errno != EINTR)
-                return FileBytes_IsUnsupported(errno);
-            const timespec pause = { 0, 1000000 };
-            nanosleep(&pause, nullptr);
-        }
-        return false;
-    }
-
     int m_fd;
     bool m_isHeld = false;
 };

@@ -8,6 +8,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <new>
+#include <sys/file.h>
 #include <unistd.h>
 
 static int ReadAll(int fd, size_t limit, std::string& bytes, struct stat& info)
@@ -68,6 +69,22 @@ bool FileBytes_IsUnsupported(int error)
 {
     return error == EOPNOTSUPP || error == ENOSYS || error == EINVAL || error == EPERM
         || error == ENOLCK;
+}
+
+bool FileBytes_Lock(int fd, int operation, int milliseconds) noexcept
+{
+    for (;; --milliseconds) {
+        if (flock(fd, operation | LOCK_NB) == 0)
+            return true;
+        if (errno != EWOULDBLOCK && errno != EINTR)
+            return FileBytes_IsUnsupported(errno);
+        if (milliseconds <= 0)
+            break;
+        const timespec pause = { 0, 1000000 };
+        nanosleep(&pause, nullptr);
+    }
+    errno = EWOULDBLOCK;
+    return false;
 }
 
 // The error of a call; 0 if the file system does not support the operation.

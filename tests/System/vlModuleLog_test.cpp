@@ -113,8 +113,24 @@ TEST_F(ModuleLogTest, KeptThePrefixIsPartOfTheFormat)
 
 TEST_F(ModuleLogTest, AFailedOpenLeadsToStandardOutput)
 {
-    for (const std::string& path : { m_folder.Path("missing/logfile.log"),
-                                     m_folder.Path(std::string(260, 'n')), std::string() }) {
+    mkfifo(m_folder.Path("pipe").c_str(), 0666);
+    WriteFile(m_folder.Path("locked"), "kept");
+    const int holder = open(m_folder.Path("locked").c_str(), O_RDWR | O_CLOEXEC);
+    flock(holder, LOCK_EX);
+    std::vector<std::string> paths
+        = { m_folder.Path("missing/logfile.log"), m_folder.Path(std::string(260, 'n')),
+            m_folder.Path("pipe"), m_folder.Path("locked"), "" };
+    if (geteuid() == 0) { // what another user has put into a folder like /tmp
+        WriteFile(m_folder.Path("roots"), "kept");
+        std::filesystem::create_directory(m_folder.Path("tmp"));
+        chmod(m_folder.Path("tmp").c_str(), 01777);
+        for (const char* kind : { "link", "hard link" })
+            paths.push_back(m_folder.Path(std::string("tmp/") + kind));
+        std::filesystem::create_symlink("../roots", m_folder.Path("tmp/link"));
+        ASSERT_EQ(lchown(m_folder.Path("tmp/link").c_str(), 12345, 12345), 0);
+        std::filesystem::create_hard_link(m_folder.Path("roots"), m_folder.Path("tmp/hard link"));
+    }
+    for (const std::string& path : paths) {
         testing::internal::CaptureStdout();
         ModuleLog::open("[y] ", "Host", kLogNew, path.c_str());
         EXPECT_EQ(moduleLog_.fd, 1);
@@ -124,6 +140,9 @@ TEST_F(ModuleLogTest, AFailedOpenLeadsToStandardOutput)
         LogPrint("after\n");
         EXPECT_EQ(testing::internal::GetCapturedStdout(), "[y] line\nafter\n") << path;
     }
+    for (const char* name : { "locked", "roots" })
+        EXPECT_TRUE(ReadFile(m_folder.Path(name)) == "kept" || geteuid() != 0) << name;
+    close(holder);
 }
 
 TEST_F(ModuleLogTest, ThePathMayHave259Bytes)

@@ -30,8 +30,12 @@ constexpr OpenLockFlags operator|(int a, OpenLockFlags b)
 #define O_SHLOCK (OpenLockFlags { 0x10000000 }) // hold a shared flock from the open to the last close
 #define O_EXLOCK (OpenLockFlags { 0x20000000 }) // the same, exclusive
 
-/// open(2) with O_SHLOCK or O_EXLOCK. The lock is held before the file is truncated; the call waits
-/// for it unless O_NONBLOCK is given. A file system without locks grants the open without one.
+/// open(2) with O_SHLOCK or O_EXLOCK, for regular files alone: EOPNOTSUPP for anything else. The lock is held
+/// before the file is truncated. The call waits for it two seconds, or not at all with O_NONBLOCK, then fails
+/// with EWOULDBLOCK. A file system without locks grants the open without one. In a sticky folder that all may
+/// write, symbolic links of other users (ELOOP) and files with several names (EMLINK) are refused; a file that
+/// may be written but, being somebody else's, not be opened with O_CREAT is opened to append, never truncated.
+/// Any thread.
 ///   mode     [in]  of a file that is created
 ///   returns  a descriptor with close-on-exec set; -1 with errno
 ///   example  open("/tmp/x.log", O_RDWR | O_SHLOCK | O_CREAT | O_TRUNC, 0666)
