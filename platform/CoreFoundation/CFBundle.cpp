@@ -9,11 +9,12 @@
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <algorithm>
+#include <atomic>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <dirent.h>
 #include <dlfcn.h>
-#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -23,15 +24,15 @@
 
 struct __CFBundle final : CFObject
 {
-    explicit __CFBundle(std::string folder);
+    __CFBundle(std::string folder, std::string programInside);
 
     void End() noexcept override;
 
-    std::string path; // canonical
-    std::string program; // of the main bundle: its running executable
+    const std::string path; // canonical
+    const std::string program; // of the main bundle: its running executable
     std::once_flag infoOnce; // Info.plist is read on first use
     Ref<const __CFDictionary*> info; // null without one
-    void* image = nullptr; // dlopen's handle while loaded
+    std::atomic<void*> image = nullptr; // dlopen's handle while loaded
 };
 
 namespace {
@@ -62,9 +63,10 @@ void __CFBundle::End() noexcept
     delete this;
 }
 
-__CFBundle::__CFBundle(std::string folder)
+__CFBundle::__CFBundle(std::string folder, std::string programInside)
     : CFObject(kTypeBundle)
     , path(std::move(folder))
+    , program(std::move(programInside))
 {
 }
 
@@ -76,6 +78,24 @@ static bool RetainLiving(const CFObject* object)
     SInt32 n = object->nRefs.load(std::memory_order_relaxed);
     while (n > 0 && !object->nRefs.compare_exchange_weak(n, n + 1, std::memory_order_relaxed)) { }
     return n > 0;
+}
+
+// The running executable; empty if the system does not report it.
+static std::string Program()
+{
+    char program[PATH_MAX];
+    const ssize_t n = readlink("/proc/self/exe", program, sizeof(program));
+    return std::string(program, static_cast<size_t>(std::max<ssize_t>(n, 0)));
+}
+
+// The bundle of a program: X for X/Contents/MacOS/program, otherwise the program's folder.
+static std::string BundleOfProgram(const std::string& program)
+{
+    constexpr std::string_view kInside = "/Contents/MacOS";
+    std::string folder = program.substr(0, program.rfind('/'));
+    if (folder.ends_with(kInside))
+        folder.resize(folder.size() - kInside.size());
+    return folder.empty() && !program.empty() ? "/" : folder;
 }
 
 // Returns one reference to the bundle at a path; null unless the path is a folder. Throws bad_alloc.
@@ -91,7 +111,9 @@ static __CFBundle* CreateAt(const std::string& path)
         if (bundle->path == canonical.get() && RetainLiving(bundle))
             return bundle;
     }
-    auto bundle = std::make_unique<__CFBundle>(canonical.get());
+    const std::string program = Program();
+    const bool isMain = BundleOfProgram(program) == canonical.get();
+    auto bundle = std::make_unique<__CFBundle>(canonical.get(), isMain ? program : std::string());
     bundles.list.push_back(bundle.get());
     return bundle.release();
 }
@@ -105,29 +127,6 @@ CFBundleRef CFBundleCreate(CFAllocatorRef, CFURLRef url)
     }
 }
 
-// The bundle of a program: X for X/Contents/MacOS/program, otherwise the program's folder.
-static std::string BundleOfProgram(const std::string& program)
-{
-    constexpr std::string_view kInside = "/Contents/MacOS";
-    std::string folder = program.substr(0, program.rfind('/'));
-    if (folder.ends_with(kInside))
-        folder.resize(folder.size() - kInside.size());
-    return folder.empty() ? "/" : folder;
-}
-
-static __CFBundle* CreateMain()
-{
-    char program[PATH_MAX];
-    ssize_t n = readlink("/proc/self/exe", program, sizeof(program));
-    if (n <= 0)
-        return nullptr;
-    std::string path(program, static_cast<size_t>(n));
-    __CFBundle* bundle = CreateAt(BundleOfProgram(path));
-    if (bundle != nullptr)
-        bundle->program = path;
-    return bundle;
-}
-
 CFBundleRef CFBundleGetMainBundle(void)
 {
     static std::mutex sLock;
@@ -135,7 +134,7 @@ CFBundleRef CFBundleGetMainBundle(void)
     std::lock_guard lock(sLock);
     try {
         if (sMain == nullptr)
-            sMain = CreateMain();
+            sMain = CreateAt(BundleOfProgram(Program()));
         return sMain;
     } catch (...) {
         return nullptr;
@@ -271,14 +270,12 @@ static std::string FindLocalized(CFBundleRef bundle, const std::string& file)
             return path;
     }
     std::string found;
-    std::error_code error;
-    std::filesystem::directory_iterator folders(resources, error);
-    for (; !error && folders != end(folders); folders.increment(error)) {
-        std::string path = folders->path().string() + "/" + file;
-        if (folders->path().extension() == ".lproj" && (found.empty() || path < found)
-            && Exists(path)) {
+    std::unique_ptr<DIR, int (*)(DIR*)> folders(opendir(resources.c_str()), closedir);
+    while (const dirent* folder = folders ? readdir(folders.get()) : nullptr) {
+        std::string path = resources + "/" + folder->d_name + "/" + file;
+        if (std::string_view(folder->d_name).ends_with(".lproj") && (found.empty() || path < found)
+            && Exists(path))
             found = path; // deterministic: the first in order of names
-        }
     }
     return found;
 }
@@ -355,17 +352,14 @@ Boolean CFBundleLoadExecutable(CFBundleRef bundle)
     try {
         if (bundle->image != nullptr)
             return true;
-        void* image = nullptr;
-        if (!bundle->program.empty()) {
-            image = dlopen(nullptr, RTLD_NOW);
-        } else {
-            std::string name = ExecutableName(bundle);
-            image
-                = dlopen((bundle->path + "/Contents/MacOS/" + name).c_str(), RTLD_NOW | RTLD_LOCAL);
-        }
+        const std::string file = bundle->path + "/Contents/MacOS/" + ExecutableName(bundle);
+        void* image
+            = dlopen(bundle->program.empty() ? file.c_str() : nullptr, RTLD_NOW | RTLD_LOCAL);
+        void* none = nullptr;
         if (image == nullptr)
             std::fprintf(stderr, "%s: %s\n", bundle->path.c_str(), dlerror());
-        bundle->image = image;
+        else if (!bundle->image.compare_exchange_strong(none, image))
+            dlclose(image); // another thread came first; no lock may be held while initialisers run
         return image != nullptr;
     } catch (...) {
         return false;
@@ -387,7 +381,7 @@ void* CFBundleGetFunctionPointerForName(CFBundleRef bundle, CFStringRef name)
 
 void CFBundleUnloadExecutable(CFBundleRef bundle)
 {
-    if (void* image = bundle != nullptr ? std::exchange(bundle->image, nullptr) : nullptr) {
+    if (void* image = bundle != nullptr ? bundle->image.exchange(nullptr) : nullptr) {
         dlclose(image); // runs the image's destructors, which may use this bundle
     }
 }

@@ -5,7 +5,9 @@
 
 #include <CoreServices/Resources.h>
 
+#include <barrier>
 #include <dlfcn.h>
+#include <thread>
 
 // A copy of the test bundle in a folder of its own.
 class Bundle : public testing::Test
@@ -87,6 +89,29 @@ TEST_F(Bundle, LoadsOnceAndTheLastReleaseUnloads)
     second.reset();
     EXPECT_EQ(2, nGone);
     EXPECT_EQ(nullptr, dlopen(m_executable.c_str(), RTLD_NOW | RTLD_NOLOAD)) << "still mapped";
+}
+
+TEST_F(Bundle, LoadsOnceFromFourThreads)
+{
+    PutInfo("<key>CFBundleExecutable</key><string>Tester</string>");
+    for (int turn = 0; turn < 50; ++turn) {
+        Ref<CFBundleRef> bundles[4];
+        std::barrier start(4);
+        std::vector<std::thread> threads;
+        for (Ref<CFBundleRef>& bundle : bundles)
+            threads.emplace_back([&] {
+                start.arrive_and_wait();
+                bundle = Create();
+                EXPECT_TRUE(CFBundleLoadExecutable(bundle.get()));
+                EXPECT_EQ(nullptr,
+                          CFBundleCopyResourceURL(bundle.get(), CFSTR("none"), nullptr, nullptr));
+            });
+        for (std::thread& thread : threads)
+            thread.join();
+        EXPECT_EQ(4, CFGetRetainCount(bundles[0].get()));
+        CFBundleUnloadExecutable(bundles[0].get());
+        ASSERT_EQ(nullptr, dlopen(m_executable.c_str(), RTLD_NOW | RTLD_NOLOAD)) << turn;
+    }
 }
 
 TEST_F(Bundle, TakesItsExecutableFromInfoOrItsName)
