@@ -26,7 +26,8 @@ typedef struct OpaqueVeltranoModule* VeltranoModuleRef;
 enum {
     kVeltranoShown = 0,         /* the user has seen the box and closed it */
     kVeltranoNoModule,          /* the module reference is null */
-    kVeltranoNoDisplay,         /* no usable display, or no Qt platform plug-in for it */
+    kVeltranoNoDisplay,         /* no usable display, or no Qt platform plug-in for it; a first box on another
+                                   thread than the main one, or with fewer than 16 free descriptors */
     kVeltranoOtherApplication,  /* the process has an application object of another kind, for example a
                                    QGuiApplication, or its QApplication belongs to another thread */
     kVeltranoNoWindow,          /* the given window is not a live WindowRef, or the box could not be created */

@@ -17,7 +17,9 @@
 #include <clocale>
 #include <cstdlib>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <string>
+#include <unistd.h>
 
 namespace {
 
@@ -71,6 +73,20 @@ bool HasXDisplay()
     return ok;
 }
 
+// Qt and GLib end a process that runs out of them while they start.
+bool HasDescriptors()
+{
+    constexpr int kNeeded = 16; // a start on X11 takes six at least; the session's buses want more
+    int files[kNeeded];
+    int n = 0;
+    while (n < kNeeded && (files[n] = open("/", O_PATH | O_CLOEXEC)) >= 0)
+        ++n;
+    const bool isEnough = n == kNeeded;
+    while (n > 0)
+        close(files[--n]);
+    return isEnough;
+}
+
 struct Platform
 {
     std::string name; // of the back end; empty if none would start
@@ -103,6 +119,9 @@ Platform FindPlatform()
 
 bool Start()
 {
+    // An application object on another thread would keep the main thread from showing boxes.
+    if (gettid() != getpid() || !HasDescriptors())
+        return false;
     static Platform platform; // Qt reads its arguments again later
     platform = FindPlatform();
     if (platform.name.empty())
@@ -136,7 +155,7 @@ bool Start()
 } // namespace
 
 bool Application_IsReady()
-{
+try {
     const QCoreApplication* application = QCoreApplication::instance();
     const bool isReady = application ? qobject_cast<const QApplication*>(application)
             && application->thread() == QThread::currentThread()
@@ -144,4 +163,6 @@ bool Application_IsReady()
     if (isReady)
         Accessibility_Install();
     return isReady;
+} catch (...) {
+    return false;
 }

@@ -2,6 +2,6 @@
 // Application_qt.h - the process's one QApplication, the host's or ours.
 #pragma once
 
-/// Creates the QApplication if there is none. False if no display is usable, or the process has an application
-/// object of another kind or on another thread. Call before creating widgets.
+/// Creates the QApplication if there is none, on the main thread alone. False if no display is usable, descriptors or
+/// memory are short, or the process has an application object of another kind or thread. Call before creating widgets.
 bool Application_IsReady();

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
 // host_results.cpp - a host that cannot show a window; exits with what the library answers.
-//   host_results BUNDLE none|gui   with no application object, or with a QGuiApplication
+//   host_results BUNDLE none|gui|early   with no application object, with a QGuiApplication, or before it may:
+//                                        on another thread, and with few descriptors left
+#include <Carbon/CarbonEvents.h>
 #include <veltrano/Host.h>
 
 #include <QtGui/QGuiApplication>
 
 #include <cstring>
 #include <memory>
+#include <sys/resource.h>
+#include <thread>
 
 int main(int argc, char** argv)
 {
@@ -14,8 +18,25 @@ int main(int argc, char** argv)
     if (strcmp(argv[2], "gui") == 0)
         application = std::make_unique<QGuiApplication>(argc, argv);
     const VeltranoModuleRef module = VeltranoOpenModule(argv[1]);
-    const int result = VeltranoShowAboutBox(module, nullptr, nullptr, 128, "x", nullptr, 0);
-    VeltranoCloseModule(module);
     const int expected = application ? kVeltranoOtherApplication : kVeltranoNoDisplay;
-    return module != nullptr && result == expected ? 0 : 1;
+    bool isGood = module != nullptr;
+    const auto show = [&] {
+        isGood &= VeltranoShowAboutBox(module, nullptr, nullptr, 128, "x", nullptr, 0) == expected;
+    };
+    if (strcmp(argv[2], "early") != 0) {
+        show();
+    } else {
+        std::thread(show).join();
+        rlimit limit;
+        getrlimit(RLIMIT_NOFILE, &limit);
+        const rlimit few = { 10, limit.rlim_max };
+        setrlimit(RLIMIT_NOFILE, &few);
+        show();
+        setrlimit(RLIMIT_NOFILE, &limit);
+        const auto ignore = [](EventLoopTimerRef, void*) {};
+        isGood
+            &= InstallEventLoopTimer(GetMainEventLoop(), 1, 0, ignore, nullptr, nullptr) == noErr;
+    }
+    VeltranoCloseModule(module);
+    return isGood ? 0 : 1;
 }
