@@ -96,8 +96,15 @@ int AboutBox::run()
 
     const EventTypeSpec events[] = { { kEventClassCommand, kEventCommandProcess },
                                      { kEventClassWindow, kEventWindowClosed } };
-    InstallEventHandler(GetWindowEventTarget(m_window), NewEventHandlerUPP(AboutBoxEventHandler),
-                        sizeof events / sizeof events[0], events, this, nullptr);
+    if (InstallEventHandler(GetWindowEventTarget(m_window),
+                            NewEventHandlerUPP(AboutBoxEventHandler),
+                            sizeof events / sizeof events[0], events, this, nullptr)
+        != noErr) { // nothing would ever close the box
+        DisposeWindow(m_window);
+        destroy();
+        delete this;
+        return 1;
+    }
 
     if (m_picture != nullptr)
         SetControlData(picture, kControlPicturePart, kControlPictureHandleTag, sizeof m_picture,

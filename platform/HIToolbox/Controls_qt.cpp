@@ -113,7 +113,7 @@ OSStatus GetControlByID(WindowRef ref, const ControlID* id, ControlRef* control)
 }
 
 OSErr EmbedControl(ControlRef ref, ControlRef containerRef)
-{
+try {
     const ControlPtr control = Find(ref);
     const ControlPtr container = Find(containerRef);
     if (!control || !container)
@@ -127,12 +127,16 @@ OSErr EmbedControl(ControlRef ref, ControlRef containerRef)
     if (control->container != container.get())
         control->EmbedIn(*container);
     return noErr;
+} catch (...) {
+    return memFullErr;
 }
 
 OSErr SetControlData(ControlRef ref, ControlPartCode, ResType tag, Size size, const void* data)
-{
+try {
     const ControlPtr control = Find(ref);
     return control ? control->SetData(tag, size, data) : Missing(ref);
+} catch (...) {
+    return memFullErr;
 }
 
 OSErr GetControlDataSize(ControlRef ref, ControlPartCode, ResType tag, Size* size)
@@ -166,15 +170,17 @@ OSErr GetControlData(
 }
 
 void HideControl(ControlRef ref)
-{
+try {
     if (const ControlPtr control = Find(ref))
         control->SetHidden(true);
+} catch (...) {
 }
 
 void ShowControl(ControlRef ref)
-{
+try {
     if (const ControlPtr control = Find(ref))
         control->SetHidden(false);
+} catch (...) {
 }
 
 Boolean IsControlVisible(ControlRef ref)
@@ -209,7 +215,7 @@ OSStatus GetControlCommandID(ControlRef ref, UInt32* command)
 }
 
 OSStatus HIViewSimulateClick(HIViewRef view, HIViewPartCode, UInt32, HIViewPartCode* part)
-{
+try {
     const ControlPtr control = Find(view);
     if (!control)
         return Missing(view);
@@ -219,4 +225,6 @@ OSStatus HIViewSimulateClick(HIViewRef view, HIViewPartCode, UInt32, HIViewPartC
     if (part)
         *part = isEnabled ? HIViewPartCode { kControlButtonPart } : HIViewPartCode {};
     return noErr;
+} catch (...) {
+    return memFullErr;
 }

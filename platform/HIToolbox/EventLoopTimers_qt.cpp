@@ -27,7 +27,10 @@ struct OpaqueEventLoopTimerRef
     ~OpaqueEventLoopTimerRef()
     {
         timer->stop();
-        timer->deleteLater(); // it may be the one that is firing
+        try {
+            timer->deleteLater(); // it may be the one that is firing
+        } catch (...) { // it stays, stopped
+        }
     }
 };
 
@@ -64,7 +67,7 @@ OSStatus InstallEventLoopTimer(EventLoopRef loop,
                                EventLoopTimerUPP routine,
                                void* userData,
                                EventLoopTimerRef* timer)
-{
+try {
     if (loop != GetMainEventLoop() || !routine)
         return paramErr;
     if (!Application_IsReady())
@@ -88,6 +91,8 @@ OSStatus InstallEventLoopTimer(EventLoopRef loop,
     if (timer)
         *timer = added.get();
     return noErr;
+} catch (...) {
+    return memFullErr;
 }
 
 OSStatus RemoveEventLoopTimer(EventLoopTimerRef timer)

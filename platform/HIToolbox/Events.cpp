@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Events.cpp - events, targets, handlers and dispatch.
-// Dispatch walks a copy of the handler list and rechecks that each is still installed, because a handler may
-// remove others or dispose the window.
+// Dispatch holds the list of handlers and rechecks that each is still installed, because a handler may remove others
+// or dispose the window.
 #include "HIToolbox/Events.h"
 
 #include <CoreServices/MacErrors.h>
@@ -51,17 +51,20 @@ OpaqueEventTargetRef::~OpaqueEventTargetRef()
 
 void OpaqueEventTargetRef::RemoveAll()
 {
-    for (const auto& handler : handlers)
+    if (!handlers)
+        return;
+    for (const auto& handler : *handlers)
         handler->live = false;
-    handlers.clear();
 }
 
-OSStatus OpaqueEventTargetRef::Send(OpaqueEventRef& event) const
+OSStatus OpaqueEventTargetRef::Send(OpaqueEventRef event) const
 {
     const bool toAll = IsNews(event);
-    const auto copy = handlers; // `this` may be gone after the first call
+    const auto held = handlers; // `this` may be gone after the first call
     OSStatus result = eventNotHandledErr;
-    for (auto handler = copy.rbegin(); handler != copy.rend(); ++handler) {
+    if (!held)
+        return result;
+    for (auto handler = held->rbegin(); handler != held->rend(); ++handler) {
         if (!(*handler)->live || !Wants(**handler, event))
             continue;
         const OSStatus answer = (*handler)->routine(nullptr, &event, (*handler)->userData);
@@ -120,30 +123,37 @@ OSStatus InstallEventHandler(EventTargetRef target,
                              const EventTypeSpec* types,
                              void* userData,
                              EventHandlerRef* handler)
-{
+try {
     if (!IsTarget(target) || !routine || (!types && count))
         return paramErr;
-    for (const auto& other : target->handlers) {
-        if (other->routine == routine && other->userData == userData)
-            return eventHandlerAlreadyInstalledErr;
-    }
-    target->handlers.push_back(std::make_shared<OpaqueEventHandlerRef>(
+    auto handlers = std::make_shared<OpaqueEventTargetRef::Handlers>();
+    if (target->handlers)
+        for (const auto& other : *target->handlers) {
+            if (other->live && other->routine == routine && other->userData == userData)
+                return eventHandlerAlreadyInstalledErr;
+            if (other->live)
+                handlers->push_back(other);
+        }
+    handlers->push_back(std::make_shared<OpaqueEventHandlerRef>(
         OpaqueEventHandlerRef { routine, userData, { types, types + count } }));
     if (handler)
-        *handler = target->handlers.back().get();
+        *handler = handlers->back().get();
+    target->handlers = std::move(handlers);
     return noErr;
+} catch (...) {
+    return memFullErr;
 }
 
 OSStatus RemoveEventHandler(EventHandlerRef handler)
 {
-    for (OpaqueEventTargetRef* target : Targets()) {
-        auto& handlers = target->handlers;
-        const auto found = std::find_if(handlers.begin(), handlers.end(),
-                                        [&](const auto& other) { return other.get() == handler; });
-        if (found != handlers.end()) {
-            (*found)->live = false;
-            handlers.erase(found);
-            return noErr;
+    for (const OpaqueEventTargetRef* target : Targets()) {
+        if (!target->handlers)
+            continue;
+        for (const auto& other : *target->handlers) {
+            if (other.get() == handler && other->live) {
+                other->live = false;
+                return noErr;
+            }
         }
     }
     return paramErr;

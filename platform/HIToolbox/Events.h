@@ -6,25 +6,16 @@
 
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <vector>
 
-/// An event with its direct object, the only parameter that events have here.
+/// An event with its direct object, the only parameter that events have here. Sending one allocates nothing.
 struct OpaqueEventRef
 {
     UInt32 eventClass;
     UInt32 eventKind;
     EventParamType type; // of the direct object
-    std::vector<std::byte> directObject;
-
-    template <class T>
-    OpaqueEventRef(UInt32 ofClass, UInt32 kind, EventParamType objectType, const T& object)
-        : eventClass(ofClass)
-        , eventKind(kind)
-        , type(objectType)
-        , directObject(reinterpret_cast<const std::byte*>(&object),
-                       reinterpret_cast<const std::byte*>(&object) + sizeof object)
-    {
-    }
+    std::span<const std::byte> directObject; // borrowed
 };
 
 struct OpaqueEventHandlerRef
@@ -38,7 +29,9 @@ struct OpaqueEventHandlerRef
 /// A window's list of handlers, owned by the window.
 struct OpaqueEventTargetRef
 {
-    std::vector<std::shared_ptr<OpaqueEventHandlerRef>> handlers; // oldest first
+    using Handlers = std::vector<std::shared_ptr<OpaqueEventHandlerRef>>;
+    std::shared_ptr<const Handlers>
+        handlers; // oldest first; replaced as a whole, null before the first
 
     OpaqueEventTargetRef();
     ~OpaqueEventTargetRef();
@@ -49,5 +42,5 @@ struct OpaqueEventTargetRef
     /// Offers an event to the handlers, newest first, until one returns anything but eventNotHandledErr.
     /// News about a window reaches every handler. Returns the last result, eventNotHandledErr if nobody
     /// took it.
-    OSStatus Send(OpaqueEventRef& event) const;
+    OSStatus Send(OpaqueEventRef event) const;
 };

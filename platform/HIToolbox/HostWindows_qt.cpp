@@ -224,16 +224,20 @@ WindowPtr HostWindows_Active()
 }
 
 WindowRef CreateWindowRefWithQWidget(void* qWidget)
-{
+try {
     if (!qWidget || !Application_IsReady())
         return nullptr;
     return Windows_Add(std::make_shared<WidgetWindow>(static_cast<QWidget*>(qWidget)->window()));
+} catch (...) {
+    return nullptr;
 }
 
 WindowRef CreateWindowRefWithX11Window(unsigned long window)
-{
+try {
     if (!Application_IsReady() || !Connection())
         return nullptr;
     const auto wrapper = Wrap(window);
     return wrapper ? Windows_Add(wrapper) : nullptr;
+} catch (...) {
+    return nullptr;
 }

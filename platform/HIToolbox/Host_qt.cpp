@@ -84,7 +84,7 @@ int FindObstacle(CFBundleRef bundle, WindowRef window)
 } // namespace
 
 VeltranoModuleRef VeltranoOpenModule(const char* path)
-{
+try {
     const CFBundleRef bundle = path ? CreateBundle(path) : CreateInstalledBundle();
     if (!bundle)
         return nullptr;
@@ -105,6 +105,8 @@ VeltranoModuleRef VeltranoOpenModule(const char* path)
     }
     sModules = module;
     return module;
+} catch (...) {
+    return nullptr;
 }
 
 void VeltranoCloseModule(VeltranoModuleRef module)

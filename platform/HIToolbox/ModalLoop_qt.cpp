@@ -67,9 +67,6 @@ public:
             if (open->modality() != Qt::NonModal && open->isVisible())
                 m_modalBefore.append(open);
         }
-        m_window->loop = &m_loop;
-        Running().push_back(this);
-        Windows_UpdateBlocked();
         qApp->installEventFilter(this);
         QObject::connect(qApp, &QGuiApplication::focusWindowChanged, this, [this](QWindow* focus) {
             if (focus && Blocks(focus)) { // a click on a blocked window may still have activated it
@@ -77,6 +74,9 @@ public:
                     this, [this] { m_window->Activate(); }, Qt::QueuedConnection);
             }
         });
+        Running().push_back(this);
+        m_window->loop = &m_loop; // from here on nothing throws
+        Windows_UpdateBlocked();
     }
     ~ModalLoop() override
     {
@@ -128,7 +128,7 @@ unsigned ModalLoop_CountRuns()
 }
 
 OSStatus RunAppModalLoopForWindow(WindowRef ref)
-{
+try {
     const WindowPtr window = Windows_Find(ref);
     if (!window)
         return errInvalidWindowRef;
@@ -142,6 +142,8 @@ OSStatus RunAppModalLoopForWindow(WindowRef ref)
     }
     ++sRuns;
     return noErr;
+} catch (...) {
+    return memFullErr;
 }
 
 OSStatus QuitAppModalLoopForWindow(WindowRef ref)

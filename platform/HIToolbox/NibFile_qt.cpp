@@ -91,12 +91,10 @@ bool NibObject::IsTrue(const char* name, bool absent) const
 OSType NibObject::Code(const char* name) const
 {
     std::array<char, 8> code {};
-    const CFStringRef string = Bridges_CreateCFString(Text(name));
-    const bool ok = string
-        && CFStringGetCString(string, code.data(), code.size(), kCFStringEncodingMacRoman)
+    const Ref<CFStringRef> string = Bridges_CreateCFString(Text(name));
+    const bool ok
+        = CFStringGetCString(string.get(), code.data(), code.size(), kCFStringEncodingMacRoman)
         && std::strlen(code.data()) == 4;
-    if (string)
-        CFRelease(string);
     return ok ? qFromBigEndian<OSType>(code.data()) : 0;
 }
 

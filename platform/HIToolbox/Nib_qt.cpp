@@ -9,17 +9,18 @@
 #include "HIToolbox/WindowPlace_qt.h"
 #include "QuickDraw/Icons_qt.h"
 #include "support/Bridges_qt.h"
+#include "support/Ref.h"
 
 #include <Carbon/Carbon.h>
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <QtCore/QFile>
-#include <QtCore/QSet>
 #include <QtGui/QTextDocument>
 
 #include <algorithm>
 #include <array>
 #include <sys/stat.h>
+#include <unordered_set>
 
 namespace {
 
@@ -53,22 +54,16 @@ ControlFontStyleRec FontStyle(const NibObject& object)
 // The path of a resource in the bundle; empty when there is none.
 QString FindResource(CFBundleRef bundle, CFStringRef name, CFStringRef type)
 {
-    const CFURLRef url = CFBundleCopyResourceURL(bundle, name, type, nullptr);
-    if (!url)
-        return {};
+    const Ref<CFURLRef> url(CFBundleCopyResourceURL(bundle, name, type, nullptr));
     std::array<UInt8, 4096> path {};
-    const bool ok = CFURLGetFileSystemRepresentation(url, true, path.data(), path.size());
-    CFRelease(url);
+    const bool ok
+        = url && CFURLGetFileSystemRepresentation(url.get(), true, path.data(), path.size());
     return ok ? QString::fromUtf8(reinterpret_cast<const char*>(path.data())) : QString();
 }
 
 QString FindFile(CFBundleRef bundle, const QString& name)
 {
-    const CFStringRef string = Bridges_CreateCFString(name);
-    const QString path = string ? FindResource(bundle, string, nullptr) : QString();
-    if (string)
-        CFRelease(string);
-    return path;
+    return FindResource(bundle, Bridges_CreateCFString(name).get(), nullptr);
 }
 
 using MakeControl = ControlPtr (*)(OwnWindow&, OpaqueControlRef*, const QRect&);
@@ -107,7 +102,8 @@ public:
 
     void AddControls(const NibObject& parent, OpaqueControlRef* container, int depth = 0)
     {
-        for (const int id : parent.arrays.value(QStringLiteral("subviews"))) {
+        const auto subviews = parent.arrays.value(QStringLiteral("subviews"));
+        for (const int id : subviews) {
             const NibObject* object = m_nib.Find(id);
             if (object && depth < NibFile::kMaxDepth
                 && !m_built.contains(id)) { // a damaged file may run in circles
@@ -222,7 +218,7 @@ private:
     const NibFile& m_nib;
     CFBundleRef m_bundle;
     OwnWindow& m_window;
-    QSet<int> m_built;
+    std::unordered_set<int> m_built;
 };
 
 // Not every class of window has what a file may ask of it.
@@ -275,20 +271,22 @@ struct OpaqueIBNibRef
 };
 
 OSStatus CreateNibReferenceWithCFBundle(CFBundleRef bundle, CFStringRef name, IBNibRef* nib)
-{
+try {
     if (!bundle || !name || !nib)
         return paramErr;
     const QString path = FindResource(bundle, name, CFSTR("nib"));
     auto file = path.isEmpty() ? nullptr : ReadNib(path + QStringLiteral("/objects.xib"));
     if (!file)
         return kIBCarbonRuntimeCantFindNibFile;
-    CFRetain(bundle);
     *nib = new OpaqueIBNibRef { bundle, std::move(file) };
+    CFRetain(bundle);
     return noErr;
+} catch (...) {
+    return memFullErr;
 }
 
 OSStatus CreateWindowFromNib(IBNibRef nib, CFStringRef name, WindowRef* window)
-{
+try {
     if (!nib || !name || !window)
         return paramErr;
     const NibObject* object = nib->file->FindNamed(Bridges_FromCFString(name));
@@ -308,7 +306,8 @@ OSStatus CreateWindowFromNib(IBNibRef nib, CFStringRef name, WindowRef* window)
         = static_cast<WindowClass>(object->Number("carbonWindowClass", kDocumentWindowClass));
     const QRect place = WindowPlace_Of(*content, object->Number("windowPosition"),
                                        object->IsTrue("isConstrained", true));
-    const auto made = OwnWindow_Create(object->Text("title"), place, FrameOf(*object, windowClass));
+    const auto made
+        = std::make_shared<OwnWindow>(object->Text("title"), place, FrameOf(*object, windowClass));
     made->windowClass = windowClass;
     // KEPT: stored brush numbers mean the reverse of the API's constants, in all real files.
     constexpr int kStoredBlack = -1;
@@ -317,8 +316,10 @@ OSStatus CreateWindowFromNib(IBNibRef nib, CFStringRef name, WindowRef* window)
     if (brush == kStoredBlack || brush == kStoredWhite)
         made->SetBackground(brush == kStoredBlack ? kThemeBrushBlack : kThemeBrushWhite);
     Builder(*nib->file, nib->bundle, *made).AddControls(*root, nullptr);
-    *window = made.get();
+    *window = Windows_Add(made);
     return noErr;
+} catch (...) {
+    return memFullErr;
 }
 
 void DisposeNibReference(IBNibRef nib)

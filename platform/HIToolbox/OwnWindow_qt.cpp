@@ -5,6 +5,7 @@
 #include <Carbon/Controls.h>
 #include <CoreServices/MacErrors.h>
 
+#include <QtCore/QCoreApplication>
 #include <QtGui/QKeyEvent>
 #include <QtGui/QWindow>
 #include <QtWidgets/QAbstractButton>
@@ -53,10 +54,15 @@ void WindowWidget::closeEvent(QCloseEvent* event)
     event->setAccepted(!window || !window->IsVisible());
 }
 
-OwnWindow::OwnWindow(const QString& title, const QRect& content, WindowFrame frame)
+OwnWindow::OwnWindow()
     : WidgetWindow(new WindowWidget)
 {
     Widget()->window = this;
+}
+
+OwnWindow::OwnWindow(const QString& title, const QRect& content, WindowFrame frame)
+    : OwnWindow() // which ends again if anything below throws
+{
     widget->setWindowTitle(title);
     widget->setGeometry(content);
     Qt::WindowFlags flags = Qt::Dialog;
@@ -76,9 +82,16 @@ OwnWindow::~OwnWindow()
     if (!own)
         return;
     own->window = nullptr;
+    if (!disposed) { // never finished: Qt does not survive the end of a widget with children half made
+        QCoreApplication::removePostedEvents(own);
+        return;
+    }
     if (own->InDelivery()) {
-        own->hide();
-        own->deleteLater();
+        try {
+            own->hide();
+            own->deleteLater();
+        } catch (...) { // it stays, without a window, until the process ends
+        }
     } else {
         delete own;
     }
@@ -104,7 +117,12 @@ void OwnWindow::Show()
         button->setFocus();
     m_visible = true;
     Windows_UpdateBlocked();
-    WidgetWindow::Show();
+    try {
+        WidgetWindow::Show();
+    } catch (...) { // nobody could end a modal loop of a window that is not there
+        Vanish();
+        throw;
+    }
     if (!disposed && m_visible)
         Notify(kEventWindowShown);
 }
@@ -135,14 +153,6 @@ void OwnWindow::SetBackground(ThemeBrush brush)
     widget->setPalette(palette);
 }
 
-std::shared_ptr<OwnWindow>
-OwnWindow_Create(const QString& title, const QRect& content, WindowFrame frame)
-{
-    auto window = std::make_shared<OwnWindow>(title, content, frame);
-    Windows_Add(window);
-    return window;
-}
-
 std::shared_ptr<OwnWindow> OwnWindow_Find(WindowRef window)
 {
     return std::dynamic_pointer_cast<OwnWindow>(Windows_Find(window));
@@ -151,7 +161,7 @@ std::shared_ptr<OwnWindow> OwnWindow_Find(WindowRef window)
 // The API's calls that concern our own windows alone
 
 OSStatus SetThemeWindowBackground(WindowRef ref, ThemeBrush brush, Boolean update)
-{
+try {
     const auto window = OwnWindow_Find(ref);
     if (!window) {
         return Windows_Find(ref) ? windowWrongStateErr // the host paints its own
@@ -163,13 +173,16 @@ OSStatus SetThemeWindowBackground(WindowRef ref, ThemeBrush brush, Boolean updat
     if (update)
         window->widget->update();
     return noErr;
+} catch (...) {
+    return memFullErr;
 }
 
 void DrawControls(WindowRef ref)
-{
+try {
     if (const auto window = OwnWindow_Find(ref)) {
         window->widget->repaint(); // nothing in a hidden window
     }
+} catch (...) {
 }
 
 WindowRef FrontNonFloatingWindow()

@@ -69,11 +69,9 @@ struct OwnWindow final : WidgetWindow
     void SetBackground(ThemeBrush brush);
 
 private:
+    OwnWindow();
     bool m_visible = false; // by this API's calls, whatever the window system shows
 };
 
-/// Makes a window, hidden, and adds it to the list. Call Application_IsReady() first.
-std::shared_ptr<OwnWindow>
-OwnWindow_Create(const QString& title, const QRect& content, WindowFrame frame);
 /// Looks up a window of our own; null for other windows and invalid references.
 std::shared_ptr<OwnWindow> OwnWindow_Find(WindowRef window);

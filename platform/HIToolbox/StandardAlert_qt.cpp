@@ -102,7 +102,8 @@ QPixmap DrawSign(AlertType type, double density)
     painter.setBrush(ground);
     if (isCaution) {
         painter.setPen({ ground, 4, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin });
-        painter.drawConvexPolygon(QPolygonF({ { 20, 4 }, { 37, 35 }, { 3, 35 } }));
+        const QPointF corners[] = { { 20, 4 }, { 37, 35 }, { 3, 35 } };
+        painter.drawConvexPolygon(corners, 3);
     } else {
         painter.setPen(Qt::NoPen);
         painter.drawEllipse(1, 1, 38, 38);
@@ -181,7 +182,8 @@ public:
         const QRect room = (screen ? screen->availableGeometry() : QRect(0, 0, 640, 480))
                                .adjusted(kFrameRoom, kTitleRoom, -kFrameRoom, -kFrameRoom);
 
-        m_window = OwnWindow_Create(QApplication::applicationDisplayName(), QRect(0, 0, 1, 1), {});
+        m_window = std::make_shared<OwnWindow>(QApplication::applicationDisplayName(),
+                                               QRect(0, 0, 1, 1), WindowFrame());
         m_window->windowClass = kMovableAlertWindowClass;
         m_window->widget->setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint
                                          | Qt::WindowTitleHint);
@@ -192,14 +194,13 @@ public:
                        room.top() + (room.height() - size.height()) / 3);
         m_window->widget->setGeometry(content);
         m_window->widget->setFixedSize(size);
+        Windows_Add(m_window);
     }
     ~Alert()
     {
         DisposeWindow(m_window.get());
-        if (m_host) {
-            m_host->Activate();
-            DisposeWindow(m_host.get());
-        }
+        BringToFront(m_host.get());
+        DisposeWindow(m_host.get());
     }
     Alert(const Alert&) = delete;
     Alert& operator=(const Alert&) = delete;
@@ -208,7 +209,8 @@ public:
     SInt16 Run()
     {
         const EventTypeSpec type { kEventClassCommand, kEventCommandProcess };
-        InstallEventHandler(&m_window->target, OnCommand, 1, &type, this, nullptr);
+        if (InstallEventHandler(&m_window->target, OnCommand, 1, &type, this, nullptr) != noErr)
+            return 0; // no button would end the alert
         WindowRef host = m_host ? Windows_Add(m_host) : nullptr;
         SetWindowModality(m_window.get(),
                           host ? kWindowModalityWindowModal : kWindowModalityAppModal, host);
@@ -310,7 +312,7 @@ OSErr StandardAlert(AlertType type,
                     ConstStr255Param explanation,
                     const AlertStdAlertParamRec* param,
                     SInt16* itemHit)
-{
+try {
     AlertStdAlertParamRec standard {};
     standard.defaultText = kAlertDefaultOKText;
     standard.defaultButton = kAlertStdAlertOKButton;
@@ -325,4 +327,6 @@ OSErr StandardAlert(AlertType type,
         return windowWrongStateErr;
     *itemHit = item;
     return noErr;
+} catch (...) {
+    return memFullErr;
 }

@@ -51,8 +51,8 @@ void WaitForExposure(const QPointer<QWidget>& widget)
 
 void OpaqueWindowPtr::Notify(UInt32 kind)
 {
-    OpaqueEventRef event(kEventClassWindow, kind, typeWindowRef, WindowRef { this });
-    target.Send(event);
+    const WindowRef object = this;
+    target.Send({ kEventClassWindow, kind, typeWindowRef, std::as_bytes(std::span(&object, 1)) });
 }
 
 void OpaqueWindowPtr::SendCommand(const HICommandExtended& command)
@@ -60,8 +60,8 @@ void OpaqueWindowPtr::SendCommand(const HICommandExtended& command)
     if (disposed)
         return;
     const WindowPtr held = shared_from_this();
-    OpaqueEventRef event(kEventClassCommand, kEventCommandProcess, typeHICommand, command);
-    const OSStatus result = target.Send(event);
+    const OSStatus result = target.Send({ kEventClassCommand, kEventCommandProcess, typeHICommand,
+                                          std::as_bytes(std::span(&command, 1)) });
     if (result == eventNotHandledErr && command.commandID == kHICommandClose && !disposed)
         Notify(kEventWindowClose);
 }
@@ -161,21 +161,16 @@ const std::vector<WindowPtr>& Windows_All()
 
 void Windows_UpdateBlocked()
 {
-    bool all = false;
-    std::vector<WindowPtr> blocked;
-    for (const WindowPtr& window : Windows()) {
-        all = all || window->loop;
+    const auto blocks = [](const WindowPtr& window, const WindowPtr& other) {
         if (window->modality == kWindowModalityNone || !window->IsVisible())
-            continue;
-        if (window->modality == kWindowModalityWindowModal)
-            blocked.push_back(window->unavailable.lock());
-        else
-            all = true;
-    }
-    for (const WindowPtr& window : Windows()) {
-        window->SetBlocked(all
-                           || std::find(blocked.begin(), blocked.end(), window) != blocked.end());
-    }
+            return window->loop != nullptr;
+        return window->loop || window->modality != kWindowModalityWindowModal
+            || window->unavailable.lock() == other;
+    };
+    for (const WindowPtr& other : Windows())
+        other->SetBlocked(
+            std::any_of(Windows().begin(), Windows().end(),
+                        [&](const WindowPtr& window) { return blocks(window, other); }));
 }
 
 // The API
@@ -217,7 +212,7 @@ OSStatus SetWindowModality(WindowRef ref, WindowModality modality, WindowRef una
 }
 
 void BringToFront(WindowRef ref)
-{
+try {
     const WindowPtr window = Windows_Find(ref);
     if (!window)
         return;
@@ -225,18 +220,21 @@ void BringToFront(WindowRef ref)
     const auto found = std::find(windows.begin(), windows.end(), window);
     std::rotate(found, found + 1, windows.end());
     window->Activate();
+} catch (...) {
 }
 
 void ShowWindow(WindowRef ref)
-{
+try {
     if (const WindowPtr window = Windows_Find(ref))
         window->Show();
+} catch (...) {
 }
 
 void HideWindow(WindowRef ref)
-{
+try {
     if (const WindowPtr window = Windows_Find(ref))
         window->Hide();
+} catch (...) {
 }
 
 Boolean IsWindowVisible(WindowRef ref)
@@ -246,17 +244,18 @@ Boolean IsWindowVisible(WindowRef ref)
 }
 
 void MoveWindow(WindowRef ref, SInt16 h, SInt16 v, Boolean front)
-{
+try {
     const WindowPtr window = Windows_Find(ref);
     if (!window)
         return;
     window->Move({ h, v });
     if (front)
         BringToFront(ref);
+} catch (...) {
 }
 
 OSStatus GetWindowBounds(WindowRef ref, WindowRegionCode code, Rect* bounds)
-{
+try {
     const WindowPtr window = Windows_Find(ref);
     if (!window)
         return errInvalidWindowRef;
@@ -272,6 +271,8 @@ OSStatus GetWindowBounds(WindowRef ref, WindowRegionCode code, Rect* bounds)
     default:
         return errWindowRegionCodeInvalid;
     }
+} catch (...) {
+    return memFullErr;
 }
 
 OSStatus GetWindowRegion(WindowRef ref, WindowRegionCode code, RgnHandle region)
@@ -280,14 +281,16 @@ OSStatus GetWindowRegion(WindowRef ref, WindowRegionCode code, RgnHandle region)
 }
 
 OSStatus CopyWindowTitleAsCFString(WindowRef ref, CFStringRef* title)
-{
+try {
     const WindowPtr window = Windows_Find(ref);
     if (!window)
         return errInvalidWindowRef;
     if (!title)
         return paramErr;
-    *title = Bridges_CreateCFString(window->Title());
-    return *title ? noErr : memFullErr;
+    *title = Bridges_CreateCFString(window->Title()).release();
+    return noErr;
+} catch (...) {
+    return memFullErr;
 }
 
 EventTargetRef GetWindowEventTarget(WindowRef ref)
@@ -302,7 +305,10 @@ void DisposeWindow(WindowRef ref)
     if (!window || window->disposed)
         return;
     window->disposed = true; // from here on only the three notices below reach the handlers
-    window->Vanish();
+    try {
+        window->Vanish();
+    } catch (...) { // it goes with its widget below
+    }
     window->Notify(kEventWindowClosed);
     window->Notify(kEventWindowDispose);
 

@@ -2,6 +2,8 @@
 // Bridges_qt.h - strings and rectangles of the API as Qt's, and the other way round.
 #pragma once
 
+#include "support/Ref.h"
+
 #include <CoreFoundation/CFString.h>
 #include <CoreServices/MacTypes.h>
 
@@ -11,6 +13,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <new>
 
 /// A string up to its first zero character.
 inline QString Bridges_FromCFString(CFStringRef string)
@@ -21,13 +24,14 @@ inline QString Bridges_FromCFString(CFStringRef string)
         : QString();
 }
 
-/// Caller releases. Null without memory.
-inline CFStringRef Bridges_CreateCFString(const QString& text)
+/// Never null. Throws bad_alloc.
+inline Ref<CFStringRef> Bridges_CreateCFString(const QString& text)
 {
     const QByteArray utf8 = text.toUtf8();
-    return CFStringCreateWithBytes(kCFAllocatorDefault,
-                                   reinterpret_cast<const UInt8*>(utf8.constData()), utf8.size(),
-                                   kCFStringEncodingUTF8, false);
+    Ref<CFStringRef> string(CFStringCreateWithBytes(
+        kCFAllocatorDefault, reinterpret_cast<const UInt8*>(utf8.constData()), utf8.size(),
+        kCFStringEncodingUTF8, false));
+    return string ? std::move(string) : throw std::bad_alloc();
 }
 
 /// A rectangle with its right and bottom edges, clamped to the API's 16-bit coordinates.

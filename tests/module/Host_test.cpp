@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Host_test.cpp - the C functions for hosts in any language, and what they answer when nothing can be shown.
 #include "tests/module/LoadedModule.h"
+#include "tests/support/FailingNew.h"
 
 #include <filesystem>
 
@@ -56,6 +57,38 @@ TEST_F(Host, SaysWhyNothingIsShown)
 
     for (int result = -1; result <= kVeltranoNoInterfaceFile + 1; ++result)
         EXPECT_STRNE(VeltranoResultText(result), "");
+}
+
+// Boxes and alerts, each allocation of the two libraries failing in turn: a box or none, and a host as before.
+TEST_F(Host, RunsOnWithoutMemory)
+{
+    const VeltranoModuleRef module = VeltranoOpenModule(VELTRANO_BUNDLE);
+    const auto press = [&] { BoxWidget()->findChild<QPushButton*>()->click(); };
+    SInt16 item = 0;
+    const std::function<bool()> shows[] = {
+        [&] { return Show(module, m_parent, "text") == kVeltranoShown; },
+        [&] { return StandardAlert(kAlertNoteAlert, nullptr, nullptr, nullptr, &item) == noErr; },
+    };
+    FailingNew::lpszLibrary = "libvl";
+    for (const auto& show : shows) {
+        bool isShown = false;
+        int nFailed = 0;
+        FailingNew::ForEach([] {},
+                            [&] {
+                                const InModalLoop then(press);
+                                isShown = show();
+                            },
+                            [&](bool isFailed) {
+                                nFailed += isFailed;
+                                EXPECT_TRUE(isShown || isFailed);
+                                EXPECT_EQ(BoxWidget(), nullptr);
+                                EXPECT_TRUE(m_host->isEnabled());
+                            });
+        printf("%d failed allocations: 0 ends\n", nFailed);
+        EXPECT_GT(nFailed, 10);
+    }
+    FailingNew::lpszLibrary = nullptr;
+    VeltranoCloseModule(module);
 }
 
 } // namespace

@@ -4,28 +4,38 @@
 #include "tests/support/FailingNew.h"
 
 #include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
 #include <new>
 
 using namespace FailingNew;
 
-void* operator new(std::size_t n, const std::nothrow_t&) noexcept
+static void* Allocate(std::size_t n, void* caller) noexcept
 {
-    if (IsDue())
+    Dl_info info;
+    const bool isCounted = lpszLibrary == nullptr
+        || (dladdr(caller, &info) != 0 && std::strstr(info.dli_fname, lpszLibrary) != nullptr);
+    if (isCounted && IsDue())
         return nullptr;
     ++nBlocks;
     return std::calloc(1, n != 0 ? n : 1);
 }
 
+void* operator new(std::size_t n, const std::nothrow_t&) noexcept
+{
+    return Allocate(n, __builtin_return_address(0));
+}
+
 void* operator new(std::size_t n)
 {
-    if (void* block = operator new(n, std::nothrow))
+    if (void* block = Allocate(n, __builtin_return_address(0)))
         return block;
     throw std::bad_alloc();
 }
 
 void* operator new[](std::size_t n, const std::nothrow_t&) noexcept
 {
-    void* block = operator new(n, std::nothrow);
+    void* block = Allocate(n, __builtin_return_address(0));
     if (block != nullptr) {
         ++nArrays;
         ++nLiveArrays;

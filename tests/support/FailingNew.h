@@ -11,6 +11,8 @@ namespace FailingNew {
 
 inline int nUntilFailure = 0; // 0: none fails
 inline bool bForever = false;
+inline const char* lpszLibrary
+    = nullptr; // a part of the name of the only library whose allocations fail
 inline bool bFailed = false;
 inline std::atomic<int> nBlocks = 0; // of the operators, not yet released
 inline std::atomic<int> nArrays = 0; // allocated by the array operators
