@@ -1,13 +1,43 @@
 // SPDX-License-Identifier: MIT
-// Alerts_test.cpp - what the two forms of alert ask of the toolbox, and what they make of its
-// answer.
-#include "tests/ui/ToolboxDouble.h"
+// Alerts_test.cpp - what the two forms of alert ask of the toolbox, and what they make of its answer. This
+// program's StandardAlert stands in front of the platform's.
 #include "ui/Alerts.h"
 
 #include <cstring>
 #include <gtest/gtest.h>
+#include <string>
 
 using namespace Veltrano;
+
+namespace {
+
+std::string sCall; // the last one
+AlertStdAlertParamRec sParam = {};
+OSErr sResult = noErr;
+SInt16 sItem = 0; // 0: left as the caller preset it
+
+std::string TextOf(ConstStringPtr pascal)
+{
+    return pascal == nullptr ? "null"
+                             : std::string(reinterpret_cast<const char*>(pascal + 1), pascal[0]);
+}
+
+} // namespace
+
+OSErr StandardAlert(AlertType type,
+                    ConstStr255Param message,
+                    ConstStr255Param explanation,
+                    const AlertStdAlertParamRec* param,
+                    SInt16* itemHit)
+{
+    sCall = std::to_string(type) + " '" + TextOf(message) + "' '" + TextOf(explanation)
+        + "' ok=" + TextOf(param->defaultText) + " cancel=" + TextOf(param->cancelText)
+        + " preset=" + std::to_string(*itemHit);
+    sParam = *param;
+    if (sResult == noErr && sItem != 0)
+        *itemHit = sItem;
+    return sResult;
+}
 
 namespace {
 
@@ -26,12 +56,12 @@ TEST(AlertsTest, LengthByteWrapsAt256)
 
 TEST(AlertsTest, AsksAndAnswers)
 {
-    const char kYesNo[] = "StandardAlert 2 'Close?' 'Lost.' ok=No cancel=Yes preset=2\n";
-    const char kOk[] = "StandardAlert 2 'Close?' 'Lost.' ok=Ok cancel=null preset=2\n";
+    const char kYesNo[] = "2 'Close?' 'Lost.' ok=No cancel=Yes preset=2";
+    const char kOk[] = "2 'Close?' 'Lost.' ok=Ok cancel=null preset=2";
     const struct
     {
         int askYesNo;
-        OSStatus status;
+        OSErr status;
         SInt16 item;
         int result;
         const char* call;
@@ -45,34 +75,26 @@ TEST(AlertsTest, AsksAndAnswers)
         { 0, memFullErr, 0, 0, kOk, 1 },
     };
     for (const auto& row : rows) {
-        gToolbox = ToolboxDouble();
-        gToolbox.alertResult = row.status;
-        gToolbox.alertItem = row.item;
+        sResult = row.status;
+        sItem = row.item;
         EXPECT_EQ(ShowAlert("Lost.", "Close?", row.askYesNo), row.result) << row.call << row.item;
-        EXPECT_EQ(gToolbox.Transcript(), row.call);
-        const AlertStdAlertParamRec& param = gToolbox.alertParam;
-        EXPECT_EQ(param.defaultButton, row.defaultButton);
-        EXPECT_EQ(param.cancelButton, 0);
-        EXPECT_EQ(param.movable, 0);
-        EXPECT_EQ(param.helpButton, 0);
-        EXPECT_EQ(param.filterProc, nullptr);
-        EXPECT_EQ(param.otherText, nullptr);
-        EXPECT_EQ(param.position, 0);
+        EXPECT_EQ(sCall, row.call);
+        EXPECT_EQ(sParam.defaultButton, row.defaultButton);
+        EXPECT_EQ(sParam.cancelButton, 0);
+        EXPECT_TRUE(!sParam.movable && !sParam.helpButton && sParam.position == 0);
+        EXPECT_TRUE(sParam.filterProc == nullptr && sParam.otherText == nullptr);
     }
 }
 
 TEST(AlertsTest, CutsTextsToTheirBuffers)
 {
-    gToolbox = ToolboxDouble();
     ShowAlert(std::string(5000, 'e').c_str(), std::string(5000, 'm').c_str(), 0);
     // Of 510 characters, 510 modulo 256 are shown.
-    EXPECT_EQ(gToolbox.calls.at(0),
-              "StandardAlert 2 '" + std::string(126, 'm') + "' '" + std::string(254, 'e')
+    EXPECT_EQ(sCall,
+              "2 '" + std::string(126, 'm') + "' '" + std::string(254, 'e')
                   + "' ok=Ok cancel=null preset=2");
-
-    gToolbox = ToolboxDouble();
     ShowAlert(nullptr, "", 0);
-    EXPECT_EQ(gToolbox.Transcript(), "StandardAlert 2 '' '' ok=Ok cancel=null preset=2\n");
+    EXPECT_EQ(sCall, "2 '' '' ok=Ok cancel=null preset=2");
 }
 
 } // namespace

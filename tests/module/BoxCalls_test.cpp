@@ -1,0 +1,282 @@
+// SPDX-License-Identifier: MIT
+// BoxCalls_test.cpp - every call that the shipped box makes, in order: this program's routines stand in front
+// of the platform's, write down what the module calls, and pass it on.
+#include "tests/module/LoadedModule.h"
+#include "tests/support/TemporaryFolder.h"
+#include "ui/AboutBox.h"
+
+#include <dlfcn.h>
+#include <map>
+#include <sstream>
+
+namespace {
+
+std::ostringstream sCalls;
+std::map<const void*, std::string> sNames; // of references, in the order in which they appear
+std::string sRefused; // this routine fails
+EventHandlerUPP sHandler = nullptr; // installed last
+void* sHandlerData = nullptr;
+
+/// Stands for an event that the platform did not send.
+struct FakeEvent
+{
+    UInt32 eventClass, eventKind, command;
+} sFake = {};
+
+bool IsFake(EventRef event)
+{
+    return reinterpret_cast<FakeEvent*>(event) == &sFake;
+}
+
+std::string Code(UInt32 code)
+{
+    return { static_cast<char>(code >> 24), static_cast<char>(code >> 16),
+             static_cast<char>(code >> 8), static_cast<char>(code) };
+}
+
+std::string Shown(const std::string& text)
+{
+    return ' ' + text;
+}
+
+std::string Shown(const char* text)
+{
+    return Shown(std::string(text));
+}
+
+std::string Shown(long number)
+{
+    return Shown(std::to_string(number));
+}
+
+std::string Shown(const void* reference)
+{
+    if (reference == nullptr)
+        return " null";
+    return Shown(sNames.try_emplace(reference, '#' + std::to_string(sNames.size())).first->second);
+}
+
+/// Writes a call down, if the module makes it.
+template <class... Arguments>
+void Write(const void* caller, const char* routine, const Arguments&... shown)
+{
+    Dl_info info = {};
+    if (dladdr(caller, &info) == 0 || !std::string_view(info.dli_fname).ends_with("/Veltrano"))
+        return;
+    sCalls << routine;
+    ((sCalls << Shown(shown)), ...);
+    sCalls << '\n';
+}
+
+template <class Result> Result Refused()
+{
+    if constexpr (std::is_arithmetic_v<Result>)
+        return -1;
+    else
+        return Result();
+}
+
+/// The value of a control's data.
+std::string ValueOf(ResType tag, Size size, const void* data)
+{
+    std::ostringstream text;
+    if (tag == kControlStaticTextTextTag) {
+        text.write(static_cast<const char*>(data), size);
+    } else if (tag == kControlPictureHandleTag) {
+        return Shown(*static_cast<void* const*>(data)).substr(1);
+    } else if (tag == kControlPushButtonDefaultTag) {
+        text << int { *static_cast<const Boolean*>(data) };
+    } else if (tag == kControlFontStyleTag) {
+        const auto& style = *static_cast<const ControlFontStyleRec*>(data);
+        text << std::hex << "flags " << style.flags << " color " << style.foreColor.red << ' '
+             << style.foreColor.green << ' ' << style.foreColor.blue;
+    }
+    return text.str();
+}
+
+} // namespace
+
+#define REAL(routine)                                                                              \
+    static const auto real = reinterpret_cast<decltype(&routine)>(dlsym(RTLD_NEXT, "vlp_" #routine))
+// A routine of the platform, and the arguments that are written down.
+#define RECORDED(Result, routine, parameters, arguments, ...)                                      \
+    Result routine parameters                                                                      \
+    {                                                                                              \
+        REAL(routine);                                                                             \
+        Write(__builtin_return_address(0), #routine __VA_OPT__(, ) __VA_ARGS__);                   \
+        return sRefused == #routine ? Refused<Result>() : real arguments;                          \
+    }
+
+extern "C" {
+// clang-format off
+RECORDED(OSStatus, CreateNibReferenceWithCFBundle, (CFBundleRef b, CFStringRef name, IBNibRef* nib), (b, name, nib), b, CFStringGetCStringPtr(name, kCFStringEncodingUTF8))
+RECORDED(OSStatus, CreateWindowFromNib, (IBNibRef nib, CFStringRef name, WindowRef* w), (nib, name, w), nib, CFStringGetCStringPtr(name, kCFStringEncodingUTF8))
+RECORDED(void, DisposeNibReference, (IBNibRef nib), (nib), nib)
+RECORDED(SInt16, CurResFile, (), ())
+RECORDED(void, UseResFile, (SInt16 file), (file), file)
+RECORDED(CFBundleRefNum, CFBundleOpenBundleResourceMap, (CFBundleRef b), (b), b)
+RECORDED(void, CFBundleCloseBundleResourceMap, (CFBundleRef b, CFBundleRefNum map), (b, map), b, map)
+RECORDED(PicHandle, GetPicture, (SInt16 id), (id), id)
+RECORDED(void, ReleaseResource, (Handle h), (h), static_cast<void*>(h))
+RECORDED(OSStatus, GetControlByID, (WindowRef w, const ControlID* id, ControlRef* c), (w, id, c), w, Code(id->signature), id->id)
+RECORDED(OSStatus, SetThemeWindowBackground, (WindowRef w, ThemeBrush brush, Boolean update), (w, brush, update), w, brush, update)
+RECORDED(void, HideControl, (ControlRef c), (c), c)
+RECORDED(void, ShowControl, (ControlRef c), (c), c)
+RECORDED(OSErr, EmbedControl, (ControlRef c, ControlRef in), (c, in), c, in)
+RECORDED(void, DrawControls, (WindowRef w), (w), w)
+RECORDED(OSErr, GetControlDataSize, (ControlRef c, ControlPartCode part, ResType tag, Size* size), (c, part, tag, size), c, part, Code(tag))
+RECORDED(OSErr, GetControlData, (ControlRef c, ControlPartCode part, ResType tag, Size size, void* data, Size* actual), (c, part, tag, size, data, actual), c, part, Code(tag), size)
+RECORDED(OSErr, SetControlData, (ControlRef c, ControlPartCode part, ResType tag, Size size, const void* data), (c, part, tag, size, data), c, part, Code(tag), ValueOf(tag, size, data))
+RECORDED(OSStatus, SetWindowClass, (WindowRef w, WindowClass c), (w, c), w, c)
+RECORDED(OSStatus, GetWindowClass, (WindowRef w, WindowClass* c), (w, c), w)
+RECORDED(OSStatus, SetWindowModality, (WindowRef w, WindowModality m, WindowRef over), (w, m, over), w, m, over)
+RECORDED(void, BringToFront, (WindowRef w), (w), w)
+RECORDED(void, ShowWindow, (WindowRef w), (w), w)
+RECORDED(void, HideWindow, (WindowRef w), (w), w)
+RECORDED(void, MoveWindow, (WindowRef w, SInt16 h, SInt16 v, Boolean front), (w, h, v, front), w, h, v, front)
+RECORDED(RgnHandle, NewRgn, (), ())
+RECORDED(Rect*, GetRegionBounds, (RgnHandle r, Rect* bounds), (r, bounds))
+RECORDED(EventTargetRef, GetWindowEventTarget, (WindowRef w), (w), w)
+RECORDED(void, DisposeRgn, (RgnHandle r), (r))
+RECORDED(OSStatus, GetWindowRegion, (WindowRef w, WindowRegionCode code, RgnHandle r), (w, code, r), w, code)
+RECORDED(OSStatus, RunAppModalLoopForWindow, (WindowRef w), (w), w)
+RECORDED(OSStatus, QuitAppModalLoopForWindow, (WindowRef w), (w), w)
+RECORDED(void, DisposeWindow, (WindowRef w), (w), w)
+RECORDED(OSStatus, RemoveEventHandler, (EventHandlerRef h), (h), h)
+// clang-format on
+
+OSStatus InstallEventHandler(EventTargetRef target,
+                             EventHandlerUPP routine,
+                             UInt32 count,
+                             const EventTypeSpec* types,
+                             void* data,
+                             EventHandlerRef* handler)
+{
+    REAL(InstallEventHandler);
+    std::string list;
+    for (UInt32 i = 0; i < count; ++i)
+        list += Code(types[i].eventClass) + std::to_string(types[i].eventKind) + ' ';
+    Write(__builtin_return_address(0), "InstallEventHandler",
+          list + (handler != nullptr ? "kept" : "forgotten"));
+    sHandler = routine;
+    sHandlerData = data;
+    return real(target, routine, count, types, data, handler);
+}
+
+UInt32 GetEventClass(EventRef event)
+{
+    REAL(GetEventClass);
+    return IsFake(event) ? sFake.eventClass : real(event);
+}
+
+UInt32 GetEventKind(EventRef event)
+{
+    REAL(GetEventKind);
+    return IsFake(event) ? sFake.eventKind : real(event);
+}
+
+OSStatus GetEventParameter(EventRef event,
+                           EventParamName name,
+                           EventParamType type,
+                           EventParamType* actualType,
+                           UInt32 size,
+                           UInt32* actualSize,
+                           void* data)
+{
+    REAL(GetEventParameter);
+    Write(__builtin_return_address(0), "GetEventParameter", Code(type));
+    if (!IsFake(event))
+        return real(event, name, type, actualType, size, actualSize, data);
+    if (type == typeHICommand && size == sizeof(HICommand))
+        static_cast<HICommand*>(data)->commandID = sFake.command;
+    return noErr;
+}
+
+} // extern "C"
+
+namespace {
+
+class BoxCalls : public LoadedModule
+{
+protected:
+    /// The calls of a box, which `work` closes, and what it wrote to standard error.
+    std::string Record(const std::function<int()>& show,
+                       const std::function<void(WindowRef)>& work = PressButton)
+    {
+        sCalls.str("");
+        sNames.clear();
+        const InModalLoop then([&] { work(FrontNonFloatingWindow()); });
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(show(), 1);
+        m_errors = testing::internal::GetCapturedStderr();
+        return sCalls.str();
+    }
+
+    /// Sends an event to the box's handler.
+    static OSStatus Send(UInt32 eventClass, UInt32 eventKind, UInt32 command = 0)
+    {
+        sFake = { eventClass, eventKind, command };
+        return sHandler(nullptr, reinterpret_cast<EventRef>(&sFake), sHandlerData);
+    }
+
+    std::string m_errors;
+};
+
+TEST_F(BoxCalls, AreMadeInOrder)
+{
+    const std::string full = Record(
+        [&] { return m_show(m_parent, m_hostBundle, 129, &m_product, "Licensed to Ada", 1); });
+    EXPECT_EQ(full, ReadFile(TEST_DATA "/box_calls.txt"));
+    EXPECT_EQ(m_errors,
+              "StaticText_updateText: Product 3.2 (build 88)\n"
+              "StaticText_updateText: Licensed to Ada\n");
+    m_product.versionText = nullptr;
+    const std::string least
+        = Record([&] { return m_showSimple(m_parent, nullptr, 7, &m_product); });
+    EXPECT_EQ(least, ReadFile(TEST_DATA "/box_calls_least.txt"));
+    EXPECT_EQ(m_errors, "StaticText_updateText: null\nStaticText_updateText: null\n");
+    Record([&] { return m_show(m_parent, nullptr, 7, nullptr, "", 0); });
+    EXPECT_EQ(m_errors, "StaticText_updateText: null\nStaticText_updateText: \n");
+}
+
+TEST_F(BoxCalls, CentreWithHalvesTowardsZero)
+{
+    // With their frames the box is 444 points wide, and the host at 98 is 4 points wider than it is set to.
+    for (const auto& [width, expected] : { std::pair { 443, "99 " }, std::pair { 437, "97 " } }) {
+        m_host->setGeometry(100, 100, width, 100);
+        const std::string calls
+            = Record([&] { return m_showSimple(m_parent, nullptr, 7, nullptr); });
+        EXPECT_NE(calls.find(std::string("MoveWindow #2 ") + expected), calls.npos) << calls;
+    }
+}
+
+TEST_F(BoxCalls, EndWithoutAWindow)
+{
+    const auto show = [&] { return m_show(m_parent, m_hostBundle, 128, &m_product, "x", 0); };
+    sRefused = "CreateNibReferenceWithCFBundle";
+    EXPECT_EQ(Record(show), "CreateNibReferenceWithCFBundle #0 about\nBringToFront #1\n");
+    sRefused = "CreateWindowFromNib";
+    EXPECT_EQ(Record(show),
+              "CreateNibReferenceWithCFBundle #0 about\nCreateWindowFromNib #1 AboutDlg\n"
+              "DisposeNibReference #1\nBringToFront #2\n");
+    sRefused = "";
+}
+
+TEST_F(BoxCalls, OtherEventsAreLeftToThePlatform)
+{
+    Record([&] { return m_show(m_parent, m_hostBundle, 128, &m_product, "x", 0); },
+           [](WindowRef) {
+               EXPECT_EQ(Send('cmds', 1, 'ok  '), eventNotHandledErr);
+               EXPECT_EQ(Send('cmds', 2, 'clos'), eventNotHandledErr);
+               EXPECT_EQ(Send('wind', 72), eventNotHandledErr);
+               EXPECT_EQ(Send('mous', 73), eventNotHandledErr);
+               EXPECT_EQ(sCalls.str().find("QuitAppModalLoop"), std::string::npos);
+               EXPECT_EQ(Send('cmds', 1, 'clos'), noErr);
+           });
+    // The handler for the hiding event exists, but the box does not install it.
+    sHandler = Veltrano::AboutBox::HidingEventHandler;
+    EXPECT_EQ(Send('wind', 25), eventNotHandledErr);
+    EXPECT_EQ(Send('cmds', 23), eventNotHandledErr);
+}
+
+} // namespace
