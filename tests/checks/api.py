@@ -35,9 +35,12 @@ def main(source, module, *libraries):
         faults.extend(f"{what}: {name} of the register is missing" for name in sorted(listed - found))
 
     compare("headers", declared, set(register))
+    packaged = (source / "debian/libveltrano1.symbols").read_text()
     for path, library in zip(libraries, ("foundation", "toolbox")):
         listed = {elf_name(name, users) for name, (owner, users) in register.items() if owner == library}
         compare(f"lib {library}", dynamic_symbols(path, "defined"), listed)
+        rows = re.search(rf"^libvl{library}\.so.*\n((?: .*\n)*)", packaged, re.M)[1]
+        compare(f"debian/libveltrano1.symbols, {library}", set(re.findall(r"^ (\w+)@Base", rows, re.M)), listed)
     imported = {name for name in dynamic_symbols(module, "undefined") if name.startswith("vlp_")}
     compare("module", imported, {elf_name(name, users) for name, (_, users) in register.items() if "module" in users})
     print("\n".join(faults))

@@ -1,13 +1,13 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# install_test.sh BUILD-OR-PREFIX SOURCE - consumers of an installed prefix: each header alone, a host and a
-# component through pkg-config, the examples through CMake. A build folder is installed first, and moved.
+# install_test.sh BUILD-OR-PREFIX SOURCE - consumers of an installed prefix: each header alone, what the guide says,
+# the examples through CMake. A build folder is installed first, and moved.
 set -eu
 prefix=$1
 source=$2
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
-export QT_QPA_PLATFORM=offscreen XDG_CONFIG_HOME="$folder/config"
+export QT_QPA_PLATFORM=offscreen XDG_CONFIG_HOME="$folder/config" XDG_DATA_HOME="$folder/data"
 
 if [ -f "$prefix/CMakeCache.txt" ]; then
     cmake --install "$prefix" --prefix "$folder/first" >/dev/null
@@ -24,18 +24,18 @@ export PKG_CONFIG_PATH
         $(pkg-config --cflags veltrano-ui) -
 done
 LD_LIBRARY_PATH=$(pkg-config --variable=libdir veltrano)
-export LD_LIBRARY_PATH
-# shellcheck disable=SC2046
-gcc -std=c11 -Wall -Wextra -Wpedantic -Werror "$source/examples/x11_host/main.c" -o "$folder/host" \
-    $(pkg-config --cflags --libs veltrano x11)
-# shellcheck disable=SC2046
-g++ -std=c++20 "$source/examples/component/main.cpp" -o "$folder/component" $(pkg-config --cflags --libs veltrano-system)
-"$folder/component"
-[ "$("$prefix/bin/vlprefs" get com.veltrano.Example.Part Started)" = 1 ]
+PATH=$prefix/bin:$PATH
+export LD_LIBRARY_PATH PATH
+mkdir "$folder/guide"
+(cd "$folder/guide" && python3 "$source/tests/install/guide.py" "$source/docs/host-guide.md" "$source/README.md") >"$folder/guide.log" || { cat "$folder/guide.log"; exit 1; }
+[ "$(vlprefs get com.veltrano.Product.Component Runs)" = 2 ]
 
-PATH=$prefix/bin:$PATH cmake -S "$source/examples" -B "$folder/examples" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
-cmake --build "$folder/examples" --target component example_host >/dev/null
+examples=$(pkg-config --variable=examples veltrano)
+cmake -S "$examples" -B "$folder/examples" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$folder/examples" >/dev/null
 "$folder/examples/ExampleHost.app/Contents/MacOS/ExampleHost" --snapshot "$folder/about.png"
+"$folder/examples/component"
+[ "$(vlprefs get com.veltrano.Example.Part Started)" = 1 ]
 for tool in vlabout vlcheck vlpict vlprefs vlprofile; do
     "$prefix/bin/$tool" --help >/dev/null
     ls "$prefix/share/man/man1/$tool.1"* >/dev/null
