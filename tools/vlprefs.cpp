@@ -13,11 +13,9 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <set>
 #include <string_view>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -30,6 +28,8 @@ const char kHelp[]
       "       vlprefs delete APPLICATION ENTRY\n"
       "       vlprefs list APPLICATION\n"
       "       vlprefs clear APPLICATION\n"
+      "       vlprefs export APPLICATION\n"
+      "       vlprefs import APPLICATION FILE\n"
       "       vlprefs domains\n"
       "each with --all-users for the entries of all users\n"
       "\n"
@@ -39,6 +39,8 @@ const char kHelp[]
       "strings\n"
       "         \\n, \\r, \\t and \\\\ stand for the characters\n"
       "clear    deletes all entries\n"
+      "export   prints the entries as an XML property list\n"
+      "import   sets the entries of such a list, \"-\" for standard input; others stay\n"
       "domains  prints the applications that have entries\n"
       "exit codes: 0 done, 1 no such entry, or a file cannot be read or written, 2 wrong "
       "arguments\n";
@@ -150,31 +152,10 @@ std::string Escape(const std::string& text)
 
 // --- files -------------------------------------------------------------------------------------
 
-/// The folder of the user's or all users' files.
-fs::path FolderOf(const Arguments& arguments)
+/// The file of an application's entries.
+std::string FileOf(const Arguments& arguments, const char* application)
 {
-    return arguments.Has("all-users")
-        ? BaseFolders_Local("XDG_CONFIG_DIRS", "/etc/xdg") + "/preferences"
-        : BaseFolders_User("XDG_CONFIG_HOME", "/.config") + "/preferences/ByHost";
-}
-
-/// What a file's name has after the application: the user's files belong to one machine.
-std::string SuffixOf(const Arguments& arguments)
-{
-    char machine[256] = "";
-    gethostname(machine, sizeof machine - 1);
-    std::string id;
-    for (const char* file : { "/etc/machine-id", "/var/lib/dbus/machine-id" }) {
-        if (id.size() != 32)
-            std::ifstream(file) >> id;
-    }
-    const std::string name = id.size() == 32 ? id : machine;
-    return arguments.Has("all-users") ? ".plist" : "." + name + ".plist";
-}
-
-std::string FileOf(const Arguments& arguments)
-{
-    return FolderOf(arguments) / (arguments[0] + SuffixOf(arguments));
+    return BaseFolders_Preferences(application, arguments.Has("all-users"));
 }
 
 /// All entries of an application. Fails if there is a file that cannot be read.
@@ -193,9 +174,9 @@ Ref<CFMutableDictionaryRef> CopyEntries(const Arguments& arguments)
         CFDictionarySetValue(entries.get(), key, value.get());
     }
     std::error_code error;
-    if (!keys && (fs::exists(FileOf(arguments), error) || error)) {
-        ReadInput(FileOf(arguments));
-        Fail(FileOf(arguments) + " is not an XML property list with entries");
+    if (!keys && (fs::exists(FileOf(arguments, arguments[0]), error) || error)) {
+        ReadInput(FileOf(arguments, arguments[0]));
+        Fail(FileOf(arguments, arguments[0]) + " is not an XML property list with entries");
     }
     return entries;
 }
@@ -206,12 +187,12 @@ void Write(const Arguments& arguments)
     std::string aside;
     std::error_code error;
     for (int n = 1; aside.empty() || fs::exists(fs::symlink_status(aside, error)); ++n)
-        aside = FileOf(arguments) + ".damaged-" + std::to_string(n);
+        aside = FileOf(arguments, arguments[0]) + ".damaged-" + std::to_string(n);
     errno = 0;
     if (!CFPreferencesSynchronize(ApplicationOf(arguments).get(), UserOf(arguments),
                                   kCFPreferencesCurrentHost)) {
         const std::string reason = errno != 0 ? std::string(": ") + strerror(errno) : "";
-        Fail("cannot write " + FileOf(arguments) + reason);
+        Fail("cannot write " + FileOf(arguments, arguments[0]) + reason);
     }
     if (fs::exists(aside, error))
         fprintf(stderr, "vlprefs: the old file was damaged and is now %s\n", aside.c_str());
@@ -381,12 +362,36 @@ void Clear(const Arguments& arguments)
     Write(arguments);
 }
 
+/// Prints the application's file as it is, after a check that it can be read.
+void Export(const Arguments& arguments)
+{
+    CopyEntries(arguments);
+    fputs(ReadInput(FileOf(arguments, arguments[0])).c_str(), stdout);
+}
+
+/// Sets the entries of a property list; others stay.
+void Import(const Arguments& arguments)
+{
+    const std::string xml = ReadInput(arguments[1]);
+    const Ref<CFDataRef> data(CFDataCreate(kCFAllocatorDefault,
+                                           reinterpret_cast<const UInt8*>(xml.data()),
+                                           static_cast<CFIndex>(xml.size())));
+    const Ref<CFTypeRef> entries(CFPropertyListCreateFromXMLData(
+        kCFAllocatorDefault, data.get(), kCFPropertyListImmutable, nullptr));
+    if (!IsDictionary(entries.get()))
+        Fail(std::string(arguments[1]) + " is not an XML property list with entries");
+    ForEach(static_cast<CFDictionaryRef>(entries.get()),
+            [&](CFStringRef key, CFTypeRef value) { SetTopValue(arguments, key, value); });
+    Write(arguments);
+}
+
 void Domains(const Arguments& arguments)
 {
     std::set<std::string> names;
     std::error_code error;
-    const std::string suffix = SuffixOf(arguments);
-    for (const auto& entry : fs::directory_iterator(FolderOf(arguments), error)) {
+    const fs::path nameless = FileOf(arguments, "");
+    const std::string suffix = nameless.filename();
+    for (const auto& entry : fs::directory_iterator(nameless.parent_path(), error)) {
         const std::string name = entry.path().filename();
         if (name.ends_with(suffix))
             names.insert(name.substr(0, name.size() - suffix.size()));
@@ -405,6 +410,8 @@ int main(int, char** argv)
                      { "delete", 2, { "all-users" }, Delete },
                      { "list", 1, { "all-users" }, List },
                      { "clear", 1, { "all-users" }, Clear },
+                     { "export", 1, { "all-users" }, Export },
+                     { "import", 2, { "all-users" }, Import },
                      { "domains", 0, { "all-users" }, Domains } },
                    argv);
 }

@@ -39,46 +39,10 @@ const CFStringRef kCFPreferencesCurrentHost = &sCurrentHost;
 
 // --- where a domain lives ---
 
-// The machine's id, read once in a process.
-static const std::string& HostID()
-{
-    static const std::string* sHostID = [] {
-        auto* found = new std::string;
-        for (const char* file : { "/etc/machine-id", "/var/lib/dbus/machine-id" }) {
-            std::string text;
-            if (FileBytes_Read(file, 4096, text, nullptr) == 0)
-                *found = text.substr(0, text.find_first_not_of("0123456789abcdef"));
-            if (found->size() == 32)
-                return found;
-        }
-        char name[256] = "";
-        gethostname(name, sizeof(name) - 1);
-        *found = name[0] != 0 ? name : "localhost";
-        return found;
-    }();
-    return *sHostID;
-}
-
 static bool IsScope(CFStringRef user, CFStringRef host)
 {
     return (user == kCFPreferencesAnyUser || user == kCFPreferencesCurrentUser)
         && host == kCFPreferencesCurrentHost;
-}
-
-// The path of a domain's file; empty if it has none.
-static std::string DomainPath(std::string_view application, bool isAnyUser)
-{
-    if (application.find('/') != application.npos || application.find('\0') != application.npos)
-        return {};
-    std::string path = isAnyUser ? BaseFolders_Local("XDG_CONFIG_DIRS", "/etc/xdg")
-                                 : BaseFolders_User("XDG_CONFIG_HOME", "/.config");
-    if (path.empty())
-        return {};
-    path += isAnyUser ? "/preferences/" : "/preferences/ByHost/";
-    path += application;
-    if (!isAnyUser)
-        path += "." + HostID();
-    return path + ".plist";
 }
 
 // --- a domain ---
@@ -170,7 +134,7 @@ static Domain& FindDomain(Domains& domains, CFStringRef application, bool isAnyU
     Domain domain;
     domain.isAnyUser = isAnyUser;
     domain.application = application->Text();
-    domain.path = DomainPath(domain.application, isAnyUser);
+    domain.path = BaseFolders_Preferences(domain.application, isAnyUser);
     domain.read.values = Ref<__CFDictionary*>(new __CFDictionary);
     domain.values = Ref_Retained(domain.read.values.get());
     return map.emplace(domain.application, std::move(domain)).first->second;
@@ -586,7 +550,7 @@ Boolean CFPreferencesSynchronize(CFStringRef application, CFStringRef user, CFSt
     std::lock_guard lock(domains.lock);
     try {
         Domain& domain = FindDomain(domains, application, user == kCFPreferencesAnyUser);
-        std::string path = DomainPath(domain.application, domain.isAnyUser);
+        std::string path = BaseFolders_Preferences(domain.application, domain.isAnyUser);
         if (path != domain.path) { // the environment has changed
             domain.path = path;
             domain.read.error = 0;

@@ -494,6 +494,21 @@ CFPropertyListRef PropertyList_CreateFromXML(std::string_view xml)
     return isFit ? Reader(xml).CreateDocument() : nullptr;
 }
 
+CFPropertyListRef CFPropertyListCreateFromXMLData(CFAllocatorRef,
+                                                  CFDataRef xmlData,
+                                                  CFOptionFlags,
+                                                  CFStringRef* errorString)
+{
+    if (errorString != nullptr)
+        *errorString = nullptr;
+    try {
+        const auto* xml = reinterpret_cast<const char*>(CFDataGetBytePtr(xmlData));
+        return PropertyList_CreateFromXML({ xml, static_cast<size_t>(CFDataGetLength(xmlData)) });
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
 // --- writing ---
 
 static void AppendText(std::string& xml, std::string_view text)

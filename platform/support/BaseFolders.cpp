@@ -2,10 +2,12 @@
 // BaseFolders.cpp - the XDG base folders.
 #include "support/BaseFolders.h"
 
+#include "support/FileBytes.h"
+
 #include <cerrno>
 #include <cstdlib>
-#include <string_view>
 #include <sys/stat.h>
+#include <unistd.h>
 
 // Strips the final "/". Relative paths count as unset, as the XDG rules require.
 static std::string AbsoluteOrEmpty(std::string_view path)
@@ -44,6 +46,41 @@ std::string BaseFolders_Local(const char* variable, const char* standard)
         list.remove_prefix(first.size() + (first.size() < list.size() ? 1 : 0));
     }
     return standard;
+}
+
+// The machine's id, read once in a process.
+static const std::string& HostID()
+{
+    static const std::string* sHostID = [] {
+        auto* found = new std::string;
+        for (const char* file : { "/etc/machine-id", "/var/lib/dbus/machine-id" }) {
+            std::string text;
+            if (FileBytes_Read(file, 4096, text, nullptr) == 0)
+                *found = text.substr(0, text.find_first_not_of("0123456789abcdef"));
+            if (found->size() == 32)
+                return found;
+        }
+        char name[256] = "";
+        gethostname(name, sizeof(name) - 1);
+        *found = name[0] != 0 ? name : "localhost";
+        return found;
+    }();
+    return *sHostID;
+}
+
+std::string BaseFolders_Preferences(std::string_view application, bool isAnyUser)
+{
+    if (application.find('/') != application.npos || application.find('\0') != application.npos)
+        return {};
+    std::string path = isAnyUser ? BaseFolders_Local("XDG_CONFIG_DIRS", "/etc/xdg")
+                                 : BaseFolders_User("XDG_CONFIG_HOME", "/.config");
+    if (path.empty())
+        return {};
+    path += isAnyUser ? "/preferences/" : "/preferences/ByHost/";
+    path += application;
+    if (!isAnyUser)
+        path += "." + HostID();
+    return path + ".plist";
 }
 
 int BaseFolders_Make(const std::string& path, unsigned mode)

@@ -40,9 +40,13 @@ same() { # two files
     run vlprefs domains
     run vlprefs clear com.example.a --all-users
     run vlprefs domains --all-users
-    plutil=$(find config -name '*.plist')
-    python3 -c 'import plistlib, sys; print(sorted(plistlib.load(open(sys.argv[1], "rb")).items()))' "$plutil"
-    echo "<plist" >"$plutil"
+    run vlprefs export com.example.a >exported
+    sed 1d exported | python3 -c 'import plistlib, sys; print(sorted(plistlib.loads(sys.stdin.buffer.read()).items()))'
+    run vlprefs clear com.example.a
+    sed 1d exported | run vlprefs import com.example.a -
+    run vlprefs list com.example.a
+    run vlprefs import com.example.a exported
+    echo "<plist" >"$(find config -name '*.plist')"
     run vlprefs list com.example.a | sed 's|/.*/||; s|[.][^ .]*[.]plist|.plist|'
     run vlprefs set com.example.a View --string new | sed 's|/.*/||; s|[.][^ .]*[.]plist|.plist|'
     run vlprefs list com.example.a
