@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Picture_test.cpp - pictures of every kind, written here and looked at where it matters.
+#include "QuickDraw/PictureBits_qt.h"
 #include "QuickDraw/Picture_qt.h"
 #include "tools/PictureWriter.h"
 
@@ -9,9 +10,10 @@
 #include <QtGui/QImageWriter>
 #include <QtGui/QPainter>
 
-#include <functional>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <random>
+#include <sstream>
 #include <vector>
 
 namespace {
@@ -19,7 +21,6 @@ namespace {
 const QRgb kWhite = qRgb(255, 255, 255);
 const QRgb kBlack = qRgb(0, 0, 0);
 const QRgb kRed = qRgb(255, 0, 0);
-const QRgb kBlue = qRgb(0, 0, 255);
 
 /// Picture data, word by word.
 class Bytes
@@ -174,114 +175,34 @@ TEST(PictureTest, BitsSurviveARoundTrip)
     EXPECT_EQ(WorstDifference(dense, Render(EncodePicture(dense, QRect(0, 0, 40, 40)), 2)), 0);
 }
 
-/// What each drawing leaves at some points of a 40 x 40 picture.
-struct DrawingRow
-{
-    const char* name;
-    Bytes opcodes;
-    std::vector<std::tuple<int, int, QRgb>> points; // h, v, colour
-};
-
-const auto kRedPen = [] { return Bytes().W({ 0x1A, 0xFFFF, 0, 0 }); };
-const auto kBluePattern = [](int opcode) {
-    return Bytes()
-        .W({ opcode, 1, 0, 0, 0, 0, 0x8008, 0, 0, 8, 8, 0, 1 })
-        .Add(QByteArray(14, 0))
-        .W({ 8, 1, 8 })
-        .Add(QByteArray(16, 0))
-        .W({ 0x8000, 0, 0, 0, 0, 0xFFFF })
-        .Add(QByteArray(64, 0));
-};
-const auto kBlueBack = [] { return Bytes().W({ 0x1B, 0, 0, 0xFFFF }); };
-
 TEST(PictureTest, DrawsTheShapes)
 {
-    // clang-format off
-    const DrawingRow rows[] = {
-        { "nothing", Bytes(), { { 0, 0, kWhite }, { 39, 39, kWhite } } },
-        { "line", kRedPen().W({ 0x07, 4, 4, 0x20, 10, 10, 10, 30 }), { { 10, 10, kRed }, { 33, 13, kRed }, { 34, 13,
-          kWhite }, { 33, 14, kWhite } } },
-        { "line from", Bytes().W({ 0x07, 2, 2, 0x20, 5, 5, 5, 20, 0x21, 20, 20 }), { { 20, 15, kBlack }, { 21, 21,
-          kBlack }, { 22, 15, kWhite } } },
-        { "short line", Bytes().W({ 0x22, 5, 5 }).B({ 10, 0 }).W({ 0x23 }).B({ 0, 10 }), { { 15, 5, kBlack }, { 15,
-          15, kBlack }, { 5, 10, kWhite } } },
-        { "short line back", Bytes().W({ 0x22, 20, 20 }).B({ -10, 0 }), { { 10, 20, kBlack }, { 20, 20, kBlack }, { 9,
-          20, kWhite } } },
-        { "diagonal", Bytes().W({ 0x07, 3, 3, 0x20, 0, 0, 37, 37 }), { { 21, 21, kBlack }, { 30, 10, kWhite } } },
-        { "frame rect", Bytes().W({ 0x07, 2, 3, 0x30, 10, 10, 30, 30 }), { { 12, 20, kBlack }, { 13, 20, kWhite }, {
-          20, 11, kBlack }, { 20, 12, kWhite }, { 29, 29, kBlack } } },
-        { "paint, same erase", kRedPen().Add(kBlueBack().Get()).W({ 0x31, 10, 10, 30, 30, 0x3A }), { { 20, 20, kBlue
-          }, { 5, 5, kWhite } } },
-        { "invert", kRedPen().W({ 0x31, 10, 10, 30, 30, 0x33, 0, 0, 20, 20 }), { { 15, 15, qRgb(0, 255, 255) }, { 5,
-          5, kBlack }, { 25, 25, kRed } } },
-        { "fill with a pattern", Bytes().W({ 0x0A, 0xF0F0, 0xF0F0, 0xF0F0, 0xF0F0, 0x34, 0, 0, 40, 40 }), { { 1, 1,
-          kBlack }, { 5, 1, kWhite }, { 9, 9, kBlack } } },
-        { "round rect", Bytes().W({ 0x0B, 16, 16, 0x41, 0, 0, 40, 40, 0x0A, 0, 0, 0, 0, 0x4C }), { { 0, 0, kWhite }, {
-          20, 20, kWhite } } },
-        { "round rect corner", Bytes().W({ 0x0B, 20, 20, 0x41, 0, 0, 40, 40 }), { { 0, 0, kWhite }, { 20, 0, kBlack },
-          { 39, 39, kWhite }, { 20, 39, kBlack } } },
-        { "oval", Bytes().W({ 0x51, 0, 0, 40, 40 }), { { 20, 20, kBlack }, { 2, 2, kWhite }, { 20, 1, kBlack } } },
-        { "framed oval", Bytes().W({ 0x07, 4, 4, 0x50, 0, 0, 40, 40 }), { { 20, 20, kWhite }, { 20, 2, kBlack }, { 2,
-          20, kBlack } } },
-        { "arc: the upper right quarter", Bytes().W({ 0x61, 0, 0, 40, 40, 0, 90 }), { { 28, 12, kBlack }, { 12, 12,
-          kWhite }, { 28, 28, kWhite } } },
-        { "same arc, lower left", Bytes().W({ 0x65, 0, 0, 40, 40, 0, 0, 0x69, 180, 90 }), { { 12, 28, kBlack }, { 28,
-          12, kWhite } } },
-        { "polygon", Bytes().W({ 0x71, 22, 0, 0, 40, 40, 0, 0, 0, 40, 40, 0 }), { { 10, 10, kBlack }, { 30, 30, kWhite
-          } } },
-        { "framed polygon stays open", Bytes().W({ 0x70, 22, 0, 0, 40, 40, 0, 0, 0, 30, 30, 30 }), { { 15, 0, kBlack
-          }, { 30, 15, kBlack }, { 15, 15, kWhite } } },
-        { "region", Bytes().W({ 0x81, 44, 0, 0, 30, 30, 0, 0, 30, 0x7FFF, 10, 10, 20, 0x7FFF, 20, 10, 20, 0x7FFF, 30,
-          0, 30, 0x7FFF, 0x7FFF }), { { 5, 5, kBlack }, { 15, 15, kWhite }, { 25, 15, kBlack }, { 15, 25, kBlack }, {
-          35, 5, kWhite } } },
-        { "framed region", Bytes().W({ 0x07, 2, 2, 0x80, 10, 5, 5, 35, 35 }), { { 6, 20, kBlack }, { 8, 20, kWhite },
-          { 20, 34, kBlack } } },
-        { "clip", Bytes().W({ 0x01, 10, 0, 0, 20, 20, 0x31, 0, 0, 40, 40 }), { { 10, 10, kBlack }, { 30, 10, kWhite },
-          { 10, 30, kWhite } } },
-        { "clip region", Bytes().W({ 0x01, 44, 0, 0, 30, 30, 0, 0, 30, 0x7FFF, 10, 10, 20, 0x7FFF, 20, 10, 20, 0x7FFF,
-          30, 0, 30, 0x7FFF, 0x7FFF, 0x31, 0, 0, 40, 40 }), { { 5, 5, kBlack }, { 15, 15, kWhite } } },
-        { "origin", Bytes().W({ 0x0C, 10, 20, 0x31, 20, 10, 30, 20 }), { { 5, 5, kBlack }, { 15, 25, kWhite } } },
-        { "old colours", Bytes().W({ 0x0E }).L(205).W({ 0x31, 0, 0, 40, 40 }), { { 5, 5, qRgb(221, 8, 6) } } },
-        { "pattern modes", kRedPen().Add(kBlueBack().Get()).W({ 0x09, 0xAAAA, 0xAAAA, 0xAAAA, 0xAAAA, 0x31, 0, 0, 10,
-          40, 0x08, 9, 0x31, 10, 0, 20, 40, 0x08, 11, 0x31, 20, 0, 30, 40, 0x08, 12, 0x31, 30, 0, 40, 40 }), { { 0, 5,
-          kRed }, { 1, 5, kBlue }, { 0, 15, kRed }, { 1, 15, kWhite }, { 0, 25, kBlue }, { 1, 25, kWhite }, { 0, 35,
-          kBlue }, { 1, 35, kRed } } },
-        { "one-colour pattern", Bytes().W({ 0x14, 2, 0, 0, 0, 0, 0, 0xFFFF, 0, 0x34, 0, 0, 40, 40 }), { { 9, 9,
-          qRgb(0, 255, 0) } } },
-        { "comments and reserved", Bytes().W({ 0xA0, 1, 0xA1, 2, 3 }).B({ 1, 2, 3, 0 }).W({ 0x00B5, 0x0105, 7, 0x00D1,
-          0, 2, 9, 0x24, 2, 9, 0x31, 0, 0, 9, 9 }), { { 5, 5, kBlack } } },
-        { "back pattern", kRedPen().W({ 0x02, 0xF0F0, 0xF0F0, 0xF0F0, 0xF0F0, 0x32, 0, 0, 40, 40 }), { { 1, 1, kRed },
-          { 5, 1, kWhite } } },
-        { "same round rect and oval, erased", Bytes().W({ 0x0B, 4, 4, 0x41, 0, 0, 20, 20, 0x4A, 0x51, 20, 20, 40, 40,
-          0x5A }), { { 10, 10, kWhite }, { 30, 30, kWhite } } },
-        { "framed round rect", Bytes().W({ 0x07, 3, 3, 0x0B, 8, 8, 0x40, 0, 0, 40, 40 }), { { 1, 20, kBlack }, { 20,
-          20, kWhite } } },
-        { "framed arc: the rim alone", Bytes().W({ 0x07, 4, 4, 0x60, 0, 0, 40, 40, 0, 90, 0x68, 180, 90 }), { { 33, 7,
-          kBlack }, { 24, 10, kWhite }, { 7, 33, kBlack }, { 7, 7, kWhite } } },
-        { "arc thicker than itself", Bytes().W({ 0x07, 30, 30, 0x60, 0, 0, 40, 40, 0, 90 }), { { 24, 10, kBlack }, {
-          10, 10, kWhite } } },
-        { "same polygon and region", Bytes().W({ 0x75, 22, 0, 0, 40, 40, 0, 0, 0, 40, 40, 0, 0x79, 0x85, 10, 30, 30,
-          40, 40, 0x89 }), { { 10, 10, kBlack }, { 35, 35, kBlack }, { 25, 25, kWhite } } },
-        { "reserved verbs", Bytes().W({ 0x35, 0, 0, 9, 9, 0x46, 0, 0, 9, 9, 0x57, 0, 0, 9, 9, 0x39, 0x3F }), { { 5, 5,
-          kBlack } } },
-        { "state of text and pen", Bytes().W({ 0x03, 3, 0x04, 0, 0x05, 1, 0x06, 1, 0, 0x0D, 9, 0x10, 1, 1, 1, 1, 0x11,
-          0, 0x15, 9, 0x16, 9, 0x17, 0x18, 0x19, 0x1C, 0x1E, 0x31, 0, 0, 9, 9 }), { { 5, 5, kBlack } } },
-        { "hilite", Bytes().W({ 0x1D, 0xFFFF, 0, 0, 0x08, 50, 0x31, 0, 0, 40, 40 }), { { 5, 5, kRed } } },
-        { "hilite mode turns the next inversion red, then ends", Bytes().W({ 0x1D, 0xFFFF, 0, 0, 0x1C, 0x33, 0, 0, 20, 40, 0x33, 20, 0,
-          40, 40 }), { { 5, 5, kRed }, { 5, 25, kBlack } } },
-        { "colour pattern", kBluePattern(0x13).W({ 0x31, 0, 0, 40, 40 }), { { 4, 4, kBlue } } },
-        { "colour pattern behind", kBluePattern(0x12).W({ 0x32, 0, 0, 40, 40 }), { { 4, 4, kBlue } } },
-        { "everything reserved", Bytes().W({ 0x2D, 2, 9, 0x2E, 2, 9, 0x2F, 2, 9, 0x92, 2, 9, 0x9C, 2, 9, 0xA2, 2, 9,
-          0xB0, 0xCF, 0xD0, 0, 2, 9, 0x7F00 }).Add(QByteArray(254, 1)).W({ 0x8000, 0x80FF, 0x8100, 0, 2, 9, 0xFFFF, 0,
-          2, 9, 0x31, 0, 0, 9, 9 }), { { 5, 5, kBlack } } },
-    };
-    // clang-format on
-    for (const DrawingRow& row : rows) {
-        const QImage image = Render(Picture(row.opcodes));
-        ASSERT_FALSE(image.isNull()) << row.name;
-        for (const auto& [h, v, color] : row.points)
-            EXPECT_EQ(image.pixel(h, v), color) << row.name << " at " << h << ", " << v;
+    std::ifstream rows(TEST_FOLDER "/shapes.txt");
+    std::string name;
+    QImage image; // null until the row's opcodes are read
+    int nPoints = 0;
+    for (std::string line; std::getline(rows, line);) {
+        std::istringstream words(line);
+        if (line[0] == '#') {
+            continue;
+        } else if (line[0] != ' ') {
+            name = line;
+            image = QImage();
+        } else if (image.isNull()) {
+            Bytes opcodes;
+            for (int word; words >> std::hex >> word;)
+                opcodes.W({ word });
+            image = Render(Picture(opcodes));
+            ASSERT_FALSE(image.isNull()) << name;
+        } else {
+            int h, v;
+            QRgb color;
+            words >> h >> v >> std::hex >> color;
+            EXPECT_EQ(image.pixel(h, v) & RGB_MASK, color) << name << " at " << h << ", " << v;
+            ++nPoints;
+        }
     }
+    EXPECT_EQ(nPoints, 101);
     // From vectors at the screen's own density: half a point is a pixel.
     const QImage dense = Render(Picture(Bytes().W({ 0x20, 10, 10, 10, 30 })), 2);
     EXPECT_EQ(dense.pixel(20, 21), kBlack);
@@ -448,6 +369,31 @@ TEST(PictureTest, ShowsQuickTimeImagesAndSkipsTheirStandIns)
         EXPECT_EQ(drawn.pixel(5, 5), kWhite) << row.name;
     }
     EXPECT_TRUE(Render(Picture(QuickTime("no image at all", 'rle ', 8))).isNull());
+}
+
+TEST(PictureTest, ColorIconsHaveAMask)
+{
+    const auto icon = [](int maskHeight, int depth) {
+        Bytes bytes;
+        bytes.L(0).W({ 0x8002, 0, 0, 2, 2, 0, 0 }).Add(QByteArray(14, 0)).W({ depth, 1 });
+        bytes.Add(QByteArray(14, 0)).L(0).W({ 2, 0, 0, maskHeight, 2 });
+        bytes.L(0).W({ 2, 0, 0, 1, 2 }).L(0).W({ 0xC000, 0x4000 }).W({ 0xFFFF }); // mask, black
+        bytes.L(0).W({ 0, 1, 0, 0xFFFF, 0, 0, 1, 0, 0, 0xFFFF }); // 0 red, 1 blue
+        return bytes.W({ 0x8000, 0x4000 }).Get();
+    };
+    const auto read = [](const QByteArray& data) {
+        return PictureBits_ReadColorIcon(
+            PictureData(reinterpret_cast<const uint8_t*>(data.data()), size_t(data.size())));
+    };
+    const QImage image = read(icon(2, 1));
+    ASSERT_EQ(image.size(), QSize(2, 2));
+    EXPECT_EQ(image.pixel(0, 0), qRgb(0, 0, 255));
+    EXPECT_EQ(image.pixel(1, 0), kRed);
+    EXPECT_EQ(qAlpha(image.pixel(0, 1)), 0);
+    EXPECT_EQ(image.pixel(1, 1), qRgb(0, 0, 255));
+    EXPECT_THROW(read(icon(1, 1)), BadPicture) << "the mask is smaller";
+    EXPECT_THROW(read(icon(2, 16)), BadPicture);
+    EXPECT_THROW(read(icon(2, 1).chopped(1)), BadPicture);
 }
 
 TEST(PictureTest, ExtendedHeadersGiveCoordinatesAtAnotherDensity)
