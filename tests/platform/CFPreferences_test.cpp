@@ -5,8 +5,10 @@
 #include "tests/support/Foundation.h"
 
 #include <cmath>
+#include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <fstream>
 #include <pthread.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -178,57 +180,34 @@ TEST_F(CFPreferences, KeepsEveryKindOfValueThroughTheFile)
     EXPECT_EQ(text, Contents()) << "a rewrite changes nothing else";
 }
 
+static std::string Unescaped(std::string text)
+{
+    const std::pair<const char*, const char*> escapes[]
+        = { { "\\n", "\n" }, { "\\r", "\r" }, { "\\t", "\t" }, { "\\xC3", "\xC3" } };
+    for (const auto& [escape, character] : escapes)
+        for (size_t at; (at = text.find(escape)) != text.npos;)
+            text.replace(at, strlen(escape), character);
+    return text;
+}
+
 TEST_F(CFPreferences, ReadsOnlyWhatItCanKeepExactly)
 {
-    const std::pair<const char*, const char*> rows[] = {
-        { "<integer> 12 </integer>", "<integer>12</integer>" },
-        { "<integer>+0x1F</integer>", "<integer>31</integer>" },
-        { "<integer>18446744073709551615</integer>", "<integer>18446744073709551615</integer>" },
-        { "<integer>-9223372036854775808</integer>", "<integer>-9223372036854775808</integer>" },
-        { "<real>1e300</real>", "<real>1e+300</real>" },
-        { "<real>+infinity</real>", "<real>+infinity</real>" },
-        { "<date>2024-02-29T23:59:59Z</date>", "<date>2024-02-29T23:59:59Z</date>" },
-        { "<date>0001-01-01T00:00:00Z</date>", "<date>0001-01-01T00:00:00Z</date>" },
-        { "<array><dict/><string/><array/></array>",
-          "<array>\n\t\t<dict>\n\t\t</dict>\n\t\t<string></string>\n\t\t<array>" },
-        { "<data>AA==</data>", "<data>AA==</data>" },
-        { "<data>\n\tAAEC\n\tAwQ=\n</data>", "<data>AAECAwQ=</data>" },
-        { "<string>a&#x41;&lt;<![CDATA[<&]]><!-- no -->b</string>",
-          "<string>aA&lt;&lt;&amp;b</string>" },
-        { "<string>a\r\nb</string>", "<string>a\nb</string>" },
-        { "<true/><!-- fine --> ", "<true/>" },
-    };
-    const auto write = [this](const std::string& value) {
-        Write("<dict><key>v</key>" + value + "<key>w</key><true/></dict>");
-        return Copy("v") != nullptr;
-    };
-    for (const auto& [value, rewritten] : rows) {
-        EXPECT_TRUE(write(value) && Save("more", kCFBooleanTrue)) << value;
-        EXPECT_THAT(Contents(), HasSubstr(std::string("<key>v</key>\n\t") + rewritten));
+    std::ifstream rows(TEST_FOLDER "/values.txt");
+    int nRows = 0;
+    for (std::string line; std::getline(rows, line);) {
+        if (line[0] == '#')
+            continue;
+        const std::string value = line.substr(0, line.find('\t'));
+        const std::string rewritten = line.substr(value.size() + 1);
+        Write("<dict><key>v</key>" + Unescaped(value) + "<key>w</key><true/></dict>");
+        EXPECT_EQ(Copy("v") != nullptr, rewritten != "-") << value;
+        ++nRows;
+        if (rewritten == "-")
+            continue;
+        EXPECT_TRUE(Save("more", kCFBooleanTrue));
+        EXPECT_THAT(Contents(), HasSubstr("<key>v</key>\n\t" + Unescaped(rewritten)));
     }
-    for (const char* refused : { "<integer>18446744073709551616</integer>",
-                                 "<integer>-9223372036854775809</integer>",
-                                 "<integer>abc</integer>",
-                                 "<integer/>",
-                                 "<real>1,5</real>",
-                                 "<date>2023-02-29T00:00:00Z</date>",
-                                 "<date>soon</date>",
-                                 "<data>A</data>",
-                                 "<data>AA=A</data>",
-                                 "<data>#</data>",
-                                 "<string>&unknown;</string>",
-                                 "<string>&#0;</string>",
-                                 "<string>&#xD800;</string>",
-                                 "<string>\xC3</string>",
-                                 "<string>no end",
-                                 "<string>a</key>",
-                                 "<true>x</true>",
-                                 "<dict><key>a</key></dict>",
-                                 "<dict><integer>1</integer></dict>",
-                                 "<array><true/></dict>",
-                                 "<array> text </array>",
-                                 "<uid>3</uid>" })
-        EXPECT_FALSE(write(refused)) << refused;
+    EXPECT_EQ(nRows, 36);
     for (const char* file : { "", "junk", "<plist/>", "<plist><dict/></plist>x",
                               "<plist><dict/><dict/></plist>", "<plist><array/></plist>",
                               "<!DOCTYPE plist [<!ENTITY a \"b\">]><plist><dict/></plist>" }) {
