@@ -32,6 +32,7 @@ const char kHelp[]
       "remove-line  removes the first equal line of a section; exit code 1 if it is absent\n"
       "sections     prints the section names, one per line\n"
       "keys, lines  print a section's keys, or its lines that are not blank\n"
+      "These three and get read standard input for \"-\".\n"
       "\n"
       "Comments, blank lines and order stay as they are; line ends become line feeds. Names are "
       "compared exactly.\n"
@@ -42,9 +43,10 @@ const char kHelp[]
 
 const size_t kLongestLine = 1022; // with its line feed
 
+/// Opens a file, or standard input for "-".
 void OpenForReading(ProfileFile& file, const char* path)
 {
-    if (!file.Open(path, "r"))
+    if (!file.Open(strcmp(path, "-") == 0 ? "/dev/stdin" : path, "r"))
         Fail(std::string("cannot read ") + path + ": " + strerror(errno));
 }
 
@@ -52,6 +54,8 @@ void OpenForReading(ProfileFile& file, const char* path)
 void RefuseDevice(const char* path)
 {
     struct stat status;
+    if (strcmp(path, "-") == 0)
+        FailUsage("standard input can only be read");
     if (stat(path, &status) == 0 && S_ISCHR(status.st_mode))
         Fail(std::string("cannot write ") + path + ": it is a device");
 }
@@ -121,10 +125,8 @@ private:
 };
 
 /// The lines of one section that are not blank: GetLines continues to the end of the file.
-std::vector<String> LinesOf(const char* path, const char* section)
+std::vector<String> LinesOf(ProfileFile& file, const char* section)
 {
-    ProfileFile file;
-    OpenForReading(file, path);
     ProfileLineList list;
     file.GetLines(list, section);
     std::vector<String> lines;
@@ -142,7 +144,9 @@ bool HasLine(const char* path, const char* section, const char* line)
     String trimmed(line);
     trimmed.TrimStart();
     trimmed.TrimEnd();
-    for (const String& text : LinesOf(path, section))
+    ProfileFile file;
+    OpenForReading(file, path);
+    for (const String& text : LinesOf(file, section))
         if (text == trimmed)
             return true;
     return trimmed.IsEmpty();
@@ -271,13 +275,11 @@ void Keys(const Arguments& words)
 
 void Lines(const Arguments& words)
 {
-    {
-        ProfileFile file;
-        OpenForReading(file, words[0]);
-        if (!HasSection(file, words[1]))
-            Fail(std::string("no section ") + words[1]);
-    }
-    for (const String& line : LinesOf(words[0], words[1]))
+    ProfileFile file;
+    OpenForReading(file, words[0]);
+    if (!HasSection(file, words[1]))
+        Fail(std::string("no section ") + words[1]);
+    for (const String& line : LinesOf(file, words[1]))
         puts(line);
 }
 

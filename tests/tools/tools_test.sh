@@ -62,7 +62,9 @@ same() { # two files
     run vlprofile add-line profile.ini one '[three]'
     run vlprofile set profile.ini one d '[four]'
     run vlprofile lines profile.ini one
-    run vlprofile keys profile.ini two
+    cat profile.ini | run vlprofile lines - one
+    run vlprofile set - two b 3
+    run vlprofile keys - two <profile.ini
     run vlprofile sections profile.ini
     run vlprofile get profile.ini one a
     run vlprofile keys profile.ini none
