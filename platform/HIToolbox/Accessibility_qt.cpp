@@ -13,13 +13,15 @@
 namespace {
 
 QAccessibleInterface* Describe(const QString&, QObject* object)
-{
+try {
     if (auto* text = dynamic_cast<TextView*>(object))
         return new QAccessibleWidget(text, QAccessible::StaticText);
     if (auto* picture = dynamic_cast<PictureView*>(object))
         return new QAccessibleWidget(picture, QAccessible::Graphic);
     if (auto* window = dynamic_cast<WindowWidget*>(object))
         return new QAccessibleWidget(window, QAccessible::Dialog);
+    return nullptr;
+} catch (...) { // Qt would lose what it holds
     return nullptr;
 }
 

@@ -143,9 +143,10 @@ int FitButtons(std::vector<Button>& buttons, int widest)
 }
 
 // The two texts in a column as narrow as they need, but for `least` and `most`.
-QWidget* MakeTexts(const QString& message, const QString& explanation, int least, int most)
+QWidget*
+MakeTexts(QWidget* parent, const QString& message, const QString& explanation, int least, int most)
 {
-    auto* texts = new QWidget;
+    auto* texts = new QWidget(parent);
     auto* bold = new TextView(texts);
     bold->SetFont(FontOf(13, true));
     bold->SetText(message);
@@ -251,7 +252,8 @@ private:
         const int signRoom = sign.isEmpty() ? 0 : kSignSize + kMargin;
         const int widest = room.width() - 2 * kMargin;
         const int rowWidth = FitButtons(buttons, widest);
-        QWidget* texts = MakeTexts(message, explanation, rowWidth - signRoom, widest - signRoom);
+        QWidget* texts = MakeTexts(m_window->widget, message, explanation, rowWidth - signRoom,
+                                   widest - signRoom);
 
         const int textHeight
             = std::min(texts->height(), room.height() - 3 * kMargin - kButtonHeight);
