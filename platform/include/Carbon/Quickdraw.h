@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Quickdraw.h - colours, regions and pictures.
+// Quickdraw.h - colours, regions and pictures. Main thread only.
 #pragma once
 
 #include <CoreServices/CoreServices.h>

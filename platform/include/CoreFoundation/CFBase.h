@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 // CFBase.h - the types and the reference counting that all Core Foundation objects share.
 // A routine with "Create" or "Copy" in its name hands over one reference, which the caller gives to
-// CFRelease; one with "Get" hands over none. Counting is safe from any thread; null crashes.
+// CFRelease; one with "Get" hands over none. Null crashes.
+// Any thread may call any Core Foundation routine, and share objects. Only a mutable dictionary must not be
+// changed while another thread uses it.
 #pragma once
 
 #include <CoreServices/MacTypes.h>

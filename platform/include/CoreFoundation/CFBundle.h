@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // CFBundle.h - folders that hold code and resources: X.bundle/Contents/{Info.plist,MacOS,Resources}.
 // A null bundle is one without anything in it.
+// Any thread, but resource maps belong to the main thread. Initialisers run on the thread that loads first.
 // One object a folder: asking again for a folder gives the living object with one more reference.
 #pragma once
 

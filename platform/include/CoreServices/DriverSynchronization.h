@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// DriverSynchronization.h - atomic arithmetic.
+// DriverSynchronization.h - atomic arithmetic. Any thread.
 #pragma once
 
 #include <CoreServices/MacTypes.h>

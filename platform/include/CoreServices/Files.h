@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Files.h - references to existing files and folders.
+// Files.h - references to existing files and folders. Any thread.
 #pragma once
 
 #include <CoreServices/MacErrors.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Folders.h - the well-known folders.
+// Folders.h - the well-known folders. Any thread.
 #pragma once
 
 #include <CoreServices/Files.h>

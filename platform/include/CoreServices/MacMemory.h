@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// MacMemory.h - handles: blocks behind a master pointer.
+// MacMemory.h - handles: blocks behind a master pointer. Main thread only, as the resources that they hold.
 #pragma once
 
 #include <CoreServices/MacTypes.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// assert.h - the C library's, and the report that a failed check ends in.
+// assert.h - the C library's, and the report that a failed check ends in. Any thread.
 #pragma GCC system_header
 #include_next <assert.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// copyfile.h - the access list and the extended attributes of one file, given to another.
+// copyfile.h - the access list and the extended attributes of one file, given to another. Any thread.
 #pragma once
 
 #include <stdint.h>

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // dyld.h - the images (main program and shared objects) mapped into this process, in load order.
+// Any thread; another thread that loads or unloads an image changes the numbers.
 // Index 0 is the main program. An image whose static initialisers are running is already listed.
 #pragma once
 
