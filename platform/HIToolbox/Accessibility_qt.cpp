@@ -5,7 +5,6 @@
 
 #include "HIToolbox/OwnWindow_qt.h"
 #include "HIToolbox/PictureView_qt.h"
-#include "HIToolbox/TextView_qt.h"
 
 #include <QtGui/QAccessible>
 #include <QtWidgets/QAccessibleWidget>
@@ -14,8 +13,6 @@ namespace {
 
 QAccessibleInterface* Describe(const QString&, QObject* object)
 try {
-    if (auto* text = dynamic_cast<TextView*>(object))
-        return new QAccessibleWidget(text, QAccessible::StaticText);
     if (auto* picture = dynamic_cast<PictureView*>(object))
         return new QAccessibleWidget(picture, QAccessible::Graphic);
     if (auto* window = dynamic_cast<WindowWidget*>(object))

@@ -10,6 +10,7 @@
 #include <CoreServices/MacMemory.h>
 
 #include <QtGui/QKeyEvent>
+#include <QtGui/QPainter>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QGroupBox>
 #include <QtWidgets/QPushButton>
@@ -20,7 +21,8 @@
 
 static_assert(sizeof(ControlFontStyleRec) == 24, "the record's layout is part of the interface");
 
-// Return and Enter are the window's, whichever button has the focus; Space presses the button itself.
+// Return and Enter are the window's, whichever button has the focus; Space presses the button itself, and arrows go on to
+// the next one. The default button is filled with the highlight colour, the focused one has a ring inside.
 class PushButtonWidget : public QPushButton
 {
 public:
@@ -29,19 +31,73 @@ public:
 protected:
     void keyPressEvent(QKeyEvent* event) override
     {
-        if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+        switch (event->key()) {
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
             event->ignore();
-        else
+            break;
+        case Qt::Key_Up:
+            FocusNext(false);
+            break;
+        case Qt::Key_Down:
+            FocusNext(true);
+            break;
+        case Qt::Key_Left:
+        case Qt::Key_Right:
+            FocusNext((event->key() == Qt::Key_Right) != isRightToLeft());
+            break;
+        default:
             QPushButton::keyPressEvent(event);
+        }
     }
 
-    // The style caches drawn buttons by their palette, and each window with a brush has a palette of its own.
+    void paintEvent(QPaintEvent* event) override
+    {
+        QPushButton::paintEvent(event);
+        if (hasFocus()) {
+            QStyleOptionButton option;
+            initStyleOption(&option);
+            QPainter painter(this);
+            painter.setRenderHint(QPainter::Antialiasing);
+            painter.setPen({ option.palette.color(QPalette::ButtonText), 1, Qt::DotLine });
+            painter.drawRoundedRect(QRectF(rect()).adjusted(3.5, 3.5, -3.5, -3.5), 2, 2);
+        }
+    }
+
     void initStyleOption(QStyleOptionButton* option) const override
     {
         QPushButton::initStyleOption(option);
         const auto group = option->palette.currentColorGroup();
-        option->palette = QApplication::palette(this);
+        const bool isFilled = option->features.testFlag(QStyleOptionButton::DefaultButton);
+        option->palette = isFilled ? FilledPalette() : QApplication::palette(this);
         option->palette.setCurrentColorGroup(group);
+        option->state.setFlag(QStyle::State_HasFocus, false);
+    }
+
+private:
+    // The style caches drawn buttons by their palette, so neither a window's own palette nor a new one will do.
+    static const QPalette& FilledPalette()
+    {
+        static auto* palette = new QPalette; // never freed: Qt may be gone by then
+        static qint64 source = 0;
+        const QPalette application = QApplication::palette();
+        if (std::exchange(source, application.cacheKey()) != application.cacheKey()) {
+            const QColor title = application.color(QPalette::HighlightedText);
+            const QColor fill = application.color(QPalette::Highlight);
+            *palette = application;
+            palette->setColor(QPalette::ButtonText, title);
+            palette->setColor(QPalette::Button, title.lightness() > 128 ? fill.darker(130) : fill);
+        }
+        return *palette;
+    }
+
+    void FocusNext(bool forward)
+    {
+        QWidget* next = this;
+        do
+            next = forward ? next->nextInFocusChain() : next->previousInFocusChain();
+        while (!dynamic_cast<PushButtonWidget*>(next) || !next->isVisible() || !next->isEnabled());
+        next->setFocus(Qt::TabFocusReason);
     }
 };
 
@@ -153,12 +209,25 @@ void TextControl::SetTitle(const std::string& utf8)
     m_text = utf8;
     OpaqueControlRef::SetTitle(utf8);
     Update();
+    window->UpdateTexts();
 }
 
 void TextControl::SetFontStyle(const ControlFontStyleRec& style)
 {
     m_style = style;
+    FitText(0);
     Update();
+    window->UpdateTexts();
+}
+
+bool TextControl::FitText(int smallerBy)
+{
+    constexpr int kSmallest = 9; // pixels
+    QFont font = ControlFont_Of(m_style, widget->font());
+    const int full = font.pixelSize();
+    font.setPixelSize(std::max(std::min(full, kSmallest), full - smallerBy));
+    widget->setFont(font); // which a screen reader asks for
+    return Fits();
 }
 
 OSErr TextControl::SetData(ResType tag, Size size, const void* data)
@@ -190,32 +259,37 @@ GroupBox::GroupBox(OwnWindow& owner, const QRect& where)
 
 void GroupBox::Update()
 {
-    widget->setFont(ControlFont_Of(m_style, widget->font()));
     static_cast<QGroupBox*>(widget)->setTitle(Literal(Text()));
 }
 
 // Static text
 
 StaticText::StaticText(OwnWindow& owner, const QRect& where)
-    : TextControl(owner, new TextView(owner.widget), where)
+    : TextControl(owner, new TextView(owner.widget), where, TextView::kMargin)
 {
+}
+
+TextView* StaticText::View() const
+{
+    return static_cast<TextView*>(widget);
 }
 
 void StaticText::Update()
 {
-    auto* view = static_cast<TextView*>(widget);
-    view->setFont(ControlFont_Of(m_style, view->font())); // which a screen reader asks for
-    view->SetFont(view->font());
-    view->SetAlignment(ControlFont_Alignment(m_style));
-    view->SetText(Text());
+    View()->SetText(Text(), ControlFont_Alignment(m_style));
     const bool hasBackground = (m_style.flags & kControlUseBackColorMask) != 0;
     QPalette palette; // roles that are not set stay the window's
     if ((m_style.flags & kControlUseForeColorMask) != 0)
         palette.setColor(QPalette::WindowText, ColorOf(m_style.foreColor));
     if (hasBackground)
         palette.setColor(QPalette::Window, ColorOf(m_style.backColor));
-    view->setAutoFillBackground(hasBackground);
-    view->setPalette(palette);
+    widget->setAutoFillBackground(hasBackground);
+    widget->setPalette(palette);
+}
+
+bool StaticText::Fits()
+{
+    return View()->Fit();
 }
 
 OSErr StaticText::SetData(ResType tag, Size size, const void* data)
@@ -271,15 +345,15 @@ void PushButton::SetIcon(const QImage& icon)
     Button()->setIcon(QPixmap::fromImage(icon));
 }
 
-// Shrinks the font rather than clip the title.
 void PushButton::Update()
 {
-    QFont font = ControlFont_Of(m_style, widget->font());
-    const int room = bounds.width() - 12;
-    while (font.pixelSize() > 9 && QFontMetrics(font).horizontalAdvance(Text()) > room)
-        font.setPixelSize(font.pixelSize() - 1);
-    Button()->setFont(font);
     Button()->setText(Literal(Text()));
+}
+
+bool PushButton::Fits()
+{
+    constexpr int kEdges = 12;
+    return widget->fontMetrics().horizontalAdvance(Text()) <= bounds.width() - kEdges;
 }
 
 void PushButton::SetDefault(bool on)

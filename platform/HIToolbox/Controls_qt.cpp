@@ -31,19 +31,29 @@ OSErr Missing(ControlRef control)
 
 } // namespace
 
-OpaqueControlRef::OpaqueControlRef(OwnWindow& owner, QWidget* own, const QRect& where)
+OpaqueControlRef::OpaqueControlRef(OwnWindow& owner,
+                                   QWidget* own,
+                                   const QRect& where,
+                                   int ownMargin)
     : window(&owner)
     , widget(own)
-    , bounds(where)
+    , margin(ownMargin)
 {
-    widget->setGeometry(bounds);
+    SetBounds(where);
+}
+
+void OpaqueControlRef::SetBounds(const QRect& where)
+{
+    bounds = where;
+    const QPoint origin = container ? container->bounds.topLeft() : QPoint();
+    widget->setGeometry(bounds.translated(-origin).adjusted(-margin, -margin, margin, margin));
 }
 
 void OpaqueControlRef::EmbedIn(OpaqueControlRef& other)
 {
     container = &other;
-    widget->setParent(other.widget); // keeps the numbers of its place, and hides it
-    widget->setGeometry(bounds.translated(-other.bounds.topLeft()));
+    widget->setParent(other.widget); // hides it
+    SetBounds(bounds);
     widget->setVisible(!hidden);
 }
 
@@ -51,6 +61,7 @@ void OpaqueControlRef::SetHidden(bool on)
 {
     hidden = on;
     widget->setVisible(!on);
+    window->UpdateTexts();
 }
 
 void OpaqueControlRef::SetTitle(const std::string& utf8)

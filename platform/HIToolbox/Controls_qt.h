@@ -23,16 +23,18 @@ struct OpaqueControlRef : std::enable_shared_from_this<OpaqueControlRef>
     OwnWindow* const window;
     QWidget* const widget;
     QRect bounds; // relative to the window's content, at any depth
+    const int margin; // of the widget around the bounds
     OpaqueControlRef* container = nullptr; // null in the window itself
     ControlID id {};
     UInt32 command = 0; // 0: none
     bool hidden = false; // by itself; its container may be hidden too
 
-    OpaqueControlRef(OwnWindow& owner, QWidget* own, const QRect& where);
+    OpaqueControlRef(OwnWindow& owner, QWidget* own, const QRect& where, int ownMargin = 0);
     virtual ~OpaqueControlRef() = default;
     OpaqueControlRef(const OpaqueControlRef&) = delete;
     OpaqueControlRef& operator=(const OpaqueControlRef&) = delete;
 
+    void SetBounds(const QRect& where);
     void SetHidden(bool on);
     void EmbedIn(OpaqueControlRef& other);
     /// Sends the control's command to the window.
@@ -41,6 +43,8 @@ struct OpaqueControlRef : std::enable_shared_from_this<OpaqueControlRef>
     virtual bool CanEmbed() const { return false; }
     virtual void SetTitle(const std::string& utf8);
     virtual void SetFontStyle(const ControlFontStyleRec&) { }
+    /// Sets its text smaller by some pixels than its font style says, but not below 9. False if it does not fit.
+    virtual bool FitText(int /*smallerBy*/) { return true; }
     /// Presses it as a click would; false if it is not a button.
     virtual bool Click() { return false; }
 
@@ -88,11 +92,13 @@ struct TextControl : OpaqueControlRef
     OSErr SetData(ResType tag, Size size, const void* data) override;
     OSErr GetDataSize(ResType tag, Size& size) const override;
     void GetData(ResType tag, Size size, void* data) const override;
+    bool FitText(int smallerBy) override;
+    QString Text() const;
 
 protected:
-    QString Text() const;
-    /// Shows the text and its font after a change of either.
+    /// Shows the text and its style after a change of either.
     virtual void Update() = 0;
+    virtual bool Fits() { return true; }
 
     std::string m_text; // the bytes as given
     ControlFontStyleRec m_style {};
@@ -110,12 +116,14 @@ protected:
 struct StaticText final : TextControl
 {
     StaticText(OwnWindow& owner, const QRect& where);
+    TextView* View() const;
     OSErr SetData(ResType tag, Size size, const void* data) override;
     OSErr GetDataSize(ResType tag, Size& size) const override;
     void GetData(ResType tag, Size size, void* data) const override;
 
 protected:
     void Update() override;
+    bool Fits() override;
 };
 
 struct PushButton final : TextControl
@@ -132,6 +140,7 @@ struct PushButton final : TextControl
 
 protected:
     void Update() override;
+    bool Fits() override;
 
 private:
     PushButtonWidget* Button() const;

@@ -147,6 +147,7 @@ struct X11Window final : OpaqueWindowPtr
         xcb_connection_t* x = Connection();
         if (!x || blocked == (m_cover != XCB_NONE))
             return;
+        KeepPixels(x, blocked);
         if (!blocked) {
             Send(xcb_destroy_window_checked(x, std::exchange(m_cover, XCB_NONE)));
             return;
@@ -161,8 +162,6 @@ struct X11Window final : OpaqueWindowPtr
         Send(xcb_map_window_checked(x, m_cover));
     }
 
-    bool Owns(const QWindow* window) override { return window && window == m_handle; }
-
     bool Exists() const
     {
         xcb_connection_t* x = Connection();
@@ -176,6 +175,19 @@ private:
         xcb_connection_t* x = Connection();
         const auto reply = Own(xcb_get_geometry_reply(x, xcb_get_geometry(x, m_window), nullptr));
         return reply ? reply->root : xcb_setup_roots_iterator(xcb_get_setup(x)).data->root;
+    }
+    // A blocked host may not repaint what a window above it uncovers: the server keeps its pixels, as far as it can.
+    void KeepPixels(xcb_connection_t* x, bool on)
+    {
+        if (on) {
+            const auto cookie = xcb_get_window_attributes(x, m_window);
+            const auto reply = Own(xcb_get_window_attributes_reply(x, cookie, nullptr));
+            m_backingStore
+                = reply ? reply->backing_store : std::uint32_t { XCB_BACKING_STORE_NOT_USEFUL };
+        }
+        const std::uint32_t value
+            = on ? std::uint32_t { XCB_BACKING_STORE_ALWAYS } : m_backingStore;
+        Send(xcb_change_window_attributes_checked(x, m_window, XCB_CW_BACKING_STORE, &value));
     }
     QRect Pixels() const
     {
@@ -192,6 +204,7 @@ private:
 
     xcb_window_t m_window;
     xcb_window_t m_cover = XCB_NONE;
+    std::uint32_t m_backingStore = 0; // the host's own, while it is blocked
     QPointer<QWindow> m_handle;
 };
 

@@ -131,7 +131,6 @@ private:
             control->widget->setToolTip(Qt::convertFromPlainText(help));
         }
         if (auto* picture = dynamic_cast<PictureControl*>(control.get())) {
-            picture->widget->setAccessibleName(m_window.Title());
             SetImage(*picture, object);
         } else if (auto* button = dynamic_cast<PushButton*>(control.get())) {
             button->SetDefault(object.Number("buttonType") == 1);
@@ -221,20 +220,6 @@ private:
     std::unordered_set<int> m_built;
 };
 
-// Not every class of window has what a file may ask of it.
-WindowFrame FrameOf(const NibObject& window, WindowClass windowClass)
-{
-    const bool plain = windowClass == kHelpWindowClass || windowClass == kPlainWindowClass
-        || windowClass == kOverlayWindowClass || windowClass == kAltPlainWindowClass
-        || windowClass == kSimpleWindowClass;
-    const bool document = windowClass == kDocumentWindowClass;
-    const bool fixed = windowClass == kAlertWindowClass || windowClass == kMovableAlertWindowClass
-        || windowClass == kModalWindowClass || windowClass == kSheetAlertWindowClass;
-    const auto has = [&window](const char* name) { return window.IsTrue(name, true); };
-    return { !plain, !fixed && !plain && has("isResizable"), document && has("hasCollapseBox"),
-             document && (has("hasHorizontalZoom") || has("hasVerticalZoom")) };
-}
-
 /// One-entry cache, keyed by path and stat(): the same box is usually reopened.
 struct KeptNib
 {
@@ -306,8 +291,10 @@ try {
         = static_cast<WindowClass>(object->Number("carbonWindowClass", kDocumentWindowClass));
     const QRect place = WindowPlace_Of(*content, object->Number("windowPosition"),
                                        object->IsTrue("isConstrained", true));
-    const auto made
-        = std::make_shared<OwnWindow>(object->Text("title"), place, FrameOf(*object, windowClass));
+    const bool hasFrame = windowClass != kHelpWindowClass && windowClass != kPlainWindowClass
+        && windowClass != kOverlayWindowClass && windowClass != kAltPlainWindowClass
+        && windowClass != kSimpleWindowClass;
+    const auto made = std::make_shared<OwnWindow>(object->Text("title"), place, hasFrame);
     made->windowClass = windowClass;
     // KEPT: stored brush numbers mean the reverse of the API's constants, in all real files.
     constexpr int kStoredBlack = -1;

@@ -2,11 +2,14 @@
 // OwnWindow_qt.cpp - windows of this API's own making.
 #include "HIToolbox/OwnWindow_qt.h"
 
+#include "HIToolbox/Controls_qt.h"
+
 #include <Carbon/Controls.h>
 #include <CoreServices/MacErrors.h>
 
-#include <QtCore/QCoreApplication>
+#include <QtGui/QGuiApplication>
 #include <QtGui/QKeyEvent>
+#include <QtGui/QScreen>
 #include <QtGui/QWindow>
 #include <QtWidgets/QAbstractButton>
 
@@ -20,6 +23,8 @@ WindowWidget::WindowWidget()
 bool WindowWidget::event(QEvent* event)
 {
     const Delivery delivery(this);
+    if (event->type() == QEvent::LayoutRequest && window)
+        window->FitTexts();
     return QWidget::event(event);
 }
 
@@ -60,20 +65,17 @@ OwnWindow::OwnWindow()
     Widget()->window = this;
 }
 
-OwnWindow::OwnWindow(const QString& title, const QRect& content, WindowFrame frame)
+OwnWindow::OwnWindow(const QString& title, const QRect& content, bool hasFrame)
     : OwnWindow() // which ends again if anything below throws
 {
     widget->setWindowTitle(title);
+    widget->setWindowModality(Qt::ApplicationModal);
+    widget->setWindowFlags(Qt::Dialog
+                           | (hasFrame ? Qt::CustomizeWindowHint | Qt::WindowTitleHint
+                                      | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint
+                                       : Qt::FramelessWindowHint));
     widget->setGeometry(content);
-    Qt::WindowFlags flags = Qt::Dialog;
-    flags |= frame.titled ? Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint
-            | Qt::WindowCloseButtonHint
-                          : Qt::FramelessWindowHint;
-    flags.setFlag(Qt::WindowMinimizeButtonHint, frame.collapsible);
-    flags.setFlag(Qt::WindowMaximizeButtonHint, frame.resizable && frame.zoomable);
-    widget->setWindowFlags(flags);
-    if (!frame.resizable)
-        widget->setFixedSize(content.size());
+    widget->setFixedSize(content.size());
 }
 
 OwnWindow::~OwnWindow()
@@ -105,16 +107,14 @@ void OwnWindow::Show()
     Notify(kEventWindowShowing);
     if (disposed || m_visible || !widget)
         return;
-    const WindowPtr parent = unavailable.lock();
-    widget->setWindowModality(modality == kWindowModalityNone              ? Qt::NonModal
-                                  : modality == kWindowModalityWindowModal ? Qt::WindowModal
-                                                                           : Qt::ApplicationModal);
-    if (QWindow* above = parent ? parent->Handle() : nullptr) {
+    if (const WindowPtr parent = unavailable.lock()) {
+        PlaceOver(*parent);
         widget->winId(); // makes the handle
-        widget->windowHandle()->setTransientParent(above);
+        widget->windowHandle()->setTransientParent(parent->Handle());
     }
     if (QAbstractButton* button = Widget()->defaultButton)
         button->setFocus();
+    FitTexts();
     m_visible = true;
     Windows_UpdateBlocked();
     try {
@@ -145,12 +145,88 @@ void OwnWindow::Vanish()
     Notify(kEventWindowHidden);
 }
 
+// Before its first show a window's frame is unknown: the parent's stands for it.
+void OwnWindow::PlaceOver(const OpaqueWindowPtr& parent)
+{
+    const QRect over = parent.Structure();
+    const QSize spare = parent.Content().size() - widget->size();
+    if (!over.isEmpty())
+        Move(over.topLeft() + QPoint(spare.width() / 2, spare.height() / 2));
+}
+
+// A window whose default button would not be on a screen is moved onto its parent's or, without a visible parent, to
+// the middle of the main screen.
+void OwnWindow::Move(QPoint content)
+{
+    const QAbstractButton* button = Widget() ? Widget()->defaultButton : nullptr;
+    const auto screens = QGuiApplication::screens();
+    const auto holdsButton = [&](const QScreen* screen) {
+        const QPoint at = button->mapTo(widget, QPoint());
+        return screen->geometry().contains(QRect(content + at, button->size()));
+    };
+    if (button && !screens.empty() && std::none_of(screens.begin(), screens.end(), holdsButton)) {
+        const WindowPtr parent = unavailable.lock();
+        const QRect over = parent ? parent->Structure() : QRect();
+        const QScreen* screen = QGuiApplication::screenAt(over.center());
+        const QRect room = (screen ? screen : screens[0])->availableGeometry();
+        const QPoint spare(room.width() - widget->width(), room.height() - widget->height());
+        const QPoint wanted = over.isEmpty() ? spare / 2 : content - room.topLeft();
+        const auto within = [](int at, int most) { return std::max(0, std::min(at, most)); };
+        content
+            = room.topLeft() + QPoint(within(wanted.x(), spare.x()), within(wanted.y(), spare.y()));
+    }
+    WidgetWindow::Move(content);
+}
+
 void OwnWindow::SetBackground(ThemeBrush brush)
 {
     QPalette palette = widget->palette();
     palette.setColor(QPalette::Window, brush == kThemeBrushWhite ? Qt::white : Qt::black);
     palette.setColor(QPalette::WindowText, Qt::black); // whatever the desktop's colours are
     widget->setPalette(palette);
+}
+
+void OwnWindow::UpdateTexts()
+{
+    m_textsChanged = true;
+    if (m_visible)
+        QCoreApplication::postEvent(widget, new QEvent(QEvent::LayoutRequest)); // one for all
+}
+
+// Boxes are drawn for the metrics of another system's fonts. All texts of a window are set smaller by as many pixels
+// as let most of them fit: few enough for two sizes to stay two.
+void OwnWindow::FitTexts()
+{
+    if (!std::exchange(m_textsChanged, false))
+        return;
+    const auto countCut = [this](int smallerBy) {
+        return std::count_if(
+            controls.begin(), controls.end(),
+            [smallerBy](const ControlPtr& control) { return !control->FitText(smallerBy); });
+    };
+    auto least = countCut(0);
+    int best = 0;
+    int tried = 0;
+    while (least > 0 && tried < 3) {
+        if (const auto cut = countCut(++tried); cut < least) {
+            least = cut;
+            best = tried;
+        }
+    }
+    if (tried != best)
+        countCut(best);
+
+    QStringList texts;
+    for (const ControlPtr& control : controls) {
+        const auto* text = dynamic_cast<const StaticText*>(control.get());
+        if (text && !text->hidden && !text->Text().isEmpty())
+            texts.append(text->Text());
+    }
+    widget->setAccessibleDescription(texts.join(u'\n'));
+    for (const ControlPtr& control : controls) {
+        if (dynamic_cast<const PictureControl*>(control.get()))
+            control->widget->setAccessibleName(texts.value(0, Title()));
+    }
 }
 
 std::shared_ptr<OwnWindow> OwnWindow_Find(WindowRef window)

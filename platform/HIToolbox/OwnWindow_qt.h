@@ -45,31 +45,33 @@ private:
     int m_deliveries = 0;
 };
 
-/// What a window's frame offers. It always has a close button, so that a user can get rid of any window.
-struct WindowFrame
-{
-    bool titled = true;
-    bool resizable = true;
-    bool collapsible = false;
-    bool zoomable = false;
-};
-
+/// Modal to the whole process while it is visible, of a fixed size, and with a close button in its frame, so that a user
+/// can get rid of it.
 struct OwnWindow final : WidgetWindow
 {
     std::vector<std::shared_ptr<OpaqueControlRef>> controls; // containers before their content
 
-    OwnWindow(const QString& title, const QRect& content, WindowFrame frame);
+    OwnWindow(const QString& title, const QRect& content, bool hasFrame);
     ~OwnWindow() override;
     WindowWidget* Widget() const { return static_cast<WindowWidget*>(widget.data()); }
     bool IsVisible() const override { return m_visible; }
+    bool BlocksOthers() const override { return m_visible; }
     void Show() override;
     void Hide() override;
+    void Move(QPoint content) override;
     void Vanish() override;
     void FreeControls() override { controls.clear(); }
     void SetBackground(ThemeBrush brush);
+    /// To be called after a change of a text, its font or its visibility. Takes effect before the next paint.
+    void UpdateTexts();
+    /// Fits the texts of all controls, and tells screen readers of them.
+    void FitTexts();
 
 private:
     OwnWindow();
+    void PlaceOver(const OpaqueWindowPtr& parent);
+
+    bool m_textsChanged = true;
     bool m_visible = false; // by this API's calls, whatever the window system shows
 };
 

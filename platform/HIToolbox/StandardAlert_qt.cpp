@@ -24,21 +24,16 @@
 namespace {
 
 constexpr int kMargin = 20; // pixels, as everything below
+constexpr SInt16 kBold = 1; // a face
 constexpr int kGap = 12;
 constexpr int kSignSize = 40;
 constexpr int kNarrowestText = 260;
 constexpr int kWidestText = 420;
+constexpr int kEndless = 100000;
 constexpr int kNarrowestButton = 80;
 constexpr int kButtonHeight = 26;
 constexpr int kTitleRoom = 40; // for the frame that the window manager adds
 constexpr int kFrameRoom = 8;
-
-struct Button
-{
-    SInt16 item;
-    QString title;
-    int width = 0;
-};
 
 // The length byte may have cut a longer text within a character: the decoder keeps such an incomplete tail
 // back. All other invalid bytes become replacement characters.
@@ -46,31 +41,6 @@ QString FromPascal(ConstStringPtr text)
 {
     QStringDecoder decode(QStringDecoder::Utf8);
     return text ? decode(QByteArrayView(text + 1, text[0])) : QString();
-}
-
-void AddButton(std::vector<Button>& buttons,
-               SInt16 item,
-               ConstStringPtr title,
-               const char* standard)
-{
-    if (title == kAlertDefaultOKText)
-        buttons.push_back({ item, QCoreApplication::translate("QPlatformTheme", standard) });
-    else if (title)
-        buttons.push_back({ item, FromPascal(title) });
-}
-
-std::vector<Button> ButtonsOf(const AlertStdAlertParamRec& param)
-{
-    std::vector<Button> buttons; // from the right to the left
-    AddButton(buttons, kAlertStdAlertOKButton, param.defaultText, "OK");
-    AddButton(buttons, kAlertStdAlertCancelButton, param.cancelText, "Cancel");
-    AddButton(buttons, kAlertStdAlertOtherButton, param.otherText, "Don't Save");
-    if (param.helpButton)
-        AddButton(buttons, kAlertStdAlertHelpButton, kAlertDefaultOKText, "Help");
-    if (buttons.empty()) { // nobody could leave the alert
-        AddButton(buttons, kAlertStdAlertOKButton, kAlertDefaultOKText, "OK");
-    }
-    return buttons;
 }
 
 /// What an alert's kind is read out as; empty for a plain one, which has no sign.
@@ -120,51 +90,6 @@ QPixmap DrawSign(AlertType type, double density)
     return pixmap;
 }
 
-QFont FontOf(int pixels, bool bold)
-{
-    QFont font = QApplication::font();
-    font.setPixelSize(pixels);
-    font.setBold(bold);
-    return font;
-}
-
-// Gives each button its width, all together at most `widest`; returns the width of their row.
-int FitButtons(std::vector<Button>& buttons, int widest)
-{
-    int rowWidth = static_cast<int>(buttons.size() - 1) * kGap;
-    const QFontMetrics metrics(FontOf(13, false));
-    const int share = (widest - rowWidth) / static_cast<int>(buttons.size());
-    for (Button& button : buttons) {
-        button.width = std::clamp(metrics.horizontalAdvance(button.title) + 32,
-                                  std::min(kNarrowestButton, share), share);
-        rowWidth += button.width;
-    }
-    return rowWidth;
-}
-
-// The two texts in a column as narrow as they need, but for `least` and `most`.
-QWidget*
-MakeTexts(QWidget* parent, const QString& message, const QString& explanation, int least, int most)
-{
-    auto* texts = new QWidget(parent);
-    auto* bold = new TextView(texts);
-    bold->SetFont(FontOf(13, true));
-    bold->SetText(message);
-    auto* small = new TextView(texts);
-    small->SetFont(FontOf(11, false));
-    small->SetText(explanation);
-    const int natural = std::max({ bold->NaturalWidth(), small->NaturalWidth(), least });
-    const int width
-        = std::min(std::clamp(natural, kNarrowestText, std::max(kWidestText, least)), most);
-    const int boldHeight = message.isEmpty() ? 0 : bold->HeightForWidth(width);
-    const int smallHeight = explanation.isEmpty() ? 0 : small->HeightForWidth(width);
-    const int between = boldHeight && smallHeight ? 8 : 0;
-    bold->setGeometry(0, 0, width, boldHeight);
-    small->setGeometry(0, boldHeight + between, width, smallHeight);
-    texts->resize(width, boldHeight + between + smallHeight);
-    return texts;
-}
-
 /// One alert, from its layout to the choice.
 class Alert
 {
@@ -184,17 +109,20 @@ public:
                                .adjusted(kFrameRoom, kTitleRoom, -kFrameRoom, -kFrameRoom);
 
         m_window = std::make_shared<OwnWindow>(QApplication::applicationDisplayName(),
-                                               QRect(0, 0, 1, 1), WindowFrame());
+                                               QRect(0, 0, 1, 1), true);
         m_window->windowClass = kMovableAlertWindowClass;
         m_window->widget->setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint
                                          | Qt::WindowTitleHint);
         m_window->widget->setAccessibleName(message);
-        const QSize size = LayOut(type, message, explanation, ButtonsOf(param), param, room);
+        if (message.isRightToLeft())
+            m_window->widget->setLayoutDirection(Qt::RightToLeft);
+        AddButtons(param);
+        const QSize size = LayOut(type, message, explanation, room);
         QRect content(QPoint(), size);
         content.moveTo(room.left() + (room.width() - size.width()) / 2,
                        room.top() + (room.height() - size.height()) / 3);
-        m_window->widget->setGeometry(content);
         m_window->widget->setFixedSize(size);
+        m_window->widget->setGeometry(content);
         Windows_Add(m_window);
     }
     ~Alert()
@@ -240,69 +168,135 @@ private:
         return noErr;
     }
 
+    // In the order of the keyboard focus: the first button is the last one of the record.
+    void AddButtons(const AlertStdAlertParamRec& param)
+    {
+        if (param.helpButton)
+            AddButton(param, kAlertStdAlertHelpButton, kAlertDefaultOKText, "Help");
+        AddButton(param, kAlertStdAlertOtherButton, param.otherText, "Don't Save");
+        AddButton(param, kAlertStdAlertCancelButton, param.cancelText, "Cancel");
+        AddButton(param, kAlertStdAlertOKButton, param.defaultText, "OK");
+        if (m_buttons.empty()) // nobody could leave the alert
+            AddButton(param, kAlertStdAlertOKButton, kAlertDefaultOKText, "OK");
+    }
+
+    void AddButton(const AlertStdAlertParamRec& param,
+                   SInt16 item,
+                   ConstStringPtr title,
+                   const char* standard)
+    {
+        if (!title)
+            return;
+        const auto button = Controls_Create<PushButton>(*m_window, nullptr, QRect());
+        button->command = static_cast<UInt32>(item);
+        button->SetFontStyle({});
+        button->SetTitle((title == kAlertDefaultOKText
+                              ? QCoreApplication::translate("QPlatformTheme", standard)
+                              : FromPascal(title))
+                             .toStdString());
+        button->SetDefault(item == param.defaultButton);
+        button->SetCancel(item == param.cancelButton);
+        m_buttons.push_back(button);
+    }
+
+    /// Adds a text to the pane that scrolls. It has its font but no place yet.
+    StaticText& AddText(QWidget* pane, const QString& text, SInt16 font, SInt16 face)
+    {
+        const auto control = Controls_Create<StaticText>(*m_window, nullptr, QRect());
+        ControlFontStyleRec style {};
+        style.flags = kControlUseFontMask | kControlUseFaceMask;
+        style.font = font;
+        style.style = face;
+        control->SetFontStyle(style);
+        control->SetTitle(text.toStdString());
+        control->widget->setParent(pane);
+        control->SetHidden(text.isEmpty());
+        return *control;
+    }
+
     // Texts wrap, and scroll where the screen is too low for them; the buttons always stay on the screen.
-    QSize LayOut(AlertType type,
-                 const QString& message,
-                 const QString& explanation,
-                 std::vector<Button> buttons,
-                 const AlertStdAlertParamRec& param,
-                 const QRect& room)
+    QSize
+    LayOut(AlertType type, const QString& message, const QString& explanation, const QRect& room)
     {
         const QString sign = NameOfSign(type);
         const int signRoom = sign.isEmpty() ? 0 : kSignSize + kMargin;
-        const int widest = room.width() - 2 * kMargin;
-        const int rowWidth = FitButtons(buttons, widest);
-        QWidget* texts = MakeTexts(m_window->widget, message, explanation, rowWidth - signRoom,
-                                   widest - signRoom);
+        const int most = room.width() - 2 * kMargin - signRoom;
+        const int rowWidth = FitButtons(most + signRoom);
+
+        auto* scroll = new QScrollArea(m_window->widget);
+        auto* pane = new QWidget(m_window->widget); // which frees it if anything throws
+        StaticText& bold = AddText(pane, message, kControlFontBigSystemFont, kBold);
+        StaticText& small = AddText(pane, explanation, kControlFontSmallSystemFont, 0);
+        const auto sizeOf = [](const StaticText& text, int width) {
+            return text.hidden ? QSize(0, 0) : text.View()->SizeFor(width);
+        };
+        const int natural = std::max({ sizeOf(bold, kEndless).width(),
+                                       sizeOf(small, kEndless).width(), rowWidth - signRoom });
+        const int width = std::min(
+            std::clamp(natural, kNarrowestText, std::max(kWidestText, rowWidth - signRoom)), most);
+        const int boldHeight = sizeOf(bold, width).height();
+        const int smallHeight = sizeOf(small, width).height();
+        const int between = boldHeight && smallHeight ? 8 : 0;
+        bold.SetBounds({ 0, 0, width, boldHeight });
+        small.SetBounds({ 0, boldHeight + between, width, smallHeight });
+        pane->resize(width, boldHeight + between + smallHeight);
 
         const int textHeight
-            = std::min(texts->height(), room.height() - 3 * kMargin - kButtonHeight);
-        const int barRoom = textHeight < texts->height()
-            ? QApplication::style()->pixelMetric(QStyle::PM_ScrollBarExtent)
-            : 0;
-        const int textWidth = texts->width() + barRoom;
-        auto* scroll = new QScrollArea(m_window->widget);
+            = std::min(pane->height(), room.height() - 3 * kMargin - kButtonHeight);
+        const bool scrolls = textHeight < pane->height();
+        const int textWidth = width
+            + (scrolls ? QApplication::style()->pixelMetric(QStyle::PM_ScrollBarExtent) : 0);
+        const int bodyHeight = std::max(textHeight, signRoom ? kSignSize : 0);
+        const QSize size(2 * kMargin + signRoom + textWidth,
+                         3 * kMargin + bodyHeight + kButtonHeight);
+        const auto mirrored = [&](QRect place) {
+            if (m_window->widget->isRightToLeft())
+                place.moveRight(size.width() - 1 - place.left());
+            return place;
+        };
         scroll->setFrameShape(QFrame::NoFrame);
         scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-        scroll->setWidget(texts);
-        scroll->setFocusPolicy(barRoom ? Qt::StrongFocus : Qt::NoFocus);
-        scroll->setGeometry(kMargin + signRoom, kMargin, textWidth, textHeight);
+        scroll->setWidget(pane);
+        scroll->setFocusPolicy(scrolls ? Qt::StrongFocus : Qt::NoFocus);
+        scroll->setGeometry(mirrored({ kMargin + signRoom, kMargin, textWidth, textHeight }));
         if (signRoom) {
             auto* label = new QLabel(m_window->widget);
             label->setPixmap(DrawSign(type, m_window->widget->devicePixelRatio()));
             label->setAccessibleName(sign);
-            label->setGeometry(kMargin, kMargin, kSignSize, kSignSize);
+            label->setGeometry(mirrored({ kMargin, kMargin, kSignSize, kSignSize }));
         }
 
-        const int bodyHeight = std::max(textHeight, signRoom ? kSignSize : 0);
-        const QSize size(2 * kMargin + signRoom + textWidth,
-                         3 * kMargin + bodyHeight + kButtonHeight);
-        PlaceButtons(buttons, param, size);
-        return size;
-    }
-
-    void PlaceButtons(const std::vector<Button>& buttons,
-                      const AlertStdAlertParamRec& param,
-                      const QSize& size)
-    {
         const int top = size.height() - kMargin - kButtonHeight;
         int right = size.width() - kMargin;
         int left = kMargin;
-        for (const Button& button : buttons) {
-            const bool farLeft = button.item > kAlertStdAlertCancelButton;
-            const QRect bounds(farLeft ? left : right - button.width, top, button.width,
-                               kButtonHeight);
-            (farLeft ? left : right) += (farLeft ? 1 : -1) * (button.width + kGap);
-            const auto control = Controls_Create<PushButton>(*m_window, nullptr, bounds);
-            control->command = static_cast<UInt32>(button.item);
-            control->SetTitle(button.title.toStdString());
-            control->SetDefault(button.item == param.defaultButton);
-            control->SetCancel(button.item == param.cancelButton);
+        for (auto at = m_buttons.rbegin(); at != m_buttons.rend(); ++at) {
+            PushButton& button = **at;
+            const int its = button.bounds.width();
+            const bool farLeft = button.command > kAlertStdAlertCancelButton;
+            button.SetBounds(mirrored({ farLeft ? left : right - its, top, its, kButtonHeight }));
+            (farLeft ? left : right) += (farLeft ? 1 : -1) * (its + kGap);
         }
+        return size;
+    }
+
+    // Gives each button its width, all together at most `widest`; returns the width of their row.
+    int FitButtons(int widest)
+    {
+        const int count = static_cast<int>(m_buttons.size());
+        int rowWidth = (count - 1) * kGap;
+        const int share = (widest - rowWidth) / count;
+        for (const auto& button : m_buttons) {
+            const int natural
+                = button->widget->fontMetrics().horizontalAdvance(button->Text()) + 32;
+            button->bounds.setWidth(std::clamp(natural, std::min(kNarrowestButton, share), share));
+            rowWidth += button->bounds.width();
+        }
+        return rowWidth;
     }
 
     WindowPtr m_host; // what has the focus now and gets it back; null for none
     std::shared_ptr<OwnWindow> m_window;
+    std::vector<std::shared_ptr<PushButton>> m_buttons;
     SInt16 m_cancelItem;
     SInt16 m_chosen = 0;
 };

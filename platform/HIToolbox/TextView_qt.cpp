@@ -1,286 +1,254 @@
 // SPDX-License-Identifier: MIT
-// TextView_qt.cpp - text that is shown as it is and can be selected.
+// TextView_qt.cpp - read-only text over any background.
 #include "HIToolbox/TextView_qt.h"
 
-#include <QtGui/QClipboard>
-#include <QtGui/QContextMenuEvent>
-#include <QtGui/QGuiApplication>
-#include <QtGui/QPainter>
-#include <QtWidgets/QMenu>
-#include <QtWidgets/QToolTip>
+#include "HIToolbox/PictureView_qt.h"
 
-#include <algorithm>
+#include <QtCore/QMimeData>
+#include <QtGui/QAbstractTextDocumentLayout>
+#include <QtGui/QPaintEngine>
+#include <QtGui/QPainter>
+#include <QtGui/QTextBlock>
+#include <QtWidgets/QScrollBar>
+
+#include <array>
 #include <cmath>
 
 namespace {
 
-constexpr int kSmallestFont = 9; // pixels
+constexpr QChar kEllipsis(0x2026);
+constexpr double kLeastContrast = 4.5;
+constexpr double kHaloContrast = 7; // where a halo is needed
 
-// The text with every kind of line end as one that a layout breaks at. The length stays, so that
-// places in it are places in the text.
+// The text as one paragraph. Its length stays, so that positions in it are positions in the original. Line ends
+// after the last visible character become zero-width spaces.
 QString ForDisplay(QString text)
 {
-    for (qsizetype at = 0; at < text.size(); ++at) {
+    bool isTail = true;
+    for (qsizetype at = text.size() - 1; at >= 0; --at) {
         QChar& c = text[at];
-        if (c == u'\r' && at + 1 < text.size() && text[at + 1] == u'\n') {
-            c = QChar(0x200B); // no width; the line feed breaks
-        } else if (c == u'\r' || c == u'\n') {
-            c = QChar::LineSeparator;
-        } else if (c.isNull()) {
-            c = QChar::ReplacementCharacter;
+        const bool isPair = c == u'\r' && at + 1 < text.size()
+            && (text[at + 1] == QChar::LineSeparator || text[at + 1] == QChar(0x200B));
+        if (c == u'\n' || c == u'\r' || c == QChar::LineSeparator || c == QChar::ParagraphSeparator
+            || c == QChar(0xFDD0) || c == QChar(0xFDD1)) { // the last two are Qt's ends of frames
+            c = isTail || isPair ? QChar(0x200B) : QChar(QChar::LineSeparator);
+        } else {
+            c = c.isNull() ? QChar(QChar::ReplacementCharacter) : c;
+            isTail = false;
         }
     }
     return text;
 }
 
-// Breaks a layout into lines of a width; returns the height.
-double LayOut(QTextLayout& layout, double width)
+// Relative luminance, 0 to 1, and contrast, 1 to 21, of the Web Content Accessibility Guidelines.
+double Luminance(QRgb color)
 {
-    double height = 0;
-    layout.beginLayout();
-    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
-        line.setLineWidth(width);
-        line.setPosition({ 0, height });
-        height += line.height();
-    }
-    layout.endLayout();
-    return height;
+    static const auto linear = [] {
+        std::array<double, 256> values {};
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            const double part = static_cast<double>(i) / 255;
+            values[i] = part <= 0.03928 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+        }
+        return values;
+    }();
+    const auto part = [](int value) { return linear[static_cast<std::size_t>(value)]; };
+    return 0.2126 * part(qRed(color)) + 0.7152 * part(qGreen(color)) + 0.0722 * part(qBlue(color));
+}
+
+double Contrast(double light, double dark)
+{
+    return (light + 0.05) / (dark + 0.05);
 }
 
 } // namespace
 
 TextView::TextView(QWidget* parent)
-    : QWidget(parent)
-    , m_font(font())
+    : QTextEdit(parent)
 {
-    setCursor(Qt::IBeamCursor);
+    setReadOnly(true);
+    setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    setTabChangesFocus(true);
     setFocusPolicy(Qt::StrongFocus);
+    setFrameShape(NoFrame);
+    setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    connect(verticalScrollBar(), &QScrollBar::rangeChanged, this, // nothing moves under the cursor
+            [this] { verticalScrollBar()->setRange(0, 0); });
+    viewport()->setAutoFillBackground(false);
+    document()->setDocumentMargin(kMargin);
+    document()->setUndoRedoEnabled(false);
 }
 
-void TextView::SetText(const QString& text)
+void TextView::SetText(const QString& text, Qt::Alignment alignment)
 {
     m_text = text;
-    m_anchor = m_cursor = 0;
-    setAccessibleName(text);
-    m_fitted = false;
-    update();
+    m_kept.clear();
+    const bool isRightToLeft = text.isRightToLeft();
+    QTextOption option = document()->defaultTextOption();
+    option.setTextDirection(isRightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
+    const bool isMirrored
+        = alignment == Qt::AlignLeading && this->isRightToLeft(); // the application
+    option.setAlignment(isMirrored ? Qt::AlignRight | Qt::AlignAbsolute : alignment);
+    document()->setDefaultTextOption(option);
+    setPlainText(ForDisplay(text));
 }
 
-void TextView::SetAlignment(Qt::Alignment alignment)
+QSize TextView::SizeFor(int width)
 {
-    m_alignment = alignment;
-    m_fitted = false;
-    update();
+    constexpr int kMargins = 2 * kMargin;
+    document()->setTextWidth(width + kMargins);
+    return { static_cast<int>(std::ceil(document()->idealWidth())) - kMargins,
+             static_cast<int>(std::ceil(document()->size().height())) - kMargins };
 }
 
-void TextView::SetFont(const QFont& font)
+bool TextView::Fit()
 {
-    m_font = font;
-    m_fitted = false;
-    update();
-}
-
-void TextView::Prepare(QTextLayout& layout, const QFont& font) const
-{
-    QTextOption option(m_alignment);
-    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    option.setTextDirection(m_text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
-    layout.setText(ForDisplay(m_text));
-    layout.setFont(font);
-    layout.setTextOption(option);
-}
-
-int TextView::HeightForWidth(int width) const
-{
-    QTextLayout layout;
-    Prepare(layout, m_font);
-    return static_cast<int>(std::ceil(LayOut(layout, width)));
-}
-
-int TextView::NaturalWidth() const
-{
-    QTextLayout layout;
-    Prepare(layout, m_font);
-    LayOut(layout, QWIDGETSIZE_MAX);
-    double width = 0;
-    for (int line = 0; line < layout.lineCount(); ++line)
-        width = std::max(width, layout.lineAt(line).naturalTextWidth());
-    return static_cast<int>(std::ceil(width)) + 1;
-}
-
-// Boxes are drawn for the metrics of another system's fonts: what would be cut is set a little
-// smaller.
-void TextView::Fit()
-{
-    if (m_fitted)
-        return;
-    m_fitted = true;
-    QFont font = m_font;
-    Prepare(m_layout, font);
-    while (LayOut(m_layout, width()) > height() && font.pixelSize() > kSmallestFont) {
-        font.setPixelSize(font.pixelSize() - 1);
-        m_layout.setFont(font);
+    document()->setTextWidth(width());
+    const QTextLayout& layout = *document()->firstBlock().layout();
+    const bool fits = document()->size().height() <= height();
+    m_kept.clear();
+    QTextLine last;
+    for (int at = 0; !fits && at < layout.lineCount(); ++at) {
+        const QTextLine line = layout.lineAt(at);
+        if (at == 0 || layout.position().y() + line.rect().bottom() <= height() - kMargin)
+            last = line;
     }
-    m_isCut = m_layout.boundingRect().height() > height();
-}
-
-QString TextView::SelectedText() const
-{
-    return m_text.mid(std::min(m_anchor, m_cursor), std::abs(m_anchor - m_cursor));
-}
-
-// If the text does not fit even at the smallest size, shows it as a tooltip, unless the view has one.
-bool TextView::event(QEvent* event)
-{
-    if (event->type() != QEvent::ToolTip || !m_isCut || !toolTip().isEmpty())
-        return QWidget::event(event);
-    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(),
-                       Qt::convertFromPlainText(m_text), this);
-    return true;
-}
-
-void TextView::paintEvent(QPaintEvent*)
-{
-    Fit();
-    QPainter painter(this);
-    painter.setPen(palette().color(QPalette::WindowText));
-    QList<QTextLayout::FormatRange> selections;
-    if (m_anchor != m_cursor) {
-        QTextLayout::FormatRange range { std::min(m_anchor, m_cursor),
-                                         std::abs(m_anchor - m_cursor),
-                                         {} };
-        range.format.setBackground(palette().brush(QPalette::Highlight));
-        range.format.setForeground(palette().brush(QPalette::HighlightedText));
-        selections.append(range);
+    if (last.isValid()) {
+        const double dots = QFontMetricsF(font()).horizontalAdvance(kEllipsis);
+        const bool isRightToLeft = m_text.isRightToLeft();
+        const double end = isRightToLeft ? dots : last.width() - dots;
+        const double x = layout.position().x()
+            + last.cursorToX(last.xToCursor(end, QTextLine::CursorOnCharacter));
+        const QRectF line = last.rect().translated(layout.position());
+        m_kept.addRect(0, 0, width(), line.top());
+        m_kept.addRect(isRightToLeft ? x : 0, line.top(), isRightToLeft ? width() - x : x,
+                       line.height());
+        m_ellipsisAt = { isRightToLeft ? x - dots : x, line.top() + last.ascent() };
     }
-    m_layout.draw(&painter, {}, selections);
-    if (hasFocus() && m_anchor == m_cursor)
-        m_layout.drawCursor(&painter, {}, m_cursor);
+    viewport()->setToolTip(fits || !toolTip().isEmpty() ? QString()
+                                                        : Qt::convertFromPlainText(m_text));
+    viewport()->update();
+    return fits;
 }
 
-void TextView::resizeEvent(QResizeEvent*)
+QMimeData* TextView::createMimeDataFromSelection() const
 {
-    m_fitted = false;
+    const QTextCursor cursor = textCursor();
+    auto* copied = new QMimeData;
+    const int length = cursor.selectionEnd() - cursor.selectionStart();
+    copied->setText(m_text.mid(cursor.selectionStart(), length));
+    return copied;
 }
 
-int TextView::PositionAt(QPointF point) const
+void TextView::paintEvent(QPaintEvent* event)
 {
-    for (int at = 0; at < m_layout.lineCount(); ++at) {
-        const QTextLine line = m_layout.lineAt(at);
-        if (point.y() < line.y() + line.height() || at + 1 == m_layout.lineCount())
-            return line.xToCursor(point.x());
+    QPainter painter(viewport());
+    // A part is repainted over what surrounds it, which contains older text.
+    if (event->rect() == viewport()->rect())
+        m_halo = IsOverPicture() ? MakeHalo(painter) : QImage();
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawImage(QPoint(), m_halo);
+    Draw(painter, palette().color(QPalette::WindowText), true);
+}
+
+void TextView::Draw(QPainter& painter, const QColor& color, bool withSelection) const
+{
+    QAbstractTextDocumentLayout::PaintContext context;
+    context.palette = palette();
+    context.palette.setColor(QPalette::Text, color);
+    if (withSelection) {
+        QTextCharFormat selected;
+        selected.setBackground(palette().brush(QPalette::Highlight));
+        selected.setForeground(palette().brush(QPalette::HighlightedText));
+        context.selections.append({ textCursor(), selected });
+        context.cursorPosition = hasFocus() ? textCursor().position() : -1;
     }
-    return 0;
-}
-
-void TextView::Select(int anchor, int cursor)
-{
-    m_anchor = anchor;
-    m_cursor = cursor;
-    update();
-}
-
-void TextView::mousePressEvent(QMouseEvent* event)
-{
-    if (event->button() == Qt::LeftButton) {
-        Fit();
-        const int at = PositionAt(event->position());
-        Select(event->modifiers() & Qt::ShiftModifier ? m_anchor : at, at);
-    } else {
-        event->ignore();
+    painter.save();
+    if (!m_kept.isEmpty()) {
+        painter.setPen(color);
+        painter.setFont(font());
+        painter.drawText(m_ellipsisAt, kEllipsis);
+        painter.setClipPath(m_kept, Qt::IntersectClip);
     }
+    document()->documentLayout()->draw(&painter, context);
+    painter.restore();
 }
 
-void TextView::mouseMoveEvent(QMouseEvent* event)
+bool TextView::IsOverPicture() const
 {
-    if (event->buttons() & Qt::LeftButton)
-        Select(m_anchor, PositionAt(event->position()));
-}
-
-void TextView::mouseReleaseEvent(QMouseEvent* event)
-{
-    if (event->button() == Qt::LeftButton)
-        Copy(true);
-}
-
-void TextView::mouseDoubleClickEvent(QMouseEvent* event)
-{
-    if (event->button() == Qt::LeftButton) {
-        Fit();
-        const int at = PositionAt(event->position());
-        const int start = at < m_text.size()
-            ? m_layout.previousCursorPosition(at + 1, QTextLayout::SkipWords)
-            : at;
-        int end = m_layout.nextCursorPosition(start, QTextLayout::SkipWords);
-        while (end > start && m_text[end - 1].isSpace())
-            --end;
-        Select(start, end);
+    if (autoFillBackground())
+        return false;
+    for (const QObject* object : parentWidget()->children()) { // those behind come first
+        const auto* picture = dynamic_cast<const PictureView*>(object);
+        if (object == this)
+            break;
+        if (picture && picture->isVisible() && picture->geometry().intersects(geometry()))
+            return true;
     }
+    return dynamic_cast<const PictureView*>(parentWidget()) != nullptr;
 }
 
-void TextView::MoveCursor(const QKeyEvent& event, int to)
+// A soft rim around the letters, black or white, as strong as the pixel behind that is closest to the text's tone
+// needs. Null where none is needed.
+QImage TextView::MakeHalo(const QPainter& painter) const
 {
-    Select(event.modifiers() & Qt::ShiftModifier ? m_anchor : to, to);
-}
-
-void TextView::keyPressEvent(QKeyEvent* event)
-{
-    Fit();
-    const auto mode = event->modifiers() & Qt::ControlModifier ? QTextLayout::SkipWords
-                                                               : QTextLayout::SkipCharacters;
-    const QTextLine line = m_layout.lineForTextPosition(m_cursor);
-    const auto lineAway = [&](double up) {
-        return line.isValid() ? PositionAt({ line.cursorToX(m_cursor), line.y() + up }) : m_cursor;
+    const QPaintDevice* device = painter.paintEngine()->paintDevice();
+    const auto* pixmap = dynamic_cast<const QPixmap*>(device); // of QWidget::grab
+    const auto* image = dynamic_cast<const QImage*>(device);
+    const QColor color = palette().color(QPalette::WindowText);
+    const double text = Luminance(color.rgb());
+    const bool isWhite = Contrast(1, text) > Contrast(text, 0);
+    const auto contrast = [&](QRgb behind) {
+        return isWhite ? Contrast(Luminance(behind), text) : Contrast(text, Luminance(behind));
     };
-    if (event->matches(QKeySequence::Copy)) {
-        Copy(false);
-    } else if (event->matches(QKeySequence::SelectAll)) {
-        Select(0, static_cast<int>(m_text.size()));
-    } else if (event->key() == Qt::Key_Left) {
-        MoveCursor(*event, m_layout.previousCursorPosition(m_cursor, mode));
-    } else if (event->key() == Qt::Key_Right) {
-        MoveCursor(*event, m_layout.nextCursorPosition(m_cursor, mode));
-    } else if (event->key() == Qt::Key_Up) {
-        MoveCursor(*event, lineAway(-1));
-    } else if (event->key() == Qt::Key_Down) {
-        MoveCursor(*event, lineAway(line.isValid() ? line.height() + 1 : 0));
-    } else if (event->key() == Qt::Key_Home) {
-        MoveCursor(*event, 0);
-    } else if (event->key() == Qt::Key_End) {
-        MoveCursor(*event, static_cast<int>(m_text.size()));
-    } else {
-        event->ignore(); // Return and Escape are the window's
+    QRegion letters;
+    const QTextLayout& layout = *document()->firstBlock().layout();
+    for (int at = 0; at < layout.lineCount(); ++at)
+        letters
+            += layout.lineAt(at).naturalTextRect().translated(layout.position()).toAlignedRect();
+    const QRect place = painter.deviceTransform().mapRect(
+        letters.boundingRect().adjusted(-2, -2, 2, 2).intersected(rect()));
+    const QImage behind = (pixmap      ? pixmap->toImage().copy(place)
+                               : image ? image->copy(place)
+                                       : QImage())
+                              .convertToFormat(QImage::Format_RGB32);
+    const int tone = isWhite ? 255 : 0;
+    QRgb closest = qRgb(tone, tone, tone);
+    double least = contrast(closest);
+    for (int y = 0; y < behind.height(); ++y) {
+        const auto* row = reinterpret_cast<const QRgb*>(behind.constScanLine(y));
+        for (int x = 0; x < behind.width(); ++x) {
+            const double its = row[x] == closest ? least : contrast(row[x]);
+            closest = its < least ? row[x] : closest;
+            least = std::min(its, least);
+        }
     }
-}
+    if (least >= kLeastContrast)
+        return {};
+    double strength = 0;
+    const auto mix = [&](int from) { return static_cast<int>(from + (tone - from) * strength); };
+    while (strength < 0.95 && least < kHaloContrast) {
+        strength += 0.05;
+        least = contrast(qRgb(mix(qRed(closest)), mix(qGreen(closest)), mix(qBlue(closest))));
+    }
 
-void TextView::focusInEvent(QFocusEvent* event)
-{
-    if (event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason)
-        Select(0, static_cast<int>(m_text.size()));
-    update();
-}
-
-void TextView::focusOutEvent(QFocusEvent* event)
-{
-    if (event->reason() != Qt::PopupFocusReason && event->reason() != Qt::ActiveWindowFocusReason)
-        Select(m_cursor, m_cursor);
-    update();
-}
-
-void TextView::contextMenuEvent(QContextMenuEvent* event)
-{
-    auto* menu = new QMenu(this); // not on the stack: the window may end while the menu is up
-    menu->setAttribute(Qt::WA_DeleteOnClose);
-    QAction* copy = menu->addAction(QMenu::tr("&Copy"), this, [this] { Copy(false); });
-    copy->setEnabled(m_anchor != m_cursor);
-    menu->addAction(QMenu::tr("Select &All"), this,
-                    [this] { Select(0, static_cast<int>(m_text.size())); });
-    menu->popup(event->globalPos());
-}
-
-void TextView::Copy(bool primary) const
-{
-    QClipboard* clipboard = QGuiApplication::clipboard();
-    if (m_anchor != m_cursor && (!primary || clipboard->supportsSelection()))
-        clipboard->setText(SelectedText(), primary ? QClipboard::Selection : QClipboard::Clipboard);
+    QImage glyphs(size(), QImage::Format_ARGB32_Premultiplied);
+    glyphs.fill(Qt::transparent);
+    QImage halo = glyphs;
+    QPainter ofGlyphs(&glyphs);
+    Draw(ofGlyphs, QColor(tone, tone, tone), false);
+    ofGlyphs.end();
+    QPainter ofHalo(&halo);
+    for (int y = -kMargin; y <= kMargin; ++y) {
+        for (int x = -kMargin; x <= kMargin; ++x) {
+            constexpr double kReach = (kMargin + 0.5) * (kMargin + 0.5);
+            ofHalo.setOpacity(std::clamp(1.1 * (1 - (x * x + y * y) / kReach), 0.0, 1.0));
+            ofHalo.drawImage(x, y, glyphs);
+        }
+    }
+    ofHalo.setOpacity(1);
+    ofHalo.setCompositionMode(QPainter::CompositionMode_DestinationIn);
+    ofHalo.fillRect(rect(), QColor(0, 0, 0, static_cast<int>(strength * 255)));
+    return halo;
 }

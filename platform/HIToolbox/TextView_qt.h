@@ -1,54 +1,40 @@
 // SPDX-License-Identifier: MIT
-// TextView_qt.h - text that is shown as it is: no markup, no mnemonics. It can be selected and
-// copied. Qt's label would do but for copying: it replaces some characters and knows no wrap inside
-// long words.
+// TextView_qt.h - read-only text: no markup, no mnemonics. It can be selected and copied exactly as it was given.
 #pragma once
 
-#include <QtGui/QTextLayout>
-#include <QtWidgets/QWidget>
+#include <QtGui/QPainterPath>
+#include <QtGui/QWheelEvent>
+#include <QtWidgets/QTextEdit>
 
-class TextView : public QWidget
+class TextView : public QTextEdit
 {
 public:
+    /// Pixels around the text on each side, in which a halo fades out.
+    static constexpr int kMargin = 4;
+
     explicit TextView(QWidget* parent);
 
     const QString& Text() const { return m_text; }
-    void SetText(const QString& text);
-    void SetAlignment(Qt::Alignment alignment);
-    /// The base font, in pixels. Text too tall for the view is set smaller, but not below 9 pixels;
-    /// what is cut even so can be read in a help tag.
-    void SetFont(const QFont& font);
-    int HeightForWidth(int width) const;
-    int NaturalWidth() const; // of the longest line
-    QString SelectedText() const;
+    void SetText(const QString& text, Qt::Alignment alignment);
+    /// The size that the text takes without margins, wrapped to a width.
+    QSize SizeFor(int width);
+    /// Lays the text out in the view's size. False if lines had to be dropped; the last visible line then ends in
+    /// an ellipsis, and the whole text becomes the help tag, unless the view has one.
+    bool Fit();
 
 protected:
-    bool event(QEvent* event) override;
+    QMimeData* createMimeDataFromSelection() const override;
     void paintEvent(QPaintEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
-    void mousePressEvent(QMouseEvent* event) override;
-    void mouseMoveEvent(QMouseEvent* event) override;
-    void mouseReleaseEvent(QMouseEvent* event) override;
-    void mouseDoubleClickEvent(QMouseEvent* event) override;
-    void keyPressEvent(QKeyEvent* event) override;
-    void focusInEvent(QFocusEvent* event) override;
-    void focusOutEvent(QFocusEvent* event) override;
-    void contextMenuEvent(QContextMenuEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override { event->ignore(); }
 
 private:
-    void Prepare(QTextLayout& layout, const QFont& font) const;
-    void Fit();
-    int PositionAt(QPointF point) const;
-    void Select(int anchor, int cursor);
-    void MoveCursor(const QKeyEvent& event, int to);
-    void Copy(bool primary) const;
+    void Draw(QPainter& painter, const QColor& color, bool withSelection) const;
+    bool IsOverPicture() const;
+    QImage MakeHalo(const QPainter& painter) const;
 
     QString m_text;
-    Qt::Alignment m_alignment = Qt::AlignLeading;
-    QFont m_font;
-    mutable QTextLayout m_layout; // of the view's size; laid out when needed
-    bool m_fitted = false;
-    bool m_isCut = false; // even in the smallest font, since it was fitted
-    int m_anchor = 0; // the selection lies between anchor and cursor
-    int m_cursor = 0;
+    QPainterPath
+        m_kept; // the visible lines, the last one up to the ellipsis; empty if no line is dropped
+    QPointF m_ellipsisAt;
+    QImage m_halo; // a pixel per point
 };

@@ -131,12 +131,6 @@ QWindow* WidgetWindow::Handle()
     return widget ? widget->windowHandle() : nullptr;
 }
 
-bool WidgetWindow::Owns(const QWindow* window)
-{
-    const QWindow* own = Handle();
-    return own && (window == own || own->isAncestorOf(window, QWindow::IncludeTransients));
-}
-
 // The list of windows
 
 WindowRef Windows_Add(const WindowPtr& window)
@@ -161,16 +155,11 @@ const std::vector<WindowPtr>& Windows_All()
 
 void Windows_UpdateBlocked()
 {
-    const auto blocks = [](const WindowPtr& window, const WindowPtr& other) {
-        if (window->modality == kWindowModalityNone || !window->IsVisible())
-            return window->loop != nullptr;
-        return window->loop || window->modality != kWindowModalityWindowModal
-            || window->unavailable.lock() == other;
-    };
-    for (const WindowPtr& other : Windows())
-        other->SetBlocked(
-            std::any_of(Windows().begin(), Windows().end(),
-                        [&](const WindowPtr& window) { return blocks(window, other); }));
+    const bool isBlocked
+        = std::any_of(Windows().begin(), Windows().end(),
+                      [](const WindowPtr& window) { return window->BlocksOthers(); });
+    for (const WindowPtr& window : Windows())
+        window->SetBlocked(isBlocked);
 }
 
 // The API
@@ -205,9 +194,7 @@ OSStatus SetWindowModality(WindowRef ref, WindowModality modality, WindowRef una
         return paramErr;
     if (modality == kWindowModalityWindowModal && (!parent || parent == window))
         return errInvalidWindowRef;
-    window->modality = modality;
     window->unavailable = modality == kWindowModalityWindowModal ? parent : nullptr;
-    Windows_UpdateBlocked();
     return noErr;
 }
 

@@ -20,8 +20,8 @@ struct OpaqueWindowPtr : std::enable_shared_from_this<OpaqueWindowPtr>
 {
     OpaqueEventTargetRef target;
     WindowClass windowClass = kDocumentWindowClass;
-    WindowModality modality = kWindowModalityNone;
-    std::weak_ptr<OpaqueWindowPtr> unavailable; // with kWindowModalityWindowModal
+    std::weak_ptr<OpaqueWindowPtr>
+        unavailable; // the window to which it is modal: it opens over that
     QEventLoop* loop = nullptr; // while it runs modally
     bool quit = false; // asked to end its loop, perhaps before that ran
     bool disposed = false; // being disposed: sends nothing more on its own
@@ -40,8 +40,8 @@ struct OpaqueWindowPtr : std::enable_shared_from_this<OpaqueWindowPtr>
     virtual void Move(QPoint content) = 0;
     virtual void Activate() = 0; // to the front, with the focus
     virtual QWindow* Handle() = 0; // null before the first show, and when it is gone
+    virtual bool BlocksOthers() const { return false; }
     virtual void SetBlocked(bool /*blocked*/) { } // beyond what Qt blocks by itself
-    virtual bool Owns(const QWindow* window) = 0; // that window or one on top of it
     virtual void Vanish() { } // hides it and sends Hidden alone
     virtual void FreeControls() { }
 
@@ -69,7 +69,6 @@ struct WidgetWindow : OpaqueWindowPtr
     void Move(QPoint content) override;
     void Activate() override;
     QWindow* Handle() override;
-    bool Owns(const QWindow* window) override;
 };
 
 /// Makes a window known; DisposeWindow ends it.
@@ -78,5 +77,5 @@ WindowRef Windows_Add(const WindowPtr& window);
 WindowPtr Windows_Find(WindowRef window);
 /// All windows, front last.
 const std::vector<WindowPtr>& Windows_All();
-/// Blocks the windows that must take no input, by the visible windows' modality and the running modal loops.
+/// Blocks the host's windows while a window that blocks others is visible.
 void Windows_UpdateBlocked();

@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: MIT
 // Controls_test.cpp - controls: data by tag, nesting, visibility, and what the user sees and
 // copies.
+#include "tests/support/Contrast.h"
 #include "tests/support/NibBundle.h"
 #include "tools/PictureWriter.h"
 #include "tools/ResourceWriter.h"
 
-#include <QtGui/QAccessible>
+#include <QtCore/QRandomGenerator>
 #include <QtGui/QClipboard>
 #include <QtTest/QTest>
 #include <QtWidgets/QApplication>
-#include <QtWidgets/QToolTip>
+#include <QtWidgets/QTextEdit>
 
 #include <cstring>
 #include <gtest/gtest.h>
@@ -46,12 +47,12 @@ struct Sample : TestWindow
         }
         return nullptr;
     }
-    /// The widget that a screen reader knows by a name.
-    static QWidget* Named(const char* name)
+    /// The static text that a screen reader knows by a name.
+    static QTextEdit* Named(const char* name)
     {
-        for (QWidget* widget : Top()->findChildren<QWidget*>()) {
-            if (widget->accessibleName() == QString::fromUtf8(name))
-                return widget;
+        for (QTextEdit* view : Top()->findChildren<QTextEdit*>()) {
+            if (view->accessibleName() == QString::fromUtf8(name))
+                return view;
         }
         return nullptr;
     }
@@ -197,7 +198,7 @@ TEST(Controls, CopyingGivesExactlyTheText)
     for (const char* text : rows) {
         SCOPED_TRACE(text);
         window.SetText(kText, text);
-        QWidget* view = Sample::Named(text);
+        QTextEdit* view = Sample::Named(text);
         ASSERT_TRUE(view);
         view->setFocus();
         QTest::keyClick(view, Qt::Key_A, Qt::ControlModifier);
@@ -205,49 +206,136 @@ TEST(Controls, CopyingGivesExactlyTheText)
         EXPECT_EQ(QString::fromUtf8(text), clipboard->text());
     }
     window.SetText(kText, "one two three");
-    QWidget* view = Sample::Named("one two three");
+    QTextEdit* view = Sample::Named("one two three");
     QTest::keyClick(view, Qt::Key_Right, Qt::ControlModifier);
     QTest::keyClick(view, Qt::Key_Right, Qt::ControlModifier | Qt::ShiftModifier);
     QTest::keyClick(view, Qt::Key_C, Qt::ControlModifier);
     EXPECT_EQ(QStringLiteral("two "), clipboard->text());
-    QTest::mouseDClick(view, Qt::LeftButton, {}, QPoint(3, 5));
+    QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, QPoint(8, 10));
     QTest::keyClick(view, Qt::Key_C, Qt::ControlModifier);
     EXPECT_EQ(QStringLiteral("one"), clipboard->text());
-    QTest::mousePress(view, Qt::LeftButton, {}, QPoint(0, 5));
-    QTest::mouseMove(view, QPoint(149, 5));
-    QTest::mouseRelease(view, Qt::LeftButton, {}, QPoint(149, 5));
+    QTest::mousePress(view->viewport(), Qt::LeftButton, {}, QPoint(0, 10));
+    QTest::mouseMove(view->viewport(), QPoint(149, 10));
+    QTest::mouseRelease(view->viewport(), Qt::LeftButton, {}, QPoint(149, 10));
     QTest::keyClick(view, Qt::Key_C, Qt::ControlModifier);
     EXPECT_EQ(QStringLiteral("one two three"), clipboard->text());
 }
 
-TEST(Controls, WhatIsCutIsReadInATag)
+// 16 pixels are room for one line.
+TEST(Controls, TextThatDoesNotFitLosesWholeLinesAndIsReadInATag)
 {
     const Sample window;
-    for (const auto& [text, isCut] :
-         { std::pair { std::string("short"), false }, { std::string(2000, 'x'), true } }) {
-        window.SetText(kText, text.c_str());
-        QWidget* view = Sample::Named(text.c_str());
-        view->grab(); // fits the text
-        QHelpEvent help(QEvent::ToolTip, {}, view->mapToGlobal(QPoint()));
-        QApplication::sendEvent(view, &help);
-        EXPECT_EQ(isCut, QToolTip::text().contains(QString::fromStdString(text))) << text;
+    HideControl(window.Control(kPicture)); // which would bring a halo
+    ShowWindow(window);
+    const std::string words = "some words that take more than one line of this view";
+    const std::tuple<std::string, bool> rows[]
+        = { { "short", false },
+            { "line feeds \r\n\n\r", false },
+            { words, true },
+            { "two\nlines", true },
+            { std::string(2000, 'x'), true },
+            { "\xD7\xA9\xD7\x9C\xD7\x95\xD7\x9D\n\xD7\x90", true } };
+    const int full = Sample::Named("plain")->font().pixelSize();
+    for (const auto& [text, isCut] : rows) {
+        SCOPED_TRACE(text);
+        window.SetText(kText, text);
+        QTextEdit* view = Sample::Named(text.c_str());
+        QCoreApplication::sendPostedEvents(Sample::Top(), QEvent::LayoutRequest);
+        EXPECT_EQ(isCut, !view->viewport()->toolTip().isEmpty());
+        EXPECT_EQ(full, view->font().pixelSize()); // smaller letters would not help
+        QImage image(view->size(), QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        view->render(&image, {}, {}, QWidget::DrawChildren);
+        for (int x = 0; x < image.width(); ++x)
+            EXPECT_LT(qAlpha(image.pixel(x, image.height() - 4)), 40); // no second line's letters
+        EXPECT_EQ(text, view->accessibleName().toStdString());
     }
-    QToolTip::hideText();
 }
 
-TEST(Controls, ScreenReadersGetRolesAndNames)
+// Between the letters and what lies up to two points beside them, in both colours of the About box.
+TEST(Controls, TextIsReadableOverAnyPicture)
 {
-    const Sample window;
-    window.SetText(kText, "Version 1");
-    const auto roleOf = [](QWidget* widget) {
-        return widget ? QAccessible::queryAccessibleInterface(widget)->role() : QAccessible::NoRole;
+    QRandomGenerator random(7);
+    const auto paint = [&random](const char* name, QPoint at) {
+        const int value = name == std::string("noise") ? random.bounded(256)
+            : name == std::string("stripes")           ? (at.x() / 5 % 2) * 255
+            : name == std::string("slope")             ? at.x() * 255 / 199
+                                                       : std::atoi(name);
+        return name == std::string("noise") ? qRgb(value, random.bounded(256), random.bounded(256))
+                                            : qRgb(value, value, value);
     };
-    EXPECT_EQ(QAccessible::StaticText, roleOf(Sample::Named("Version 1")));
-    EXPECT_EQ(QAccessible::Graphic, roleOf(Sample::Named("Sample")));
-    EXPECT_EQ(QAccessible::Dialog, roleOf(Sample::Top()));
-    EXPECT_EQ(
-        QStringLiteral("Version 1"),
-        QAccessible::queryAccessibleInterface(Sample::Named("Version 1"))->text(QAccessible::Name));
+    const std::tuple<QRgb, std::vector<const char*>> styles[]
+        = { { qRgb(0, 0, 0), { "255", "0", "40", "100", "128", "noise", "stripes", "slope" } },
+            { qRgb(191, 191, 191),
+              { "0", "255", "191", "128", "80", "noise", "stripes", "slope" } } };
+    for (const auto& [color, pictures] : styles) {
+        QImage suitable; // the first picture: letters as they are drawn without a halo
+        for (const char* name : pictures) {
+            SCOPED_TRACE(testing::Message() << qRed(color) << " over " << name);
+            QImage picture(200, 100, QImage::Format_RGB32);
+            for (int y = 0; y < picture.height(); ++y)
+                for (int x = 0; x < picture.width(); ++x)
+                    picture.setPixel(x, y, paint(name, { x, y }));
+            const int value = qRed(color) * 257;
+            const std::string rgb = std::to_string(value) + ' ';
+            NibBundle bundle(
+                NibOf(NibControl(
+                          kPicture, "IBCarbonPicture", "0 0 100 200 ",
+                          Number("contentResID", 128)
+                              + Inside(NibControl(kText, "IBCarbonStaticText", "20 10 80 190 ",
+                                                  Text("title", "Letters of mine, 1852 &#8212; Wij")
+                                                      + Text("foreColor", rgb + rgb + rgb))))
+                          + NibControl(kButton, "IBCarbonButton", "80 100 100 200 ",
+                                       Number("buttonType", 1)), // takes the focus
+                      Text("title", "Sample")));
+            ResourceWriter file;
+            const QByteArray data = EncodePicture(picture, picture.rect());
+            file.Set({ 'PICT', 128, 0, {}, { data.begin(), data.end() } });
+            const auto bytes = file.Serialize().value();
+            WriteFile(bundle.Resource("Test.rsrc"), { bytes.begin(), bytes.end() });
+            WindowRef window = nullptr;
+            ASSERT_EQ(noErr, bundle.Open("Test", &window));
+            ShowWindow(window);
+            const QImage shown = Sample::Top()
+                                     ->grab({ 0, 0, 200, 80 })
+                                     .toImage()
+                                     .convertToFormat(QImage::Format_RGB32);
+            DisposeWindow(window);
+            const QRgb plain = suitable.isNull() ? shown.pixel(0, 0) : suitable.pixel(0, 0);
+            if (suitable.isNull())
+                suitable = shown;
+            const auto ink = [&](int x, int y) { // 0 to 1
+                return std::abs(qRed(suitable.pixel(x, y)) - qRed(plain))
+                    / double(std::abs(qRed(color) - qRed(plain)));
+            };
+            const int near = static_cast<int>(std::ceil(2 * shown.devicePixelRatio()));
+            double least = 21;
+            int letters = 0;
+            for (int y = near; y < shown.height() - near; ++y)
+                for (int x = near; x < shown.width() - near; ++x) {
+                    if (ink(x, y) < 0.9)
+                        continue;
+                    ++letters;
+                    for (int dy = -near; dy <= near; ++dy)
+                        for (int dx = -near; dx <= near; ++dx)
+                            if (dx * dx + dy * dy <= near * near && ink(x + dx, y + dy) == 0)
+                                least
+                                    = std::min(least, Contrast(color, shown.pixel(x + dx, y + dy)));
+                }
+            EXPECT_GT(letters, 100);
+            EXPECT_GE(least, 4.5);
+            RecordProperty(std::string("c") + std::to_string(qRed(color)) + "_" + name,
+                           std::to_string(least));
+        }
+        // Over a suitable picture there is nothing but the picture and the letters.
+        EXPECT_NEAR(Contrast(color, suitable.pixel(0, 0)), qRed(color) ? 11.4 : 21, 0.2);
+        for (int y = 0; y < suitable.height(); ++y)
+            for (int x = 0; x < suitable.width(); ++x) {
+                const int its = qRed(suitable.pixel(x, y));
+                EXPECT_TRUE(its >= std::min(qRed(color), qRed(suitable.pixel(0, 0)))
+                            && its <= std::max(qRed(color), qRed(suitable.pixel(0, 0))));
+            }
+    }
 }
 
 TEST(Controls, AColourShowsOnlyWhereTheFlagAsksForIt)
@@ -280,8 +368,8 @@ TEST(Controls, EmbeddingKeepsThePlaceAndFollowsTheContainer)
     const Sample window;
     window.SetText(kText, "embedded");
     ShowWindow(window);
-    QWidget* view = Sample::Named("embedded");
-    const auto place = [&] { return view->mapTo(Sample::Top(), QPoint()); };
+    QTextEdit* view = Sample::Named("embedded");
+    const auto place = [&] { return view->mapTo(Sample::Top(), QPoint(4, 4)); };
     const ControlRef text = window.Control(kText);
     const ControlRef picture = window.Control(kPicture);
     Rect before {};

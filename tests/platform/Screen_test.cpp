@@ -69,6 +69,27 @@ public:
         xcb_destroy_window(m_x, window);
         xcb_flush(m_x);
     }
+    void Paint(std::uint32_t color)
+    {
+        const xcb_gcontext_t context = xcb_generate_id(m_x);
+        xcb_create_gc(m_x, context, window, XCB_GC_FOREGROUND, &color);
+        const xcb_rectangle_t all { 0, 0, 400, 300 };
+        xcb_poly_fill_rectangle(m_x, window, context, 1, &all);
+        xcb_free_gc(m_x, context);
+        xcb_flush(m_x);
+    }
+    /// What the screen shows at a point.
+    std::uint32_t PixelAt(int x, int y)
+    {
+        const auto cookie = xcb_get_image(
+            m_x, XCB_IMAGE_FORMAT_Z_PIXMAP, xcb_setup_roots_iterator(xcb_get_setup(m_x)).data->root,
+            static_cast<SInt16>(x), static_cast<SInt16>(y), 1, 1, ~0u);
+        auto* reply = xcb_get_image_reply(m_x, cookie, nullptr);
+        const std::uint32_t pixel
+            = reply ? *reinterpret_cast<std::uint32_t*>(xcb_get_image_data(reply)) & 0xFFFFFF : 1;
+        std::free(reply);
+        return pixel;
+    }
     int Clicks()
     {
         int clicks = 0;
@@ -152,10 +173,16 @@ TEST(Screen, APlainHostKeepsItsProcessAndIsBlockedMeanwhile)
     EXPECT_EQ(400, content.right - content.left);
     EXPECT_LT(structure.top, content.top - 10); // a title bar
     EXPECT_GE(structure.bottom, content.bottom);
+    host.Paint(0x336699);
     {
         Box box(parent);
         EXPECT_NE(std::string::npos, Shell("xprop -name Box WM_TRANSIENT_FOR").find("window id"));
         EXPECT_EQ(QPoint(431, 287), ContentOf("Box"));
+        // The host cannot repaint now. It has no background, so that the server would leave the box's print.
+        EXPECT_NE(0x336699u, host.PixelAt(500, 350));
+        Shell("xdotool search --name '^Box$' windowmove 800 600; sleep 0.3");
+        QTest::qWait(100);
+        EXPECT_EQ(0x336699u, host.PixelAt(500, 350));
         box.Run(At(content.left + 5, content.top + 5)
                 + "xdotool click 1; sleep 0.1; xdotool key Return");
         EXPECT_EQ(0, host.Clicks());

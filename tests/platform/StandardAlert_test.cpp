@@ -6,6 +6,7 @@
 #include <QtGui/QScreen>
 #include <QtTest/QTest>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QLabel>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QScrollArea>
 
@@ -167,6 +168,55 @@ TEST(StandardAlert, ButtonsStandInOrderAndOnTheScreen)
         };
         EXPECT_EQ(2, Show(&param, look, message, explanation));
     }
+}
+
+TEST(StandardAlert, TheFocusGoesFromButtonToButtonAndTextsComeLast)
+{
+    const AlertStdAlertParamRec param = YesNo();
+    Show(&param, [](QWidget* alert) {
+        QPushButton* yes = ButtonNamed("Yes");
+        QPushButton* no = ButtonNamed("No");
+        EXPECT_TRUE(QTest::qWaitForWindowActive(alert));
+        EXPECT_TRUE(yes->hasFocus());
+        const QImage focused[] = { yes->grab().toImage(), no->grab().toImage() };
+        for (const Qt::Key key : { Qt::Key_Right, Qt::Key_Down, Qt::Key_Left, Qt::Key_Up }) {
+            QTest::keyClick(alert->windowHandle(), key);
+            EXPECT_TRUE(no->hasFocus());
+            // Return presses the default button, Space the focused one: all four look different.
+            EXPECT_NE(focused[0], yes->grab().toImage());
+            EXPECT_NE(focused[1], no->grab().toImage());
+            EXPECT_NE(focused[0], no->grab().toImage());
+            QTest::keyClick(alert->windowHandle(), key);
+            EXPECT_TRUE(yes->hasFocus());
+        }
+        QTest::keyClick(alert->windowHandle(), Qt::Key_Tab);
+        EXPECT_TRUE(no->hasFocus());
+        for (const char16_t* text : { u"Message", u"Explanation" }) {
+            QTest::keyClick(alert->windowHandle(), Qt::Key_Tab);
+            EXPECT_EQ(QString::fromUtf16(text), QApplication::focusWidget()->accessibleName());
+        }
+        QTest::keyClick(alert->windowHandle(), Qt::Key_Tab);
+        EXPECT_TRUE(yes->hasFocus());
+        Click("No");
+    });
+}
+
+TEST(StandardAlert, RightToLeftTextIsMirrored)
+{
+    const AlertStdAlertParamRec param = YesNo();
+    Show(
+        &param,
+        [](QWidget* alert) {
+            const QPushButton* yes = ButtonNamed("Yes");
+            const QPushButton* no = ButtonNamed("No");
+            EXPECT_GT(yes->x(), no->geometry().right());
+            EXPECT_EQ(20, no->x());
+            EXPECT_EQ(alert->width() - 20, alert->findChild<QLabel*>()->geometry().right() + 1);
+            QTest::keyClick(alert->windowHandle(), Qt::Key_Left);
+            EXPECT_TRUE(no->hasFocus());
+            Click("No");
+        },
+        "\xD7\x9C\xD7\xA9\xD7\x9E\xD7\x95\xD7\xA8?");
 }
 
 TEST(StandardAlert, InvalidTextIsShownAndACutCharacterIsNot)

@@ -49,7 +49,8 @@ extern "C" {
 OSStatus GetWindowClass(WindowRef window, WindowClass* windowClass) VL_SYMBOL(GetWindowClass);
 /// Changes class and stacking; the frame keeps its look.
 OSStatus SetWindowClass(WindowRef window, WindowClass windowClass) VL_SYMBOL(SetWindowClass);
-/// With kWindowModalityWindowModal the `unavailable` window takes no input while this one is up.
+/// With kWindowModalityWindowModal this window opens over the `unavailable` one. A window of this API's own making keeps the
+/// user's input from all other windows of the process while it is visible, with any modality.
 OSStatus SetWindowModality(WindowRef window, WindowModality modality, WindowRef unavailable)
     VL_SYMBOL(SetWindowModality);
 /// What the content is erased with; `update` redraws it at once. themeInvalidBrushErr for others than the
@@ -63,7 +64,9 @@ void ShowWindow(WindowRef window) VL_SYMBOL(ShowWindow);
 /// Nothing, and no event, when hidden already.
 void HideWindow(WindowRef window) VL_SYMBOL(HideWindow);
 Boolean IsWindowVisible(WindowRef window) VL_SYMBOL(IsWindowVisible);
-/// Puts the content's top-left corner at a point of the screen; `front` also brings it forward.
+/// Puts the content's top-left corner at a point of the screen; `front` also brings it forward. A window whose default
+/// button would not be whole on a screen is moved onto the screen of the window that it is modal to or, without one, to the
+/// middle of the main screen.
 void MoveWindow(WindowRef window, SInt16 h, SInt16 v, Boolean front) VL_SYMBOL(MoveWindow);
 /// Replaces a region by the window's structure or content in screen coordinates.
 ///   returns  noErr; errInvalidWindowRef; errWindowRegionCodeInvalid
