@@ -1,8 +1,6 @@
 # SPDX-License-Identifier: MIT
 # What is installed where. Everything finds everything else by relative paths, so the prefix may be moved.
 include(CMakePackageConfigHelpers)
-set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS # whatever the umask is
-  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(bundle_folder ${CMAKE_INSTALL_LIBDIR}/veltrano)
 set(include_folder ${CMAKE_INSTALL_INCLUDEDIR}/veltrano)
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/Veltrano)
