@@ -3,12 +3,13 @@
 // VELTRANO_OPERATIONS sets how many, VELTRANO_SEED which.
 
 #include "System/vlDataStream.h"
-#include "tests/System/DataStreamModel.h"
 #include "tests/support/Processes.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <bit>
+#include <cctype>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <memory>
@@ -16,6 +17,50 @@
 using namespace Veltrano;
 
 namespace {
+
+// The streams as plainly as possible: a character at a time.
+
+struct OutputModel
+{
+    std::string text;
+
+    void WriteByte(unsigned value)
+    {
+        char digits[3];
+        snprintf(digits, sizeof(digits), "%02X", value & 0xFF);
+        text += digits;
+        if ((text.size() + 2) % 72 == 0)
+            text += "\r\n";
+    }
+};
+
+struct InputModel
+{
+    std::string text;
+    size_t at = 0;
+    bool isAtEnd = false; // stays so, whatever is added to the text
+
+    /// Stores bytes up to the end of the text; whether that was enough.
+    bool Read(unsigned char* bytes, int nCount)
+    {
+        bool bHigh = true;
+        for (int i = 0; i < nCount;) {
+            isAtEnd = isAtEnd || at == text.size();
+            if (isAtEnd)
+                return false;
+            const int ch = static_cast<unsigned char>(text[at++]);
+            if (isxdigit(ch) == 0)
+                continue;
+            const int nDigit = isdigit(ch) != 0 ? ch - '0' : toupper(ch) - 'A' + 10;
+            if (bHigh)
+                bytes[i] = static_cast<unsigned char>(nDigit * 16);
+            else
+                bytes[i++] |= static_cast<unsigned char>(nDigit);
+            bHigh = !bHigh;
+        }
+        return true;
+    }
+};
 
 using Byte = unsigned char;
 
