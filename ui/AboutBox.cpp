@@ -96,15 +96,8 @@ int AboutBox::run()
 
     const EventTypeSpec events[] = { { kEventClassCommand, kEventCommandProcess },
                                      { kEventClassWindow, kEventWindowClosed } };
-    if (InstallEventHandler(GetWindowEventTarget(m_window),
-                            NewEventHandlerUPP(AboutBoxEventHandler),
-                            sizeof events / sizeof events[0], events, this, nullptr)
-        != noErr) { // nothing would ever close the box
-        DisposeWindow(m_window);
-        destroy();
-        delete this;
-        return 1;
-    }
+    InstallEventHandler(GetWindowEventTarget(m_window), NewEventHandlerUPP(AboutBoxEventHandler),
+                        sizeof events / sizeof events[0], events, this, nullptr);
 
     if (m_picture != nullptr)
         SetControlData(picture, kControlPicturePart, kControlPictureHandleTag, sizeof m_picture,

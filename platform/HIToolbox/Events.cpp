@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Events.cpp - events, targets, handlers and dispatch.
-// Dispatch holds the list of handlers and rechecks that each is still installed, because a handler may remove others
-// or dispose the window.
+// A handler may remove others, install new ones or dispose the window. Dispatch holds the handler that it calls, which
+// holds the older ones, and skips those that were removed.
 #include "HIToolbox/Events.h"
 
 #include <CoreServices/MacErrors.h>
@@ -39,7 +39,10 @@ bool Wants(const OpaqueEventHandlerRef& handler, const OpaqueEventRef& event)
 } // namespace
 
 OpaqueEventTargetRef::OpaqueEventTargetRef()
+    : spare(std::make_shared<OpaqueEventHandlerRef>())
 {
+    constexpr size_t kUsualTypes = 8;
+    spare->types.reserve(kUsualTypes);
     Targets().push_back(this);
 }
 
@@ -51,23 +54,20 @@ OpaqueEventTargetRef::~OpaqueEventTargetRef()
 
 void OpaqueEventTargetRef::RemoveAll()
 {
-    if (!handlers)
-        return;
-    for (const auto& handler : *handlers)
+    for (auto* handler = newest.get(); handler; handler = handler->older.get())
         handler->live = false;
+    newest = nullptr;
 }
 
 OSStatus OpaqueEventTargetRef::Send(OpaqueEventRef event) const
 {
     const bool toAll = IsNews(event);
-    const auto held = handlers; // `this` may be gone after the first call
     OSStatus result = eventNotHandledErr;
-    if (!held)
-        return result;
-    for (auto handler = held->rbegin(); handler != held->rend(); ++handler) {
-        if (!(*handler)->live || !Wants(**handler, event))
+    for (auto handler = newest; handler;
+         handler = handler->older) { // `this` may be gone after the first call
+        if (!handler->live || !Wants(*handler, event))
             continue;
-        const OSStatus answer = (*handler)->routine(nullptr, &event, (*handler)->userData);
+        const OSStatus answer = handler->routine(nullptr, &event, handler->userData);
         if (answer == eventPassToNextTargetErr)
             break;
         if (answer != eventNotHandledErr) {
@@ -126,19 +126,19 @@ OSStatus InstallEventHandler(EventTargetRef target,
 try {
     if (!IsTarget(target) || !routine || (!types && count))
         return paramErr;
-    auto handlers = std::make_shared<OpaqueEventTargetRef::Handlers>();
-    if (target->handlers)
-        for (const auto& other : *target->handlers) {
-            if (other->live && other->routine == routine && other->userData == userData)
-                return eventHandlerAlreadyInstalledErr;
-            if (other->live)
-                handlers->push_back(other);
-        }
-    handlers->push_back(std::make_shared<OpaqueEventHandlerRef>(
-        OpaqueEventHandlerRef { routine, userData, { types, types + count } }));
+    for (const auto* other = target->newest.get(); other; other = other->older.get()) {
+        if (other->routine == routine && other->userData == userData)
+            return eventHandlerAlreadyInstalledErr;
+    }
+    auto added = target->spare ? target->spare : std::make_shared<OpaqueEventHandlerRef>();
+    added->types.assign(types, types + count);
+    target->spare = nullptr;
+    added->routine = routine;
+    added->userData = userData;
+    added->older = std::move(target->newest);
+    target->newest = added;
     if (handler)
-        *handler = handlers->back().get();
-    target->handlers = std::move(handlers);
+        *handler = added.get();
     return noErr;
 } catch (...) {
     return memFullErr;
@@ -146,12 +146,12 @@ try {
 
 OSStatus RemoveEventHandler(EventHandlerRef handler)
 {
-    for (const OpaqueEventTargetRef* target : Targets()) {
-        if (!target->handlers)
-            continue;
-        for (const auto& other : *target->handlers) {
-            if (other.get() == handler && other->live) {
-                other->live = false;
+    for (OpaqueEventTargetRef* target : Targets()) {
+        for (auto* link = &target->newest; *link; link = &(*link)->older) {
+            if (link->get() == handler) {
+                handler->live = false;
+                *link
+                    = std::shared_ptr(handler->older); // its own link stays: dispatch may be at it
                 return noErr;
             }
         }

@@ -20,27 +20,28 @@ struct OpaqueEventRef
 
 struct OpaqueEventHandlerRef
 {
-    EventHandlerUPP routine;
-    void* userData;
+    EventHandlerUPP routine = nullptr;
+    void* userData = nullptr;
     std::vector<EventTypeSpec> types;
     bool live = true; // false once it is removed or its target has ended: never called again
+    std::shared_ptr<OpaqueEventHandlerRef> older; // the next one in its target's list
 };
 
 /// A window's list of handlers, owned by the window.
 struct OpaqueEventTargetRef
 {
-    using Handlers = std::vector<std::shared_ptr<OpaqueEventHandlerRef>>;
-    std::shared_ptr<const Handlers>
-        handlers; // oldest first; replaced as a whole, null before the first
+    std::shared_ptr<OpaqueEventHandlerRef> newest;
+    std::shared_ptr<OpaqueEventHandlerRef>
+        spare; // for the first handler, which needs no memory then
 
-    OpaqueEventTargetRef();
+    OpaqueEventTargetRef(); // throws bad_alloc
     ~OpaqueEventTargetRef();
     OpaqueEventTargetRef(const OpaqueEventTargetRef&) = delete;
     OpaqueEventTargetRef& operator=(const OpaqueEventTargetRef&) = delete;
 
     void RemoveAll(); // no handler is called again
     /// Offers an event to the handlers, newest first, until one returns anything but eventNotHandledErr.
-    /// News about a window reaches every handler. Returns the last result, eventNotHandledErr if nobody
+    /// News about a window reaches every handler. Returns the last result; eventNotHandledErr if no handler
     /// took it.
     OSStatus Send(OpaqueEventRef event) const;
 };
