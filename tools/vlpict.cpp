@@ -155,8 +155,9 @@ void List(const Arguments& arguments)
         }
         const std::string name
             = Convert(resource.name, kCFStringEncodingMacRoman, kCFStringEncodingUTF8);
-        printf(" %6d %9zu%s%s\n", resource.id, resource.data.size(), name.empty() ? "" : "  ",
-               name.c_str());
+        printf(" %6d %9zu%s%s%s\n", resource.id, resource.data.size(), name.empty() ? "" : "  ",
+               name.c_str(),
+               resource.attributes & ResourceFile::kCompressed ? "  (compressed)" : "");
     }
 }
 
@@ -165,6 +166,8 @@ void Extract(const Arguments& arguments)
     const std::string_view out = arguments[1];
     const ResourceFile file = ParseResources(ReadInput(arguments[0]), arguments[0]);
     const ResourceFile::Resource& resource = FindResource(file, arguments);
+    if (resource.attributes & ResourceFile::kCompressed)
+        Fail("resource is compressed: " + std::to_string(resource.id));
     std::vector<uint8_t> bytes = resource.data;
     if (resource.type == kPictureType && out.ends_with(".png")) {
         SaveDrawing(bytes, arguments, arguments[1]);

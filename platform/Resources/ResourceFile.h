@@ -12,6 +12,9 @@
 class ResourceFile
 {
 public:
+    static constexpr uint8_t kCompressed
+        = 1; // attribute: the data is packed by the system that wrote it
+
     struct Resource
     {
         uint32_t type; // four characters, big-endian

@@ -199,8 +199,9 @@ Handle GetResource(ResType type, SInt16 id)
     try {
         for (auto map = FindMap(chain, chain.current); map != chain.maps.end(); ++map) {
             if (const auto* resource = map->Find(type, id)) {
-                Handle handle = Load(chain, *map, resource);
-                chain.error = noErr;
+                const bool isCompressed = (resource->attributes & ResourceFile::kCompressed) != 0;
+                Handle handle = isCompressed ? nullptr : Load(chain, *map, resource);
+                chain.error = isCompressed ? CantDecompress : noErr;
                 return handle;
             }
         }

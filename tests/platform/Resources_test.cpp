@@ -75,13 +75,16 @@ TEST(Resources, GivesOneHandleUntilItIsReleased)
 {
     TemporaryFolder folder;
     ResourceWriter file;
-    file.Set({ 'TEXT', -5, 0, "name", Bytes("data") });
+    file.Set({ 'TEXT', -5, 0xFE, "name", Bytes("data") });
+    file.Set({ 'TEXT', 6, 0x01, "", Bytes("packed") });
     WriteFile(folder.Path("f"), FileText(file));
     SInt16 number = Open(folder.Path("f"));
     Handle handle = GetResource('TEXT', -5);
     ASSERT_NE(nullptr, handle);
     EXPECT_EQ(handle, GetResource('TEXT', -5));
     EXPECT_EQ(4, GetHandleSize(handle));
+    EXPECT_EQ(nullptr, GetResource('TEXT', 6));
+    EXPECT_EQ(CantDecompress, ResError());
     ReleaseResource(handle);
     EXPECT_EQ(noErr, ResError());
     EXPECT_EQ(0, GetHandleSize(handle));

@@ -11,6 +11,7 @@ enum {
     paramErr = -50,                    // bad argument
     memFullErr = -108,                 // no memory
     dirNFErr = -120,                   // no such folder
+    CantDecompress = -186,             // the resource is compressed
     resNotFound = -192,                // no such resource
     resFNotFound = -193,               // no such resource file
     mapReadErr = -199,                 // the resource map makes no sense
