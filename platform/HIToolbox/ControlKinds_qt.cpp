@@ -37,10 +37,8 @@ protected:
             event->ignore();
             break;
         case Qt::Key_Up:
-            FocusNext(false);
-            break;
         case Qt::Key_Down:
-            FocusNext(true);
+            FocusNext(event->key() == Qt::Key_Down);
             break;
         case Qt::Key_Left:
         case Qt::Key_Right:

@@ -65,7 +65,8 @@ QRect ToPoints(const QRect& pixels)
     for (const QScreen* screen : QGuiApplication::screens()) {
         const QRect points = screen->geometry();
         const double ratio = screen->devicePixelRatio();
-        if (QRect(points.topLeft(), points.size() * ratio).contains(pixels.center())) {
+        const QRect its(points.topLeft(), points.size() * ratio);
+        if (!pixels.isEmpty() && its.contains(pixels.center())) {
             const QPointF offset = QPointF(pixels.topLeft() - points.topLeft()) / ratio;
             return { points.topLeft() + offset.toPoint(), pixels.size() / ratio };
         }
@@ -101,34 +102,30 @@ struct X11Window final : OpaqueWindowPtr
             const auto side = [&](std::size_t at) { return static_cast<int>(frame[at]); };
             pixels.adjust(-side(0), -side(2), side(1), side(3)); // left, right, top, bottom
         }
-        return pixels.isEmpty() ? pixels : ToPoints(pixels);
+        return ToPoints(pixels);
     }
-    QRect Content() const override
-    {
-        const QRect pixels = Pixels();
-        return pixels.isEmpty() ? pixels : ToPoints(pixels);
-    }
+    QRect Content() const override { return ToPoints(Pixels()); }
     QString Title() const override { return {}; }
-    // The host shows, hides and places its window by its own toolkit.
     void Show() override { }
     void Hide() override { }
     void Move(QPoint) override { }
 
     void Activate() override
     {
-        if (!IsVisible())
+        const auto geometry = Geometry();
+        if (!geometry || !IsVisible())
             return;
         xcb_connection_t* x = Connection();
-        const xcb_window_t root = Root();
         xcb_client_message_event_t message {};
         message.response_type = XCB_CLIENT_MESSAGE;
         message.format = 32;
         message.window = m_window;
         message.type = Atom("_NET_ACTIVE_WINDOW");
         message.data.data32[0] = 2; // asked for by the user, who closed our window
-        Send(xcb_send_event_checked(
-            x, 0, root, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-            reinterpret_cast<const char*>(&message)));
+        Send(xcb_send_event_checked(x, 0, geometry->root,
+                                    XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT
+                                        | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                                    reinterpret_cast<const char*>(&message)));
         const std::uint32_t above = XCB_STACK_MODE_ABOVE;
         Send(xcb_configure_window_checked(x, m_window, XCB_CONFIG_WINDOW_STACK_MODE, &above));
     }
@@ -162,19 +159,14 @@ struct X11Window final : OpaqueWindowPtr
         Send(xcb_map_window_checked(x, m_cover));
     }
 
-    bool Exists() const
-    {
-        xcb_connection_t* x = Connection();
-        return x && Own(xcb_get_geometry_reply(x, xcb_get_geometry(x, m_window), nullptr));
-    }
+    bool Exists() const { return Geometry() != nullptr; }
     xcb_window_t Id() const { return m_window; }
 
 private:
-    xcb_window_t Root() const
+    Reply<xcb_get_geometry_reply_t> Geometry() const
     {
         xcb_connection_t* x = Connection();
-        const auto reply = Own(xcb_get_geometry_reply(x, xcb_get_geometry(x, m_window), nullptr));
-        return reply ? reply->root : xcb_setup_roots_iterator(xcb_get_setup(x)).data->root;
+        return Own(x ? xcb_get_geometry_reply(x, xcb_get_geometry(x, m_window), nullptr) : nullptr);
     }
     // A blocked host may not repaint what a window above it uncovers: the server keeps its pixels, as far as it can.
     void KeepPixels(xcb_connection_t* x, bool on)
@@ -191,12 +183,10 @@ private:
     }
     QRect Pixels() const
     {
-        xcb_connection_t* x = Connection();
-        if (!x)
-            return {};
-        const auto size = Own(xcb_get_geometry_reply(x, xcb_get_geometry(x, m_window), nullptr));
+        const auto size = Geometry();
         if (!size)
             return {};
+        xcb_connection_t* x = Connection();
         const auto cookie = xcb_translate_coordinates(x, m_window, size->root, 0, 0);
         const auto corner = Own(xcb_translate_coordinates_reply(x, cookie, nullptr));
         return corner ? QRect(corner->dst_x, corner->dst_y, size->width, size->height) : QRect();

@@ -4,7 +4,6 @@
 
 #include "HIToolbox/Controls_qt.h"
 
-#include <Carbon/Controls.h>
 #include <CoreServices/MacErrors.h>
 
 #include <QtGui/QGuiApplication>

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// StandardAlert_qt.cpp - the standard alert: a window, controls and handlers like any other's, and
-// a modal loop until one of its buttons is chosen.
+// StandardAlert_qt.cpp - the standard alert: a window and a modal loop until one of its buttons is chosen.
 #include "HIToolbox/Application_qt.h"
 #include "HIToolbox/Controls_qt.h"
 #include "HIToolbox/HostWindows_qt.h"
@@ -29,7 +28,6 @@ constexpr int kGap = 12;
 constexpr int kSignSize = 40;
 constexpr int kNarrowestText = 260;
 constexpr int kWidestText = 420;
-constexpr int kEndless = 100000;
 constexpr int kNarrowestButton = 80;
 constexpr int kButtonHeight = 26;
 constexpr int kTitleRoom = 40; // for the frame that the window manager adds
@@ -168,7 +166,7 @@ private:
         return noErr;
     }
 
-    // In the order of the keyboard focus: the first button is the last one of the record.
+    // In the order of the keyboard focus.
     void AddButtons(const AlertStdAlertParamRec& param)
     {
         if (param.helpButton)
@@ -230,8 +228,9 @@ private:
         const auto sizeOf = [](const StaticText& text, int width) {
             return text.hidden ? QSize(0, 0) : text.View()->SizeFor(width);
         };
-        const int natural = std::max({ sizeOf(bold, kEndless).width(),
-                                       sizeOf(small, kEndless).width(), rowWidth - signRoom });
+        const int natural
+            = std::max({ sizeOf(bold, QWIDGETSIZE_MAX).width(),
+                         sizeOf(small, QWIDGETSIZE_MAX).width(), rowWidth - signRoom });
         const int width = std::min(
             std::clamp(natural, kNarrowestText, std::max(kWidestText, rowWidth - signRoom)), most);
         const int boldHeight = sizeOf(bold, width).height();

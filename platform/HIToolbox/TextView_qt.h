@@ -14,7 +14,6 @@ public:
 
     explicit TextView(QWidget* parent);
 
-    const QString& Text() const { return m_text; }
     void SetText(const QString& text, Qt::Alignment alignment);
     /// The size that the text takes without margins, wrapped to a width.
     QSize SizeFor(int width);
