@@ -271,7 +271,7 @@ static std::string FindLocalized(CFBundleRef bundle, const std::string& file)
     }
     std::string found;
     std::unique_ptr<DIR, int (*)(DIR*)> folders(opendir(resources.c_str()), closedir);
-    while (const dirent* folder = folders ? readdir(folders.get()) : nullptr) {
+    while (const dirent64* folder = folders ? readdir64(folders.get()) : nullptr) {
         std::string path = resources + "/" + folder->d_name + "/" + file;
         if (std::string_view(folder->d_name).ends_with(".lproj") && (found.empty() || path < found)
             && Exists(path))
