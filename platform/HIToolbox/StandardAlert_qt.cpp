@@ -248,23 +248,26 @@ private:
         const int bodyHeight = std::max(textHeight, signRoom ? kSignSize : 0);
         const QSize size(2 * kMargin + signRoom + textWidth,
                          3 * kMargin + bodyHeight + kButtonHeight);
-        const auto mirrored = [&](QRect place) {
-            if (m_window->widget->isRightToLeft())
-                place.moveRight(size.width() - 1 - place.left());
-            return place;
-        };
         scroll->setFrameShape(QFrame::NoFrame);
         scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
         scroll->setWidget(pane);
         scroll->setFocusPolicy(scrolls ? Qt::StrongFocus : Qt::NoFocus);
-        scroll->setGeometry(mirrored({ kMargin + signRoom, kMargin, textWidth, textHeight }));
+        scroll->setGeometry(
+            Mirrored({ kMargin + signRoom, kMargin, textWidth, textHeight }, size.width()));
         if (signRoom) {
             auto* label = new QLabel(m_window->widget);
             label->setPixmap(DrawSign(type, m_window->widget->devicePixelRatio()));
             label->setAccessibleName(sign);
-            label->setGeometry(mirrored({ kMargin, kMargin, kSignSize, kSignSize }));
+            label->setGeometry(Mirrored({ kMargin, kMargin, kSignSize, kSignSize }, size.width()));
         }
 
+        PlaceButtons(size);
+        return size;
+    }
+
+    // From the right, but "Other" and "Help" from the left; the other way round in right-to-left layouts.
+    void PlaceButtons(QSize size)
+    {
         const int top = size.height() - kMargin - kButtonHeight;
         int right = size.width() - kMargin;
         int left = kMargin;
@@ -272,10 +275,17 @@ private:
             PushButton& button = **at;
             const int its = button.bounds.width();
             const bool farLeft = button.command > kAlertStdAlertCancelButton;
-            button.SetBounds(mirrored({ farLeft ? left : right - its, top, its, kButtonHeight }));
+            button.SetBounds(
+                Mirrored({ farLeft ? left : right - its, top, its, kButtonHeight }, size.width()));
             (farLeft ? left : right) += (farLeft ? 1 : -1) * (its + kGap);
         }
-        return size;
+    }
+
+    QRect Mirrored(QRect place, int windowWidth) const
+    {
+        if (m_window->widget->isRightToLeft())
+            place.moveRight(windowWidth - 1 - place.left());
+        return place;
     }
 
     // Gives each button its width, all together at most `widest`; returns the width of their row.

@@ -189,19 +189,13 @@ bool TextView::IsOverPicture() const
     return dynamic_cast<const PictureView*>(parentWidget()) != nullptr;
 }
 
-// A soft rim around the letters, black or white, as strong as the pixel behind that is closest to the text's tone
-// needs. Null where none is needed.
-QImage TextView::MakeHalo(const QPainter& painter) const
+// The opacity, 0 to 1, of a rim that gives the text enough contrast with the pixel behind it whose tone is closest. 0 if
+// it has enough without.
+double TextView::MeasureHalo(const QPainter& painter, bool isWhite) const
 {
     const QPaintDevice* device = painter.paintEngine()->paintDevice();
     const auto* pixmap = dynamic_cast<const QPixmap*>(device); // of QWidget::grab
     const auto* image = dynamic_cast<const QImage*>(device);
-    const QColor color = palette().color(QPalette::WindowText);
-    const double text = Luminance(color.rgb());
-    const bool isWhite = Contrast(1, text) > Contrast(text, 0);
-    const auto contrast = [&](QRgb behind) {
-        return isWhite ? Contrast(Luminance(behind), text) : Contrast(text, Luminance(behind));
-    };
     QRegion letters;
     const QTextLayout& layout = *document()->firstBlock().layout();
     for (int at = 0; at < layout.lineCount(); ++at)
@@ -213,6 +207,11 @@ QImage TextView::MakeHalo(const QPainter& painter) const
                                : image ? image->copy(place)
                                        : QImage())
                               .convertToFormat(QImage::Format_RGB32);
+
+    const double text = Luminance(palette().color(QPalette::WindowText).rgb());
+    const auto contrast = [&](QRgb pixel) {
+        return isWhite ? Contrast(Luminance(pixel), text) : Contrast(text, Luminance(pixel));
+    };
     const int tone = isWhite ? 255 : 0;
     QRgb closest = qRgb(tone, tone, tone);
     double least = contrast(closest);
@@ -225,19 +224,29 @@ QImage TextView::MakeHalo(const QPainter& painter) const
         }
     }
     if (least >= kLeastContrast)
-        return {};
+        return 0;
     double strength = 0;
     const auto mix = [&](int from) { return static_cast<int>(from + (tone - from) * strength); };
     while (strength < 0.95 && least < kHaloContrast) {
         strength += 0.05;
         least = contrast(qRgb(mix(qRed(closest)), mix(qGreen(closest)), mix(qBlue(closest))));
     }
+    return strength;
+}
 
+// A soft rim around the letters, black or white. Null if none is needed.
+QImage TextView::MakeHalo(const QPainter& painter) const
+{
+    const double text = Luminance(palette().color(QPalette::WindowText).rgb());
+    const bool isWhite = Contrast(1, text) > Contrast(text, 0);
+    const double strength = MeasureHalo(painter, isWhite);
+    if (strength == 0)
+        return {};
     QImage glyphs(size(), QImage::Format_ARGB32_Premultiplied);
     glyphs.fill(Qt::transparent);
     QImage halo = glyphs;
     QPainter ofGlyphs(&glyphs);
-    Draw(ofGlyphs, QColor(tone, tone, tone), false);
+    Draw(ofGlyphs, isWhite ? Qt::white : Qt::black, false);
     ofGlyphs.end();
     QPainter ofHalo(&halo);
     for (int y = -kMargin; y <= kMargin; ++y) {

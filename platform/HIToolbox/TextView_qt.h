@@ -29,6 +29,7 @@ protected:
 private:
     void Draw(QPainter& painter, const QColor& color, bool withSelection) const;
     bool IsOverPicture() const;
+    double MeasureHalo(const QPainter& painter, bool isWhite) const;
     QImage MakeHalo(const QPainter& painter) const;
 
     QString m_text;
