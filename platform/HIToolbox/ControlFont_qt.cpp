@@ -40,12 +40,10 @@ QFont ControlFont_Of(const ControlFontStyleRec& style, QFont font)
         : (style.flags & kControlUseSizeMask) != 0                  ? style.size
                                                                     : systemPixels;
     font.setPixelSize(std::clamp(pixels, 6, 200));
-    font.setBold(bold);
-    if ((style.flags & kControlUseFaceMask) != 0) {
-        font.setBold((style.style & 1) != 0);
-        font.setItalic((style.style & 2) != 0);
-        font.setUnderline((style.style & 4) != 0);
-    }
+    const int face = (style.flags & kControlUseFaceMask) != 0 ? style.style : int { bold };
+    font.setBold((face & 1) != 0);
+    font.setItalic((face & 2) != 0);
+    font.setUnderline((face & 4) != 0);
     return font;
 }
 

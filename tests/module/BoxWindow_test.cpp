@@ -294,17 +294,21 @@ TEST_F(BoxWindow, ThePictureIsDrawnFromItsSourcePixels)
     });
 }
 
+// Whatever has to be done to show it.
 TEST_F(BoxWindow, CopiesTheVersionTextExactly)
 {
-    m_product.versionText = "<b>Prod&uct</b> 3.2  (build 88) \xE2\x84\xA2";
-    Run([&](WindowRef box) {
-        QWidget* view = Named(BoxWidget(), QString::fromUtf8(m_product.versionText));
-        view->setFocus();
-        QTest::keySequence(view, QKeySequence::SelectAll);
-        QTest::keySequence(view, QKeySequence::Copy);
-        EXPECT_EQ(QGuiApplication::clipboard()->text(), QString::fromUtf8(m_product.versionText));
-        PressButton(box);
-    });
+    for (const char* text : { "<b>Prod&uct</b> 3.2  (build 88) \xE2\x84\xA2", "no\xC2\xA0-break",
+                              "a\r\nb\rc\nd", "tab\tand \xE2\x80\xA8 separator" }) {
+        m_product.versionText = text;
+        Run([&](WindowRef box) {
+            QWidget* view = Named(BoxWidget(), QString::fromUtf8(text));
+            view->setFocus();
+            QTest::keySequence(view, QKeySequence::SelectAll);
+            QTest::keySequence(view, QKeySequence::Copy);
+            EXPECT_EQ(QGuiApplication::clipboard()->text(), QString::fromUtf8(text));
+            PressButton(box);
+        });
+    }
 }
 
 TEST_F(BoxWindow, OutlivesWhatHappensToItsParent)

@@ -111,14 +111,8 @@ class Box
 {
 public:
     explicit Box(WindowRef parent)
-        : m_window(
-            NibOf(NibControl(1,
-                             "IBCarbonButton",
-                             "40 50 60 150 ",
-                             "<ostype name=\"command\">clos</ostype>"
-                             "<int name=\"buttonType\">1</int>"),
-                  "<string name=\"title\">Box</string><boolean name=\"isResizable\">FALSE</boolean>"
-                  "<boolean name=\"hasCloseBox\">FALSE</boolean>"))
+        : m_window("window title=Box isResizable=FALSE hasCloseBox=FALSE\n"
+                   "+ Button 1 40,50,60,150 command=clos buttonType=1")
         , m_handler(GetWindowEventTarget(m_window),
                     { { kEventClassCommand, kEventCommandProcess } },
                     [this](EventRef) {
@@ -208,7 +202,7 @@ TEST(Screen, APlainHostKeepsItsProcessAndIsBlockedMeanwhile)
 
 TEST(Screen, FramesAreKnownWhenShowReturns)
 {
-    const TestWindow window(NibOf("", "<string name=\"title\">Framed</string>"));
+    const TestWindow window("window title=Framed");
     ShowWindow(window);
     Rect content {};
     Rect structure {};

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// NibBundle.h - a bundle of a test's own with one interface file, and windows from it.
+// NibBundle.h - a bundle of a test's own with one interface file, which is written here in short lines; and
+// handlers and timers with functions.
 #pragma once
 
 #include "tests/support/TemporaryFolder.h"
@@ -7,63 +8,90 @@
 #include <Carbon/Carbon.h>
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <functional>
+#include <sstream>
 #include <string>
 #include <vector>
 
-/// The text of tests/data/example.nib.
-inline std::string ExampleNib()
+/// The words of a line. Quotes (') hold blanks together, and \n, \r, \t, \q and \xHH stand for bytes.
+inline std::vector<std::string> WordsOf(const std::string& line)
 {
-    return ReadFile(TEST_DATA "/example.nib/objects.xib");
+    std::vector<std::string> words;
+    bool isQuoted = false;
+    bool isInWord = false;
+    for (std::size_t at = 0; at < line.size(); ++at) {
+        char c = line[at];
+        isInWord = isInWord && (isQuoted || c != ' ');
+        if (!isInWord && c != ' ')
+            words.emplace_back();
+        isInWord = isInWord || c != ' ';
+        isQuoted = isQuoted != (c == '\'');
+        if (c == '\'' || (c == ' ' && !isQuoted))
+            continue;
+        if (c == '\\') {
+            c = line[++at];
+            const std::size_t kind = std::string("nrtqx").find(c);
+            c = kind == 4  ? static_cast<char>(std::stoi(line.substr(at + 1, 2), nullptr, 16))
+                : kind < 4 ? "\n\r\t'"[kind]
+                           : c;
+            at += kind == 4 ? 2 : 0;
+        }
+        words.back() += c;
+    }
+    return words;
 }
 
-/// An interface file with the window "Test", 200 x 100, that holds these controls.
-inline std::string NibOf(const std::string& controls, const std::string& windowProperties = {})
+/// An interface file with the window "Test", 200 x 100, from a line for the window and one for each control, with
+/// further "+" for what another holds. A control's number is its ControlID, with the signature 'test':
+///   window title=Keys windowPosition=1
+///   + GroupBox 1 10,10,90,190 title='A &amp; B'
+///   ++ Button 2 20,20,40,80 command=clos
+inline std::string NibOf(const std::string& lines)
 {
+    std::istringstream in(lines);
+    std::string line;
+    std::string properties;
+    std::string controls;
+    std::size_t depth = 0;
+    const auto property = [](const std::string& name, const std::string& value) {
+        return "<string name=\"" + name + "\">" + value + "</string>";
+    };
+    const auto close = [&](std::size_t to) {
+        for (; depth > to; --depth)
+            controls += "</array></object>";
+    };
+    while (std::getline(in, line)) {
+        const auto words = WordsOf(line);
+        const std::size_t level = line.find_first_not_of('+');
+        std::string& to = level == 0 ? properties : controls;
+        if (level > 0) {
+            close(level - 1);
+            std::string bounds = words[3] + ' ';
+            std::replace(bounds.begin(), bounds.end(), ',', ' ');
+            to += "<object class=\"IBCarbon" + words[1] + "\" id=\"" + words[2] + "\">"
+                + property("controlSignature", "test") + property("controlID", words[2])
+                + property("bounds", bounds);
+        }
+        for (std::size_t i = level > 0 ? 4 : 1; i < words.size(); ++i) {
+            const std::size_t equals = words[i].find('=');
+            to += property(words[i].substr(0, equals), words[i].substr(equals + 1));
+        }
+        if (level > 0)
+            to += "<array name=\"subviews\">";
+        depth = level;
+    }
+    close(0);
     return R"(<?xml version="1.0" standalone="yes"?>
 <object class="NSIBObjectData"><string name="targetFramework">IBCarbonFramework</string>
-<array name="allObjects"><object class="IBCarbonWindow" id="10">
+<array name="allObjects"><object class="IBCarbonWindow" id="1000">
 <string name="windowRect">50 60 150 260 </string>)"
-        + windowProperties + R"(<object name="rootControl" class="IBCarbonRootControl" id="11">
-<string name="bounds">0 0 100 200 </string><array name="subviews">)"
+        + properties + R"(<object name="rootControl" class="IBCarbonRootControl" id="1001">
+<array name="subviews">)"
         + controls + R"(</array></object></object></array>
-<dictionary name="nameTable"><string>Test</string><reference idRef="10"/>
-<string>Root</string><reference idRef="11"/></dictionary></object>)";
-}
-
-// Properties of an object.
-inline std::string Text(const char* name, const std::string& value)
-{
-    return std::string("<string name=\"") + name + "\">" + value + "</string>";
-}
-
-inline std::string Number(const char* name, int value)
-{
-    return std::string("<int name=\"") + name + "\">" + std::to_string(value) + "</int>";
-}
-
-inline std::string Truth(const char* name, bool value)
-{
-    return std::string("<boolean name=\"") + name + (value ? "\">TRUE" : "\">FALSE") + "</boolean>";
-}
-
-/// The controls that an object holds.
-inline std::string Inside(const std::string& controls)
-{
-    return "<array name=\"subviews\">" + controls + "</array>";
-}
-
-/// One control for NibOf: its id in the file is also its ControlID, with the signature 'test'.
-inline std::string NibControl(int id,
-                              const std::string& className,
-                              const std::string& bounds,
-                              const std::string& properties = {})
-{
-    const std::string number = std::to_string(id);
-    return "<object class=\"" + className + "\" id=\"" + number
-        + "\"><ostype name=\"controlSignature\">test</ostype><int name=\"controlID\">" + number
-        + "</int><string name=\"bounds\">" + bounds + "</string>" + properties + "</object>";
+<dictionary name="nameTable"><string>Test</string><reference idRef="1000"/>
+<string>Root</string><reference idRef="1001"/></dictionary></object>)";
 }
 
 class NibBundle
@@ -108,22 +136,19 @@ private:
     CFBundleRef m_bundle;
 };
 
-/// A window from an interface file, disposed at the end unless the test did.
+/// A window from the lines of NibOf.
 class TestWindow
 {
 public:
-    explicit TestWindow(const std::string& xib, const char* name = "Test")
-    {
-        NibBundle(xib).Open(name, &ref);
-    }
+    explicit TestWindow(const std::string& lines) { NibBundle(NibOf(lines)).Open("Test", &ref); }
     ~TestWindow() { DisposeWindow(ref); }
     TestWindow(const TestWindow&) = delete;
     TestWindow& operator=(const TestWindow&) = delete;
     operator WindowRef() const { return ref; }
 
-    ControlRef Control(SInt32 id, OSType signature = 'test') const
+    ControlRef Control(SInt32 id) const
     {
-        const ControlID controlID = { signature, id };
+        const ControlID controlID = { 'test', id };
         ControlRef control = nullptr;
         GetControlByID(ref, &controlID, &control);
         return control;
@@ -138,17 +163,15 @@ class Handler
 public:
     using Function = std::function<OSStatus(EventRef)>;
 
-    Handler(EventTargetRef target, std::vector<EventTypeSpec> types, Function function)
+    Handler(EventTargetRef target, const std::vector<EventTypeSpec>& types, Function function)
         : m_function(std::move(function))
     {
-        result = InstallEventHandler(target, Call, static_cast<UInt32>(types.size()), types.data(),
-                                     this, &m_handler);
+        InstallEventHandler(target, Call, static_cast<UInt32>(types.size()), types.data(), this,
+                            &m_handler);
     }
     ~Handler() { RemoveEventHandler(m_handler); }
     Handler(const Handler&) = delete;
     Handler& operator=(const Handler&) = delete;
-
-    OSStatus result;
 
 private:
     static OSStatus Call(EventHandlerCallRef, EventRef event, void* self)
@@ -170,18 +193,4 @@ inline void Later(double delay, std::function<void()> function)
             delete call;
         },
         new std::function<void()>(std::move(function)), nullptr);
-}
-
-/// Has the toolbox started, for tests that make Qt widgets of a host first.
-inline void StartToolbox()
-{
-    Later(0, [] {});
-}
-
-inline HICommandExtended CommandOf(EventRef event)
-{
-    HICommandExtended command {};
-    GetEventParameter(event, kEventParamDirectObject, typeHICommand, nullptr, sizeof command,
-                      nullptr, &command);
-    return command;
 }
