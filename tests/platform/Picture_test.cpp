@@ -240,6 +240,8 @@ TEST(PictureTest, PlacesText)
                 first.right() + 60, 1);
     EXPECT_GT(text(Bytes().W({ 0x04 }).B({ 1, 0 }).Add(at(30, 10).Get())).width(),
               first.width()); // bold
+    EXPECT_LT(text(Bytes().W({ 0x04 }).B({ 32, 0 }).Add(at(30, 10).Get())).width(),
+              first.width()); // condensed
     EXPECT_FALSE(text(Bytes()
                           .W({ 0x2C, 9, 77 })
                           .B({ 6, 'M', 'o', 'n', 'a', 'c', 'o' })
@@ -369,6 +371,10 @@ TEST(PictureTest, ShowsQuickTimeImagesAndSkipsTheirStandIns)
         EXPECT_EQ(drawn.pixel(5, 5), kWhite) << row.name;
     }
     EXPECT_TRUE(Render(Picture(QuickTime("no image at all", 'rle ', 8))).isNull());
+    QByteArray mirrored = QuickTime(png, 'png ', 32).Get();
+    mirrored.replace(8, 4, QByteArray("\xFF\xFF\0\0", 4)); // a matrix that mirrors it
+    EXPECT_TRUE(Render(Picture(Bytes().Add(mirrored))).isNull());
+    EXPECT_TRUE(Render(Picture(Uncompressed(Bytes().W({ 0x31, 0, 0, 9, 9 })))).isNull());
 }
 
 TEST(PictureTest, ColorIconsHaveAMask)
