@@ -2,8 +2,8 @@
 // vlModuleLog.h - the one log of the process: loading and unloading of the module, and diagnostics.
 // Order: closed from load on -> ModuleLog::open, once and optional -> lines -> ModuleLog::close.
 // While it is closed every line is dropped. A line is handed to the system in one write and cut at
-// 258 bytes; it allocates nothing and gets no newline of its own.
-// Unless said otherwise: any thread, but not beside open or close; nothing throws.
+// 258 bytes; it allocates nothing and appends no newline.
+// Unless said otherwise: thread-safe, except during open and close; nothing throws.
 #pragma once
 
 #include <CoreServices/MacTypes.h>
@@ -14,14 +14,14 @@ enum {
     kLogNew = 0x0002, // open a file, created or emptied
     kLogAppend = 0x0004, // open a file, created or appended to; kLogNew wins over it
     kLogInTmp = 0x4000, // the file lies in "/tmp"
-    kLogOff = 0x8000 // do nothing at all
+    kLogOff = 0x8000 // do nothing
 };
 
 const char kLogFileName[] = "logfile.log";
 
 struct ModuleLog
 {
-    SInt32 fd; // -1 closed; 0, 1 no file of its own (1: standard output, after a failed open)
+    SInt32 fd; // -1 closed; 0 or 1 not owned (1: standard output, after a failed open)
     const char* prefix; // in front of every LogPrint line; a malloc block, or a shared empty text
 
     /// Opens the log and writes a line with the time.

@@ -83,7 +83,7 @@ private:
     PicHandle m_picture = nullptr; // as given; decoded at once and never read later
 };
 
-/// A control with a text in a font of its own.
+/// A control with a text and a font.
 struct TextControl : OpaqueControlRef
 {
     using OpaqueControlRef::OpaqueControlRef;

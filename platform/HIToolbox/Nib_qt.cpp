@@ -51,7 +51,7 @@ ControlFontStyleRec FontStyle(const NibObject& object)
     return style;
 }
 
-// The path of a resource in the bundle; empty when there is none.
+// The path of a resource in the bundle; empty if absent.
 QString FindResource(CFBundleRef bundle, CFStringRef name, CFStringRef type)
 {
     const Ref<CFURLRef> url(CFBundleCopyResourceURL(bundle, name, type, nullptr));

@@ -118,7 +118,7 @@ void OwnWindow::Show()
     Windows_UpdateBlocked();
     try {
         WidgetWindow::Show();
-    } catch (...) { // nobody could end a modal loop of a window that is not there
+    } catch (...) { // a modal loop of a missing window could not be ended
         Vanish();
         throw;
     }

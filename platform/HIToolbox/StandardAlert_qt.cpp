@@ -174,7 +174,7 @@ private:
         AddButton(param, kAlertStdAlertOtherButton, param.otherText, "Don't Save");
         AddButton(param, kAlertStdAlertCancelButton, param.cancelText, "Cancel");
         AddButton(param, kAlertStdAlertOKButton, param.defaultText, "OK");
-        if (m_buttons.empty()) // nobody could leave the alert
+        if (m_buttons.empty()) // the alert could not be closed
             AddButton(param, kAlertStdAlertOKButton, kAlertDefaultOKText, "OK");
     }
 

@@ -47,7 +47,7 @@ struct OpaqueWindowPtr : std::enable_shared_from_this<OpaqueWindowPtr>
 
     /// Sends a window event to the handlers.
     void Notify(UInt32 kind);
-    /// Sends a command to the handlers. A close command that nobody takes becomes a close request, whose
+    /// Sends a command to the handlers. A close command that no handler takes becomes a close request, whose
     /// default answer is to stay.
     void SendCommand(const HICommandExtended& command);
 };

@@ -11,7 +11,7 @@
 /// The bits of one opcode, decoded.
 struct PictureBits
 {
-    bool bitmap; // one bit a pixel without colours of its own: black (index 1) is the foreground
+    bool bitmap; // one bit per pixel, no colour table: black (index 1) is the foreground
     QRect bounds; // what the image covers, in its own coordinates
     QImage image; // Indexed8, RGB555, RGB32 or RGB888
     QRectF source; // the part to paint, in the same coordinates

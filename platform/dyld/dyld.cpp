@@ -34,7 +34,7 @@ struct Known
 {
     std::mutex lock;
     Images images;
-    std::set<std::string> names; // kept for ever: callers hold the texts
+    std::set<std::string> names; // never freed: callers hold the texts
 };
 
 } // namespace

@@ -39,7 +39,7 @@ int open(const char* path, OpenLockFlags lockFlags, mode_t mode)
     // process must not inherit the descriptor, since it would hold the lock as well. No pipe is waited for.
     int plainFlags
         = (flags & ~(static_cast<int>(O_SHLOCK | O_EXLOCK) | O_TRUNC)) | O_CLOEXEC | O_NONBLOCK;
-    // In a shared folder, a link of somebody else leads to a file that only we may write, and a hard
+    // In a shared folder, a link of another user leads to a file that only we may write, and a hard
     // link is one. The kernel refuses them too, where that is switched on.
     struct stat folder = {};
     struct stat info;

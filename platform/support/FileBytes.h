@@ -37,8 +37,8 @@ int FileBytes_ResolveLinks(std::string& path) noexcept;
 /// Whether an errno says that the file system has no such operation.
 bool FileBytes_IsUnsupported(int error);
 
-/// Takes a lock as flock(2) does, but waits for it at most about so many milliseconds: whoever may open a
-/// file can hold its lock for ever.
+/// Takes a lock as flock(2) does, but waits for it at most about so many milliseconds: any process that can open
+/// a file can hold its lock indefinitely.
 ///   operation  [in]  LOCK_SH or LOCK_EX
 ///   returns    whether it is held, or the file system has no locks; else false with errno, EWOULDBLOCK
 ///              when the wait was in vain

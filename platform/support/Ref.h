@@ -17,7 +17,7 @@ struct Ref_Releaser
 template <typename Pointer = CFTypeRef>
 using Ref = std::unique_ptr<std::remove_pointer_t<Pointer>, Ref_Releaser>;
 
-/// One reference more to an object that somebody else owns.
+/// Retains an object that the caller does not own.
 template <typename Pointer> Ref<Pointer> Ref_Retained(Pointer borrowed)
 {
     CFRetain(borrowed);

@@ -227,7 +227,7 @@ TEST_F(FaultsTest, Log)
                 EXPECT_TRUE(ReadFile(path) == "old\n" || call != "open");
             } else {
                 EXPECT_EQ(printed, "");
-                // A file that may be written but not be opened with O_CREAT is somebody else's: it is kept.
+                // A file that may be written but not be opened with O_CREAT belongs to another user: it is kept.
                 const bool isKept = call == "open" && error == EACCES;
                 EXPECT_TRUE(call == "write"
                             || text.starts_with(isKept ? "old\n[x] Host" : "[x] Host; loaded at "));

@@ -169,7 +169,7 @@ TEST_F(DataStreamModel, Output)
         case 0:
             output->write(bytes.data(), bytes.empty() ? -1 : static_cast<SInt32>(bytes.size()));
             break;
-        case 1: // a part of its own text
+        case 1: // a part of the stream's text
             bytes = model.text.substr(nFirst, static_cast<size_t>(Count() + 1));
             output->write(output->GetText() + nFirst, static_cast<SInt32>(bytes.size()));
             break;

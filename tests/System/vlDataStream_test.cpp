@@ -88,7 +88,7 @@ TEST(DataInputFile, WaitsForEachDigit)
         const clock_t before = clock();
         EXPECT_EQ(input.readInt32(), 0x12345678);
         EXPECT_LT(clock() - before, CLOCKS_PER_SEC / 10) << "waits busily";
-        writer.join(); // its signals would find nobody
+        writer.join(); // before this thread may end
         EXPECT_THROW(input.readInt8(), EOFException);
     }
     EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "closed";

@@ -170,7 +170,7 @@ TEST_F(ModuleLogTest, TheStandardPlace)
 {
     const std::string path = std::string("/tmp/") + kLogFileName;
     if (std::filesystem::exists(path))
-        GTEST_SKIP() << path << " belongs to somebody";
+        GTEST_SKIP() << path << " exists already";
     ModuleLog::open(nullptr, nullptr, kLogNew | kLogInTmp, kLogFileName);
     ModuleLog::close();
     EXPECT_EQ(MaskTimes(ReadFile(path)), "Loaded at TIME.\nUnloaded at TIME.\n");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// vlModule_test.cpp - the module environment in an image of its own, inside a bundle; the path helpers;
+// vlModule_test.cpp - the module environment in a separate image, inside a bundle; the path helpers;
 // the walk over images that a double of the loader supplies; every check.
 
 #include "tests/System/ModuleProbe.h"
@@ -290,7 +290,7 @@ TEST_F(ModuleTest, CallsAfterTheStringsAreReleasedAreSafe)
     EXPECT_FALSE(std::filesystem::exists(Path("etc"))) << "no file for an empty identifier";
 }
 
-// Each row runs in a process of its own: a place once found is kept.
+// Each row runs in a child process, because a location once found is kept.
 TEST(ModuleImagesDeathTest, TheWalkPassesOverWhatHasNoFile)
 {
     const TemporaryFolder folder;

@@ -1,6 +1,6 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# wayland_test.sh HOST BUNDLE - what the compositor hears of the Qt host's box: a window of its own whose parent is
+# wayland_test.sh HOST BUNDLE - what the compositor hears of the Qt host's box: a separate window whose parent is
 # the host's window, gone before it.
 set -eu
 trace=$(mktemp)

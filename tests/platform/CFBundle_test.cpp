@@ -9,7 +9,7 @@
 #include <dlfcn.h>
 #include <thread>
 
-// A copy of the test bundle in a folder of its own.
+// A private copy of the test bundle.
 class Bundle : public testing::Test
 {
 protected:

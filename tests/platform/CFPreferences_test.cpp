@@ -105,7 +105,7 @@ static CFIndex CountKeys()
     return keys != nullptr ? CFArrayGetCount(keys.get()) : 0;
 }
 
-// A home of its own, so that the domain starts empty.
+// With a private home, so that the domain starts empty.
 class CFPreferences : public testing::Test
 {
 protected:

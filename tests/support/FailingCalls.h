@@ -117,7 +117,7 @@ inline void TrapCallsOfThisThread()
         abort(); // a test without its faults would pass
 }
 
-/// Runs a function, on a thread of its own, whose n-th system call on files fails with an error, or whose
+/// Runs a function, on a separate thread, whose n-th system call on files fails with an error, or whose
 /// n-th write is short.
 ///   returns  the name of that call; empty when fewer were made
 template <class Work> std::string Run(int n, int error, Work work)

@@ -29,7 +29,7 @@ struct ReportRow
     void (*call)();
 };
 
-/// Makes each call in a process of its own. The report must stand at the start of the line: a path of the
+/// Makes each call in a child process. The report must stand at the start of the line: a path of the
 /// build's own before the file's would fail it.
 template <size_t n> void ExpectReports(const std::string& file, const ReportRow (&rows)[n])
 {

@@ -1,6 +1,6 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# with_weston.sh COMMAND [ARGUMENT...] - runs a command under a Wayland compositor of its own, without a screen,
+# with_weston.sh COMMAND [ARGUMENT...] - runs a command under a private Wayland compositor, without a screen,
 # and ends it. The result is the command's.
 set -u
 folder=$(mktemp -d) || exit 99

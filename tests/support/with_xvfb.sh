@@ -1,6 +1,6 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# with_xvfb.sh COMMAND [ARGUMENT...] - runs a command in an X server and a window manager of its own and
+# with_xvfb.sh COMMAND [ARGUMENT...] - runs a command in a private X server with a window manager and
 # ends both. The result is the command's. SCREEN (1280x800x24) is the size of the screen.
 set -u
 folder=$(mktemp -d) || exit 99

@@ -10,7 +10,7 @@ extern "C" {
 #endif
 
 /// Opens "name.nib" as the bundle's resource search finds it.
-///   returns  noErr; kIBCarbonRuntimeCantFindNibFile when there is none or it is no interface file; paramErr
+///   returns  noErr; kIBCarbonRuntimeCantFindNibFile if it is missing or not an interface file; paramErr
 OSStatus CreateNibReferenceWithCFBundle(CFBundleRef bundle, CFStringRef name, IBNibRef* nib)
     VL_SYMBOL(CreateNibReferenceWithCFBundle);
 /// Builds a window, hidden, with all its controls. The caller disposes it; it does not need the nib.

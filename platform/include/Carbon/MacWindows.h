@@ -78,7 +78,7 @@ OSStatus GetWindowBounds(WindowRef window, WindowRegionCode code, Rect* bounds)
 /// The title; one reference in *title.
 OSStatus CopyWindowTitleAsCFString(WindowRef window, CFStringRef* title)
     VL_SYMBOL(CopyWindowTitleAsCFString);
-/// The front window of this API's own making that is visible; null when there is none.
+/// The frontmost visible window that this API created; null without one.
 WindowRef FrontNonFloatingWindow(void) VL_SYMBOL(FrontNonFloatingWindow);
 /// Sends Hidden (if visible), Closed and Dispose to the window's handlers, then frees it with its controls
 /// and handlers. A wrapped host window itself is left alone.

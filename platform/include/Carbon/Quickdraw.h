@@ -35,7 +35,7 @@ void DisposeRgn(RgnHandle region) VL_SYMBOL(DisposeRgn);
 /// Fills `bounds` with the smallest rectangle around the region and returns it.
 Rect* GetRegionBounds(RgnHandle region, Rect* bounds) VL_SYMBOL(GetRegionBounds);
 
-/// The 'PICT' resource with that id, as GetResource finds it; null when there is none. Given back with
+/// The 'PICT' resource with that id, as GetResource finds it; null if absent. Given back with
 /// ReleaseResource.
 PicHandle GetPicture(SInt16 id) VL_SYMBOL(GetPicture);
 

@@ -25,13 +25,13 @@ CFBundleRef CFBundleGetMainBundle(void) VL_SYMBOL(CFBundleGetMainBundle);
 CFURLRef CFBundleCopyBundleURL(CFBundleRef bundle) VL_SYMBOL(CFBundleCopyBundleURL);
 
 /// A resource by name and type (extension, may be null): the plain Resources folder, then the user's
-/// languages, the development region, English. Null when there is none. `subFolder` may be null.
+/// languages, the development region, English. Null if absent. `subFolder` may be null.
 CFURLRef CFBundleCopyResourceURL(CFBundleRef bundle, CFStringRef name, CFStringRef type,
                                  CFStringRef subFolder) VL_SYMBOL(CFBundleCopyResourceURL);
 
 /// Opens Resources/EXECUTABLE.rsrc and the best LANGUAGE.lproj/Localized.rsrc as one read-only map
 /// on top of the resource chain and makes it current.
-///   returns  a reference number of its own for each call, given back with the close call;
+///   returns  a unique reference number, released by the close call;
 ///            -1 when neither file could be opened, the current file unchanged
 CFBundleRefNum CFBundleOpenBundleResourceMap(CFBundleRef bundle)
     VL_SYMBOL(CFBundleOpenBundleResourceMap);
@@ -40,7 +40,7 @@ void CFBundleCloseBundleResourceMap(CFBundleRef bundle, CFBundleRefNum refNum)
     VL_SYMBOL(CFBundleCloseBundleResourceMap);
 
 /// Loads the executable, which runs its static initialisers. True also when it was loaded before; not
-/// counted. False when there is none or it cannot be linked (the reason goes to standard error).
+/// counted. False if it is missing or cannot be linked (the reason goes to standard error).
 Boolean CFBundleLoadExecutable(CFBundleRef bundle) VL_SYMBOL(CFBundleLoadExecutable);
 Boolean CFBundleIsExecutableLoaded(CFBundleRef bundle) VL_SYMBOL(CFBundleIsExecutableLoaded);
 /// An exported function by its plain name, the executable being loaded first if need be. Null when the

@@ -9,7 +9,7 @@
 ///   returns  the value before the addition
 static inline SInt32 AddAtomic(SInt32 amount, SInt32* address)
 {
-    if (__libc_single_threaded) { // nobody else can look: a plain add is atomic
+    if (__libc_single_threaded) { // no other thread can see it: a plain add is atomic
         SInt32 before = *address;
         __atomic_store_n(address, (SInt32)((UInt32)before + (UInt32)amount), __ATOMIC_RELAXED);
         return before;

@@ -28,7 +28,7 @@ OSErr FSOpenResourceFile(const FSRef* ref, UInt16 nameLength, const UniChar* nam
                          SInt16* refNum) VL_SYMBOL(FSOpenResourceFile);
 /// Releases all resources of the file and closes it; the next older file becomes current if it was.
 void CloseResFile(SInt16 refNum) VL_SYMBOL(CloseResFile);
-/// A resource; null with resNotFound when there is none, CantDecompress for a compressed one. The same one twice gives the same handle until
+/// A resource; null with resNotFound if it is absent, CantDecompress for a compressed one. The same one twice gives the same handle until
 /// it is released. The handle belongs to its file.
 Handle GetResource(ResType type, SInt16 id) VL_SYMBOL(GetResource);
 /// Frees the data and ends the handle. Null or another kind of pointer: nothing but resNotFound.

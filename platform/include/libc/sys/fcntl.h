@@ -34,7 +34,7 @@ constexpr OpenLockFlags operator|(int a, OpenLockFlags b)
 /// before the file is truncated. The call waits for it two seconds, or not at all with O_NONBLOCK, then fails
 /// with EWOULDBLOCK. A file system without locks grants the open without one. In a sticky folder that all may
 /// write, symbolic links of other users (ELOOP) and files with several names (EMLINK) are refused; a file that
-/// may be written but, being somebody else's, not be opened with O_CREAT is opened to append, never truncated.
+/// is writable but cannot be opened with O_CREAT because another user owns it, is opened to append, not truncated.
 /// Any thread.
 ///   mode     [in]  of a file that is created
 ///   returns  a descriptor with close-on-exec set; -1 with errno
