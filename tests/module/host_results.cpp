@@ -2,8 +2,9 @@
 // host_results.cpp - a host that cannot show a window; exits with what the library answers.
 //   host_results BUNDLE none|gui|early   with no application object, with a QGuiApplication, or before it may:
 //                                        on another thread, and with few descriptors left
-#include <Carbon/CarbonEvents.h>
+#include <Carbon/Carbon.h>
 #include <veltrano/Host.h>
+#include <veltrano/HostWindow.h>
 
 #include <QtGui/QGuiApplication>
 
@@ -21,7 +22,10 @@ int main(int argc, char** argv)
     const int expected = application ? kVeltranoOtherApplication : kVeltranoNoDisplay;
     bool isGood = module != nullptr;
     const auto show = [&] {
-        isGood &= VeltranoShowAboutBox(module, nullptr, nullptr, 128, "x", nullptr, 0) == expected;
+        SInt16 item = 77;
+        isGood &= VeltranoShowAboutBox(module, nullptr, nullptr, 128, "x", nullptr, 0) == expected
+            && StandardAlert(kAlertNoteAlert, nullptr, nullptr, nullptr, &item) != noErr
+            && item == 77 && CreateWindowRefWithX11Window(1) == nullptr;
     };
     if (strcmp(argv[2], "early") != 0) {
         show();

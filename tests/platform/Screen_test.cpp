@@ -6,6 +6,7 @@
 
 #include <veltrano/HostWindow.h>
 
+#include <QtGui/QScreen>
 #include <QtTest/QTest>
 #include <QtWidgets/QApplication>
 #include <xcb/xcb.h>
@@ -79,16 +80,10 @@ public:
         xcb_flush(m_x);
     }
     /// What the screen shows at a point.
-    std::uint32_t PixelAt(int x, int y)
+    static QRgb PixelAt(int x, int y)
     {
-        const auto cookie = xcb_get_image(
-            m_x, XCB_IMAGE_FORMAT_Z_PIXMAP, xcb_setup_roots_iterator(xcb_get_setup(m_x)).data->root,
-            static_cast<SInt16>(x), static_cast<SInt16>(y), 1, 1, ~0u);
-        auto* reply = xcb_get_image_reply(m_x, cookie, nullptr);
-        const std::uint32_t pixel
-            = reply ? *reinterpret_cast<std::uint32_t*>(xcb_get_image_data(reply)) & 0xFFFFFF : 1;
-        std::free(reply);
-        return pixel;
+        const QPixmap shown = QGuiApplication::primaryScreen()->grabWindow(0, x, y, 1, 1);
+        return shown.toImage().pixel(0, 0) & 0xFFFFFF;
     }
     int Clicks()
     {
@@ -218,6 +213,7 @@ TEST(Screen, FramesAreKnownWhenShowReturns)
 TEST(Screen, AnAlertOverAPlainHost)
 {
     PlainHost host;
+    const TestWindow hidden("window"); // is not mistaken for a host
     const WindowRef parent = CreateWindowRefWithX11Window(host.window);
     Rect content {};
     GetWindowBounds(parent, kWindowContentRgn, &content);

@@ -13,7 +13,6 @@
 #include <QtTest/QTest>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QGroupBox>
-#include <QtWidgets/QLabel>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QScrollArea>
 #include <QtWidgets/QTextEdit>
@@ -401,12 +400,19 @@ private:
     void DoLater()
     {
         m_pending.push_back(m_line.substr(sizeof "later"));
-        Later(0.01 * static_cast<double>(m_pending.size()), [this] {
-            const std::string command = m_pending.front();
-            m_pending.pop_front();
-            Say('(', command, ')');
-            Do(command);
-        });
+        Later(0.01 * static_cast<double>(m_pending.size()), [this] { DoNext(); });
+    }
+
+    void DoNext()
+    {
+        if (m_isBusy) // the one before it looks at events itself
+            return Later(0.01, [this] { DoNext(); });
+        const std::string command = m_pending.front();
+        m_pending.pop_front();
+        Say('(', command, ')');
+        m_isBusy = !command.starts_with("run ");
+        Do(command);
+        m_isBusy = false;
     }
 
     void Picture(QImage image)
@@ -479,14 +485,6 @@ private:
         CFRelease(title);
     }
 
-    void Frontmost()
-    {
-        std::string its = "none";
-        for (const auto& [name, window] : m_windows)
-            its = window == FrontNonFloatingWindow() ? name : its;
-        Say(its);
-    }
-
     /// Of commands: name, window, answer, and what it does.
     void AddHandler()
     {
@@ -539,14 +537,6 @@ private:
                 Say(widget->metaObject()->className(), ' ', Shown(widget->accessibleName()));
     }
 
-    /// Some colours of the alert's sign, with their opacity.
-    void Sign()
-    {
-        const auto* label = Widget(1)->findChild<QLabel*>();
-        for (const QPoint at : { QPoint(20, 2), { 20, 12 }, { 20, 16 }, { 8, 30 }, { 10, 10 } })
-            Say(label ? label->pixmap().toImage().pixelColor(at).name(QColor::HexArgb) : QString());
-    }
-
     // clang-format off
     const std::map<std::string, std::function<void()>> m_commands = {
         // An interface file: the lines of NibOf, or the example's; changes to its text; what is beside it
@@ -575,7 +565,7 @@ private:
         { "visible", [this] { Say(IsWindowVisible(Window(1)) ? "yes" : "no"); } },
         { "title", [this] { Title(); } },
         { "target", [this] { Say(GetWindowEventTarget(Window(1)) ? "one" : "none"); } },
-        { "frontmost", [this] { Frontmost(); } },
+        { "frontmost", [this] { Say(FrontNonFloatingWindow() == Window(1) ? "yes" : "no"); } },
         // A handler of commands: name, window, answer, and the command that it does
         { "handler", [this] { AddHandler(); } },
         { "remove", [this] { m_handlers.erase(Word(1)); } },
@@ -610,7 +600,6 @@ private:
         { "see", [this] { See(Widget(1)); } },
         { "names", [this] { Names(); } },
         { "colour", [this] { Say(Widget(1)->grab().toImage().pixelColor(Point(2)).name()); } },
-        { "sign", [this] { Sign(); } },
         { "focus", [this] { Say(Shown(QApplication::focusWidget()->accessibleName())); } },
         { "clipboard", [this] { Say(Shown(QGuiApplication::clipboard()->text())); } },
         { "alert", [this] { Alert(); } },
@@ -633,6 +622,7 @@ private:
     std::map<std::string, QPointer<QWidget>> m_widgets;
     std::map<std::string, std::unique_ptr<Handler>> m_handlers;
     std::deque<std::string> m_pending; // for timers, which may change places
+    bool m_isBusy = false;
     char m_junk[64] = {};
 };
 
