@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Events_test.cpp - what events and timers answer to those who install them.
+// Events_test.cpp - what events and timers answer to those who install them, and missing arguments of all routines.
 #include "tests/support/NibBundle.h"
 
 #include <gtest/gtest.h>
@@ -72,4 +72,30 @@ TEST(Events, TimersFireOnceOrOnAndOnUntilRemoved)
     EXPECT_EQ(noErr, RemoveEventLoopTimer(single));
     EXPECT_EQ(paramErr, RemoveEventLoopTimer(single));
     EXPECT_EQ(paramErr, InstallEventLoopTimer(loop, 0, 0, nullptr, nullptr, nullptr));
+}
+
+TEST(Events, MissingArgumentsOfAnyRoutineAreRefused)
+{
+    const NibBundle bundle(NibOf("window"));
+    const TestWindow window("window\n+ Button 1 10,10,30,90");
+    WindowRef made = nullptr;
+    IBNibRef nib = nullptr;
+    const OSStatus results[] = {
+        CreateNibReferenceWithCFBundle(nullptr, CFSTR("test"), &nib),
+        CreateNibReferenceWithCFBundle(bundle.Bundle(), nullptr, &nib),
+        CreateNibReferenceWithCFBundle(bundle.Bundle(), CFSTR("test"), nullptr),
+        CreateWindowFromNib(nullptr, CFSTR("Test"), &made),
+        GetWindowClass(window, nullptr),
+        GetWindowBounds(window, kWindowContentRgn, nullptr),
+        GetWindowRegion(window, kWindowContentRgn, nullptr),
+        CopyWindowTitleAsCFString(window, nullptr),
+        GetControlByID(window, nullptr, nullptr),
+        GetControlCommandID(window.Control(1), nullptr),
+        GetControlDataSize(window.Control(1), 0, 'dflt', nullptr),
+        StandardAlert(kAlertStopAlert, nullptr, nullptr, nullptr, nullptr),
+        GetEventParameter(nullptr, 0, 0, nullptr, 0, nullptr, nullptr),
+    };
+    for (const OSStatus result : results)
+        EXPECT_EQ(paramErr, result) << "row " << (&result - results);
+    DisposeNibReference(nullptr);
 }

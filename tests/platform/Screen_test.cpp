@@ -8,14 +8,12 @@
 
 #include <QtGui/QScreen>
 #include <QtTest/QTest>
-#include <QtWidgets/QApplication>
 #include <xcb/xcb.h>
 
 #include <clocale>
 #include <cstdio>
 #include <gtest/gtest.h>
 #include <memory>
-#include <unistd.h>
 
 namespace {
 
@@ -28,11 +26,6 @@ QPoint ContentOf(const char* title)
         = std::string("xwininfo -name '") + title + "' | awk '/Absolute/ { print $NF }'";
     std::sscanf(Shell(command).c_str(), "%d %d", &x, &y);
     return { x, y };
-}
-
-std::string ActiveTitle()
-{
-    return Shell("xdotool getactivewindow getwindowname");
 }
 
 /// A plain window of another X client, as a host that is no Qt program has it.
@@ -178,7 +171,7 @@ TEST(Screen, APlainHostKeepsItsProcessAndIsBlockedMeanwhile)
     }
     BringToFront(parent);
     QTest::qWait(100);
-    EXPECT_EQ("Plain\n", ActiveTitle());
+    EXPECT_EQ("Plain\n", Shell("xdotool getactivewindow getwindowname"));
     Shell(At(content.left + 5, content.top + 5) + "xdotool click 1");
     EXPECT_EQ(1, host.Clicks());
 
@@ -230,6 +223,6 @@ TEST(Screen, AnAlertOverAPlainHost)
     EXPECT_EQ(2, hit);
     EXPECT_EQ(0, host.Clicks());
     QTest::qWait(100);
-    EXPECT_EQ("Plain\n", ActiveTitle());
+    EXPECT_EQ("Plain\n", Shell("xdotool getactivewindow getwindowname"));
     DisposeWindow(parent);
 }

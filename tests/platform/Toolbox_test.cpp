@@ -160,9 +160,7 @@ private:
     }
     WindowRef Window(std::size_t at)
     {
-        return Word(at) == "junk"          ? reinterpret_cast<WindowRef>(m_junk)
-            : m_windows.contains(Word(at)) ? m_windows[Word(at)]
-                                           : nullptr;
+        return Word(at) == "junk" ? reinterpret_cast<WindowRef>(m_junk) : m_windows[Word(at)];
     }
     /// By its window and number, or "junk", or none.
     ControlRef Control(std::size_t window, std::size_t number)
@@ -213,17 +211,19 @@ private:
             EXPECT_NE(xib.npos, xib.find(from)) << from;
             xib.replace(xib.find(from), from.size(), Expanded(to));
         }
+        if (std::exchange(m_isWide, false)) // UTF-16
+            for (std::string narrow = std::exchange(xib, "\xFF\xFE"); const char c : narrow)
+                xib += { c, '\0' };
         m_bundle = std::make_unique<NibBundle>(xib);
         const auto bytes = m_resources.Serialize().value();
         WriteFile(m_bundle->Resource("Test.rsrc"), { bytes.begin(), bytes.end() });
         m_image.save(QString::fromStdString(m_bundle->Resource("image.png")));
         m_handlers.erase(name);
-        if (m_windows.contains(name))
-            DisposeWindow(m_windows[name]);
+        DisposeWindow(m_windows[name]);
         const QWidgetList before = QApplication::topLevelWidgets();
         WindowRef window = nullptr;
         const SInt16 file = CurResFile();
-        if (!Good(m_bundle->Open(Word(2).empty() ? "Test" : Word(2).c_str(), &window))) {
+        if (!Good(m_bundle->Open(Word(2).empty() ? "Test" : Word(2), &window))) {
             EXPECT_FALSE(window);
             return;
         }
@@ -275,7 +275,7 @@ private:
                 { widget->isWindow() && widget->minimumSize() != widget->maximumSize(),
                   "resizable" } };
         for (const auto& [is, mark] : marks)
-            line << (is ? ", " : "") << (is ? mark : "");
+            line << (is ? std::string(", ") + mark : "");
         line << (widget->toolTip().isEmpty() ? "" : ", tag ") << widget->toolTip();
         Say(line.str());
         if (!qobject_cast<const QAbstractScrollArea*>(widget))
@@ -304,14 +304,13 @@ private:
                 return;
             EXPECT_EQ(paramErr,
                       SetControlData(control, 0, tag, size, nullptr) + (size == 0 ? paramErr : 0));
-            if (tag != 'text') {
-                EXPECT_EQ(errDataSizeMismatch,
-                          SetControlData(control, 0, tag, size - 1, data.data()));
-                EXPECT_EQ(errDataSizeMismatch,
-                          SetControlData(control, 0, tag, size + 1, data.data()));
-                EXPECT_EQ(errDataSizeMismatch,
-                          GetControlData(control, 0, tag, size - 1, data.data(), nullptr));
-            }
+            for (const Size wrong : { size - 1, size + 1 })
+                EXPECT_TRUE(tag == 'text'
+                            || SetControlData(control, 0, tag, wrong, data.data())
+                                == errDataSizeMismatch);
+            EXPECT_TRUE(tag == 'text'
+                        || GetControlData(control, 0, tag, size - 1, data.data(), nullptr)
+                            == errDataSizeMismatch);
             ControlFontStyleRec style {};
             std::memcpy(&style, data.data(), std::min(sizeof style, data.size()));
             const auto& [red, green, blue] = style.foreColor;
@@ -353,9 +352,8 @@ private:
     /// A window of the host that is all button.
     void MakeHost(const std::string& name, bool isDialog = false)
     {
-        auto* button = new QPushButton;
         auto* host = new QWidget;
-        button->setParent(host);
+        auto* button = new QPushButton(host);
         host->setGeometry(100, 100, 300, 200);
         button->resize(300, 200);
         QObject::connect(button, &QPushButton::clicked, [this, name] { Say(name, " is clicked"); });
@@ -476,15 +474,6 @@ private:
         DisposeRgn(region);
     }
 
-    void Title()
-    {
-        CFStringRef title = nullptr;
-        if (!Good(CopyWindowTitleAsCFString(Window(1), &title)))
-            return;
-        Say(Shown(std::string(CFStringGetCStringPtr(title, kCFStringEncodingUTF8))));
-        CFRelease(title);
-    }
-
     /// Of commands: name, window, answer, and what it does.
     void AddHandler()
     {
@@ -543,6 +532,7 @@ private:
         { "window", [this] { Begin(); } },
         { "example", [this] { m_nib.clear(); } },
         { "edit", [this] { m_edits.emplace_back(Word(1), Word(2)); } },
+        { "wide", [this] { m_isWide = true; } },
         { "picture", [this] { Picture(QImage(4, 4, QImage::Format_RGB32)); } },
         { "resource", [this] { AddResource(); } },
         { "open", [this] { Open(Word(1)); } },
@@ -563,7 +553,7 @@ private:
         { "structure", [this] { Bounds(kWindowStructureRgn); } },
         { "region", [this] { Bounds(Int(2)); } },
         { "visible", [this] { Say(IsWindowVisible(Window(1)) ? "yes" : "no"); } },
-        { "title", [this] { Title(); } },
+        { "title", [this] { CFStringRef title = nullptr; if (Good(CopyWindowTitleAsCFString(Window(1), &title))) Say(Shown(TextOf(Own(title).get()))); } },
         { "target", [this] { Say(GetWindowEventTarget(Window(1)) ? "one" : "none"); } },
         { "frontmost", [this] { Say(FrontNonFloatingWindow() == Window(1) ? "yes" : "no"); } },
         // A handler of commands: name, window, answer, and the command that it does
@@ -622,6 +612,7 @@ private:
     std::map<std::string, QPointer<QWidget>> m_widgets;
     std::map<std::string, std::unique_ptr<Handler>> m_handlers;
     std::deque<std::string> m_pending; // for timers, which may change places
+    bool m_isWide = false;
     bool m_isBusy = false;
     char m_junk[64] = {};
 };

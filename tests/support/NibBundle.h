@@ -3,10 +3,9 @@
 // handlers and timers with functions.
 #pragma once
 
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Foundation.h"
 
 #include <Carbon/Carbon.h>
-#include <CoreFoundation/CoreFoundation.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -101,39 +100,28 @@ public:
     {
         std::filesystem::create_directories(Resource("test.nib"));
         WriteFile(Resource("test.nib/objects.xib"), xib);
-        const std::string path = m_folder.Path("Test.bundle");
-        const CFURLRef url = CFURLCreateFromFileSystemRepresentation(
-            kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path.data()),
-            static_cast<CFIndex>(path.size()), true);
-        m_bundle = CFBundleCreate(kCFAllocatorDefault, url);
-        CFRelease(url);
+        m_bundle = Own(CFBundleCreate(nullptr, FolderURL(m_folder.Path("Test.bundle")).get()));
     }
-    ~NibBundle() { CFRelease(m_bundle); }
-    NibBundle(const NibBundle&) = delete;
-    NibBundle& operator=(const NibBundle&) = delete;
 
     std::string Resource(const std::string& name) const
     {
         return m_folder.Path("Test.bundle/Contents/Resources/" + name);
     }
-    CFBundleRef Bundle() const { return m_bundle; }
+    CFBundleRef Bundle() const { return m_bundle.get(); }
 
-    OSStatus Open(const char* windowName, WindowRef* window) const
+    OSStatus Open(const std::string& windowName, WindowRef* window) const
     {
         IBNibRef nib = nullptr;
-        if (const OSStatus error = CreateNibReferenceWithCFBundle(m_bundle, CFSTR("test"), &nib))
+        if (const OSStatus error = CreateNibReferenceWithCFBundle(Bundle(), CFSTR("test"), &nib))
             return error;
-        const CFStringRef name
-            = CFStringCreateWithCString(kCFAllocatorDefault, windowName, kCFStringEncodingUTF8);
-        const OSStatus result = CreateWindowFromNib(nib, name, window);
-        CFRelease(name);
+        const OSStatus result = CreateWindowFromNib(nib, Str(windowName).get(), window);
         DisposeNibReference(nib);
         return result;
     }
 
 private:
     TemporaryFolder m_folder;
-    CFBundleRef m_bundle;
+    Ref<CFBundleRef> m_bundle;
 };
 
 /// A window from the lines of NibOf.
