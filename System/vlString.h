@@ -297,10 +297,10 @@ inline String& String::operator+=(char ch)
     StringData* pData = GetData();
     const int nLen = pData->nDataLength;
     if (pData->GetRefs() < 2 && nLen < pData->nAllocLength) {
-        m_pchData[nLen] = ch;
-        pData->nDataLength = nLen + 1;
+        pData->nDataLength = nLen + 1; // before the characters, which could alias the header
         VL_CHECK(pData->nDataLength <= pData->nAllocLength, "System/vlString.cpp", 399,
                  "GetData()->nDataLength <= GetData()->nAllocLength");
+        m_pchData[nLen] = ch;
         m_pchData[nLen + 1] = '\0';
     } else {
         AppendChar(ch);

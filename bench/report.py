@@ -119,6 +119,8 @@ def evaluate(times):
         peers = {name: time for name, time in by.items() if name not in ("ours", "floor")}
         peer = min(peers, key=peers.get, default=None)
         reference, goal = GOALS.get(workload.removesuffix(", on X"), (None, None))
+        if reference == "peer" and not workload.endswith(", on X"):
+            reference, goal = None, None  # offscreen no window is shown
         if reference == "peer":
             against = peers[peer]
         elif reference and "/" in reference:
