@@ -123,11 +123,15 @@ TEST_F(ModuleLogTest, AFailedOpenLeadsToStandardOutput)
     if (geteuid() == 0) { // what another user has put into a folder like /tmp
         WriteFile(m_folder.Path("roots"), "kept");
         std::filesystem::create_directory(m_folder.Path("tmp"));
-        chmod(m_folder.Path("tmp").c_str(), 01777);
         for (const char* kind : { "link", "hard link" })
             paths.push_back(m_folder.Path(std::string("tmp/") + kind));
         std::filesystem::create_symlink("../roots", m_folder.Path("tmp/link"));
         ASSERT_EQ(lchown(m_folder.Path("tmp/link").c_str(), 12345, 12345), 0);
+        ModuleLog::open(nullptr, nullptr, kLogAppend, m_folder.Path("tmp/link").c_str());
+        EXPECT_GT(moduleLog_.fd, 1) << "only root can put links into this folder";
+        ModuleLog::close();
+        WriteFile(m_folder.Path("roots"), "kept");
+        chmod(m_folder.Path("tmp").c_str(), 01777);
         std::filesystem::create_hard_link(m_folder.Path("roots"), m_folder.Path("tmp/hard link"));
     }
     for (const std::string& path : paths) {

@@ -125,6 +125,7 @@ TEST(Looks, TextThatDoesNotFitLosesWholeLinesAndIsReadInATag)
             { "line feeds \r\n\n\r", false },
             { "some words that take more than one line of this view", true },
             { "two\nlines", true },
+            { "two\rlines", true },
             { std::string(2000, 'x'), true },
             { "\xD7\xA9\xD7\x9C\xD7\x95\xD7\x9D\n\xD7\x90", true } };
     const TestWindow window("window\n+ StaticText 1 20,30,36,180 title=plain");
