@@ -7,6 +7,7 @@
 #include "ui/AboutBox.h"
 
 #include <dlfcn.h>
+#include <functional>
 #include <map>
 #include <sstream>
 
@@ -15,6 +16,7 @@ namespace {
 std::ostringstream sCalls;
 std::map<const void*, std::string> sNames; // of references, in the order in which they appear
 std::string sRefused; // this routine fails
+std::function<void(std::string_view)> sOnCall; // called with the name of each routine
 EventHandlerUPP sHandler = nullptr; // installed last
 void* sHandlerData = nullptr;
 
@@ -53,6 +55,8 @@ void Write(const void* caller, const char* routine, const Arguments&... shown)
     Dl_info info = {};
     if (dladdr(caller, &info) == 0 || !std::string_view(info.dli_fname).ends_with("/Veltrano"))
         return;
+    if (sOnCall)
+        sOnCall(routine);
     sCalls << routine;
     ((sCalls << Shown(shown)), ...);
     sCalls << '\n';
@@ -228,9 +232,34 @@ TEST_F(BoxCalls, OtherEventsAreLeftToThePlatform)
                EXPECT_EQ(Send('cmds', 1, 'clos'), noErr);
            });
     // The handler for the hiding event exists, but the box does not install it.
-    sHandler = Veltrano::AboutBox::HidingEventHandler;
-    EXPECT_EQ(Send('wind', 25), eventNotHandledErr);
-    EXPECT_EQ(Send('cmds', 23), eventNotHandledErr);
+    Record([&] { return m_show(m_parent, m_hostBundle, 128, &m_product, "x", 0); },
+           [](WindowRef box) {
+               sHandler = Veltrano::AboutBox::HidingEventHandler;
+               EXPECT_EQ(Send('wind', 25), eventNotHandledErr);
+               EXPECT_EQ(Send('cmds', 23), eventNotHandledErr);
+               EXPECT_EQ(Send('wind', 23), noErr);
+               EXPECT_FALSE(IsWindowVisible(box));
+               if (IsWindowVisible(box))
+                   PressButton(box);
+           });
+}
+
+TEST_F(BoxCalls, KeepTheTextButReadTheVersionLate)
+{
+    char text[] = "first";
+    sOnCall = [&](std::string_view routine) {
+        if (routine == "CreateNibReferenceWithCFBundle") { // the box is being constructed
+            text[0] = 'X';
+            m_product.versionText = "late";
+        }
+    };
+    sRefused = "GetControlDataSize"; // then the fonts stay as they are
+    const std::string calls
+        = Record([&] { return m_show(m_parent, m_hostBundle, 128, &m_product, text, 0); });
+    sOnCall = nullptr;
+    sRefused = "";
+    EXPECT_EQ(m_errors, "StaticText_updateText: late\nStaticText_updateText: first\n");
+    EXPECT_EQ(calls.find("GetControlData "), calls.npos);
 }
 
 } // namespace
