@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Toolbox_test.cpp - windows, controls, events and alerts without a screen, by recorded conversations: the texts in
 // toolbox/ hold commands, most of them a routine of the API, and indented below each what it answered and what
-// happened meanwhile. A test plays the commands and compares. What came out is left in the working directory.
+// happened meanwhile.
 #include "tests/support/NibBundle.h"
 #include "tools/PictureWriter.h"
 #include "tools/ResourceWriter.h"
@@ -22,6 +22,26 @@
 #include <map>
 #include <memory>
 
+static std::ostream& operator<<(std::ostream& out, const QString& text)
+{
+    return out << text.toStdString();
+}
+
+static std::ostream& operator<<(std::ostream& out, const QRect& r)
+{
+    return out << r.x() << ',' << r.y() << ' ' << r.width() << 'x' << r.height();
+}
+
+static std::ostream& operator<<(std::ostream& out, const Rect& r)
+{
+    return out << QRect(r.left, r.top, r.right - r.left, r.bottom - r.top);
+}
+
+static std::string Shown(const QString& text)
+{
+    return Shown(text.toStdString());
+}
+
 namespace {
 
 std::string Code(UInt32 code)
@@ -37,59 +57,11 @@ UInt32 CodeOf(const std::string& text)
     return code;
 }
 
-std::string Shown(const std::string& text)
-{
-    std::string shown = "'";
-    for (const char c : text.substr(0, 40)) {
-        char hex[5] = "";
-        snprintf(hex, sizeof hex, "\\x%02X", static_cast<unsigned char>(c));
-        shown += c == '\n'        ? "\\n"
-            : c == '\r'           ? "\\r"
-            : c >= ' ' && c < 127 ? std::string { c }
-                                  : hex;
-    }
-    return shown + (text.size() > 40 ? "' ... " + std::to_string(text.size()) : "'");
-}
-
-std::string Shown(const QString& text)
-{
-    return Shown(text.toStdString());
-}
-
-std::ostream& operator<<(std::ostream& out, const QString& text)
-{
-    return out << text.toStdString();
-}
-
-std::ostream& operator<<(std::ostream& out, const QRect& r)
-{
-    return out << r.x() << ',' << r.y() << ' ' << r.width() << 'x' << r.height();
-}
-
-std::ostream& operator<<(std::ostream& out, const Rect& r)
-{
-    return out << QRect(r.left, r.top, r.right - r.left, r.bottom - r.top);
-}
-
-/// {N*TEXT} stands for N times TEXT, with % for the number.
-std::string Expanded(const std::string& text)
-{
-    const std::size_t open = text.find('{');
-    const std::size_t star = text.find('*', open);
-    const std::size_t close = text.find('}', open);
-    if (open == text.npos || star == text.npos || close == text.npos)
-        return text;
-    std::string all = text.substr(0, open);
-    for (int i = 0; i < std::stoi(text.substr(open + 1)); ++i)
-        for (const char c : text.substr(star + 1, close - star - 1))
-            all += c == '%' ? std::to_string(i) : std::string { c };
-    return all + Expanded(text.substr(close + 1));
-}
-
-class Toolbox : public testing::TestWithParam<const char*>
+class Toolbox : public testing::TestWithParam<const char*>, protected Conversation
 {
 protected:
     Toolbox()
+        : Conversation(GetParam())
     {
         std::ifstream names(TEST_FOLDER "/toolbox/errors.txt");
         for (auto [number, name] = std::pair(0, std::string()); names >> number >> name;)
@@ -105,38 +77,12 @@ protected:
             delete widget;
     }
 
-    std::string Play(const std::string& script)
+    void Do(const std::string& line) override
     {
-        std::istringstream in(script);
-        for (std::string line; std::getline(in, line);) {
-            if (line.starts_with("  "))
-                continue;
-            m_out << line << std::endl;
-            if (!line.empty() && line[0] != '#')
-                Do(line);
-        }
-        return ReadFile(Played());
-    }
-
-    static std::string Played() { return std::string(GetParam()) + ".played.txt"; }
-
-private:
-    void Do(const std::string& line)
-    {
-        const auto before = std::exchange(m_words, WordsOf(line));
-        m_line = line;
-        if (m_words[0][0] == '+')
+        if (line[0] == '+')
             m_nib += '\n' + line;
-        else if (const auto command = m_commands.find(m_words[0]); command != m_commands.end())
-            command->second();
         else
-            ADD_FAILURE() << "no such command: " << line;
-        m_words = before;
-    }
-    template <class... Parts> void Say(const Parts&... parts)
-    {
-        m_out << "  ";
-        (m_out << ... << parts) << std::endl;
+            Conversation::Do(line);
     }
     /// Silent about success.
     bool Good(OSStatus error)
@@ -147,11 +93,6 @@ private:
     }
 
     // The arguments of the command
-    std::string Word(std::size_t at) const
-    {
-        return at < m_words.size() ? m_words[at] : std::string();
-    }
-    int Int(std::size_t at) const { return std::stoi(Word(at), nullptr, 0); }
     SInt16 Short(std::size_t at) const { return static_cast<SInt16>(Int(at)); }
     QPoint Point(std::size_t at) const
     {
@@ -527,7 +468,7 @@ private:
     }
 
     // clang-format off
-    const std::map<std::string, std::function<void()>> m_commands = {
+    const Commands m_commands = {
         // An interface file: the lines of NibOf, or the example's; changes to its text; what is beside it
         { "window", [this] { Begin(); } },
         { "example", [this] { m_nib.clear(); } },
@@ -600,9 +541,6 @@ private:
         = { { 22, "showing" }, { 23, "hiding" }, { 24, "shown" },     { 25, "hidden" },
             { 72, "close" },   { 73, "closed" }, { 1005, "disposed" } };
     std::map<int, std::string> m_errors;
-    std::ofstream m_out { Played() }; // whole to the last command, also if that never ends
-    std::string m_line;
-    std::vector<std::string> m_words;
     std::string m_nib;
     std::vector<std::pair<std::string, std::string>> m_edits;
     ResourceWriter m_resources;
@@ -619,9 +557,7 @@ private:
 
 TEST_P(Toolbox, GoesAsRecorded)
 {
-    const std::string recorded
-        = ReadFile(std::string(TEST_FOLDER "/toolbox/") + GetParam() + ".txt");
-    EXPECT_EQ(recorded, Play(recorded));
+    Play(m_commands, std::string(TEST_FOLDER "/toolbox/") + GetParam() + ".txt");
 }
 
 INSTANTIATE_TEST_SUITE_P(,

@@ -3,6 +3,7 @@
 // handlers and timers with functions.
 #pragma once
 
+#include "tests/support/Conversation.h"
 #include "tests/support/Foundation.h"
 
 #include <Carbon/Carbon.h>
@@ -13,34 +14,6 @@
 #include <sstream>
 #include <string>
 #include <vector>
-
-/// The words of a line. Quotes (') hold blanks together, and \n, \r, \t, \q and \xHH stand for bytes.
-inline std::vector<std::string> WordsOf(const std::string& line)
-{
-    std::vector<std::string> words;
-    bool isQuoted = false;
-    bool isInWord = false;
-    for (std::size_t at = 0; at < line.size(); ++at) {
-        char c = line[at];
-        isInWord = isInWord && (isQuoted || c != ' ');
-        if (!isInWord && c != ' ')
-            words.emplace_back();
-        isInWord = isInWord || c != ' ';
-        isQuoted = isQuoted != (c == '\'');
-        if (c == '\'' || (c == ' ' && !isQuoted))
-            continue;
-        if (c == '\\') {
-            c = line[++at];
-            const std::size_t kind = std::string("nrtqx").find(c);
-            c = kind == 4  ? static_cast<char>(std::stoi(line.substr(at + 1, 2), nullptr, 16))
-                : kind < 4 ? "\n\r\t'"[kind]
-                           : c;
-            at += kind == 4 ? 2 : 0;
-        }
-        words.back() += c;
-    }
-    return words;
-}
 
 /// An interface file with the window "Test", 200 x 100, from a line for the window and one for each control, with
 /// further "+" for what another holds. A control's number is its ControlID, with the signature 'test':
