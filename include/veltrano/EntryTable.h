@@ -44,16 +44,12 @@ typedef int (*ShowAboutBoxEntry)(WindowRef parent, CFBundleRef bundle, int pictu
 /* A position of the table, to be cast to the type of its entry; positions 1 to 9 are null. */
 typedef void (*EntryPoint)(void);
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 /* The table of kEntryCount positions; always the same address, valid until the module is unloaded. */
 __attribute__((__visibility__("default"))) const EntryPoint* GetEntryTable(void);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS
 
 typedef const EntryPoint* (*GetEntryTableProc)(void);
 

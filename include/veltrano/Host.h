@@ -17,9 +17,7 @@
 #include <veltrano/EntryTable.h>
 #include <veltrano/HostWindow.h>
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 typedef struct OpaqueVeltranoModule* VeltranoModuleRef;
 
@@ -60,6 +58,4 @@ VL_EXPORT int VeltranoShowAboutBox(VeltranoModuleRef module, WindowRef window, c
 /* One English sentence for a result; a static text, never null. */
 VL_EXPORT const char* VeltranoResultText(int result);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

@@ -8,9 +8,7 @@
 #include <Carbon/HIObject.h>
 #include <veltrano/Symbol.h>
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 /// Wraps the top-level window of a QWidget*. Null for null, and if the process has no QApplication.
 VL_EXPORT WindowRef CreateWindowRefWithQWidget(void* qWidget);
@@ -19,6 +17,4 @@ VL_EXPORT WindowRef CreateWindowRefWithQWidget(void* qWidget);
 ///   example  GTK: CreateWindowRefWithX11Window(gdk_x11_window_get_xid(gtk_widget_get_window(w)))
 VL_EXPORT WindowRef CreateWindowRefWithX11Window(unsigned long window);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

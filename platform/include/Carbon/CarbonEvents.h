@@ -80,9 +80,7 @@ typedef EventHandlerProcPtr EventHandlerUPP;
 typedef void (*EventLoopTimerProcPtr)(EventLoopTimerRef timer, void* userData);
 typedef EventLoopTimerProcPtr EventLoopTimerUPP;
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 UInt32 GetEventClass(EventRef event) VL_SYMBOL(GetEventClass);
 UInt32 GetEventKind(EventRef event) VL_SYMBOL(GetEventKind);
@@ -124,6 +122,4 @@ OSStatus InstallEventLoopTimer(EventLoopRef loop, EventTimerInterval delay, Even
     VL_SYMBOL(InstallEventLoopTimer);
 OSStatus RemoveEventLoopTimer(EventLoopTimerRef timer) VL_SYMBOL(RemoveEventLoopTimer);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

@@ -61,9 +61,7 @@ enum {
     kControlPushButtonDefaultTag = 0x64666C74       // 'dflt': a Boolean; outline and Return
 };
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 /// Finds a control anywhere in a window. *control is null and the result errUnknownControl when absent.
 OSStatus GetControlByID(WindowRef window, const ControlID* id, ControlRef* control)
@@ -95,6 +93,4 @@ void DrawControls(WindowRef window) VL_SYMBOL(DrawControls);
 OSStatus HIViewSimulateClick(HIViewRef view, HIViewPartCode partToClick, UInt32 modifiers,
                              HIViewPartCode* part) VL_SYMBOL(HIViewSimulateClick);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

@@ -41,9 +41,7 @@ typedef struct AlertStdAlertParamRec
 
 #pragma pack(pop)
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 /// Shows an alert with a bold message above a smaller explanation (Pascal strings) and runs until a
 /// button is chosen.
@@ -53,6 +51,4 @@ extern "C" {
 OSErr StandardAlert(AlertType type, ConstStr255Param message, ConstStr255Param explanation,
                     const AlertStdAlertParamRec* param, SInt16* itemHit) VL_SYMBOL(StandardAlert);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

@@ -5,9 +5,7 @@
 #include <CoreFoundation/CoreFoundation.h>
 #include <Carbon/HIObject.h>
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 /// Opens "name.nib" as the bundle's resource search finds it.
 ///   returns  noErr; kIBCarbonRuntimeCantFindNibFile if it is missing or not an interface file; paramErr
@@ -20,6 +18,4 @@ OSStatus CreateWindowFromNib(IBNibRef nib, CFStringRef name, WindowRef* window)
     VL_SYMBOL(CreateWindowFromNib);
 void DisposeNibReference(IBNibRef nib) VL_SYMBOL(DisposeNibReference);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

@@ -42,9 +42,7 @@ enum {
     kWindowContentRgn = 33
 };
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 OSStatus GetWindowClass(WindowRef window, WindowClass* windowClass) VL_SYMBOL(GetWindowClass);
 /// Changes class and stacking; the frame keeps its look.
@@ -84,6 +82,4 @@ WindowRef FrontNonFloatingWindow(void) VL_SYMBOL(FrontNonFloatingWindow);
 /// and handlers. A wrapped host window itself is left alone.
 void DisposeWindow(WindowRef window) VL_SYMBOL(DisposeWindow);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

@@ -25,9 +25,7 @@ typedef Picture* PicPtr;
 typedef PicPtr* PicHandle;
 typedef struct OpaqueRgnHandle* RgnHandle;
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 /// An empty region; given back with DisposeRgn. Null without memory.
 RgnHandle NewRgn(void) VL_SYMBOL(NewRgn);
@@ -39,6 +37,4 @@ Rect* GetRegionBounds(RgnHandle region, Rect* bounds) VL_SYMBOL(GetRegionBounds)
 /// ReleaseResource.
 PicHandle GetPicture(SInt16 id) VL_SYMBOL(GetPicture);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

@@ -4,15 +4,11 @@
 
 #include <CoreFoundation/CFBase.h>
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 CFTypeID CFArrayGetTypeID(void) VL_SYMBOL(CFArrayGetTypeID);
 CFIndex CFArrayGetCount(CFArrayRef array) VL_SYMBOL(CFArrayGetCount);
 /// Borrowed; null when the index is out of range.
 const void* CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index) VL_SYMBOL(CFArrayGetValueAtIndex);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

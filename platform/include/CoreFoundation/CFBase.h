@@ -27,9 +27,7 @@ typedef struct __CFDictionary* CFMutableDictionaryRef;
 typedef const struct __CFURL* CFURLRef;
 typedef struct __CFBundle* CFBundleRef;
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 extern const CFAllocatorRef kCFAllocatorDefault VL_SYMBOL(kCFAllocatorDefault); // null
 extern const CFAllocatorRef kCFAllocatorNull VL_SYMBOL(kCFAllocatorNull);       // frees nothing
@@ -45,6 +43,4 @@ CFTypeID CFGetTypeID(CFTypeRef object) VL_SYMBOL(CFGetTypeID);
 /// Equal by content: same class and equal value, containers compared in depth.
 Boolean CFEqual(CFTypeRef a, CFTypeRef b) VL_SYMBOL(CFEqual);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

@@ -10,9 +10,7 @@
 
 typedef SInt16 CFBundleRefNum;
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 /// The bundle at an existing folder; nothing is loaded. Null when there is no such folder.
 CFBundleRef CFBundleCreate(CFAllocatorRef allocator, CFURLRef url) VL_SYMBOL(CFBundleCreate);
@@ -51,6 +49,4 @@ void* CFBundleGetFunctionPointerForName(CFBundleRef bundle, CFStringRef name)
 /// CFRelease of a bundle does the same.
 void CFBundleUnloadExecutable(CFBundleRef bundle) VL_SYMBOL(CFBundleUnloadExecutable);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

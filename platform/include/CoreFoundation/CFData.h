@@ -4,9 +4,7 @@
 
 #include <CoreFoundation/CFBase.h>
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 CFTypeID CFDataGetTypeID(void) VL_SYMBOL(CFDataGetTypeID);
 
@@ -23,6 +21,4 @@ CFDataRef CFDataCreateWithBytesNoCopy(CFAllocatorRef allocator, const UInt8* byt
 CFIndex CFDataGetLength(CFDataRef data) VL_SYMBOL(CFDataGetLength);
 const UInt8* CFDataGetBytePtr(CFDataRef data) VL_SYMBOL(CFDataGetBytePtr);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

@@ -7,13 +7,9 @@
 typedef double CFTimeInterval;
 typedef CFTimeInterval CFAbsoluteTime;
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 CFTypeID CFDateGetTypeID(void) VL_SYMBOL(CFDateGetTypeID);
 CFAbsoluteTime CFDateGetAbsoluteTime(CFDateRef date) VL_SYMBOL(CFDateGetAbsoluteTime);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

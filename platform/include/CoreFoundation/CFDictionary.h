@@ -29,9 +29,7 @@ typedef struct CFDictionaryValueCallBacks
     CFDictionaryEqualCallBack equal;
 } CFDictionaryValueCallBacks;
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 extern const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks
     VL_SYMBOL(kCFTypeDictionaryKeyCallBacks);
@@ -69,6 +67,4 @@ void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key, co
 void CFDictionaryRemoveValue(CFMutableDictionaryRef dictionary, const void* key)
     VL_SYMBOL(CFDictionaryRemoveValue);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

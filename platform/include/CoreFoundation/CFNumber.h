@@ -23,9 +23,7 @@ enum {
     kCFNumberCFIndexType = 14
 };
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 extern const CFBooleanRef kCFBooleanTrue VL_SYMBOL(kCFBooleanTrue);
 extern const CFBooleanRef kCFBooleanFalse VL_SYMBOL(kCFBooleanFalse);
@@ -47,6 +45,4 @@ Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value)
 
 Boolean CFNumberIsFloatType(CFNumberRef number) VL_SYMBOL(CFNumberIsFloatType);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

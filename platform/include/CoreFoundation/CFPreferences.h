@@ -11,9 +11,7 @@
 
 #include <CoreFoundation/CFBase.h>
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 // Compared by address; any other string is no known user or host.
 extern const CFStringRef kCFPreferencesAnyUser VL_SYMBOL(kCFPreferencesAnyUser);
@@ -41,6 +39,4 @@ CFArrayRef CFPreferencesCopyKeyList(CFStringRef application, CFStringRef user, C
 Boolean CFPreferencesSynchronize(CFStringRef application, CFStringRef user, CFStringRef host)
     VL_SYMBOL(CFPreferencesSynchronize);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

@@ -7,9 +7,7 @@
 
 enum { kCFPropertyListImmutable = 0 };
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 /// Parses an XML property list in UTF-8. Only immutable lists are made, and no error text: errorString, if not
 /// null, becomes null.
@@ -19,6 +17,4 @@ CFPropertyListRef CFPropertyListCreateFromXMLData(CFAllocatorRef allocator, CFDa
                                                   CFStringRef* errorString)
     VL_SYMBOL(CFPropertyListCreateFromXMLData);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

@@ -14,9 +14,7 @@ enum {
     kCFStringEncodingUTF8 = 0x08000100
 };
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 CFTypeID CFStringGetTypeID(void) VL_SYMBOL(CFStringGetTypeID);
 
@@ -49,9 +47,7 @@ CFStringEncoding CFStringGetSystemEncoding(void) VL_SYMBOL(CFStringGetSystemEnco
 
 CFStringRef __CFStringMakeConstantString(const char* text) VL_SYMBOL(__CFStringMakeConstantString);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS
 
 /// A constant string from a literal of 7-bit characters; never released.
 #define CFSTR(literal) __CFStringMakeConstantString("" literal "")

@@ -5,9 +5,7 @@
 #include <CoreFoundation/CFBase.h>
 #include <CoreServices/Files.h>
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 /// A file URL from `length` bytes of a POSIX path; a relative one is bound to the working directory of
 /// this moment. Null for a null or empty path.
@@ -28,6 +26,4 @@ CFURLRef CFURLCreateFromFSRef(CFAllocatorRef allocator, const FSRef* ref)
 Boolean CFURLGetFileSystemRepresentation(CFURLRef url, Boolean resolveAgainstBase, UInt8* buffer,
                                          CFIndex size) VL_SYMBOL(CFURLGetFileSystemRepresentation);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

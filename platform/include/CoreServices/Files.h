@@ -27,9 +27,7 @@ typedef UInt32 FSCatalogInfoBitmap;
 
 enum { kFSCatInfoNone = 0 };
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 /// A reference to the existing object at a POSIX path; a link at the end is followed.
 ///   isDirectory  [out]  may be null
@@ -44,6 +42,4 @@ OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory) VL_S
 OSErr FSGetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap which, FSCatalogInfo* info,
                        HFSUniStr255* name, FSSpec* fsSpec, FSRef* parent) VL_SYMBOL(FSGetCatalogInfo);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

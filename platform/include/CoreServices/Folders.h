@@ -15,9 +15,7 @@ enum {
 enum { kApplicationSupportFolderType = 0x61737570 /* 'asup' */ };
 enum { kDontCreateFolder = 0, kCreateFolder = 1 };
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 /// A well-known folder, made with its missing parents when `create` is true.
 /// Application Support: $XDG_DATA_HOME (~/.local/share) for the user, the first of $XDG_DATA_DIRS
@@ -25,6 +23,4 @@ extern "C" {
 ///   returns  noErr; fnfErr, dirNFErr, afpAccessDenied ...; `found` is untouched then
 OSErr FSFindFolder(SInt16 domain, OSType folder, Boolean create, FSRef* found) VL_SYMBOL(FSFindFolder);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

@@ -4,13 +4,9 @@
 
 #include <CoreServices/MacTypes.h>
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 /// The size in bytes of a handle's block; 0 for null and for what is no handle.
 Size GetHandleSize(Handle handle) VL_SYMBOL(GetHandleSize);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

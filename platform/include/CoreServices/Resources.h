@@ -10,9 +10,7 @@ typedef SInt16 ResFileRefNum;
 
 enum { kResFileNotOpened = -1, kSystemResFile = 0 };
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 /// The result of the last resource call.
 OSErr ResError(void) VL_SYMBOL(ResError);
@@ -34,6 +32,4 @@ Handle GetResource(ResType type, SInt16 id) VL_SYMBOL(GetResource);
 /// Frees the data and ends the handle. Null or another kind of pointer: nothing but resNotFound.
 void ReleaseResource(Handle handle) VL_SYMBOL(ReleaseResource);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

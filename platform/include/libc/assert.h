@@ -7,9 +7,7 @@
 #define VELTRANO_PLATFORM_EPRINTF
 #include <veltrano/Symbol.h>
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 /// Writes `format` with file, line and expression (in that order) to standard error, flushes it and
 /// aborts the process. Does not return.
@@ -17,7 +15,5 @@ extern "C" {
 void __eprintf(const char* format, const char* file, unsigned line, const char* expression)
     VL_SYMBOL(__eprintf) __attribute__((__noreturn__));
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS
 #endif

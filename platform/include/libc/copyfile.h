@@ -11,9 +11,7 @@ typedef uint32_t copyfile_flags_t;
 #define COPYFILE_ACL 0x1 // the access list
 #define COPYFILE_XATTR 0x4 // all other extended attributes
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 /// Gives the open file `to` what the open file `from` has of the things asked for, and takes from it what
 /// `from` has not. An access list sets the mode's group bits, too.
@@ -24,6 +22,4 @@ extern "C" {
 int fcopyfile(int from, int to, copyfile_state_t state, copyfile_flags_t flags)
     VL_SYMBOL(fcopyfile);
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

@@ -7,9 +7,7 @@
 #include <stdint.h>
 #include <veltrano/Symbol.h>
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 struct mach_header; // opaque: only the address matters
 
@@ -27,6 +25,4 @@ const char* _dyld_get_image_name(uint32_t index) VL_SYMBOL(_dyld_get_image_name)
 extern const struct mach_header _mh_image_header __asm__("__ehdr_start")
     __attribute__((visibility("hidden")));
 
-#ifdef __cplusplus
-}
-#endif
+__END_DECLS

@@ -5,5 +5,7 @@
 // VL_EXPORT: the function keeps its own name, for foreign-function interfaces.
 #pragma once
 
+#include <sys/cdefs.h> // __BEGIN_DECLS: C linkage, in C++ as well
+
 #define VL_EXPORT __attribute__((__visibility__("default")))
 #define VL_SYMBOL(name) __asm__("vlp_" #name) __attribute__((__visibility__("default")))
