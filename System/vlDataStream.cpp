@@ -110,16 +110,6 @@ void GoOnAfter(int nError, FILE* file)
     }
 }
 
-// Converts between the processor's byte order and the stream's.
-template <class T> T Swap(T value)
-{
-    if constexpr (std::endian::native == std::endian::little)
-        return value;
-    auto bytes = std::bit_cast<std::array<char, sizeof(T)>>(value);
-    std::reverse(bytes.begin(), bytes.end());
-    return std::bit_cast<T>(bytes);
-}
-
 } // namespace
 
 DataInput::~DataInput() = default;
@@ -158,16 +148,11 @@ void DataInputFile::read(void* destination, SInt32 nCount)
     }
 }
 
-template <class T> T DataInputFile::ReadLittleEndian()
+void DataInputFile::ReadLittleEndian(void* value, SInt32 nSize)
 {
-    T value;
-    read(&value, sizeof(value));
-    return Swap(value);
-}
-
-SInt32 DataInputFile::skip(SInt32 n)
-{
-    return n;
+    read(value, nSize);
+    if constexpr (std::endian::native == std::endian::big)
+        std::reverse(static_cast<char*>(value), static_cast<char*>(value) + nSize);
 }
 
 SInt32 DataInputFile::readNative32()
@@ -175,61 +160,6 @@ SInt32 DataInputFile::readNative32()
     SInt32 value; // KEPT: no swap, unlike the neighbours
     read(&value, sizeof(value));
     return value;
-}
-
-SInt32 DataInputFile::readInt8()
-{
-    return ReadLittleEndian<SInt8>();
-}
-
-SInt32 DataInputFile::readInt16()
-{
-    return ReadLittleEndian<SInt16>();
-}
-
-SInt32 DataInputFile::readInt32()
-{
-    return ReadLittleEndian<SInt32>();
-}
-
-SInt32 DataInputFile::readLong32()
-{
-    return ReadLittleEndian<SInt32>();
-}
-
-SInt64 DataInputFile::readInt64()
-{
-    return ReadLittleEndian<SInt64>();
-}
-
-float DataInputFile::readFloat()
-{
-    return std::bit_cast<float>(ReadLittleEndian<UInt32>());
-}
-
-double DataInputFile::readDouble()
-{
-    return std::bit_cast<double>(ReadLittleEndian<UInt64>());
-}
-
-UInt32 DataInputFile::readUInt8()
-{
-    return ReadLittleEndian<UInt8>();
-}
-
-UInt32 DataInputFile::readUInt16()
-{
-    return ReadLittleEndian<UInt16>();
-}
-
-UInt32 DataInputFile::readUInt32()
-{
-    return ReadLittleEndian<UInt32>();
-}
-
-UInt32 DataInputFile::readULong32()
-{
-    return ReadLittleEndian<UInt32>();
 }
 
 // Output
@@ -329,7 +259,10 @@ void DataOutputFile::writeByte(SInt32 value)
 
 template <class T> void DataOutputFile::WriteLittleEndian(T value)
 {
-    WriteNative(Swap(value));
+    auto bytes = std::bit_cast<std::array<char, sizeof(T)>>(value);
+    if constexpr (std::endian::native == std::endian::big)
+        std::reverse(bytes.begin(), bytes.end());
+    WriteNative(std::bit_cast<T>(bytes));
 }
 
 // Fast path: the value fits into the current line and the buffer.
@@ -351,44 +284,11 @@ template <class T> void DataOutputFile::WriteNative(T value)
     m_length += nDigits;
 }
 
-void DataOutputFile::writeNative32(SInt32 value)
-{
-    WriteNative(value);
-} // KEPT: no swap
-
-void DataOutputFile::writeNativeLong32(SInt32 value)
-{
-    WriteNative(value);
-} // KEPT: no swap
-
-void DataOutputFile::writeInt16(SInt32 value)
-{
-    WriteLittleEndian(static_cast<SInt16>(value));
-}
-
-void DataOutputFile::writeInt32(SInt32 value)
-{
-    WriteLittleEndian(value);
-}
-
-void DataOutputFile::writeLong32(SInt32 value)
-{
-    WriteLittleEndian(value);
-}
-
-void DataOutputFile::writeInt64(SInt64 value)
-{
-    WriteLittleEndian(value);
-}
-
-void DataOutputFile::writeFloat(float value)
-{
-    WriteLittleEndian(std::bit_cast<UInt32>(value));
-}
-
-void DataOutputFile::writeDouble(double value)
-{
-    WriteLittleEndian(std::bit_cast<UInt64>(value));
-}
+template void DataOutputFile::WriteNative(SInt32);
+template void DataOutputFile::WriteLittleEndian(SInt16);
+template void DataOutputFile::WriteLittleEndian(SInt32);
+template void DataOutputFile::WriteLittleEndian(SInt64);
+template void DataOutputFile::WriteLittleEndian(UInt32);
+template void DataOutputFile::WriteLittleEndian(UInt64);
 
 } // namespace Veltrano

@@ -11,6 +11,7 @@
 
 #include <CoreServices/MacTypes.h>
 
+#include <bit>
 #include <cstdio>
 #include <memory>
 
@@ -74,22 +75,28 @@ public:
     ///   fails   bytes already read stay in the destination
     ///   throws  EOFException also for 0 bytes without a file, and for a folder
     void read(void* destination, SInt32 nCount) override;
-    SInt32 skip(SInt32 n) override;
+    SInt32 skip(SInt32 n) override { return n; }
     SInt32 readNative32() override;
-    SInt32 readInt8() override;
-    SInt32 readInt16() override;
-    SInt32 readInt32() override;
-    SInt32 readLong32() override;
-    SInt64 readInt64() override;
-    float readFloat() override;
-    double readDouble() override;
-    UInt32 readUInt8() override;
-    UInt32 readUInt16() override;
-    UInt32 readUInt32() override;
-    UInt32 readULong32() override;
+    SInt32 readInt8() override { return ReadValue<SInt8>(); }
+    SInt32 readInt16() override { return ReadValue<SInt16>(); }
+    SInt32 readInt32() override { return ReadValue<SInt32>(); }
+    SInt32 readLong32() override { return ReadValue<SInt32>(); }
+    SInt64 readInt64() override { return ReadValue<SInt64>(); }
+    float readFloat() override { return ReadValue<float>(); }
+    double readDouble() override { return ReadValue<double>(); }
+    UInt32 readUInt8() override { return ReadValue<UInt8>(); }
+    UInt32 readUInt16() override { return ReadValue<UInt16>(); }
+    UInt32 readUInt32() override { return ReadValue<UInt32>(); }
+    UInt32 readULong32() override { return ReadValue<UInt32>(); }
 
 private:
-    template <class T> T ReadLittleEndian();
+    void ReadLittleEndian(void* value, SInt32 nSize);
+    template <class T> T ReadValue()
+    {
+        T value;
+        ReadLittleEndian(&value, sizeof(value));
+        return value;
+    }
 
     FILE* m_file; // null when it could not be opened
 };
@@ -105,14 +112,15 @@ public:
     ///   source  [in]  may lie in the stream's own text
     void write(const void* source, SInt32 nCount) override;
     void writeByte(SInt32 value) override;
-    void writeNative32(SInt32 value) override;
-    void writeNativeLong32(SInt32 value) override;
-    void writeInt16(SInt32 value) override;
-    void writeInt32(SInt32 value) override;
-    void writeLong32(SInt32 value) override;
-    void writeInt64(SInt64 value) override;
-    void writeFloat(float value) override;
-    void writeDouble(double value) override;
+    // KEPT: the native writes do not swap.
+    void writeNative32(SInt32 value) override { WriteNative(value); }
+    void writeNativeLong32(SInt32 value) override { WriteNative(value); }
+    void writeInt16(SInt32 value) override { WriteLittleEndian(static_cast<SInt16>(value)); }
+    void writeInt32(SInt32 value) override { WriteLittleEndian(value); }
+    void writeLong32(SInt32 value) override { WriteLittleEndian(value); }
+    void writeInt64(SInt64 value) override { WriteLittleEndian(value); }
+    void writeFloat(float value) override { WriteLittleEndian(std::bit_cast<UInt32>(value)); }
+    void writeDouble(double value) override { WriteLittleEndian(std::bit_cast<UInt64>(value)); }
 
     /// The text so far with its zero, valid until the next write.
     const char* GetText() const { return m_buffer; }

@@ -247,21 +247,6 @@ bool ReplaceFile(const char* lpszPath, std::string_view text)
 
 // ProfileLineList
 
-ProfileLineList::~ProfileLineList()
-{
-    Clear();
-}
-
-void ProfileLineList::Append(const String& text)
-{
-    InsertBefore(nullptr, text);
-}
-
-void ProfileLineList::RemoveHead()
-{
-    Remove(head);
-}
-
 void ProfileLineList::InsertBefore(ProfileLine* pPosition, const String& text)
 {
     ProfileLine* pPrevious = pPosition ? pPosition->previous : tail;
@@ -299,11 +284,6 @@ int ProfileLineList::GetCount() const
 }
 
 // Opening and closing
-
-ProfileFile::~ProfileFile()
-{
-    Close();
-}
 
 Bool32 ProfileFile::Open(const char* path, const char* mode)
 {

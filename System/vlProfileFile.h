@@ -30,12 +30,12 @@ class ProfileLineList
 {
 public:
     ProfileLineList() = default;
-    ~ProfileLineList();
+    ~ProfileLineList() { Clear(); }
     ProfileLineList(const ProfileLineList&) = delete;
     ProfileLineList& operator=(const ProfileLineList&) = delete;
 
-    void Append(const String& text);
-    void RemoveHead();
+    void Append(const String& text) { InsertBefore(nullptr, text); }
+    void RemoveHead() { Remove(head); }
     /// Inserts at the tail if the position is null.
     void InsertBefore(ProfileLine* pPosition, const String& text);
     /// Frees the line.
@@ -52,7 +52,7 @@ class ProfileFile
 public:
     ProfileFile() = default;
     /// Closes the file; writes it if it was changed.
-    ~ProfileFile();
+    ~ProfileFile() { Close(); }
     ProfileFile(const ProfileFile&) = delete;
     ProfileFile& operator=(const ProfileFile&) = delete;
 

@@ -300,31 +300,6 @@ String operator+(char ch, const String& string)
     return result;
 }
 
-bool operator==(const String& string1, const String& string2)
-{
-    return strcmp(string1, string2) == 0;
-}
-
-bool operator==(const String& string, const char* lpsz)
-{
-    return strcmp(string, lpsz ? lpsz : "") == 0;
-}
-
-bool operator<(const String& string1, const String& string2)
-{
-    return strcmp(string1, string2) < 0;
-}
-
-bool operator<(const String& string, const char* lpsz)
-{
-    return strcmp(string, lpsz ? lpsz : "") < 0;
-}
-
-bool operator<(const char* lpsz, const String& string)
-{
-    return strcmp(lpsz ? lpsz : "", string) < 0;
-}
-
 // Buffer access
 
 char* String::OpenBuffer(int nMinBufLength)
@@ -425,11 +400,6 @@ String String::Substring(int nFirst) const
     return Substring(nFirst, GetLength() - std::max(nFirst, 0));
 }
 
-String String::Head(int nCount) const
-{
-    return Substring(0, nCount);
-}
-
 String String::Tail(int nCount) const
 {
     nCount = std::min(std::max(nCount, 0), GetLength());
@@ -501,11 +471,6 @@ int String::RemoveRange(int nIndex, int nCount)
         GetData()->nDataLength = nLength - nCount;
     }
     return nLength; // KEPT: RemoveRange returns the length before
-}
-
-int String::InsertChar(int nIndex, char ch)
-{
-    return InsertChars(nIndex, &ch, 1);
 }
 
 int String::InsertText(int nIndex, const char* lpsz)

@@ -83,6 +83,13 @@ public:
     friend String operator+(const String& string, char ch);
     friend String operator+(char ch, const String& string);
 
+    /// Comparison as strcmp; a null plain string counts as empty.
+    friend bool operator==(const String& a, const String& b) { return strcmp(a, b) == 0; }
+    friend bool operator==(const String& a, const char* b) { return strcmp(a, b ? b : "") == 0; }
+    friend bool operator<(const String& a, const String& b) { return strcmp(a, b) < 0; }
+    friend bool operator<(const String& a, const char* b) { return strcmp(a, b ? b : "") < 0; }
+    friend bool operator<(const char* a, const String& b) { return strcmp(a ? a : "", b) < 0; }
+
     int GetLength() const { return GetData()->nDataLength; }
     bool IsEmpty() const { return GetData()->nDataLength == 0; }
     int GetAllocLength() const { return GetData()->nAllocLength; }
@@ -112,7 +119,7 @@ public:
     /// Ranges are clamped to the text. The whole text shares the block.
     String Substring(int nFirst, int nCount) const;
     String Substring(int nFirst) const;
-    String Head(int nCount) const;
+    String Head(int nCount) const { return Substring(0, nCount); }
     String Tail(int nCount) const;
     /// The leading characters that are not in, or are in, a set.
     String HeadOutside(const char* lpszCharSet) const;
@@ -130,7 +137,7 @@ public:
     int RemoveRange(int nIndex, int nCount = 1);
     /// Inserts in front of nIndex, which is clamped to the text.
     ///   returns  the new length
-    int InsertChar(int nIndex, char ch);
+    int InsertChar(int nIndex, char ch) { return InsertChars(nIndex, &ch, 1); }
     int InsertText(int nIndex, const char* lpsz);
     ///   returns  how many were replaced, or removed
     int ReplaceChar(char chOld, char chNew);
@@ -188,13 +195,6 @@ private:
     static StringData* nil_;
 };
 static_assert(sizeof(String) == sizeof(void*));
-
-/// Comparison as strcmp.
-bool operator==(const String& string1, const String& string2);
-bool operator==(const String& string, const char* lpsz);
-bool operator<(const String& string1, const String& string2);
-bool operator<(const String& string, const char* lpsz);
-bool operator<(const char* lpsz, const String& string);
 
 // Copies are as cheap as a counter, so they are inline. Their checks are reported under the
 // implementation file, and read the count atomically under the condition's usual text.
