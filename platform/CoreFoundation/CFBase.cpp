@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // CFBase.cpp - reference counts, types and equality of all objects.
 #include "CoreFoundation/CFObject.h"
+#include "support/CatchAll.h"
 
 struct __CFAllocator
 {
@@ -80,9 +81,5 @@ CFTypeID CFGetTypeID(CFTypeRef object)
 
 Boolean CFEqual(CFTypeRef a, CFTypeRef b)
 {
-    try {
-        return CFObject_Equal(a, b);
-    } catch (...) { // no memory to compare them with
-        return false;
-    }
+    return CatchAll<Boolean>(false, [&] { return CFObject_Equal(a, b); });
 }

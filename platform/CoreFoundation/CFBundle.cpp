@@ -3,6 +3,7 @@
 #include "CoreFoundation/CFObject.h"
 #include "CoreFoundation/PropertyList.h"
 #include "Resources/Resources.h"
+#include "support/CatchAll.h"
 #include "support/FileBytes.h"
 #include "support/Ref.h"
 
@@ -120,11 +121,8 @@ static __CFBundle* CreateAt(const std::string& path)
 
 CFBundleRef CFBundleCreate(CFAllocatorRef, CFURLRef url)
 {
-    try {
-        return url != nullptr ? CreateAt(url->Absolute()) : nullptr;
-    } catch (...) {
-        return nullptr;
-    }
+    return CatchAll<CFBundleRef>(
+        nullptr, [&] { return url != nullptr ? CreateAt(url->Absolute()) : nullptr; });
 }
 
 CFBundleRef CFBundleGetMainBundle(void)
@@ -132,22 +130,16 @@ CFBundleRef CFBundleGetMainBundle(void)
     static std::mutex sLock;
     static constinit __CFBundle* sMain = nullptr; // never released
     std::lock_guard lock(sLock);
-    try {
+    return CatchAll<CFBundleRef>(nullptr, [&] {
         if (sMain == nullptr)
             sMain = CreateAt(BundleOfProgram(Program()));
         return sMain;
-    } catch (...) {
-        return nullptr;
-    }
+    });
 }
 
 CFURLRef CFBundleCopyBundleURL(CFBundleRef bundle)
 {
-    try {
-        return CFObject_New<__CFURL>(std::string(), bundle->path, true);
-    } catch (...) {
-        return nullptr;
-    }
+    return CFObject_New<__CFURL>(std::string(), bundle->path, true);
 }
 
 // --- Info.plist ---
@@ -287,7 +279,7 @@ CFURLRef CFBundleCopyResourceURL(CFBundleRef bundle,
 {
     if (bundle == nullptr || name == nullptr)
         return nullptr;
-    try {
+    return CatchAll<CFURLRef>(nullptr, [&] {
         std::string file;
         if (subFolder != nullptr && subFolder->nBytes > 0) {
             file += subFolder->Text();
@@ -305,9 +297,7 @@ CFURLRef CFBundleCopyResourceURL(CFBundleRef bundle,
         struct stat info;
         bool isFolder = stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
         return path.empty() ? nullptr : CFObject_New<__CFURL>(std::string(), path, isFolder);
-    } catch (...) {
-        return nullptr;
-    }
+    });
 }
 
 CFBundleRefNum CFBundleOpenBundleResourceMap(CFBundleRef bundle)
@@ -349,7 +339,7 @@ Boolean CFBundleLoadExecutable(CFBundleRef bundle)
 {
     if (bundle == nullptr)
         return false;
-    try {
+    return CatchAll<Boolean>(false, [&] {
         if (bundle->image != nullptr)
             return true;
         const std::string file = bundle->path + "/Contents/MacOS/" + ExecutableName(bundle);
@@ -361,9 +351,7 @@ Boolean CFBundleLoadExecutable(CFBundleRef bundle)
         else if (!bundle->image.compare_exchange_strong(none, image))
             dlclose(image); // another thread came first; no lock may be held while initialisers run
         return image != nullptr;
-    } catch (...) {
-        return false;
-    }
+    });
 }
 
 Boolean CFBundleIsExecutableLoaded(CFBundleRef bundle)

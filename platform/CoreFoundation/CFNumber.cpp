@@ -85,59 +85,14 @@ template <typename Value> static bool IsNaN(Value value)
         return false;
 }
 
-// Calls `use` with the number's value in its own type.
-template <typename Use> static auto WithValue(const __CFNumber* number, Use use)
-{
-    switch (number->kind) {
-    case __CFNumber::kSigned:
-        return use(number->asSigned);
-    case __CFNumber::kUnsigned:
-        return use(number->asUnsigned);
-    case __CFNumber::kReal:
-        break;
-    }
-    return use(number->asReal);
-}
-
-void __CFNumber::End() noexcept
-{
-    delete this;
-}
-
 bool __CFNumber::Equals(const CFObject& other, CFContainerPairs&) const
 {
-    return WithValue(this, [&other](auto first) {
-        return WithValue(static_cast<const __CFNumber*>(&other), [first](auto second) {
-            decltype(first) converted = 0;
-            return (IsNaN(first) && IsNaN(second))
-                || (Convert(second, converted) && converted == first);
-        });
-    });
-}
-
-__CFNumber::__CFNumber(SInt64 value)
-    : CFObject(kTypeNumber)
-    , kind(kSigned)
-    , asSigned(value)
-{
-}
-
-__CFNumber::__CFNumber(UInt64 value)
-    : CFObject(kTypeNumber)
-    , kind(kUnsigned)
-    , asUnsigned(value)
-{
-    if (std::in_range<SInt64>(value)) {
-        kind = kSigned;
-        asSigned = static_cast<SInt64>(value);
-    }
-}
-
-__CFNumber::__CFNumber(double value)
-    : CFObject(kTypeNumber)
-    , kind(kReal)
-    , asReal(value)
-{
+    const auto isEqual = [](auto first, auto second) {
+        decltype(first) converted = 0;
+        return (IsNaN(first) && IsNaN(second))
+            || (Convert(second, converted) && converted == first);
+    };
+    return std::visit(isEqual, value, static_cast<const __CFNumber&>(other).value);
 }
 
 // Calls `use` with a zero of the C type of a CFNumberType; returns `unknown` for an unknown type.
@@ -191,7 +146,8 @@ CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType type, const void* value)
 Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value)
 {
     return WithType(type, false, [=](auto typed) {
-        bool isExact = WithValue(number, [&typed](auto held) { return Convert(held, typed); });
+        bool isExact
+            = std::visit([&typed](auto held) { return Convert(held, typed); }, number->value);
         std::memcpy(value, &typed, sizeof(typed));
         return isExact;
     });
@@ -199,5 +155,5 @@ Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value)
 
 Boolean CFNumberIsFloatType(CFNumberRef number)
 {
-    return number->kind == __CFNumber::kReal;
+    return std::holds_alternative<double>(number->value);
 }

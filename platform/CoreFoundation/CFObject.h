@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <variant>
 #include <vector>
 
 enum : UInt32 {
@@ -129,25 +130,19 @@ CFStringRef CFString_Create(std::string_view text) noexcept;
 
 struct __CFNumber final : CFObject
 {
-    enum Kind : UInt8 {
-        kSigned,
-        kUnsigned,
-        kReal
-    }; // kUnsigned: only values beyond the signed range
+    using Value
+        = std::variant<SInt64, UInt64, double>; // UInt64: only values beyond the signed range
 
-    explicit __CFNumber(SInt64 value);
-    explicit __CFNumber(UInt64 value);
-    explicit __CFNumber(double value);
+    explicit __CFNumber(Value number)
+        : CFObject(kTypeNumber)
+        , value(number)
+    {
+    }
 
-    void End() noexcept override;
+    void End() noexcept override { delete this; }
     bool Equals(const CFObject& other, CFContainerPairs& later) const override;
 
-    Kind kind;
-    union {
-        SInt64 asSigned;
-        UInt64 asUnsigned;
-        double asReal;
-    };
+    const Value value;
 };
 
 struct __CFDate final : CFObject
@@ -226,9 +221,15 @@ private:
 
 struct __CFURL final : CFObject
 {
-    __CFURL(std::string urlBase, std::string urlPath, bool ofFolder);
+    __CFURL(std::string urlBase, std::string urlPath, bool ofFolder)
+        : CFObject(kTypeURL)
+        , base(std::move(urlBase))
+        , path(std::move(urlPath))
+        , isFolder(ofFolder)
+    {
+    }
 
-    void End() noexcept override;
+    void End() noexcept override { delete this; }
     bool Equals(const CFObject& other, CFContainerPairs& later) const override;
 
     std::string Absolute() const; // throws bad_alloc

@@ -11,6 +11,7 @@
 #include "CoreFoundation/CFObject.h"
 #include "CoreFoundation/PropertyList.h"
 #include "support/BaseFolders.h"
+#include "support/CatchAll.h"
 #include "support/FileBytes.h"
 #include "support/Ref.h"
 
@@ -37,14 +38,6 @@ const CFStringRef kCFPreferencesAnyUser = &sAnyUser;
 const CFStringRef kCFPreferencesCurrentUser = &sCurrentUser;
 const CFStringRef kCFPreferencesCurrentHost = &sCurrentHost;
 
-// --- where a domain lives ---
-
-static bool IsScope(CFStringRef user, CFStringRef host)
-{
-    return (user == kCFPreferencesAnyUser || user == kCFPreferencesCurrentUser)
-        && host == kCFPreferencesCurrentHost;
-}
-
 // --- a domain ---
 
 namespace {
@@ -52,39 +45,32 @@ namespace {
 // Identifies a version of a file.
 struct Version
 {
-    bool exists = false;
-    bool isProof = false; // no other version can have the same stamp
-    dev_t device = 0;
-    ino_t inode = 0;
-    off_t size = 0;
-    timespec changed = {};
-
     Version() = default;
     explicit Version(const struct stat& info)
-        : exists(true)
-        , device(info.st_dev)
+        : device(info.st_dev)
         , inode(info.st_ino)
         , size(info.st_size)
-        , changed(info.st_mtim)
+        , seconds(info.st_mtim.tv_sec)
+        , nanoseconds(info.st_mtim.tv_nsec)
     {
     }
-    bool operator==(const Version& other) const
-    {
-        return exists == other.exists && device == other.device && inode == other.inode
-            && size == other.size && changed.tv_sec == other.changed.tv_sec
-            && changed.tv_nsec == other.changed.tv_nsec;
-    }
+    bool operator==(const Version&) const = default;
 
     // File systems truncate time stamps, some to two seconds. With nanoseconds our own writes have exact
     // stamps, but those of other writers have the granularity of the kernel's clock tick.
-    bool HasFineStamp() const { return changed.tv_nsec % 1000 != 0; }
+    bool HasFineStamp() const { return nanoseconds % 1000 != 0; }
     bool IsOlderThanATick(const timespec& now) const
     {
-        using namespace std::chrono;
-        const nanoseconds age
-            = seconds(now.tv_sec - changed.tv_sec) + nanoseconds(now.tv_nsec - changed.tv_nsec);
-        return age > (HasFineStamp() ? milliseconds(20) : seconds(2));
+        const auto age = std::chrono::seconds(now.tv_sec - seconds)
+            + std::chrono::nanoseconds(now.tv_nsec - nanoseconds);
+        return age > (HasFineStamp() ? std::chrono::milliseconds(20) : std::chrono::seconds(2));
     }
+
+    dev_t device = 0;
+    ino_t inode = 0;
+    off_t size = 0;
+    time_t seconds = 0; // the last change
+    long nanoseconds = 0;
 };
 
 // A file as it was read.
@@ -93,6 +79,7 @@ struct Contents
     int error = 0; // errno; ENOENT: no file
     bool isDamaged = false;
     Version version;
+    bool isProof = false; // no other version can have the same stamp
     Ref<__CFDictionary*> values; // empty if the file is unreadable or damaged
 };
 
@@ -167,7 +154,7 @@ static Contents ReadFile(const std::string& path)
         contents.isDamaged = true;
     } else if (contents.error == 0) {
         contents.version = Version(info);
-        contents.version.isProof = contents.version.IsOlderThanATick(now);
+        contents.isProof = contents.version.IsOlderThanATick(now);
         Ref<> root(PropertyList_CreateFromXML(xml));
         contents.isDamaged = !root || CFGetTypeID(root.get()) != kTypeDictionary;
         if (!contents.isDamaged) {
@@ -281,8 +268,7 @@ static bool IsUnchanged(const Domain& domain)
     struct stat info;
     if (stat(domain.path.c_str(), &info) != 0)
         return errno == ENOENT && domain.read.error == ENOENT;
-    return domain.read.error == 0 && domain.read.version.isProof
-        && Version(info) == domain.read.version;
+    return domain.read.error == 0 && domain.read.isProof && Version(info) == domain.read.version;
 }
 
 static bool IsUnreadable(const Contents& contents)
@@ -401,7 +387,7 @@ static bool WriteFile(Domain& domain, const std::string& path)
         error = FileBytes_Replace(path, xml, domain.isAnyUser ? 0644 : 0600, &info);
         domain.isUnflushed = error != 0 && info.st_ino != 0;
         written.version = Version(info);
-        written.version.isProof = written.version.HasFineStamp();
+        written.isProof = written.version.HasFineStamp();
     } else if (unlink(path.c_str()) == 0) {
         written.error = ENOENT;
         error = FileBytes_FlushFolder(path);
@@ -465,96 +451,91 @@ static bool HasValue(const __CFDictionary& values, CFStringRef key, CFTypeRef va
                             : found != nullptr && CFObject_Equal(found->value, value);
 }
 
+// Calls `use` with a domain while no other thread uses the domains. Returns `failure` for an unknown user or
+// host, or if `use` throws.
+template <typename Result, typename Use>
+static Result WithDomain(
+    CFStringRef application, CFStringRef user, CFStringRef host, Result failure, Use use) noexcept
+{
+    if ((user != kCFPreferencesAnyUser && user != kCFPreferencesCurrentUser)
+        || host != kCFPreferencesCurrentHost) {
+        return failure;
+    }
+    Domains& domains = GetDomains();
+    std::lock_guard lock(domains.lock);
+    return CatchAll<Result>(failure, [&] {
+        return use(FindDomain(domains, application, user == kCFPreferencesAnyUser));
+    });
+}
+
+// Sets a value, or removes it if it is null, in memory. False if a property list cannot hold it. Throws
+// bad_alloc.
+static bool SetValue(Domain& domain, CFStringRef key, CFPropertyListRef value)
+{
+    if (domain.mustLook)
+        Refresh(domain);
+    Ref<> copy(value != nullptr ? PropertyList_CreateDeepCopy(value) : nullptr);
+    if (key->Text().find('\0') != std::string_view::npos || (value != nullptr && !copy))
+        return false;
+    auto values = IsChanged(domain)
+        ? Ref_Retained(domain.values.get())
+        : Ref<__CFDictionary*>(new __CFDictionary(*domain.values.get()));
+    SetIn(*values.get(), key, copy.get());
+    if (HasValue(*domain.read.values.get(), key, value)) {
+        SetValues(domain, std::move(values)); // this may undo the only change
+    } else {
+        domain.values = std::move(values);
+    }
+    domain.plain.erase(std::string(key->Text()));
+    if (AsDictionary(value) == nullptr)
+        domain.plain.emplace(key->Text(), std::move(copy));
+    return true;
+}
+
 void CFPreferencesSetValue(CFStringRef key,
                            CFPropertyListRef value,
                            CFStringRef application,
                            CFStringRef user,
                            CFStringRef host)
 {
-    if (!IsScope(user, host))
-        return;
-    Domains& domains = GetDomains();
-    std::lock_guard lock(domains.lock);
-    Domain* domain = nullptr;
-    try {
-        domain = &FindDomain(domains, application, user == kCFPreferencesAnyUser);
-        if (domain->mustLook)
-            Refresh(*domain);
-        Ref<> copy(value != nullptr ? PropertyList_CreateDeepCopy(value) : nullptr);
-        if (key->Text().find('\0') != std::string_view::npos || (value != nullptr && !copy)) {
-            domain->isRefused = true;
-            return;
-        }
-        auto values = IsChanged(*domain)
-            ? Ref_Retained(domain->values.get())
-            : Ref<__CFDictionary*>(new __CFDictionary(*domain->values.get()));
-        SetIn(*values.get(), key, copy.get());
-        if (HasValue(*domain->read.values.get(), key, value)) {
-            SetValues(*domain, std::move(values)); // this may undo the only change
-        } else {
-            domain->values = std::move(values);
-        }
-        domain->plain.erase(std::string(key->Text()));
-        if (AsDictionary(value) == nullptr)
-            domain->plain.emplace(key->Text(), std::move(copy));
-    } catch (...) {
-        if (domain != nullptr)
-            domain->isRefused = true;
-    }
+    WithDomain(application, user, host, false, [=](Domain& domain) {
+        const bool isSet = CatchAll<bool>(false, [&] { return SetValue(domain, key, value); });
+        domain.isRefused |= !isSet;
+        return isSet;
+    });
 }
 
 CFPropertyListRef
 CFPreferencesCopyValue(CFStringRef key, CFStringRef application, CFStringRef user, CFStringRef host)
 {
-    if (!IsScope(user, host))
-        return nullptr;
-    Domains& domains = GetDomains();
-    std::lock_guard lock(domains.lock);
-    try {
-        Domain& domain = FindDomain(domains, application, user == kCFPreferencesAnyUser);
+    return WithDomain<CFPropertyListRef>(application, user, host, nullptr, [=](Domain& domain) {
         TryToRefresh(domain);
         const auto* found = domain.values->Find(key);
         return found != nullptr ? CFRetain(found->value) : nullptr;
-    } catch (...) {
-        return nullptr;
-    }
+    });
 }
 
 CFArrayRef CFPreferencesCopyKeyList(CFStringRef application, CFStringRef user, CFStringRef host)
 {
-    if (!IsScope(user, host))
-        return nullptr;
-    Domains& domains = GetDomains();
-    std::lock_guard lock(domains.lock);
-    try {
-        Domain& domain = FindDomain(domains, application, user == kCFPreferencesAnyUser);
+    return WithDomain<CFArrayRef>(application, user, host, nullptr, [](Domain& domain) {
         TryToRefresh(domain);
-        if (domain.values->entries.empty())
-            return nullptr;
         Ref<__CFArray*> keys(new __CFArray);
         for (const auto& entry : domain.values->entries) {
             keys->values.push_back(entry.key);
             CFRetain(entry.key);
         }
-        return keys.release();
-    } catch (...) {
-        return nullptr;
-    }
+        return keys->values.empty() ? nullptr : keys.release();
+    });
 }
 
 Boolean CFPreferencesSynchronize(CFStringRef application, CFStringRef user, CFStringRef host)
 {
-    if (!IsScope(user, host))
-        return false;
-    Domains& domains = GetDomains();
-    std::lock_guard lock(domains.lock);
-    try {
-        Domain& domain = FindDomain(domains, application, user == kCFPreferencesAnyUser);
+    return WithDomain(application, user, host, false, [](Domain& domain) {
         std::string path = BaseFolders_Preferences(domain.application, domain.isAnyUser);
         if (path != domain.path) { // the environment has changed
             domain.path = path;
             domain.read.error = 0;
-            domain.read.version = Version(); // belongs to the previous file
+            domain.read.isProof = false; // of the previous file
         }
         bool isRefused = std::exchange(domain.isRefused, false);
         if (domain.path.empty())
@@ -569,7 +550,5 @@ Boolean CFPreferencesSynchronize(CFStringRef application, CFStringRef user, CFSt
             domain.plain.clear();
         domain.mustLook = true;
         return isDone && !isRefused;
-    } catch (...) {
-        return false;
-    }
+    });
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // CFString.cpp - immutable strings, stored as UTF-8 behind the object.
 #include "CoreFoundation/CFObject.h"
+#include "support/CatchAll.h"
 #include "support/Utf8.h"
 
 #include <CoreFoundation/CFString.h>
@@ -178,7 +179,7 @@ CFStringRef CFStringCreateWithBytes(
         return CFString_Create(text);
     if (!FindEightBit(encoding, eightBit))
         return nullptr;
-    try {
+    return CatchAll<CFStringRef>(nullptr, [&]() -> CFStringRef {
         std::string utf8;
         for (char character : text) {
             UInt32 code = ToCode(eightBit, static_cast<UInt8>(character));
@@ -187,9 +188,7 @@ CFStringRef CFStringCreateWithBytes(
             Utf8_Append(utf8, code);
         }
         return CFString_Create(utf8);
-    } catch (...) {
-        return nullptr;
-    }
+    });
 }
 
 CFStringRef

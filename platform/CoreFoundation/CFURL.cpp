@@ -2,6 +2,7 @@
 // CFURL.cpp - file URLs, stored as paths.
 #include "CoreFoundation/CFObject.h"
 #include "CoreServices/FileRefs.h"
+#include "support/CatchAll.h"
 
 #include <CoreFoundation/CFURL.h>
 
@@ -10,23 +11,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-void __CFURL::End() noexcept
-{
-    delete this;
-}
-
 bool __CFURL::Equals(const CFObject& object, CFContainerPairs&) const
 {
     const auto& other = static_cast<const __CFURL&>(object);
     return base == other.base && path == other.path && isFolder == other.isFolder;
-}
-
-__CFURL::__CFURL(std::string urlBase, std::string urlPath, bool ofFolder)
-    : CFObject(kTypeURL)
-    , base(std::move(urlBase))
-    , path(std::move(urlPath))
-    , isFolder(ofFolder)
-{
 }
 
 std::string __CFURL::Absolute() const
@@ -45,7 +33,7 @@ CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef,
         || std::memchr(path, 0, static_cast<size_t>(length)) != nullptr) {
         return nullptr;
     }
-    try {
+    return CatchAll<CFURLRef>(nullptr, [&]() -> CFURLRef {
         std::string text(reinterpret_cast<const char*>(path), static_cast<size_t>(length));
         bool isFolder = isDirectory || text.ends_with('/');
         while (text.size() > 1 && text.ends_with('/'))
@@ -58,14 +46,12 @@ CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef,
             base = folder;
         }
         return CFObject_New<__CFURL>(std::move(base), std::move(text), isFolder);
-    } catch (...) {
-        return nullptr;
-    }
+    });
 }
 
 CFURLRef CFURLCreateCopyDeletingLastPathComponent(CFAllocatorRef, CFURLRef url)
 {
-    try {
+    return CatchAll<CFURLRef>(nullptr, [&] {
         std::string path = url->path;
         size_t slash = path.rfind('/');
         std::string last = path.substr(slash == std::string::npos ? 0 : slash + 1);
@@ -80,9 +66,7 @@ CFURLRef CFURLCreateCopyDeletingLastPathComponent(CFAllocatorRef, CFURLRef url)
             path.pop_back();
         }
         return CFObject_New<__CFURL>(url->base, std::move(path), true);
-    } catch (...) {
-        return nullptr;
-    }
+    });
 }
 
 CFURLRef CFURLCreateFromFSRef(CFAllocatorRef, const FSRef* ref)
@@ -100,7 +84,7 @@ Boolean CFURLGetFileSystemRepresentation(CFURLRef url,
                                          UInt8* buffer,
                                          CFIndex size)
 {
-    try {
+    return CatchAll<Boolean>(false, [&] {
         std::string path = resolveAgainstBase ? url->Absolute()
             : url->path.empty()               ? "."
                                               : url->path;
@@ -108,7 +92,5 @@ Boolean CFURLGetFileSystemRepresentation(CFURLRef url,
             return false;
         std::memcpy(buffer, path.c_str(), path.size() + 1);
         return true;
-    } catch (...) {
-        return false;
-    }
+    });
 }

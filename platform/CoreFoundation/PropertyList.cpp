@@ -143,8 +143,9 @@ static CFNumberRef CreateInteger(std::string_view text)
         || magnitude > most) {
         return nullptr;
     }
-    return isNegative ? new __CFNumber(static_cast<SInt64>(0 - magnitude))
-                      : new __CFNumber(magnitude);
+    if (isNegative || magnitude <= INT64_MAX)
+        return new __CFNumber(static_cast<SInt64>(isNegative ? 0 - magnitude : magnitude));
+    return new __CFNumber(magnitude);
 }
 
 static CFNumberRef CreateReal(std::string_view text)
@@ -545,25 +546,20 @@ static void AppendElement(std::string& xml, const char* name, std::string_view t
     ((xml += "</") += name) += ">\n";
 }
 
-static void AppendNumber(std::string& xml, const __CFNumber* number)
-{
-    switch (number->kind) {
-    case __CFNumber::kSigned:
-        return AppendElement(xml, "integer", std::to_string(number->asSigned));
-    case __CFNumber::kUnsigned:
-        return AppendElement(xml, "integer", std::to_string(number->asUnsigned));
-    case __CFNumber::kReal:
-        return AppendElement(xml, "real", FormatReal(number->asReal));
-    }
-}
-
 static void AppendScalar(std::string& xml, CFTypeRef value)
 {
     switch (CFGetTypeID(value)) {
     case kTypeString:
         return AppendElement(xml, "string", static_cast<CFStringRef>(value)->Text());
     case kTypeNumber:
-        return AppendNumber(xml, static_cast<CFNumberRef>(value));
+        return std::visit(
+            [&xml](auto number) {
+                if constexpr (std::is_floating_point_v<decltype(number)>)
+                    AppendElement(xml, "real", FormatReal(number));
+                else
+                    AppendElement(xml, "integer", std::to_string(number));
+            },
+            static_cast<CFNumberRef>(value)->value);
     case kTypeDate:
         return AppendElement(xml, "date", FormatDate(static_cast<CFDateRef>(value)->at));
     case kTypeBoolean:

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Files.cpp - references to existing files and folders.
 #include "CoreServices/FileRefs.h"
+#include "support/CatchAll.h"
 #include "support/Utf8.h"
 
 #include <algorithm>
@@ -119,7 +120,7 @@ OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory)
 {
     if (path == nullptr || ref == nullptr)
         return paramErr;
-    try {
+    return CatchAll<OSStatus>(memFullErr, [&]() -> OSStatus {
         const char* text = reinterpret_cast<const char*>(path);
         char* canonical = realpath(text, nullptr);
         if (canonical == nullptr)
@@ -132,9 +133,7 @@ OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory)
         if (isDirectory != nullptr)
             *isDirectory = S_ISDIR(info.st_mode);
         return noErr;
-    } catch (...) {
-        return memFullErr;
-    }
+    });
 }
 
 static HFSUniStr255 UnicodeName(std::string_view name)
@@ -187,7 +186,7 @@ OSErr FSGetCatalogInfo(const FSRef* ref,
     struct stat status;
     if (lstat(path->c_str(), &status) != 0)
         return static_cast<OSErr>(FileRefs_Error(errno));
-    try {
+    return CatchAll<OSErr>(memFullErr, [&]() -> OSErr {
         bool isRoot = *path == "/";
         size_t slash = path->rfind('/');
         std::string_view ownName
@@ -208,7 +207,5 @@ OSErr FSGetCatalogInfo(const FSRef* ref,
             *parent = folderRef;
         }
         return noErr;
-    } catch (...) {
-        return memFullErr;
-    }
+    });
 }

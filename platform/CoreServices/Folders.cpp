@@ -2,6 +2,7 @@
 // Folders.cpp - the well-known folders.
 #include "CoreServices/FileRefs.h"
 #include "support/BaseFolders.h"
+#include "support/CatchAll.h"
 
 #include <CoreServices/Folders.h>
 
@@ -13,7 +14,7 @@ OSErr FSFindFolder(SInt16 domain, OSType folder, Boolean create, FSRef* found)
         || (domain != kUserDomain && domain != kLocalDomain)) {
         return fnfErr;
     }
-    try {
+    return CatchAll<OSErr>(memFullErr, [&]() -> OSErr {
         bool isUser = domain == kUserDomain;
         std::string path = isUser ? BaseFolders_User("XDG_DATA_HOME", "/.local/share")
                                   : BaseFolders_Local("XDG_DATA_DIRS", "/usr/local/share");
@@ -31,7 +32,5 @@ OSErr FSFindFolder(SInt16 domain, OSType folder, Boolean create, FSRef* found)
         if (status == noErr)
             *found = ref;
         return static_cast<OSErr>(status);
-    } catch (...) {
-        return memFullErr;
-    }
+    });
 }

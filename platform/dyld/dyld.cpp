@@ -2,6 +2,8 @@
 // dyld.cpp - the images of this process, from the loader's own list.
 // The list is copied when it has changed. No lock is held while the loader is asked, since it may be
 // running an image's initialisers that ask for the list themselves.
+#include "support/CatchAll.h"
+
 #include <mach-o/dyld.h>
 
 #include <climits>
@@ -123,27 +125,23 @@ static std::string AbsoluteName(const mach_header* header, const std::string& na
 
 uint32_t _dyld_image_count(void)
 {
-    try {
+    return CatchAll<uint32_t>(0, [&] {
         return WithImages([](const auto& list) { return static_cast<uint32_t>(list.size()); });
-    } catch (...) {
-        return 0;
-    }
+    });
 }
 
 const struct mach_header* _dyld_get_image_header(uint32_t index)
 {
-    try {
+    return CatchAll<const mach_header*>(nullptr, [&] {
         return WithImages([index](const auto& list) {
             return index < list.size() ? list[index].header : nullptr;
         });
-    } catch (...) {
-        return nullptr;
-    }
+    });
 }
 
 const char* _dyld_get_image_name(uint32_t index)
 {
-    try {
+    return CatchAll<const char*>(nullptr, [&]() -> const char* {
         Image image = WithImages([index](const auto& list) {
             return index < list.size() ? list[index] : Image { nullptr, {}, nullptr };
         });
@@ -159,7 +157,5 @@ const char* _dyld_get_image_name(uint32_t index)
             list[index].absoluteName = kept;
         }
         return kept;
-    } catch (...) {
-        return nullptr;
-    }
+    });
 }

@@ -2,6 +2,8 @@
 // FileBytes.cpp - whole small files.
 #include "support/FileBytes.h"
 
+#include "support/CatchAll.h"
+
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -128,16 +130,14 @@ static int OpenFolder(const std::string& path)
 
 int FileBytes_FlushFolder(const std::string& path) noexcept
 {
-    try {
+    return CatchAll<int>(ENOMEM, [&] {
         int folder = OpenFolder(path);
         if (folder < 0)
             return errno;
         int error = ErrorIfSupported(fsync(folder));
         close(folder);
         return error;
-    } catch (...) {
-        return ENOMEM;
-    }
+    });
 }
 
 static int ReplaceIn(int folder,
@@ -170,7 +170,7 @@ int FileBytes_Replace(const std::string& path,
                       mode_t mode,
                       struct stat* info) noexcept
 {
-    try {
+    return CatchAll<int>(ENOMEM, [&] {
         std::string temporary = path + ".tmp";
         int folder = OpenFolder(path); // first: after the rename only its fsync can fail
         if (folder < 0)
@@ -178,15 +178,13 @@ int FileBytes_Replace(const std::string& path,
         int error = ReplaceIn(folder, temporary.c_str(), path.c_str(), bytes, mode, info);
         close(folder);
         return error;
-    } catch (...) {
-        return ENOMEM;
-    }
+    });
 }
 
 int FileBytes_ResolveLinks(std::string& path) noexcept
 {
     constexpr int kMostLinks = 40; // as in the kernel
-    try {
+    return CatchAll<int>(ENOMEM, [&] {
         char target[PATH_MAX];
         for (int i = 0; i < kMostLinks; ++i) {
             const ssize_t n = readlink(path.c_str(), target, sizeof(target));
@@ -199,7 +197,5 @@ int FileBytes_ResolveLinks(std::string& path) noexcept
             path.append(target, static_cast<size_t>(n));
         }
         return ELOOP;
-    } catch (...) {
-        return ENOMEM;
-    }
+    });
 }
