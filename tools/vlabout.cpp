@@ -8,7 +8,6 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QTemporaryDir>
-#include <QtGui/QScreen>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QWidget>
 #include <xcb/xcb.h>
@@ -82,14 +81,13 @@ void TakeSnapshot(EventLoopTimerRef, void* userData)
 /// Shows the box over a window, or in the middle of the screen.
 int ShowBox(const Arguments& arguments, VeltranoModuleRef module, const std::string& host, int id)
 {
-    QWidget screen; // never shown: it covers the screen, so the box is centred there
-    screen.setGeometry(QGuiApplication::primaryScreen()->availableGeometry());
-    const long parentId = arguments.GetInteger("parent", 0, 0, UINT32_MAX);
-    const WindowRef parent = parentId == 0
-        ? CreateWindowRefWithQWidget(&screen)
-        : CreateWindowRefWithX11Window(static_cast<unsigned long>(parentId));
-    if (parent == nullptr)
-        Fail(std::string("no window ") + arguments.Get("parent"));
+    WindowRef parent = nullptr;
+    if (arguments.Has("parent")) {
+        const long parentId = arguments.GetInteger("parent", 0, 0, UINT32_MAX);
+        parent = CreateWindowRefWithX11Window(static_cast<unsigned long>(parentId));
+        if (parent == nullptr)
+            Fail(std::string("no window ") + arguments.Get("parent"));
+    }
     const int style = static_cast<int>(arguments.GetInteger("style", 0, 0, 1));
     const int result
         = VeltranoShowAboutBox(module, parent, host.c_str(), id, arguments.Get("version", nullptr),

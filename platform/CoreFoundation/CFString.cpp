@@ -92,36 +92,24 @@ static constexpr char16_t kWindowsLatin1[32] = {
     0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
 };
 
-namespace {
-
 // An 8-bit encoding: a table of the characters from 80 on; bytes beyond it map to themselves.
-struct EightBit
+static constexpr struct EightBit
 {
+    CFStringEncoding encoding;
     const char16_t* table;
     UInt32 nTable;
     UInt32 nCharacters; // 128 for plain ASCII
-};
+} kEightBit[] = { { kCFStringEncodingMacRoman, kMacRoman, 128, 256 },
+                  { kCFStringEncodingWindowsLatin1, kWindowsLatin1, 32, 256 },
+                  { kCFStringEncodingISOLatin1, nullptr, 0, 256 },
+                  { kCFStringEncodingASCII, nullptr, 0, 128 } };
 
-} // namespace
-
-static bool FindEightBit(CFStringEncoding encoding, EightBit& found)
+// Null for any other encoding.
+static const EightBit* FindEightBit(CFStringEncoding encoding)
 {
-    switch (encoding) {
-    case kCFStringEncodingMacRoman:
-        found = { kMacRoman, 128, 256 };
-        return true;
-    case kCFStringEncodingWindowsLatin1:
-        found = { kWindowsLatin1, 32, 256 };
-        return true;
-    case kCFStringEncodingISOLatin1:
-        found = { nullptr, 0, 256 };
-        return true;
-    case kCFStringEncodingASCII:
-        found = { nullptr, 0, 128 };
-        return true;
-    default:
-        return false;
-    }
+    const auto* found = std::find_if(std::begin(kEightBit), std::end(kEightBit),
+                                     [=](const auto& each) { return each.encoding == encoding; });
+    return found != std::end(kEightBit) ? found : nullptr;
 }
 
 static UInt32 ToCode(const EightBit& encoding, UInt8 byte)
@@ -174,15 +162,15 @@ CFStringRef CFStringCreateWithBytes(
     if (length < 0 || (bytes == nullptr && length > 0))
         return nullptr;
     std::string_view text(reinterpret_cast<const char*>(bytes), static_cast<size_t>(length));
-    EightBit eightBit;
     if (encoding == kCFStringEncodingUTF8)
         return CFString_Create(text);
-    if (!FindEightBit(encoding, eightBit))
+    const EightBit* eightBit = FindEightBit(encoding);
+    if (eightBit == nullptr)
         return nullptr;
     return CatchAll<CFStringRef>(nullptr, [&]() -> CFStringRef {
         std::string utf8;
         for (char character : text) {
-            UInt32 code = ToCode(eightBit, static_cast<UInt8>(character));
+            UInt32 code = ToCode(*eightBit, static_cast<UInt8>(character));
             if (code == kUtf8Invalid)
                 return nullptr;
             Utf8_Append(utf8, code);
@@ -241,9 +229,8 @@ CFIndex CFStringGetLength(CFStringRef string)
 
 const char* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding encoding)
 {
-    EightBit eightBit;
-    bool isHeldSo = encoding == kCFStringEncodingUTF8
-        || (string->IsASCII() && FindEightBit(encoding, eightBit));
+    bool isHeldSo
+        = encoding == kCFStringEncodingUTF8 || (string->IsASCII() && FindEightBit(encoding));
     // Null for a text with a zero, which the caller would see cut short.
     return isHeldSo && std::strlen(string->bytes) == string->nBytes ? string->bytes : nullptr;
 }
@@ -254,20 +241,20 @@ CFStringGetCString(CFStringRef string, char* buffer, CFIndex size, CFStringEncod
     if (buffer == nullptr || size <= 0)
         return false;
     size_t room = static_cast<size_t>(size);
-    EightBit eightBit;
     if (encoding == kCFStringEncodingUTF8) {
         if (string->nBytes >= room)
             return false;
         std::memcpy(buffer, string->bytes, string->nBytes + 1);
         return true;
     }
-    if (!FindEightBit(encoding, eightBit))
+    const EightBit* eightBit = FindEightBit(encoding);
+    if (eightBit == nullptr)
         return false;
     const UInt8* p = reinterpret_cast<const UInt8*>(string->bytes);
     const UInt8* end = p + string->nBytes;
     size_t n = 0;
     for (; p < end; ++n) {
-        int byte = FromCode(eightBit, Utf8_Next(p, end));
+        int byte = FromCode(*eightBit, Utf8_Next(p, end));
         if (byte < 0 || n + 1 >= room)
             return false;
         buffer[n] = static_cast<char>(byte);
