@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Toolbox_test.cpp - windows, controls, events and alerts without a screen, by recorded conversations: the texts in
-// toolbox/ hold commands, most of them a routine of the API, and indented below each what it answered and what
-// happened meanwhile.
+// Toolbox_test.cpp - windows, controls, events and alerts without a screen, by the recorded conversations in toolbox/.
 #include "tests/support/NibBundle.h"
 #include "tools/PictureWriter.h"
 #include "tools/ResourceWriter.h"
@@ -22,9 +20,9 @@
 #include <map>
 #include <memory>
 
-static std::ostream& operator<<(std::ostream& out, const QString& text)
+static std::string Shown(const QString& text)
 {
-    return out << text.toStdString();
+    return Shown(text.toStdString());
 }
 
 static std::ostream& operator<<(std::ostream& out, const QRect& r)
@@ -37,11 +35,6 @@ static std::ostream& operator<<(std::ostream& out, const Rect& r)
     return out << QRect(r.left, r.top, r.right - r.left, r.bottom - r.top);
 }
 
-static std::string Shown(const QString& text)
-{
-    return Shown(text.toStdString());
-}
-
 namespace {
 
 std::string Code(UInt32 code)
@@ -49,13 +42,52 @@ std::string Code(UInt32 code)
     return { char(code >> 24), char(code >> 16), char(code >> 8), char(code) };
 }
 
-UInt32 CodeOf(const std::string& text)
+std::map<std::string, WindowRef> sWindows;
+std::map<std::string, QPointer<QWidget>> sWidgets;
+char sJunk[64] = {};
+
+} // namespace
+
+template <> WindowRef Argument<WindowRef>::Of(const std::string& word)
 {
-    UInt32 code = 0;
-    for (const char c : text)
-        code = code << 8 | static_cast<unsigned char>(c);
-    return code;
+    return word == "junk" ? reinterpret_cast<WindowRef>(sJunk) : sWindows[word];
 }
+
+/// WINDOW.NUMBER, also with a signature in front of the number.
+template <> ControlRef Argument<ControlRef>::Of(const std::string& word)
+{
+    const std::string number = word.substr(word.find('.') + 1);
+    if (number == "junk")
+        return reinterpret_cast<ControlRef>(sJunk);
+    const std::size_t digit = std::min(number.find_first_of("0123456789"), number.size());
+    const ControlID id { digit == 4 ? Argument<UInt32>::Of(number.substr(0, 4)) : UInt32 { 'test' },
+                         std::atoi(number.substr(digit).c_str()) };
+    ControlRef control = nullptr;
+    GetControlByID(Argument<WindowRef>::Of(word.substr(0, word.find('.'))), &id, &control);
+    return control;
+}
+
+/// Of a window, a host, or the alert on the screen.
+template <> QWidget* Argument<QWidget*>::Of(const std::string& word)
+{
+    for (QWidget* widget : QApplication::topLevelWidgets())
+        if (word == "alert" && widget->isVisible() && widget->findChild<QScrollArea*>())
+            return widget;
+    EXPECT_TRUE(sWidgets[word]) << word;
+    return sWidgets[word];
+}
+template <> QWindow* Argument<QWindow*>::Of(const std::string& word)
+{
+    return Argument<QWidget*>::Of(word)->windowHandle();
+}
+
+template <> QPoint Argument<QPoint>::Of(const std::string& word)
+{
+    const QStringList parts = QString::fromStdString(word).split(u',');
+    return { parts.value(0).toInt(), parts.value(1).toInt() };
+}
+
+namespace {
 
 class Toolbox : public testing::TestWithParam<const char*>, protected Conversation
 {
@@ -63,18 +95,70 @@ protected:
     Toolbox()
         : Conversation(GetParam())
     {
-        std::ifstream names(TEST_FOLDER "/toolbox/errors.txt");
-        for (auto [number, name] = std::pair(0, std::string()); names >> number >> name;)
-            m_errors[number] = name;
         Later(0, [] {}); // starts the toolbox, so that a host's widgets can be made
     }
     ~Toolbox() override
     {
         m_handlers.clear();
-        for (const auto& [name, window] : m_windows)
+        for (const auto& [name, window] : std::exchange(sWindows, {}))
             DisposeWindow(window);
-        for (const auto& [name, widget] : m_widgets)
+        for (const auto& [name, widget] : std::exchange(sWidgets, {}))
             delete widget;
+    }
+
+    void SetPicture(SInt16 id, const char* color)
+    {
+        m_image = QImage(4, 4, QImage::Format_RGB32);
+        m_image.fill(QColor(color));
+        const QByteArray data = EncodePicture(m_image, m_image.rect());
+        m_resources.Set({ 'PICT', id, 0, {}, { data.begin(), data.end() } });
+    }
+
+    OSErr UsePicture(ControlRef control, SInt16 id)
+    {
+        const CFBundleRefNum map = CFBundleOpenBundleResourceMap(m_bundle->Bundle());
+        PicHandle picture = GetPicture(id);
+        PicHandle kept = nullptr;
+        const OSErr error = SetControlData(control, 5, 'pich', sizeof picture, &picture);
+        GetControlData(control, 0, 'pich', sizeof kept, &kept, nullptr);
+        EXPECT_TRUE(error != noErr || picture == kept);
+        ReleaseResource(reinterpret_cast<Handle>(picture));
+        CFBundleCloseBundleResourceMap(m_bundle->Bundle(), map);
+        return error;
+    }
+
+    /// Text comes out byte for byte as it went in.
+    static OSErr SetText(ControlRef control, std::string text)
+    {
+        const auto size = static_cast<Size>(text.size());
+        const OSErr error = SetControlData(control, 0, 'text', size, text.data());
+        std::string its(text.size(), '?');
+        Size itsSize = -1;
+        GetControlData(control, 0, 'text', size, its.data(), &itsSize);
+        EXPECT_TRUE(error != noErr || (text == its && size == itsSize));
+        return error;
+    }
+
+    /// Its text into a buffer that is too small and ends two characters before the string.
+    void Cut(ControlRef control, std::string text)
+    {
+        Size full = 0;
+        GetControlData(control, 0, 'text', static_cast<Size>(text.size()) - 2, text.data(), &full);
+        Say(Shown(text), " of ", full);
+    }
+
+    void AddHandler(const std::string& name, WindowRef window, OSStatus answer, std::string what)
+    {
+        m_handlers[name] = std::make_unique<Handler>(
+            GetWindowEventTarget(window),
+            std::vector<EventTypeSpec> { { kEventClassCommand, kEventCommandProcess } },
+            [=, this](EventRef) {
+                const OSStatus kept = answer; // it may remove itself
+                Say(name, " is called");
+                if (!what.empty())
+                    Do(std::string(what));
+                return kept;
+            });
     }
 
     void Do(const std::string& line) override
@@ -84,54 +168,26 @@ protected:
         else
             Conversation::Do(line);
     }
-    /// Silent about success.
-    bool Good(OSStatus error)
+
+    void DoNext()
     {
-        if (error != noErr)
-            Say(m_errors.contains(error) ? m_errors[error] : std::to_string(error));
-        return error == noErr;
+        if (m_isBusy) // the one before it looks at events itself
+            return Later(0.01, [this] { DoNext(); });
+        const std::string command = m_pending.front();
+        m_pending.pop_front();
+        Say('(', command, ')');
+        m_isBusy = !command.starts_with("run ");
+        Do(command);
+        m_isBusy = false;
     }
 
-    // The arguments of the command
-    SInt16 Short(std::size_t at) const { return static_cast<SInt16>(Int(at)); }
-    QPoint Point(std::size_t at) const
-    {
-        const QStringList parts = QString::fromStdString(Word(at)).split(u',');
-        return { parts.value(0).toInt(), parts.value(1).toInt() };
-    }
-    WindowRef Window(std::size_t at)
-    {
-        return Word(at) == "junk" ? reinterpret_cast<WindowRef>(m_junk) : m_windows[Word(at)];
-    }
-    /// By its window and number, or "junk", or none.
-    ControlRef Control(std::size_t window, std::size_t number)
-    {
-        if (Word(number) == "junk")
-            return reinterpret_cast<ControlRef>(m_junk);
-        const ControlID id = m_nib.empty() // the example's: by signature and number
-            ? ControlID { CodeOf(Word(number).substr(0, 4)), std::atoi(Word(number).c_str() + 4) }
-            : ControlID { 'test', std::atoi(Word(number).c_str()) };
-        ControlRef control = nullptr;
-        GetControlByID(Window(window), &id, &control);
-        return control;
-    }
-    /// Of a window, a host, or the alert on the screen.
-    QWidget* Widget(std::size_t at)
-    {
-        for (QWidget* widget : QApplication::topLevelWidgets())
-            if (Word(at) == "alert" && widget->isVisible() && widget->findChild<QScrollArea*>())
-                return widget;
-        EXPECT_TRUE(m_widgets[Word(at)]) << Word(at);
-        return m_widgets[Word(at)];
-    }
-    QWindow* HandleAt(std::size_t at) { return Widget(at)->windowHandle(); }
     OSStatus Log(const std::string& window, EventRef event)
     {
         if (GetEventClass(event) == kEventClassWindow) {
             WindowRef direct = nullptr;
             GetEventParameter(event, kEventParamDirectObject, typeWindowRef, nullptr, sizeof direct,
                               nullptr, &direct);
-            EXPECT_EQ(m_windows[window], direct);
+            EXPECT_EQ(sWindows[window], direct);
             Say(window, ": ", m_kinds.at(GetEventKind(event)));
         } else {
             HICommandExtended command {};
@@ -144,37 +200,36 @@ protected:
         return eventNotHandledErr;
     }
 
-    void Open(const std::string& name)
+    void Open(const std::string& name, const std::string& object)
     {
         std::string xib
             = m_nib.empty() ? ReadFile(TEST_DATA "/example.nib/objects.xib") : NibOf(m_nib);
-        for (const auto& [from, to] : std::exchange(m_edits, {})) {
-            EXPECT_NE(xib.npos, xib.find(from)) << from;
-            xib.replace(xib.find(from), from.size(), Expanded(to));
+        for (const auto& edit : std::exchange(m_edits, {})) {
+            EXPECT_NE(xib.npos, xib.find(edit[1])) << edit[1];
+            xib.replace(xib.find(edit[1]), edit[1].size(), edit[2]);
         }
         if (std::exchange(m_isWide, false)) // UTF-16
             for (std::string narrow = std::exchange(xib, "\xFF\xFE"); const char c : narrow)
                 xib += { c, '\0' };
         m_bundle = std::make_unique<NibBundle>(xib);
-        const auto bytes = m_resources.Serialize().value();
-        WriteFile(m_bundle->Resource("Test.rsrc"), { bytes.begin(), bytes.end() });
+        m_bundle->Put(m_resources);
         m_image.save(QString::fromStdString(m_bundle->Resource("image.png")));
         m_handlers.erase(name);
-        DisposeWindow(m_windows[name]);
+        DisposeWindow(sWindows[name]);
         const QWidgetList before = QApplication::topLevelWidgets();
         WindowRef window = nullptr;
         const SInt16 file = CurResFile();
-        if (!Good(m_bundle->Open(Word(2).empty() ? "Test" : Word(2), &window))) {
+        if (!Good(m_bundle->Open(object, &window))) {
             EXPECT_FALSE(window);
             return;
         }
         EXPECT_EQ(file, CurResFile());
-        for (auto& [gone, its] : m_windows) // whose place this one may have taken
+        for (auto& [gone, its] : sWindows) // whose place this one may have taken
             its = its == window ? nullptr : its;
-        m_windows[name] = window;
+        sWindows[name] = window;
         for (QWidget* widget : QApplication::topLevelWidgets())
             if (!before.contains(widget))
-                m_widgets[name] = widget;
+                sWidgets[name] = widget;
         std::vector<EventTypeSpec> types { { kEventClassCommand, kEventCommandProcess } };
         for (const auto& [kind, what] : m_kinds)
             types.push_back({ kEventClassWindow, kind });
@@ -184,7 +239,7 @@ protected:
     }
 
     /// What a user sees of a widget and of those in it.
-    void See(const QWidget* widget, const QString& indent = {})
+    void See(const QWidget* widget, const std::string& indent = {})
     {
         const auto* button = qobject_cast<const QPushButton*>(widget);
         const auto* text = qobject_cast<const QTextEdit*>(widget);
@@ -201,7 +256,7 @@ protected:
             line << ' ' << widget->font().pixelSize() << " pixels";
         if (text)
             line << " aligned " << text->document()->defaultTextOption().alignment().toInt() << ", "
-                 << widget->palette().color(QPalette::WindowText).name();
+                 << widget->palette().color(QPalette::WindowText).name().toStdString();
         const auto flags = widget->windowFlags();
         const std::pair<bool, const char*> marks[]
             = { { widget->font().bold(), "bold" },
@@ -217,25 +272,23 @@ protected:
                   "resizable" } };
         for (const auto& [is, mark] : marks)
             line << (is ? std::string(", ") + mark : "");
-        line << (widget->toolTip().isEmpty() ? "" : ", tag ") << widget->toolTip();
+        line << (widget->toolTip().isEmpty() ? "" : ", tag ") << widget->toolTip().toStdString();
         Say(line.str());
         if (!qobject_cast<const QAbstractScrollArea*>(widget))
             for (const QWidget* child : widget->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
-                See(child, indent + QStringLiteral("  "));
+                See(child, indent + "  ");
     }
 
-    /// The data of a control by each tag.
-    void Data()
+    /// The data of a control by each tag, and the sizes that each tag refuses.
+    void Data(ControlRef control)
     {
         for (const char* name : { "text", "font", "dflt", "pich", "cncl" }) {
-            const ControlRef control = Control(1, 2);
-            const ResType tag = CodeOf(name);
+            const ResType tag = Argument<UInt32>::Of(name);
             Size size = -7;
             const OSErr error = GetControlDataSize(control, 0, tag, &size);
             std::string data(size > 0 ? static_cast<std::size_t>(size) : 0, '?');
             EXPECT_EQ(error,
-                      GetControlData(control, 6, tag, static_cast<Size>(data.size()), data.data(),
-                                     &size));
+                      GetControlData(control, 6, tag, Size(data.size()), data.data(), &size));
             if (error == errDataNotSupported) {
                 EXPECT_EQ(-7, size);
                 EXPECT_EQ(error, SetControlData(control, 0, tag, 1, name));
@@ -243,15 +296,15 @@ protected:
             }
             if (!Good(error))
                 return;
-            EXPECT_EQ(paramErr,
-                      SetControlData(control, 0, tag, size, nullptr) + (size == 0 ? paramErr : 0));
-            for (const Size wrong : { size - 1, size + 1 })
-                EXPECT_TRUE(tag == 'text'
-                            || SetControlData(control, 0, tag, wrong, data.data())
-                                == errDataSizeMismatch);
-            EXPECT_TRUE(tag == 'text'
-                        || GetControlData(control, 0, tag, size - 1, data.data(), nullptr)
-                            == errDataSizeMismatch);
+            EXPECT_TRUE(size == 0 || SetControlData(control, 0, tag, size, nullptr) == paramErr);
+            if (tag != 'text') {
+                EXPECT_EQ(errDataSizeMismatch,
+                          SetControlData(control, 0, tag, size - 1, data.data()));
+                EXPECT_EQ(errDataSizeMismatch,
+                          SetControlData(control, 0, tag, size + 1, data.data()));
+                EXPECT_EQ(errDataSizeMismatch,
+                          GetControlData(control, 0, tag, size - 1, data.data(), nullptr));
+            }
             ControlFontStyleRec style {};
             std::memcpy(&style, data.data(), std::min(sizeof style, data.size()));
             const auto& [red, green, blue] = style.foreColor;
@@ -266,298 +319,161 @@ protected:
         }
         Rect bounds;
         UInt32 command = 0;
-        Good(GetControlCommandID(Control(1, 2), &command));
-        Say("at ", *GetControlBounds(Control(1, 2), &bounds),
+        Good(GetControlCommandID(control, &command));
+        Say("at ", *GetControlBounds(control, &bounds),
             command ? " sends " + Shown(Code(command)) : "",
-            IsControlVisible(Control(1, 2)) ? "" : ", not visible");
+            IsControlVisible(control) ? "" : ", not visible");
     }
 
-    bool Set(ResType tag, const std::string& bytes)
+    void Bounds(WindowRef window, WindowRegionCode code)
     {
-        return Good(
-            SetControlData(Control(1, 2), 0, tag, static_cast<Size>(bytes.size()), bytes.data()));
-    }
-
-    /// Text comes out byte for byte as it went in.
-    void SetText(const std::string& text)
-    {
-        if (!Set(kControlStaticTextTextTag, text))
-            return;
-        std::string its(text.size(), '?');
-        Size size = 0;
-        GetControlData(Control(1, 2), 0, kControlStaticTextTextTag, static_cast<Size>(its.size()),
-                       its.data(), &size);
-        EXPECT_TRUE(text == its && size == static_cast<Size>(text.size()));
+        const RgnHandle region = NewRgn();
+        const OSStatus error = GetWindowRegion(window, code, region);
+        Rect bounds = {};
+        EXPECT_EQ(error, GetWindowBounds(window, code, &bounds));
+        if (Good(error))
+            Say(*GetRegionBounds(region, &bounds));
+        DisposeRgn(region);
     }
 
     /// A window of the host that is all button.
-    void MakeHost(const std::string& name, bool isDialog = false)
+    void MakeHost(const std::string& name, Qt::WindowModality modality)
     {
         auto* host = new QWidget;
         auto* button = new QPushButton(host);
         host->setGeometry(100, 100, 300, 200);
         button->resize(300, 200);
         QObject::connect(button, &QPushButton::clicked, [this, name] { Say(name, " is clicked"); });
-        host->setWindowModality(isDialog ? Qt::ApplicationModal : Qt::NonModal);
+        host->setWindowModality(modality);
         host->show();
-        m_widgets[name] = host;
-        m_windows[name] = CreateWindowRefWithQWidget(button); // its top-level window counts
+        sWidgets[name] = host;
+        sWindows[name] = CreateWindowRefWithQWidget(button); // its top-level window counts
     }
 
+    static void Drag(std::string name, QPoint from, QPoint to)
+    {
+        QTest::mousePress(Argument<QWindow*>::Of(name), Qt::LeftButton, {}, from);
+        if (from != to)
+            QTest::mouseMove(Argument<QWindow*>::Of(name), to);
+        if (sWidgets[name]) // still
+            QTest::mouseRelease(Argument<QWindow*>::Of(name), Qt::LeftButton, {}, to);
+    }
+
+    /// Kind, message, explanation, and what the record holds.
     void Alert()
     {
-        const auto pascal = [](const std::string& text) { return char(text.size()) + text; };
         std::map<std::string, std::string> values;
-        for (std::size_t at = 4; at < m_words.size(); ++at) {
-            const std::size_t equals = m_words[at].find('=');
-            values[m_words[at].substr(0, equals)] = m_words[at].substr(equals + 1);
-        }
-        std::map<std::string, std::string> texts;
-        const auto button = [&](const char* name) -> ConstStringPtr {
-            texts[name] = pascal(values[name]);
-            return texts[name].size() == 1   ? nullptr
+        for (std::size_t at = 4; at < m_words.size(); ++at)
+            values[m_words[at].substr(0, m_words[at].find('='))]
+                = m_words[at].substr(m_words[at].find('=') + 1);
+        const Pascal texts[] = { values["ok"], values["cancel"], values["other"] };
+        const auto button = [&](const char* name, int text) -> ConstStringPtr {
+            return values[name].empty()      ? nullptr
                 : values[name] == "standard" ? kAlertDefaultOKText
-                                             : reinterpret_cast<ConstStringPtr>(texts[name].data());
+                                             : ConstStringPtr(texts[text]);
         };
         AlertStdAlertParamRec param {};
-        param.defaultText = button("ok");
-        param.cancelText = button("cancel");
-        param.otherText = button("other");
+        param.defaultText = button("ok", 0);
+        param.cancelText = button("cancel", 1);
+        param.otherText = button("other", 2);
         param.helpButton = !values["help"].empty();
         param.defaultButton = static_cast<SInt16>(std::atoi(values["default"].c_str()));
         param.cancelButton = static_cast<SInt16>(std::atoi(values["escape"].c_str()));
         SInt16 item = 77;
-        const std::string message = pascal(Word(2));
-        const std::string explanation = pascal(Word(3));
-        Good(StandardAlert(Short(1), reinterpret_cast<ConstStringPtr>(message.data()),
-                           reinterpret_cast<ConstStringPtr>(explanation.data()),
-                           m_words.size() == 4 ? nullptr : &param, &item));
+        Good(StandardAlert(Argument<AlertType>::Of(m_words[1]), Pascal(m_words[2]),
+                           Pascal(m_words[3]), m_words.size() == 4 ? nullptr : &param, &item));
         Say("item ", item);
-    }
-
-    /// Does a command from the event loop, after those before it.
-    void DoLater()
-    {
-        m_pending.push_back(m_line.substr(sizeof "later"));
-        Later(0.01 * static_cast<double>(m_pending.size()), [this] { DoNext(); });
-    }
-
-    void DoNext()
-    {
-        if (m_isBusy) // the one before it looks at events itself
-            return Later(0.01, [this] { DoNext(); });
-        const std::string command = m_pending.front();
-        m_pending.pop_front();
-        Say('(', command, ')');
-        m_isBusy = !command.starts_with("run ");
-        Do(command);
-        m_isBusy = false;
-    }
-
-    void Picture(QImage image)
-    {
-        image.fill(QColor(QString::fromStdString(Word(2))));
-        const QByteArray data = EncodePicture(image, image.rect());
-        m_resources.Set({ 'PICT', Short(1), 0, {}, { data.begin(), data.end() } });
-        m_image = image;
-    }
-
-    void UsePicture()
-    {
-        const CFBundleRefNum map = CFBundleOpenBundleResourceMap(m_bundle->Bundle());
-        PicHandle picture = GetPicture(Short(3));
-        PicHandle kept = nullptr;
-        if (Good(SetControlData(Control(1, 2), kControlPicturePart, 'pich', sizeof picture,
-                                &picture))) {
-            GetControlData(Control(1, 2), 0, 'pich', sizeof kept, &kept, nullptr);
-            EXPECT_EQ(picture, kept);
-        }
-        ReleaseResource(reinterpret_cast<Handle>(picture));
-        CFBundleCloseBundleResourceMap(m_bundle->Bundle(), map);
-    }
-
-    void Key()
-    {
-        const QKeyCombination key = QKeySequence(QString::fromStdString(Word(2)))[0];
-        QTest::keyClick(HandleAt(1), key.key(), key.keyboardModifiers());
-    }
-
-    void Mouse(QPoint from, QPoint to)
-    {
-        QTest::mousePress(HandleAt(1), Qt::LeftButton, {}, from);
-        if (from != to)
-            QTest::mouseMove(HandleAt(1), to);
-        if (m_widgets[Word(1)]) // still
-            QTest::mouseRelease(HandleAt(1), Qt::LeftButton, {}, to);
-    }
-
-    void Begin()
-    {
-        m_nib.clear();
-        for (const auto& word : m_words)
-            m_nib += "'" + word + "' ";
-    }
-
-    void AddResource()
-    {
-        const std::vector<uint8_t> bytes(std::size_t(Int(4)), uint8_t(Int(3)));
-        m_resources.Set({ CodeOf(Word(1)), Short(2), 0, {}, bytes });
-    }
-
-    void Bounds(int code)
-    {
-        const RgnHandle region = NewRgn();
-        const OSStatus error = GetWindowRegion(Window(1), WindowRegionCode(code), region);
-        Rect bounds = {};
-        EXPECT_EQ(error, GetWindowBounds(Window(1), WindowRegionCode(code), &bounds));
-        if (Good(error))
-            Say(*GetRegionBounds(region, &bounds));
-        DisposeRgn(region);
-    }
-
-    /// Of commands: name, window, answer, and what it does.
-    void AddHandler()
-    {
-        const EventTypeSpec type { kEventClassCommand, kEventCommandProcess };
-        const auto answer = [this, name = Word(1), result = Int(3), what = Word(4)](EventRef) {
-            Say(name, " is called");
-            const OSStatus kept = result; // it may remove itself
-            if (!what.empty())
-                Do(std::string(what));
-            return kept;
-        };
-        m_handlers[Word(1)] = std::make_unique<Handler>(GetWindowEventTarget(Window(2)),
-                                                        std::vector { type }, answer);
-    }
-
-    /// A text into a buffer that is too small.
-    void Cut()
-    {
-        std::string text(std::size_t(Int(3)), '.');
-        Size full = 0;
-        Good(GetControlData(Control(1, 2), 0, 'text', Int(3) - 2, text.data(), &full));
-        Say(Shown(text), " of ", full);
-    }
-
-    void Style()
-    {
-        ControlFontStyleRec style {};
-        style.flags = Short(3);
-        style.font = Short(4);
-        style.size = Short(5);
-        style.style = Short(6);
-        style.just = Short(7);
-        style.foreColor.green = style.backColor.red = 0xBFFF;
-        Good(SetControlData(Control(1, 2), 0, 'font', sizeof style, &style));
-    }
-
-    void Press()
-    {
-        for (auto* button : Widget(1)->findChildren<QPushButton*>())
-            if (button->accessibleName().toStdString() == Word(2))
-                return QTest::mouseClick(button, Qt::LeftButton);
-        ADD_FAILURE() << "no button " << Word(2);
-    }
-
-    /// What a screen reader says of the widgets in another.
-    void Names()
-    {
-        for (const QWidget* widget : Widget(1)->findChildren<QWidget*>())
-            if (!widget->accessibleName().isEmpty())
-                Say(widget->metaObject()->className(), ' ', Shown(widget->accessibleName()));
     }
 
     // clang-format off
     const Commands m_commands = {
         // An interface file: the lines of NibOf, or the example's; changes to its text; what is beside it
-        { "window", [this] { Begin(); } },
-        { "example", [this] { m_nib.clear(); } },
-        { "edit", [this] { m_edits.emplace_back(Word(1), Word(2)); } },
-        { "wide", [this] { m_isWide = true; } },
-        { "picture", [this] { Picture(QImage(4, 4, QImage::Format_RGB32)); } },
-        { "resource", [this] { AddResource(); } },
-        { "open", [this] { Open(Word(1)); } },
+        { "window", [this] { m_nib = m_line; } },
+        { "edit", [this] { m_edits.push_back(m_words); } },
+        { "example", Call([this] { m_nib.clear(); }) },
+        { "wide", Call([this] { m_isWide = true; }) },
+        { "picture", Call([this](SInt16 id, std::string color) { SetPicture(id, color.c_str()); }) },
+        { "resource", Call([this](ResType type, SInt16 id, uint8_t byte, size_t size) { m_resources.Set({ type, id, 0, {}, std::vector(size, byte) }); }) },
+        { "open", Call([this](std::string name, std::string window) { Open(name, window.empty() ? "Test" : window); }) },
         // Windows
-        { "show", [this] { ShowWindow(Window(1)); } },
-        { "hide", [this] { HideWindow(Window(1)); } },
-        { "front", [this] { BringToFront(Window(1)); } },
-        { "move", [this] { MoveWindow(Window(1), Short(2), Short(3), true); } },
-        { "draw", [this] { DrawControls(Window(1)); } },
-        { "dispose", [this] { DisposeWindow(Window(1)); } },
-        { "run", [this] { const std::string name = Word(1); if (Good(RunAppModalLoopForWindow(Window(1)))) Say(name, " has run"); } },
-        { "quit", [this] { Good(QuitAppModalLoopForWindow(Window(1))); } },
-        { "modality", [this] { Good(SetWindowModality(Window(1), WindowModality(Int(2)), Window(3))); } },
-        { "brush", [this] { Good(SetThemeWindowBackground(Window(1), Short(2), true)); } },
-        { "setclass", [this] { Good(SetWindowClass(Window(1), WindowClass(Int(2)))); } },
-        { "class", [this] { WindowClass its = 77; if (Good(GetWindowClass(Window(1), &its))) Say(its); } },
-        { "content", [this] { Bounds(kWindowContentRgn); } },
-        { "structure", [this] { Bounds(kWindowStructureRgn); } },
-        { "region", [this] { Bounds(Int(2)); } },
-        { "visible", [this] { Say(IsWindowVisible(Window(1)) ? "yes" : "no"); } },
-        { "title", [this] { CFStringRef title = nullptr; if (Good(CopyWindowTitleAsCFString(Window(1), &title))) Say(Shown(TextOf(Own(title).get()))); } },
-        { "target", [this] { Say(GetWindowEventTarget(Window(1)) ? "one" : "none"); } },
-        { "frontmost", [this] { Say(FrontNonFloatingWindow() == Window(1) ? "yes" : "no"); } },
+        { "show", Call(ShowWindow) },
+        { "hide", Call(HideWindow) },
+        { "front", Call(BringToFront) },
+        { "move", Call([](WindowRef window, SInt16 h, SInt16 v) { MoveWindow(window, h, v, true); }) },
+        { "draw", Call(DrawControls) },
+        { "dispose", Call(DisposeWindow) },
+        { "run", Call([this](std::string name) { if (Good(RunAppModalLoopForWindow(Argument<WindowRef>::Of(name)))) Say(name, " has run"); }) },
+        { "quit", Call(QuitAppModalLoopForWindow) },
+        { "modality", Call(SetWindowModality) },
+        { "brush", Call([](WindowRef window, ThemeBrush brush) { return SetThemeWindowBackground(window, brush, true); }) },
+        { "setclass", Call(SetWindowClass) },
+        { "class", Call([this](WindowRef window) { WindowClass its = 77; if (Good(GetWindowClass(window, &its))) Say(its); }) },
+        { "content", Call([this](WindowRef window) { Bounds(window, kWindowContentRgn); }) },
+        { "structure", Call([this](WindowRef window) { Bounds(window, kWindowStructureRgn); }) },
+        { "region", Call([this](WindowRef window, WindowRegionCode code) { Bounds(window, code); }) },
+        { "visible", Call(IsWindowVisible) },
+        { "title", Call([this](WindowRef window) { CFStringRef title = nullptr; if (Good(CopyWindowTitleAsCFString(window, &title))) Say(Shown(TextOf(Own(title).get()))); }) },
+        { "target", Call([](WindowRef window) { return GetWindowEventTarget(window) ? "one" : "none"; }) },
+        { "frontmost", Call([](WindowRef window) { return FrontNonFloatingWindow() == window; }) },
         // A handler of commands: name, window, answer, and the command that it does
-        { "handler", [this] { AddHandler(); } },
-        { "remove", [this] { m_handlers.erase(Word(1)); } },
-        // Controls: window, number
-        { "data", [this] { Data(); } },
-        { "text", [this] { SetText(Expanded(Word(3))); } },
-        { "default", [this] { Set(kControlPushButtonDefaultTag, Word(3)); } },
-        { "size", [this] { Good(SetControlData(Control(1, 2), 0, 'text', Int(3), "")); } },
-        { "cut", [this] { Cut(); } },
-        { "style", [this] { Style(); } },
-        { "usepicture", [this] { UsePicture(); } },
-        { "embed", [this] { Good(EmbedControl(Control(1, 2), Control(1, 3))); } },
-        { "hidecontrol", [this] { HideControl(Control(1, 2)); } },
-        { "showcontrol", [this] { ShowControl(Control(1, 2)); } },
-        { "simulate", [this] { Good(HIViewSimulateClick(Control(1, 2), 0, 0, nullptr)); } },
-        { "find", [this] { const ControlID id { 'test', Int(2) }; ControlRef found; Good(GetControlByID(Window(1), &id, &found)); Say(found ? "one" : "none"); } },
+        { "handler", Call([this](std::string name, WindowRef window, OSStatus answer, std::string what) { AddHandler(name, window, answer, what); }) },
+        { "remove", Call([this](std::string name) { m_handlers.erase(name); }) },
+        // Controls
+        { "data", Call([this](ControlRef control) { Data(control); }) },
+        { "text", Call(SetText) },
+        { "default", Call([](ControlRef control, std::string byte) { return SetControlData(control, 0, kControlPushButtonDefaultTag, 1, byte.data()); }) },
+        { "size", Call([](ControlRef control, Size size) { return SetControlData(control, 0, 'text', size, ""); }) },
+        { "cut", Call([this](ControlRef control, size_t room) { Cut(control, std::string(room, '.')); }) },
+        { "style", Call([](ControlRef control, SInt16 flags, SInt16 font, SInt16 size, SInt16 face, SInt16 just) {
+            const ControlFontStyleRec style { flags, font, size, face, 0, just, { 0, 0xBFFF, 0 }, { 0xBFFF, 0, 0 } };
+            return SetControlData(control, 0, 'font', sizeof style, &style);
+        }) },
+        { "usepicture", Call([this](ControlRef control, SInt16 id) { return UsePicture(control, id); }) },
+        { "embed", Call(EmbedControl) },
+        { "hidecontrol", Call(HideControl) },
+        { "showcontrol", Call(ShowControl) },
+        { "simulate", Call([](ControlRef control) { return HIViewSimulateClick(control, 0, 0, nullptr); }) },
+        { "find", Call([this](WindowRef window, SInt32 number) { const ControlID id { 'test', number }; ControlRef found; Good(GetControlByID(window, &id, &found)); Say(found ? "one" : "none"); }) },
         // Hosts
-        { "host", [this] { MakeHost(Word(1)); } },
-        { "dialog", [this] { MakeHost(Word(1), true); } },
-        { "destroy", [this] { delete Widget(1); } },
-        { "minimise", [this] { Widget(1)->showMinimized(); } },
+        { "host", Call([this](std::string name) { MakeHost(name, Qt::NonModal); }) },
+        { "dialog", Call([this](std::string name) { MakeHost(name, Qt::ApplicationModal); }) },
+        { "destroy", Call([](QWidget* widget) { delete widget; }) },
         // The user: of windows, hosts and the alert
-        { "key", [this] { Key(); } },
-        { "click", [this] { Mouse(Point(2), Point(2)); } },
-        { "drag", [this] { Mouse(Point(2), Point(3)); } },
-        { "doubleclick", [this] { QTest::mouseDClick(HandleAt(1), Qt::LeftButton, {}, Point(2)); } },
-        { "press", [this] { Press(); } },
-        { "close", [this] { HandleAt(1)->close(); } },
-        { "activate", [this] { Widget(1)->activateWindow(); EXPECT_TRUE(QTest::qWaitForWindowActive(Widget(1))); } },
-        { "active", [this] { EXPECT_TRUE(QTest::qWaitForWindowActive(Widget(1))); } },
-        { "over", [this] { Say(HandleAt(1)->transientParent() == HandleAt(2) ? "yes" : "no"); } },
-        { "see", [this] { See(Widget(1)); } },
-        { "names", [this] { Names(); } },
-        { "colour", [this] { Say(Widget(1)->grab().toImage().pixelColor(Point(2)).name()); } },
-        { "focus", [this] { Say(Shown(QApplication::focusWidget()->accessibleName())); } },
-        { "clipboard", [this] { Say(Shown(QGuiApplication::clipboard()->text())); } },
+        { "key", Call([](QWindow* window, std::string name) { const auto key = QKeySequence(QString::fromStdString(name))[0]; QTest::keyClick(window, key.key(), key.keyboardModifiers()); }) },
+        { "click", Call([](std::string name, QPoint at) { Drag(name, at, at); }) },
+        { "drag", Call(Drag) },
+        { "doubleclick", Call([](QWindow* window, QPoint at) { QTest::mouseDClick(window, Qt::LeftButton, {}, at); }) },
+        { "press", Call([](QWidget* in, std::string name) { for (auto* button : in->findChildren<QPushButton*>()) if (button->accessibleName().toStdString() == name) return QTest::mouseClick(button, Qt::LeftButton); }) },
+        { "close", Call([](QWindow* window) { window->close(); }) },
+        { "activate", Call([](QWidget* widget) { widget->activateWindow(); EXPECT_TRUE(QTest::qWaitForWindowActive(widget)); }) },
+        { "active", Call([](QWidget* widget) { EXPECT_TRUE(QTest::qWaitForWindowActive(widget)); }) },
+        { "over", Call([](QWindow* window, QWindow* parent) { return window->transientParent() == parent; }) },
+        { "see", Call([this](QWidget* widget) { See(widget); }) },
+        { "names", Call([this](QWidget* in) { for (auto* widget : in->findChildren<QWidget*>()) if (!widget->accessibleName().isEmpty()) Say(widget->metaObject()->className(), ' ', Shown(widget->accessibleName())); }) },
+        { "colour", Call([](QWidget* widget, QPoint at) { return widget->grab().toImage().pixelColor(at).name().toStdString(); }) },
+        { "focus", Call([] { return Shown(QApplication::focusWidget()->accessibleName()); }) },
+        { "clipboard", Call([] { return Shown(QGuiApplication::clipboard()->text()); }) },
         { "alert", [this] { Alert(); } },
-        { "later", [this] { DoLater(); } },
+        { "later", [this] { m_pending.push_back(m_line.substr(sizeof "later")); Later(0.01 * double(m_pending.size()), [this] { DoNext(); }); } },
     };
     // clang-format on
     const std::map<UInt32, const char*> m_kinds
         = { { 22, "showing" }, { 23, "hiding" }, { 24, "shown" },     { 25, "hidden" },
             { 72, "close" },   { 73, "closed" }, { 1005, "disposed" } };
-    std::map<int, std::string> m_errors;
     std::string m_nib;
-    std::vector<std::pair<std::string, std::string>> m_edits;
+    std::vector<std::vector<std::string>> m_edits;
     ResourceWriter m_resources;
     QImage m_image;
     std::unique_ptr<NibBundle> m_bundle;
-    std::map<std::string, WindowRef> m_windows;
-    std::map<std::string, QPointer<QWidget>> m_widgets;
     std::map<std::string, std::unique_ptr<Handler>> m_handlers;
     std::deque<std::string> m_pending; // for timers, which may change places
     bool m_isWide = false;
     bool m_isBusy = false;
-    char m_junk[64] = {};
 };
 
 TEST_P(Toolbox, GoesAsRecorded)
 {
-    Play(m_commands, std::string(TEST_FOLDER "/toolbox/") + GetParam() + ".txt");
+    Play(m_commands, PROJECT_FOLDER "/tests/platform/toolbox/" + std::string(GetParam()) + ".txt");
 }
 
 INSTANTIATE_TEST_SUITE_P(,

@@ -38,6 +38,14 @@ inline std::vector<std::string> WordsOf(const std::string& line)
     return words;
 }
 
+inline std::string Replaced(std::string text, const std::string& from, const std::string& to)
+{
+    for (std::size_t at = 0; !from.empty() && (at = text.find(from, at)) != text.npos;
+         at += to.size())
+        text.replace(at, from.size(), to);
+    return text;
+}
+
 /// {N*TEXT} stands for N times TEXT, with % for the number.
 inline std::string Expanded(const std::string& text)
 {
@@ -66,6 +74,25 @@ inline std::string Shown(const std::string& text, std::size_t nMost = 40)
                                   : hex;
     }
     return shown + (text.size() > nMost ? "' ... " + std::to_string(text.size()) : "'");
+}
+
+/// What a word of a command stands for, by the type that a routine takes; programs add their types. A missing word is
+/// empty, and stands for 0. Numbers may be codes of four characters.
+template <class Type> struct Argument
+{
+    static Type Of(const std::string& word)
+    {
+        if (word.find_first_of("0123456789") <= 1)
+            return static_cast<Type>(std::stoll(word, nullptr, 0));
+        long long code = 0;
+        for (const char c : word)
+            code = code << 8 | static_cast<unsigned char>(c);
+        return static_cast<Type>(code);
+    }
+};
+template <> inline std::string Argument<std::string>::Of(const std::string& word)
+{
+    return word;
 }
 
 /// Base of a test that has commands.
@@ -98,8 +125,8 @@ protected:
     }
     virtual void Do(const std::string& line)
     {
-        const auto before = std::exchange(m_words, WordsOf(line));
-        m_line = line;
+        m_line = Expanded(Replaced(line, m_place.empty() ? "" : "~", m_place));
+        const auto before = std::exchange(m_words, WordsOf(m_line));
         if (const auto command = m_commands->find(Word(0)); command != m_commands->end())
             command->second();
         else
@@ -110,8 +137,26 @@ protected:
     void DoRest() { Do(m_line.substr(m_line.find(' ') + 1)); }
     template <class... Parts> void Say(const Parts&... parts)
     {
-        m_out << "  ";
-        (m_out << ... << parts) << std::endl;
+        std::ostringstream said;
+        (said << ... << parts);
+        m_out << "  " << Replaced(said.str(), m_place, "~") << std::endl;
+    }
+
+    /// A command that calls a function with its words and says what that returns: of errors, the names.
+    template <class Function> std::function<void()> Call(Function function)
+    {
+        return Calling(std::function(function));
+    }
+    /// Silent about success.
+    bool Good(int error)
+    {
+        std::ifstream names(PROJECT_FOLDER "/tests/support/errors.txt");
+        std::string name = std::to_string(error);
+        for (auto [number, its] = std::pair(0, std::string()); names >> number >> its;)
+            name = number == error ? its : name;
+        if (error != 0)
+            Say(name);
+        return error == 0;
     }
 
     // The arguments of the command
@@ -123,8 +168,30 @@ protected:
 
     std::string m_line;
     std::vector<std::string> m_words;
+    std::string m_place; // a folder that is "~" in the text
 
 private:
+    template <class Result, class... Types>
+    std::function<void()> Calling(std::function<Result(Types...)> function)
+    {
+        return [this, function] {
+            const auto call = [&]<std::size_t... at>(std::index_sequence<at...>)
+            {
+                return function(Argument<std::decay_t<Types>>::Of(Word(at + 1))...);
+            };
+            constexpr auto kAll = std::index_sequence_for<Types...>();
+            if constexpr (std::is_void_v<Result>)
+                call(kAll);
+            else if constexpr (std::is_same_v<Result,
+                                              bool> || std::is_same_v<Result, unsigned char>)
+                Say(call(kAll) ? "yes" : "no");
+            else if constexpr (std::is_same_v<Result, int> || std::is_same_v<Result, short>)
+                Good(call(kAll)); // OSStatus, OSErr
+            else
+                Say(call(kAll));
+        };
+    }
+
     const Commands* m_commands = nullptr;
     std::string m_played;
     std::ofstream m_out; // whole to the last command, also if that never ends

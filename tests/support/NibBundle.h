@@ -5,6 +5,7 @@
 
 #include "tests/support/Conversation.h"
 #include "tests/support/Foundation.h"
+#include "tools/ResourceWriter.h"
 
 #include <Carbon/Carbon.h>
 
@@ -23,45 +24,37 @@
 inline std::string NibOf(const std::string& lines)
 {
     std::istringstream in(lines);
-    std::string line;
-    std::string properties;
-    std::string controls;
-    std::size_t depth = 0;
-    const auto property = [](const std::string& name, const std::string& value) {
-        return "<string name=\"" + name + "\">" + value + "</string>";
-    };
-    const auto close = [&](std::size_t to) {
-        for (; depth > to; --depth)
-            controls += "</array></object>";
-    };
-    while (std::getline(in, line)) {
-        const auto words = WordsOf(line);
-        const std::size_t level = line.find_first_not_of('+');
-        std::string& to = level == 0 ? properties : controls;
-        if (level > 0) {
-            close(level - 1);
-            std::string bounds = words[3] + ' ';
-            std::replace(bounds.begin(), bounds.end(), ',', ' ');
-            to += "<object class=\"IBCarbon" + words[1] + "\" id=\"" + words[2] + "\">"
-                + property("controlSignature", "test") + property("controlID", words[2])
-                + property("bounds", bounds);
-        }
-        for (std::size_t i = level > 0 ? 4 : 1; i < words.size(); ++i) {
-            const std::size_t equals = words[i].find('=');
-            to += property(words[i].substr(0, equals), words[i].substr(equals + 1));
-        }
-        if (level > 0)
-            to += "<array name=\"subviews\">";
-        depth = level;
-    }
-    close(0);
-    return R"(<?xml version="1.0" standalone="yes"?>
+    std::string nib = R"(<?xml version="1.0" standalone="yes"?>
 <object class="NSIBObjectData"><string name="targetFramework">IBCarbonFramework</string>
 <array name="allObjects"><object class="IBCarbonWindow" id="1000">
-<string name="windowRect">50 60 150 260 </string>)"
-        + properties + R"(<object name="rootControl" class="IBCarbonRootControl" id="1001">
-<array name="subviews">)"
-        + controls + R"(</array></object></object></array>
+<string name="windowRect">50 60 150 260 </string>)";
+    const auto add = [&nib](const std::string& name, const std::string& value) {
+        nib += "<string name=\"" + name + "\">" + value + "</string>";
+    };
+    std::size_t depth = 0; // of arrays
+    for (std::string line; std::getline(in, line);) {
+        const auto words = WordsOf(line);
+        const std::size_t level = line.find_first_not_of('+');
+        for (; depth > 0 && depth >= level; --depth)
+            nib += "</array></object>";
+        if (level > 0) {
+            std::string bounds = words[3] + ' ';
+            std::replace(bounds.begin(), bounds.end(), ',', ' ');
+            nib += "<object class=\"IBCarbon" + words[1] + "\" id=\"" + words[2] + "\">";
+            add("controlSignature", "test");
+            add("controlID", words[2]);
+            add("bounds", bounds);
+        }
+        for (std::size_t i = level > 0 ? 4 : 1; i < words.size(); ++i)
+            add(words[i].substr(0, words[i].find('=')), words[i].substr(words[i].find('=') + 1));
+        nib += level > 0 ? "<array name=\"subviews\">"
+                         : "<object name=\"rootControl\" class=\"IBCarbonRootControl\" id=\"1001\">"
+                           "\n<array name=\"subviews\">";
+        depth = level;
+    }
+    for (++depth; depth > 0; --depth)
+        nib += "</array></object>";
+    return nib + R"(</object></array>
 <dictionary name="nameTable"><string>Test</string><reference idRef="1000"/>
 <string>Root</string><reference idRef="1001"/></dictionary></object>)";
 }
@@ -81,6 +74,11 @@ public:
         return m_folder.Path("Test.bundle/Contents/Resources/" + name);
     }
     CFBundleRef Bundle() const { return m_bundle.get(); }
+    void Put(const ResourceWriter& resources) const
+    {
+        const auto bytes = resources.Serialize().value();
+        WriteFile(Resource("Test.rsrc"), { bytes.begin(), bytes.end() });
+    }
 
     OSStatus Open(const std::string& windowName, WindowRef* window) const
     {
@@ -142,6 +140,38 @@ private:
     Function m_function;
     EventHandlerRef m_handler = nullptr;
 };
+
+/// Text with its length in front.
+class Pascal
+{
+public:
+    Pascal(const std::string& text)
+        : m_text(static_cast<char>(text.size()) + text)
+    {
+    }
+    operator ConstStringPtr() const { return reinterpret_cast<ConstStringPtr>(m_text.data()); }
+
+private:
+    std::string m_text;
+};
+
+/// Shows an alert with the buttons No, Yes (the default) and perhaps another; the button that ends it.
+inline SInt16 AskYesOrNo(AlertType type,
+                         const Pascal& message,
+                         const Pascal& explanation,
+                         const Pascal& no = std::string("No"),
+                         ConstStringPtr other = nullptr)
+{
+    const Pascal yes(std::string("Yes"));
+    AlertStdAlertParamRec param {};
+    param.defaultText = no;
+    param.cancelText = yes;
+    param.otherText = other;
+    param.defaultButton = kAlertStdAlertCancelButton;
+    SInt16 item = 0;
+    EXPECT_EQ(noErr, StandardAlert(type, message, explanation, &param, &item));
+    return item;
+}
 
 /// Runs a function once from the event loop, `delay` seconds from now.
 inline void Later(double delay, std::function<void()> function)
