@@ -5,11 +5,14 @@
 // where it cannot start, so everything that it needs is tried out first.
 #include "HIToolbox/Application_qt.h"
 
-#include "HIToolbox/Accessibility_qt.h"
+#include "HIToolbox/OwnWindow_qt.h"
+#include "HIToolbox/PictureView_qt.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QPluginLoader>
 #include <QtCore/QThread>
+#include <QtGui/QAccessible>
+#include <QtWidgets/QAccessibleWidget>
 #include <QtWidgets/QApplication>
 #include <xcb/xcb.h>
 
@@ -28,15 +31,11 @@ class XErrorHandlers
 {
 public:
     XErrorHandlers()
-        : m_library(dlopen("libX11.so.6", RTLD_LAZY | RTLD_NOLOAD))
     {
         for (Handler& handler : m_handlers) {
-            handler.set
-                = m_library ? reinterpret_cast<Set>(dlsym(m_library, handler.name)) : nullptr;
-            if (handler.set) {
-                handler.value = handler.set(nullptr); // there is no other way to read it
-                handler.set(handler.value);
-            }
+            if (m_library)
+                handler.set = reinterpret_cast<Set>(dlsym(m_library, handler.name));
+            handler.value = handler.set ? handler.set(nullptr) : nullptr;
         }
     }
     ~XErrorHandlers()
@@ -48,8 +47,6 @@ public:
         if (m_library)
             dlclose(m_library);
     }
-    XErrorHandlers(const XErrorHandlers&) = delete;
-    XErrorHandlers& operator=(const XErrorHandlers&) = delete;
 
 private:
     using Value = int (*)();
@@ -57,12 +54,11 @@ private:
     struct Handler
     {
         const char* name;
-        Set set;
-        Value value;
+        Set set = nullptr;
+        Value value = nullptr;
     };
-    void* m_library;
-    Handler m_handlers[2]
-        = { { "XSetErrorHandler", nullptr, nullptr }, { "XSetIOErrorHandler", nullptr, nullptr } };
+    void* const m_library = dlopen("libX11.so.6", RTLD_LAZY | RTLD_NOLOAD);
+    Handler m_handlers[2] = { { "XSetErrorHandler" }, { "XSetIOErrorHandler" } };
 };
 
 bool HasXDisplay()
@@ -117,6 +113,18 @@ Platform FindPlatform()
     return {};
 }
 
+// What a screen reader is told of widgets that are not Qt's own. Names are the accessible names and titles.
+QAccessibleInterface* Describe(const QString&, QObject* object)
+try {
+    if (auto* picture = dynamic_cast<PictureView*>(object))
+        return new QAccessibleWidget(picture, QAccessible::Graphic);
+    if (auto* window = dynamic_cast<WindowWidget*>(object))
+        return new QAccessibleWidget(window, QAccessible::Dialog);
+    return nullptr;
+} catch (...) { // Qt would lose what it holds
+    return nullptr;
+}
+
 bool Start()
 {
     // An application object on another thread would keep the main thread from showing boxes.
@@ -161,7 +169,7 @@ try {
             && application->thread() == QThread::currentThread()
                                      : Start();
     if (isReady)
-        Accessibility_Install();
+        QAccessible::installFactory(Describe); // Qt keeps one entry of each
     return isReady;
 } catch (...) {
     return false;

@@ -1,25 +1,23 @@
 // SPDX-License-Identifier: MIT
 // ControlKinds_qt.cpp - each kind of control: its widget and its data.
-#include "HIToolbox/ControlFont_qt.h"
 #include "HIToolbox/Controls_qt.h"
 #include "HIToolbox/OwnWindow_qt.h"
-#include "HIToolbox/PictureView_qt.h"
-#include "HIToolbox/TextView_qt.h"
 
 #include <CoreServices/MacErrors.h>
-#include <CoreServices/MacMemory.h>
 
 #include <QtGui/QKeyEvent>
 #include <QtGui/QPainter>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QGroupBox>
-#include <QtWidgets/QPushButton>
 #include <QtWidgets/QStyleOptionButton>
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 
 static_assert(sizeof(ControlFontStyleRec) == 24, "the record's layout is part of the interface");
+
+namespace {
 
 // Return and Enter are the window's, whichever button has the focus; Space presses the button itself, and arrows go on to
 // the next one. The default button is filled with the highlight colour, the focused one has a ring inside.
@@ -34,18 +32,15 @@ protected:
         switch (event->key()) {
         case Qt::Key_Return:
         case Qt::Key_Enter:
-            event->ignore();
-            break;
+            return event->ignore();
         case Qt::Key_Up:
         case Qt::Key_Down:
-            FocusNext(event->key() == Qt::Key_Down);
-            break;
+            return FocusNext(event->key() == Qt::Key_Down);
         case Qt::Key_Left:
         case Qt::Key_Right:
-            FocusNext((event->key() == Qt::Key_Right) != isRightToLeft());
-            break;
+            return FocusNext((event->key() == Qt::Key_Right) != isRightToLeft());
         default:
-            QPushButton::keyPressEvent(event);
+            return QPushButton::keyPressEvent(event);
         }
     }
 
@@ -99,33 +94,23 @@ private:
     }
 };
 
-namespace {
-
-QString Decode(const std::string& bytes)
-{
-    return QString::fromUtf8(bytes.data(), static_cast<qsizetype>(bytes.size()));
-}
-
 // Titles are literal: Qt would take "&" for a mnemonic.
 QString Literal(QString text)
 {
     return text.replace(u'&', QStringLiteral("&&"));
 }
 
-// Copies data of a fixed size, which need not be aligned.
-template <class T> OSErr Take(Size size, const void* data, T& value)
+template <class T> std::string_view BytesOf(const T& value)
 {
-    if (size != static_cast<Size>(sizeof value))
-        return errDataSizeMismatch;
-    if (!data)
-        return paramErr;
-    std::memcpy(&value, data, sizeof value);
-    return noErr;
+    return { reinterpret_cast<const char*>(&value), sizeof value };
 }
 
-template <class T> void Give(const T& value, void* data)
+// A value from as many bytes, which need not be aligned.
+template <class T> T ValueOf(std::string_view bytes)
 {
-    std::memcpy(data, &value, sizeof value);
+    T value;
+    std::memcpy(&value, bytes.data(), sizeof value);
+    return value;
 }
 
 QWidget* NewLine(QWidget* parent, const QRect& bounds)
@@ -140,6 +125,54 @@ QWidget* NewLine(QWidget* parent, const QRect& bounds)
 QColor ColorOf(const RGBColor& rgb)
 {
     return QColor::fromRgba64(rgb.red, rgb.green, rgb.blue);
+}
+
+// Fonts
+
+struct SystemFont
+{
+    int pixels; // of the original's 72 dpi screen
+    bool bold;
+};
+
+// By kControlFontBigSystemFont (-1) and the numbers below it.
+constexpr SystemFont kMetaFonts[]
+    = { { 13, false }, { 11, false }, { 11, true }, { 12, false }, { 9, false } };
+// By theme font id.
+constexpr SystemFont kThemeFonts[] = { { 13, false }, { 11, false }, { 11, true }, { 12, false },
+                                       { 13, true },  { 13, false }, { 10, false } };
+
+SystemFont SystemFontOf(const ControlFontStyleRec& style)
+{
+    const bool isTheme = (style.flags & kControlUseThemeFontIDMask) != 0;
+    const bool isMeta = (style.flags & kControlUseFontMask) != 0;
+    const auto fonts = isTheme ? std::span<const SystemFont>(kThemeFonts) : kMetaFonts;
+    const auto index = static_cast<std::size_t>(isTheme ? style.font : -1 - style.font);
+    return (isTheme || isMeta) && index < fonts.size() ? fonts[index] : kMetaFonts[0];
+}
+
+// The font of a style, over a widget's own.
+QFont FontOf(const ControlFontStyleRec& style, QFont font)
+{
+    const auto [systemPixels, bold] = SystemFontOf(style);
+    const int pixels = (style.flags & kControlAddFontSizeMask) != 0 ? systemPixels + style.size
+        : (style.flags & kControlUseSizeMask) != 0                  ? style.size
+                                                                    : systemPixels;
+    font.setPixelSize(std::clamp(pixels, 6, 200));
+    const int face = (style.flags & kControlUseFaceMask) != 0 ? style.style : int { bold };
+    font.setBold((face & 1) != 0);
+    font.setItalic((face & 2) != 0);
+    font.setUnderline((face & 4) != 0);
+    return font;
+}
+
+Qt::Alignment AlignmentOf(const ControlFontStyleRec& style)
+{
+    const int just = (style.flags & kControlUseJustMask) != 0 ? style.just : 0;
+    return just == 1 ? Qt::AlignHCenter
+        : just == -1 ? Qt::AlignRight | Qt::AlignAbsolute
+        : just == -2 ? Qt::AlignLeft | Qt::AlignAbsolute
+                     : Qt::AlignLeading;
 }
 
 } // namespace
@@ -161,46 +194,27 @@ PictureControl::PictureControl(OwnWindow& owner, const QRect& where)
 {
 }
 
-PictureView* PictureControl::View() const
+bool PictureControl::SetPicture(PicHandle picture)
 {
-    return static_cast<PictureView*>(widget);
-}
-
-OSErr PictureControl::SetData(ResType tag, Size size, const void* data)
-{
-    if (tag != kControlPictureHandleTag)
-        return errDataNotSupported;
-    PicHandle picture = nullptr;
-    if (const OSErr error = Take(size, data, picture))
-        return error;
-    const auto handle = reinterpret_cast<Handle>(picture);
-    const Size length = GetHandleSize(handle);
-    auto decoded
-        = length > 0 ? DecodedPicture::Decode(*handle, static_cast<std::size_t>(length)) : nullptr;
+    auto decoded = DecodedPicture::OfHandle(picture);
     if (!decoded)
-        return paramErr;
+        return false;
     m_picture = picture;
     View()->SetPicture(std::move(decoded));
-    return noErr;
+    return true;
 }
 
-OSErr PictureControl::GetDataSize(ResType tag, Size& size) const
+std::optional<std::string_view> PictureControl::Data(ResType tag) const
 {
-    size = sizeof m_picture;
-    return tag == kControlPictureHandleTag ? noErr : errDataNotSupported;
+    return tag == kControlPictureHandleTag ? std::optional(BytesOf(m_picture)) : std::nullopt;
 }
 
-void PictureControl::GetData(ResType, Size, void* data) const
+OSErr PictureControl::SetData(ResType, std::string_view bytes)
 {
-    Give(m_picture, data);
+    return SetPicture(ValueOf<PicHandle>(bytes)) ? noErr : paramErr;
 }
 
 // Controls with a text
-
-QString TextControl::Text() const
-{
-    return Decode(m_text);
-}
 
 void TextControl::SetTitle(const std::string& utf8)
 {
@@ -221,33 +235,22 @@ void TextControl::SetFontStyle(const ControlFontStyleRec& style)
 bool TextControl::FitText(int smallerBy)
 {
     constexpr int kSmallest = 9; // pixels
-    QFont font = ControlFont_Of(m_style, widget->font());
+    QFont font = FontOf(m_style, widget->font());
     const int full = font.pixelSize();
     font.setPixelSize(std::max(std::min(full, kSmallest), full - smallerBy));
     widget->setFont(font); // which a screen reader asks for
     return Fits();
 }
 
-OSErr TextControl::SetData(ResType tag, Size size, const void* data)
+std::optional<std::string_view> TextControl::Data(ResType tag) const
 {
-    if (tag != kControlFontStyleTag)
-        return errDataNotSupported;
-    ControlFontStyleRec style;
-    const OSErr error = Take(size, data, style);
-    if (error == noErr)
-        SetFontStyle(style);
-    return error;
+    return tag == kControlFontStyleTag ? std::optional(BytesOf(m_style)) : std::nullopt;
 }
 
-OSErr TextControl::GetDataSize(ResType tag, Size& size) const
+OSErr TextControl::SetData(ResType, std::string_view bytes)
 {
-    size = sizeof m_style;
-    return tag == kControlFontStyleTag ? noErr : errDataNotSupported;
-}
-
-void TextControl::GetData(ResType, Size, void* data) const
-{
-    Give(m_style, data);
+    SetFontStyle(ValueOf<ControlFontStyleRec>(bytes));
+    return noErr;
 }
 
 GroupBox::GroupBox(OwnWindow& owner, const QRect& where)
@@ -267,14 +270,9 @@ StaticText::StaticText(OwnWindow& owner, const QRect& where)
 {
 }
 
-TextView* StaticText::View() const
-{
-    return static_cast<TextView*>(widget);
-}
-
 void StaticText::Update()
 {
-    View()->SetText(Text(), ControlFont_Alignment(m_style));
+    View()->SetText(Text(), AlignmentOf(m_style));
     const bool hasBackground = (m_style.flags & kControlUseBackColorMask) != 0;
     QPalette palette; // roles that are not set stay the window's
     if ((m_style.flags & kControlUseForeColorMask) != 0)
@@ -285,38 +283,17 @@ void StaticText::Update()
     widget->setPalette(palette);
 }
 
-bool StaticText::Fits()
+std::optional<std::string_view> StaticText::Data(ResType tag) const
 {
-    return View()->Fit();
+    return tag == kControlStaticTextTextTag ? m_text : TextControl::Data(tag);
 }
 
-OSErr StaticText::SetData(ResType tag, Size size, const void* data)
-{
-    if (tag == kControlStaticTextTextTag) {
-        if (size < 0)
-            return errDataSizeMismatch;
-        if (!data && size != 0)
-            return paramErr;
-        SetTitle({ static_cast<const char*>(data), static_cast<std::size_t>(size) });
-        return noErr;
-    }
-    return TextControl::SetData(tag, size, data);
-}
-
-OSErr StaticText::GetDataSize(ResType tag, Size& size) const
+OSErr StaticText::SetData(ResType tag, std::string_view bytes)
 {
     if (tag != kControlStaticTextTextTag)
-        return TextControl::GetDataSize(tag, size);
-    size = static_cast<Size>(m_text.size());
+        return TextControl::SetData(tag, bytes);
+    SetTitle(std::string(bytes));
     return noErr;
-}
-
-void StaticText::GetData(ResType tag, Size size, void* data) const
-{
-    if (tag == kControlStaticTextTextTag)
-        std::memcpy(data, m_text.data(), static_cast<std::size_t>(size));
-    else
-        TextControl::GetData(tag, size, data);
 }
 
 // Push buttons
@@ -333,16 +310,6 @@ PushButton::~PushButton()
     QObject::disconnect(m_clicked);
 }
 
-PushButtonWidget* PushButton::Button() const
-{
-    return static_cast<PushButtonWidget*>(widget);
-}
-
-void PushButton::SetIcon(const QImage& icon)
-{
-    Button()->setIcon(QPixmap::fromImage(icon));
-}
-
 void PushButton::Update()
 {
     Button()->setText(Literal(Text()));
@@ -351,64 +318,33 @@ void PushButton::Update()
 bool PushButton::Fits()
 {
     constexpr int kEdges = 12;
-    return widget->fontMetrics().horizontalAdvance(Text()) <= bounds.width() - kEdges;
+    return widget->fontMetrics().horizontalAdvance(Text()) <= widget->width() - kEdges;
 }
 
 void PushButton::SetDefault(bool on)
 {
-    m_isDefault = on;
-    QPointer<QAbstractButton>& current = window->Widget()->defaultButton;
-    if (on) {
-        for (const ControlPtr& other : window->controls) {
-            auto* button = dynamic_cast<PushButton*>(other.get());
-            if (button && button != this && button->m_isDefault)
-                button->SetDefault(false);
-        }
-        current = Button();
-    } else if (current == Button()) {
+    QPointer<QPushButton>& current = window->Widget()->defaultButton;
+    if (current && (on || current == Button())) {
+        current->setDefault(false);
         current = nullptr;
     }
-    Button()->setDefault(on);
-}
-
-void PushButton::SetCancel(bool on)
-{
-    QPointer<QAbstractButton>& current = window->Widget()->cancelButton;
-    if (on)
+    if (on) {
+        Button()->setDefault(true);
         current = Button();
-    else if (current == Button())
-        current = nullptr;
+    }
 }
 
-bool PushButton::Click()
+std::optional<std::string_view> PushButton::Data(ResType tag) const
 {
-    Button()->click();
-    return true;
+    static constexpr Boolean kValues[] = { false, true };
+    return tag == kControlPushButtonDefaultTag ? BytesOf(kValues[Button()->isDefault()])
+                                               : TextControl::Data(tag);
 }
 
-OSErr PushButton::SetData(ResType tag, Size size, const void* data)
-{
-    if (tag != kControlPushButtonDefaultTag)
-        return TextControl::SetData(tag, size, data);
-    Boolean on = false;
-    const OSErr error = Take(size, data, on);
-    if (error == noErr)
-        SetDefault(on != 0);
-    return error;
-}
-
-OSErr PushButton::GetDataSize(ResType tag, Size& size) const
+OSErr PushButton::SetData(ResType tag, std::string_view bytes)
 {
     if (tag != kControlPushButtonDefaultTag)
-        return TextControl::GetDataSize(tag, size);
-    size = sizeof m_isDefault;
+        return TextControl::SetData(tag, bytes);
+    SetDefault(ValueOf<Boolean>(bytes) != 0);
     return noErr;
-}
-
-void PushButton::GetData(ResType tag, Size size, void* data) const
-{
-    if (tag == kControlPushButtonDefaultTag)
-        Give(m_isDefault, data);
-    else
-        TextControl::GetData(tag, size, data);
 }

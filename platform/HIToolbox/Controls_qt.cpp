@@ -7,7 +7,7 @@
 
 #include <CoreServices/MacErrors.h>
 
-#include <algorithm>
+#include <QtCore/QScopedValueRollback>
 
 namespace {
 
@@ -27,6 +27,17 @@ ControlPtr Find(ControlRef control)
 OSErr Missing(ControlRef control)
 {
     return control ? controlHandleInvalidErr : paramErr;
+}
+
+// The data of a control by their tag.
+OSErr FindData(ControlRef ref, ResType tag, ControlPtr& control, std::string_view& bytes)
+{
+    control = Find(ref);
+    if (!control)
+        return Missing(ref);
+    const auto data = control->Data(tag);
+    bytes = data.value_or(std::string_view());
+    return data ? noErr : errDataNotSupported;
 }
 
 } // namespace
@@ -74,7 +85,8 @@ void OpaqueControlRef::SendCommand()
     if (command == 0)
         return;
     const ControlPtr held = shared_from_this();
-    const WindowWidget::Delivery delivery(window->Widget()); // outlives the last reference below
+    int& deliveries = window->Widget()->deliveries;
+    const QScopedValueRollback delivery(deliveries, deliveries + 1); // outlives the reference below
     const WindowPtr owner = window->shared_from_this();
     HICommandExtended sent {};
     sent.attributes = kHICommandFromControl;
@@ -82,18 +94,6 @@ void OpaqueControlRef::SendCommand()
     sent.source.control = this;
     owner->SendCommand(sent);
 }
-
-OSErr OpaqueControlRef::SetData(ResType, Size, const void*)
-{
-    return errDataNotSupported;
-}
-
-OSErr OpaqueControlRef::GetDataSize(ResType, Size&) const
-{
-    return errDataNotSupported;
-}
-
-void OpaqueControlRef::GetData(ResType, Size, void*) const { }
 
 void Controls_Add(const ControlPtr& control, OpaqueControlRef* container)
 {
@@ -144,39 +144,46 @@ try {
 
 OSErr SetControlData(ControlRef ref, ControlPartCode, ResType tag, Size size, const void* data)
 try {
-    const ControlPtr control = Find(ref);
-    return control ? control->SetData(tag, size, data) : Missing(ref);
+    ControlPtr control;
+    std::string_view bytes;
+    if (const OSErr error = FindData(ref, tag, control, bytes))
+        return error;
+    if (size < 0 || (tag != kControlStaticTextTextTag && size != std::ssize(bytes)))
+        return errDataSizeMismatch;
+    if (!data && size != 0)
+        return paramErr;
+    return control->SetData(tag,
+                            { static_cast<const char*>(data), static_cast<std::size_t>(size) });
 } catch (...) {
     return memFullErr;
 }
 
 OSErr GetControlDataSize(ControlRef ref, ControlPartCode, ResType tag, Size* size)
 {
-    const ControlPtr control = Find(ref);
-    if (!control)
-        return Missing(ref);
-    Size full = 0;
-    const OSErr error = control->GetDataSize(tag, full);
-    if (error == noErr && !size)
+    ControlPtr control;
+    std::string_view bytes;
+    if (const OSErr error = FindData(ref, tag, control, bytes))
+        return error;
+    if (!size)
         return paramErr;
-    if (error == noErr)
-        *size = full;
-    return error;
+    *size = std::ssize(bytes);
+    return noErr;
 }
 
 OSErr GetControlData(
-    ControlRef ref, ControlPartCode part, ResType tag, Size size, void* data, Size* actualSize)
+    ControlRef ref, ControlPartCode, ResType tag, Size size, void* data, Size* actualSize)
 {
-    Size full = 0;
-    if (const OSErr error = GetControlDataSize(ref, part, tag, &full))
+    ControlPtr control;
+    std::string_view bytes;
+    if (const OSErr error = FindData(ref, tag, control, bytes))
         return error;
     const bool mayBeCut = tag == kControlStaticTextTextTag;
-    if (size < 0 || (data && !mayBeCut && size < full))
+    if (size < 0 || (data && !mayBeCut && size < std::ssize(bytes)))
         return errDataSizeMismatch;
     if (actualSize)
-        *actualSize = full;
+        *actualSize = std::ssize(bytes);
     if (data)
-        Find(ref)->GetData(tag, std::min(size, full), data);
+        bytes.copy(static_cast<char*>(data), static_cast<std::size_t>(size));
     return noErr;
 }
 
@@ -208,8 +215,7 @@ Rect* GetControlBounds(ControlRef ref, Rect* bounds)
 {
     if (bounds) {
         const ControlPtr control = Find(ref);
-        const QRect rect = control ? control->bounds : QRect();
-        *bounds = Bridges_ToRect(rect);
+        *bounds = Bridges_ToRect(control ? control->bounds : QRect());
     }
     return bounds;
 }
@@ -230,9 +236,11 @@ try {
     const ControlPtr control = Find(view);
     if (!control)
         return Missing(view);
-    const bool isEnabled = control->widget->isEnabled();
-    if (!control->Click())
+    auto* button = qobject_cast<QAbstractButton*>(control->widget);
+    if (!button)
         return errMessageNotSupported;
+    const bool isEnabled = button->isEnabled();
+    button->click();
     if (part)
         *part = isEnabled ? HIViewPartCode { kControlButtonPart } : HIViewPartCode {};
     return noErr;

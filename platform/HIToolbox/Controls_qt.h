@@ -3,18 +3,17 @@
 // boxes and alerts need.
 #pragma once
 
+#include "HIToolbox/PictureView_qt.h"
+#include "HIToolbox/TextView_qt.h"
+
 #include <Carbon/Controls.h>
 
-#include <QtCore/QRect>
-#include <QtWidgets/QWidget>
+#include <QtWidgets/QPushButton>
 
-#include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 
-class PictureView;
-class PushButtonWidget;
-class QGroupBox;
-class TextView;
 struct OwnWindow;
 
 /// Base of all controls. Owned by its window; the widget is owned by the window's widget.
@@ -45,14 +44,10 @@ struct OpaqueControlRef : std::enable_shared_from_this<OpaqueControlRef>
     virtual void SetFontStyle(const ControlFontStyleRec&) { }
     /// Sets its text smaller by some pixels than its font style says, but not below 9. False if it does not fit.
     virtual bool FitText(int /*smallerBy*/) { return true; }
-    /// Presses it as a click would; false if it is not a button.
-    virtual bool Click() { return false; }
-
-    /// Data by tag, for SetControlData and its companions.
-    virtual OSErr SetData(ResType tag, Size size, const void* data);
-    virtual OSErr GetDataSize(ResType tag, Size& size) const;
-    /// Copies `size` bytes, at most GetDataSize's; only text is ever cut.
-    virtual void GetData(ResType tag, Size size, void* data) const;
+    /// Its data of a kind, for SetControlData and its companions; nothing of a kind that it does not have.
+    virtual std::optional<std::string_view> Data(ResType) const { return std::nullopt; }
+    /// Replaces data that it has by other bytes; only text changes its size.
+    virtual OSErr SetData(ResType, std::string_view) { return noErr; }
 };
 
 using ControlPtr = std::shared_ptr<OpaqueControlRef>;
@@ -73,11 +68,12 @@ struct Separator final : OpaqueControlRef
 struct PictureControl final : OpaqueControlRef
 {
     PictureControl(OwnWindow& owner, const QRect& where);
-    PictureView* View() const;
+    PictureView* View() const { return static_cast<PictureView*>(widget); }
     bool CanEmbed() const override { return true; }
-    OSErr SetData(ResType tag, Size size, const void* data) override;
-    OSErr GetDataSize(ResType tag, Size& size) const override;
-    void GetData(ResType tag, Size size, void* data) const override;
+    /// False, the control keeping what it shows, if it is null or cannot be decoded.
+    bool SetPicture(PicHandle picture);
+    std::optional<std::string_view> Data(ResType tag) const override;
+    OSErr SetData(ResType tag, std::string_view bytes) override;
 
 private:
     PicHandle m_picture = nullptr; // as given; decoded at once and never read later
@@ -89,11 +85,10 @@ struct TextControl : OpaqueControlRef
     using OpaqueControlRef::OpaqueControlRef;
     void SetTitle(const std::string& utf8) override;
     void SetFontStyle(const ControlFontStyleRec& style) override;
-    OSErr SetData(ResType tag, Size size, const void* data) override;
-    OSErr GetDataSize(ResType tag, Size& size) const override;
-    void GetData(ResType tag, Size size, void* data) const override;
+    std::optional<std::string_view> Data(ResType tag) const override;
+    OSErr SetData(ResType tag, std::string_view bytes) override;
     bool FitText(int smallerBy) override;
-    QString Text() const;
+    QString Text() const { return QString::fromStdString(m_text); }
 
 protected:
     /// Shows the text and its style after a change of either.
@@ -116,36 +111,30 @@ protected:
 struct StaticText final : TextControl
 {
     StaticText(OwnWindow& owner, const QRect& where);
-    TextView* View() const;
-    OSErr SetData(ResType tag, Size size, const void* data) override;
-    OSErr GetDataSize(ResType tag, Size& size) const override;
-    void GetData(ResType tag, Size size, void* data) const override;
+    TextView* View() const { return static_cast<TextView*>(widget); }
+    std::optional<std::string_view> Data(ResType tag) const override;
+    OSErr SetData(ResType tag, std::string_view bytes) override;
 
 protected:
     void Update() override;
-    bool Fits() override;
+    bool Fits() override { return View()->Fit(); }
 };
 
 struct PushButton final : TextControl
 {
     PushButton(OwnWindow& owner, const QRect& where);
     ~PushButton() override;
-    void SetIcon(const QImage& icon);
+    QPushButton* Button() const { return static_cast<QPushButton*>(widget); }
     void SetDefault(bool on); // of a window's buttons one is the default
-    void SetCancel(bool on);
-    bool Click() override;
-    OSErr SetData(ResType tag, Size size, const void* data) override;
-    OSErr GetDataSize(ResType tag, Size& size) const override;
-    void GetData(ResType tag, Size size, void* data) const override;
+    std::optional<std::string_view> Data(ResType tag) const override;
+    OSErr SetData(ResType tag, std::string_view bytes) override;
 
 protected:
     void Update() override;
     bool Fits() override;
 
 private:
-    PushButtonWidget* Button() const;
     QMetaObject::Connection m_clicked; // the widget may outlive the control
-    Boolean m_isDefault = false;
 };
 
 /// Adds a control to a window, in a container of it or (null) in the window itself.

@@ -27,21 +27,19 @@ struct OpaqueEventHandlerRef
     std::shared_ptr<OpaqueEventHandlerRef> older; // the next one in its target's list
 };
 
-/// A window's list of handlers, owned by the window.
+/// A window's list of handlers, a part of the window.
 struct OpaqueEventTargetRef
 {
     std::shared_ptr<OpaqueEventHandlerRef> newest;
-    std::shared_ptr<OpaqueEventHandlerRef>
-        spare; // for the first handler, which needs no memory then
+    // For the first handler, which needs no memory then.
+    std::shared_ptr<OpaqueEventHandlerRef> spare = std::make_shared<OpaqueEventHandlerRef>();
 
-    OpaqueEventTargetRef(); // throws bad_alloc
-    ~OpaqueEventTargetRef();
+    OpaqueEventTargetRef() { spare->types.reserve(8); }
     OpaqueEventTargetRef(const OpaqueEventTargetRef&) = delete;
     OpaqueEventTargetRef& operator=(const OpaqueEventTargetRef&) = delete;
 
     void RemoveAll(); // no handler is called again
-    /// Offers an event to the handlers, newest first, until one returns anything but eventNotHandledErr.
-    /// News about a window reaches every handler. Returns the last result; eventNotHandledErr if no handler
-    /// took it.
+    /// Offers an event to the handlers as InstallEventHandler says. Returns the last result; eventNotHandledErr if
+    /// no handler took it.
     OSStatus Send(OpaqueEventRef event) const;
 };

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 // HostWindows_qt.cpp - windows of the host behind a WindowRef: Qt widgets and X11 windows of any
 // toolkit.
-#include "HIToolbox/HostWindows_qt.h"
-
 #include "HIToolbox/Application_qt.h"
+#include "HIToolbox/Windows_qt.h"
 
 #include <veltrano/HostWindow.h>
 
@@ -19,34 +18,35 @@
 
 namespace {
 
-// Answers of the X server come from malloc. An error is a null answer: the host may destroy its
-// window at any moment.
-template <class T> using Reply = std::unique_ptr<T, decltype(&std::free)>;
-template <class T> Reply<T> Own(T* reply)
-{
-    return { reply, &std::free };
-}
-
 xcb_connection_t* Connection()
 {
     const auto* x11 = qApp ? qApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
     return x11 ? x11->connection() : nullptr;
 }
 
-xcb_atom_t Atom(const char* name)
+// Sends a request and waits for its answer. Null for an error: the host may destroy its window at any moment.
+template <class Cookie, class Reply, class... Arguments>
+auto Ask(Cookie (*request)(xcb_connection_t*, Arguments...),
+         Reply* (*answer)(xcb_connection_t*, Cookie, xcb_generic_error_t**),
+         std::type_identity_t<Arguments>... arguments)
 {
     xcb_connection_t* x = Connection();
-    const auto cookie = xcb_intern_atom(x, 0, static_cast<std::uint16_t>(std::strlen(name)), name);
-    const auto reply = Own(xcb_intern_atom_reply(x, cookie, nullptr));
+    Reply* reply = x ? answer(x, request(x, arguments...), nullptr) : nullptr;
+    return std::unique_ptr<Reply, decltype(&std::free)>(reply, &std::free);
+}
+
+xcb_atom_t Atom(const char* name)
+{
+    const auto length = static_cast<std::uint16_t>(std::strlen(name));
+    const auto reply = Ask(xcb_intern_atom, xcb_intern_atom_reply, 0, length, name);
     return reply ? reply->atom : xcb_atom_t { XCB_ATOM_NONE };
 }
 
 // A property of 32-bit values, up to `count` of them; empty when it is absent.
 std::vector<std::uint32_t> Property(xcb_window_t window, const char* name, std::uint32_t count)
 {
-    xcb_connection_t* x = Connection();
-    const auto cookie = xcb_get_property(x, 0, window, Atom(name), XCB_ATOM_ANY, 0, count);
-    const auto reply = Own(xcb_get_property_reply(x, cookie, nullptr));
+    const auto reply = Ask(xcb_get_property, xcb_get_property_reply, 0, window, Atom(name),
+                           XCB_ATOM_ANY, 0, count);
     if (!reply || reply->format != 32)
         return {};
     const auto* values = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
@@ -88,11 +88,15 @@ struct X11Window final : OpaqueWindowPtr
         delete m_handle; // Qt's idea of it; the window itself stays
     }
 
+    auto Geometry() const { return Ask(xcb_get_geometry, xcb_get_geometry_reply, m_window); }
+    auto Attributes() const
+    {
+        return Ask(xcb_get_window_attributes, xcb_get_window_attributes_reply, m_window);
+    }
+
     bool IsVisible() const override
     {
-        xcb_connection_t* x = Connection();
-        const auto cookie = xcb_get_window_attributes(x, m_window);
-        const auto reply = Own(xcb_get_window_attributes_reply(x, cookie, nullptr));
+        const auto reply = Attributes();
         return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
     }
     QRect Structure() const override
@@ -132,11 +136,9 @@ struct X11Window final : OpaqueWindowPtr
 
     QWindow* Handle() override
     {
-        if (!Exists())
-            return nullptr;
         if (!m_handle)
             m_handle = QWindow::fromWinId(m_window);
-        return m_handle;
+        return Exists() ? m_handle : nullptr;
     }
 
     void SetBlocked(bool blocked) override
@@ -163,17 +165,11 @@ struct X11Window final : OpaqueWindowPtr
     xcb_window_t Id() const { return m_window; }
 
 private:
-    Reply<xcb_get_geometry_reply_t> Geometry() const
-    {
-        xcb_connection_t* x = Connection();
-        return Own(x ? xcb_get_geometry_reply(x, xcb_get_geometry(x, m_window), nullptr) : nullptr);
-    }
     // A blocked host may not repaint what a window above it uncovers: the server keeps its pixels, as far as it can.
     void KeepPixels(xcb_connection_t* x, bool on)
     {
         if (on) {
-            const auto cookie = xcb_get_window_attributes(x, m_window);
-            const auto reply = Own(xcb_get_window_attributes_reply(x, cookie, nullptr));
+            const auto reply = Attributes();
             m_backingStore
                 = reply ? reply->backing_store : std::uint32_t { XCB_BACKING_STORE_NOT_USEFUL };
         }
@@ -186,9 +182,8 @@ private:
         const auto size = Geometry();
         if (!size)
             return {};
-        xcb_connection_t* x = Connection();
-        const auto cookie = xcb_translate_coordinates(x, m_window, size->root, 0, 0);
-        const auto corner = Own(xcb_translate_coordinates_reply(x, cookie, nullptr));
+        const auto corner = Ask(xcb_translate_coordinates, xcb_translate_coordinates_reply,
+                                m_window, size->root, 0, 0);
         return corner ? QRect(corner->dst_x, corner->dst_y, size->width, size->height) : QRect();
     }
 
@@ -206,7 +201,7 @@ std::shared_ptr<X11Window> Wrap(unsigned long id)
 
 } // namespace
 
-WindowPtr HostWindows_Active()
+WindowPtr Windows_WrapActive()
 {
     if (QWidget* active = QApplication::activeWindow())
         return std::make_shared<WidgetWindow>(active);

@@ -1,45 +1,47 @@
 // SPDX-License-Identifier: MIT
 // Host_qt.cpp - the C functions through which a host in any language opens the module and shows its box.
 #include "HIToolbox/Application_qt.h"
-#include "HIToolbox/ModalLoop_qt.h"
 #include "HIToolbox/Windows_qt.h"
+#include "support/Ref.h"
 
 #include <Carbon/IBCarbonRuntime.h>
 #include <veltrano/Host.h>
 
 #include <QtWidgets/QApplication>
 
-#include <cstring>
+#include <algorithm>
 #include <dlfcn.h>
+#include <list>
 #include <new>
 #include <string>
 
 struct OpaqueVeltranoModule
 {
-    CFBundleRef bundle; // one reference
+    Ref<CFBundleRef> bundle;
     const EntryPoint* table;
-    int users; // calls of VeltranoOpenModule, and boxes that are up; the last one unloads the module
-    OpaqueVeltranoModule* next;
+    int users
+        = 1; // calls of VeltranoOpenModule, and boxes that are up; the last one unloads the module
 };
 
 namespace {
 
-OpaqueVeltranoModule* sModules = nullptr; // the loaded ones, each once
-
-CFBundleRef CreateBundle(const char* path)
+// The loaded ones, each once. Never freed: a host may leave modules to the end of the process.
+std::list<OpaqueVeltranoModule>& Modules()
 {
-    const CFURLRef url = CFURLCreateFromFileSystemRepresentation(
-        kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path),
-        static_cast<CFIndex>(std::strlen(path)), true);
-    if (url == nullptr)
-        return nullptr;
-    const CFBundleRef bundle = CFBundleCreate(kCFAllocatorDefault, url);
-    CFRelease(url);
-    return bundle;
+    static auto* modules = new std::list<OpaqueVeltranoModule>;
+    return *modules;
+}
+
+Ref<CFBundleRef> CreateBundle(const std::string& path)
+{
+    const Ref<CFURLRef> url(CFURLCreateFromFileSystemRepresentation(
+        kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path.data()),
+        static_cast<CFIndex>(path.size()), true));
+    return Ref<CFBundleRef>(url ? CFBundleCreate(kCFAllocatorDefault, url.get()) : nullptr);
 }
 
 // The module that was built or installed with this library.
-CFBundleRef CreateInstalledBundle()
+Ref<CFBundleRef> CreateInstalledBundle()
 {
     static const char* const kPlaces[] = VELTRANO_MODULE_PLACES; // from this library's folder
     Dl_info library = {};
@@ -48,7 +50,7 @@ CFBundleRef CreateInstalledBundle()
     const std::string file = library.dli_fname;
     const std::string folder = file.substr(0, file.rfind('/') + 1);
     for (const char* place : kPlaces) {
-        if (const CFBundleRef bundle = CreateBundle((folder + place).c_str()))
+        if (auto bundle = CreateBundle(folder + place))
             return bundle;
     }
     return nullptr;
@@ -56,15 +58,11 @@ CFBundleRef CreateInstalledBundle()
 
 void Release(OpaqueVeltranoModule* module)
 {
-    if (--module->users != 0)
-        return;
-    OpaqueVeltranoModule** link = &sModules;
-    while (*link != module)
-        link = &(*link)->next;
-    *link = module->next;
-    CFBundleUnloadExecutable(module->bundle);
-    CFRelease(module->bundle);
-    delete module;
+    if (--module->users == 0) {
+        CFBundleUnloadExecutable(module->bundle.get());
+        Modules().remove_if(
+            [module](const OpaqueVeltranoModule& known) { return &known == module; });
+    }
 }
 
 // What keeps a box of this module from being shown; kVeltranoShown if nothing does.
@@ -85,26 +83,15 @@ int FindObstacle(CFBundleRef bundle, WindowRef window)
 
 VeltranoModuleRef VeltranoOpenModule(const char* path)
 try {
-    const CFBundleRef bundle = path ? CreateBundle(path) : CreateInstalledBundle();
-    if (!bundle)
-        return nullptr;
-    for (OpaqueVeltranoModule* module = sModules; module; module = module->next) {
-        if (module->bundle == bundle) {
-            CFRelease(bundle);
-            ++module->users;
-            return module;
-        }
+    auto bundle = path ? CreateBundle(path) : CreateInstalledBundle();
+    const auto known = std::ranges::find(Modules(), bundle, &OpaqueVeltranoModule::bundle);
+    if (known != Modules().end()) {
+        ++known->users;
+        return &*known;
     }
     const auto get = reinterpret_cast<GetEntryTableProc>(
-        CFBundleGetFunctionPointerForName(bundle, CFSTR("GetEntryTable")));
-    auto* module
-        = get ? new (std::nothrow) OpaqueVeltranoModule { bundle, get(), 1, sModules } : nullptr;
-    if (!module) {
-        CFRelease(bundle);
-        return nullptr;
-    }
-    sModules = module;
-    return module;
+        CFBundleGetFunctionPointerForName(bundle.get(), CFSTR("GetEntryTable")));
+    return get ? &Modules().emplace_back(std::move(bundle), get()) : nullptr;
 } catch (...) {
     return nullptr;
 }
@@ -125,40 +112,31 @@ int VeltranoShowAboutBox(VeltranoModuleRef module,
 {
     if (!module)
         return kVeltranoNoModule;
-    if (const int obstacle = FindObstacle(module->bundle, window); obstacle != kVeltranoShown)
+    if (const int obstacle = FindObstacle(module->bundle.get(), window))
         return obstacle;
-    const CFBundleRef host
-        = hostBundlePath ? CreateBundle(hostBundlePath) : CFBundleGetMainBundle();
     ProductRecord product = { { 0, 0 }, versionText };
     const auto show = reinterpret_cast<ShowAboutBoxEntry>(module->table[kEntryShowAboutBox]);
-    const unsigned loopsBefore = ModalLoop_CountRuns(); // the entry's result is 1 in any case
+    const unsigned loopsBefore = Windows_CountModalLoops(); // the entry's result is 1 in any case
     ++module->users;
     try {
-        show(window, host, pictureId, &product, text, lightStyle);
+        const auto host = hostBundlePath ? CreateBundle(hostBundlePath) : nullptr;
+        const CFBundleRef bundle = hostBundlePath ? host.get() : CFBundleGetMainBundle();
+        show(window, bundle, pictureId, &product, text, lightStyle);
     } catch (const std::bad_alloc&) { // before the box was up; no exception may reach a host in C
     }
     Release(module);
-    if (hostBundlePath && host)
-        CFRelease(host);
-    return ModalLoop_CountRuns() != loopsBefore ? kVeltranoShown : kVeltranoNoWindow;
+    return Windows_CountModalLoops() != loopsBefore ? kVeltranoShown : kVeltranoNoWindow;
 }
 
 const char* VeltranoResultText(int result)
 {
-    switch (result) {
-    case kVeltranoShown:
-        return "The About box was shown.";
-    case kVeltranoNoModule:
-        return "The module is not loaded.";
-    case kVeltranoNoDisplay:
-        return "There is no display on which a window can be shown.";
-    case kVeltranoOtherApplication:
-        return "The process has an application object other than a QApplication of this thread.";
-    case kVeltranoNoWindow:
-        return "The host's window is invalid, or the box's window could not be created.";
-    case kVeltranoNoInterfaceFile:
-        return "The module's bundle has no readable interface file.";
-    default:
-        return "Unknown result.";
-    }
+    static const char* const kTexts[] = {
+        "The About box was shown.",
+        "The module is not loaded.",
+        "There is no display on which a window can be shown.",
+        "The process has an application object other than a QApplication of this thread.",
+        "The host's window is invalid, or the box's window could not be created.",
+        "The module's bundle has no readable interface file.",
+    };
+    return result >= 0 && result < std::ssize(kTexts) ? kTexts[result] : "Unknown result.";
 }

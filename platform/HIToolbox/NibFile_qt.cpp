@@ -7,10 +7,12 @@
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <QtCore/QFile>
+#include <QtCore/QRegularExpression>
 #include <QtCore/QStringDecoder>
 #include <QtCore/QXmlStreamReader>
 #include <QtCore/QtEndian>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
@@ -19,9 +21,8 @@ namespace {
 
 // Real files hold some hundred objects, nested about ten deep, with two attributes a tag.
 constexpr qint64 kMaxBytes = 4 << 20;
-constexpr std::size_t kMaxObjects = 20000;
-constexpr int kMaxEntries = 100000; // properties and references of all objects
-constexpr int kMaxAttributes = 16; // of a tag: the XML reader compares each with all others
+constexpr int kMaxElements = 120'000;
+constexpr int kMaxDepth = 200;
 constexpr int kLongestEntity = 16; // real files declare none
 
 // The text of a file: UTF-8 unless a byte-order mark or Latin-1 in its first line says otherwise. Titles
@@ -41,66 +42,78 @@ QString Decode(const QByteArray& bytes)
     return text;
 }
 
-// True if no tag has too many attributes, counted by their "=" outside of quotes.
+// True if no tag has more than 16 attributes: the XML reader compares each with all others.
 bool HasPlainTags(const QString& text)
 {
-    bool inTag = false;
-    QChar quote;
-    int attributes = 0;
-    for (const QChar c : text) {
-        if (!inTag) {
-            inTag = c == u'<';
-            attributes = 0;
-        } else if (!quote.isNull()) {
-            quote = c == quote ? QChar() : quote;
-        } else if (c == u'"' || c == u'\'') {
-            quote = c;
-        } else if (c == u'=' && ++attributes > kMaxAttributes) {
-            return false;
-        } else {
-            inTag = c != u'>';
-        }
+    static const auto* tooMany = new QRegularExpression( // never freed: Qt may be gone by then
+        QStringLiteral(R"(<(?:[^<>"'=]*+=\s*+(?:"[^"]*+"|'[^']*+')){17})"));
+    return !tooMany->match(text).hasMatch();
+}
+
+// Reads the element that begins here. `count` is of those read so far.
+NibElement ReadElement(QXmlStreamReader& xml, int depth, int& count)
+{
+    const auto attribute = [attributes = xml.attributes()](const char* name) {
+        return attributes.value(QLatin1String(name)).toString();
+    };
+    NibElement element;
+    element.kind = xml.name().toString();
+    element.name = attribute("name");
+    element.className = attribute("class");
+    const bool isReference = element.kind == u"reference";
+    element.id = std::max(0, attribute(isReference ? "idRef" : "id").toInt());
+    if (depth > kMaxDepth || ++count > kMaxElements)
+        xml.raiseError(QStringLiteral("too deep or too large"));
+    if (element.kind == u"object" || element.kind == u"array" || element.kind == u"dictionary") {
+        while (xml.readNextStartElement())
+            element.children.push_back(ReadElement(xml, depth + 1, count));
+    } else {
+        element.text = xml.readElementText(QXmlStreamReader::SkipChildElements);
     }
-    return true;
+    return element;
 }
 
 } // namespace
 
-bool NibObject::Has(const char* name) const
+const NibElement* NibElement::Property(const char* property) const
 {
-    return values.contains(QString::fromLatin1(name));
+    const auto found = std::find_if(children.rbegin(), children.rend(), [=](const auto& child) {
+        return child.name == QLatin1String(property);
+    });
+    return found == children.rend() ? nullptr : &*found;
 }
 
-QString NibObject::Text(const char* name) const
+QString NibElement::Text(const char* property) const
 {
-    return values.value(QString::fromLatin1(name));
+    const NibElement* found = Property(property);
+    return found ? found->text : QString();
 }
 
-int NibObject::Number(const char* name, int absent) const
+int NibElement::Number(const char* property, int absent) const
 {
     bool ok = false;
-    const qint64 number = Text(name).trimmed().toLongLong(&ok); // 32 bits, signed or not
+    const qint64 number = Text(property).trimmed().toLongLong(&ok); // 32 bits, signed or not
     return ok && number >= INT32_MIN && number <= UINT32_MAX ? static_cast<int>(number) : absent;
 }
 
-bool NibObject::IsTrue(const char* name, bool absent) const
+bool NibElement::IsTrue(const char* property, bool absent) const
 {
-    return Has(name) ? Text(name) == u"TRUE" : absent;
+    return Has(property) ? Text(property) == u"TRUE" : absent;
 }
 
-OSType NibObject::Code(const char* name) const
+OSType NibElement::Code(const char* property) const
 {
     std::array<char, 8> code {};
-    const Ref<CFStringRef> string = Bridges_CreateCFString(Text(name));
+    const Ref<CFStringRef> string = Bridges_CreateCFString(Text(property));
     const bool ok
         = CFStringGetCString(string.get(), code.data(), code.size(), kCFStringEncodingMacRoman)
         && std::strlen(code.data()) == 4;
     return ok ? qFromBigEndian<OSType>(code.data()) : 0;
 }
 
-std::optional<QRect> NibObject::Rectangle(const char* name) const
+std::optional<QRect> NibElement::Rectangle(const char* property) const
 {
-    const QStringList parts = Text(name).simplified().split(u' ');
+    const QStringList parts = Text(property).simplified().split(u' ');
     std::array<int, 4> side {};
     if (parts.size() != 4)
         return std::nullopt;
@@ -120,99 +133,42 @@ std::unique_ptr<NibFile> NibFile::Read(const QString& path)
     if (!file.open(QIODevice::ReadOnly) || file.size() > kMaxBytes)
         return nullptr;
     const QString text = Decode(file.read(file.size())); // a larger limit would be allocated whole
-    if (!HasPlainTags(text))
-        return nullptr;
-    auto nib = std::make_unique<NibFile>();
     QXmlStreamReader xml(text);
     xml.setEntityExpansionLimit(kLongestEntity);
-    if (!xml.readNextStartElement() || xml.name() != u"object")
+    if (!HasPlainTags(text) || !xml.readNextStartElement() || xml.name() != u"object")
         return nullptr;
-    nib->m_root = nib->ReadObject(xml, 0);
-    const NibObject* root = nib->Find(nib->m_root);
-    return !xml.hasError() && root && root->Text("targetFramework") == u"IBCarbonFramework"
-        ? std::move(nib)
-        : nullptr;
+    auto nib = std::make_unique<NibFile>();
+    int count = 0;
+    nib->m_root = ReadElement(xml, 0, count);
+    if (xml.hasError() || nib->m_root.Text("targetFramework") != u"IBCarbonFramework")
+        return nullptr;
+    nib->Index(nib->m_root);
+    return nib;
 }
 
-const NibObject* NibFile::Find(int id) const
+// Of two objects with one id the first counts.
+void NibFile::Index(const NibElement& element)
 {
-    const auto found = m_objects.find(id);
-    return found == m_objects.end() ? nullptr : &found->second;
+    if (element.id != 0 && element.kind == u"object")
+        m_objects.emplace(element.id, &element);
+    for (const NibElement& child : element.children)
+        Index(child);
 }
 
-const NibObject* NibFile::FindNamed(const QString& name) const
+const NibElement* NibFile::Resolve(const NibElement* element) const
 {
-    const auto table = Find(m_root)->tables.value(QStringLiteral("nameTable"));
-    return table.contains(name) ? Find(table.value(name)) : nullptr;
+    if (!element || element->kind == u"object")
+        return element;
+    const auto found = m_objects.find(element->kind == u"reference" ? element->id : 0);
+    return found == m_objects.end() ? nullptr : found->second;
 }
 
-// Reads the object that begins here; returns its id, or a negative one if it has none.
-int NibFile::ReadObject(QXmlStreamReader& xml, int depth)
+const NibElement* NibFile::FindNamed(const QString& name) const
 {
-    bool ok = false;
-    int id = xml.attributes().value(QLatin1String("id")).toInt(&ok);
-    if (!ok || id <= 0)
-        id = m_nextOwnId--;
-    if (depth > kMaxDepth || m_objects.size() >= kMaxObjects) {
-        xml.raiseError(QStringLiteral("too deep or too large"));
-        return id;
+    const NibElement* table = m_root.Property("nameTable");
+    for (std::size_t key = 0; table && key + 1 < table->children.size(); key += 2) {
+        if (table->children[key].text == name)
+            return Resolve(&table->children[key + 1]);
     }
-    const auto [slot, isFirst] = m_objects.try_emplace(id); // of a duplicate the first counts
-    NibObject* const kept = isFirst ? &slot->second : nullptr;
-    NibObject object;
-    object.className = xml.attributes().value(QLatin1String("class")).toString();
-    while (xml.readNextStartElement())
-        ReadProperty(xml, object, depth);
-    if (kept)
-        *kept = std::move(object);
-    return id;
-}
-
-void NibFile::ReadProperty(QXmlStreamReader& xml, NibObject& object, int depth)
-{
-    CountEntry(xml);
-    const QString name = xml.attributes().value(QLatin1String("name")).toString();
-    if (xml.name() == u"object" || xml.name() == u"reference") {
-        object.objects.insert(name, ReadLink(xml, depth));
-    } else if (xml.name() == u"array") {
-        QList<int> links;
-        while (xml.readNextStartElement())
-            links.append(ReadLink(xml, depth));
-        object.arrays.insert(name, links);
-    } else if (xml.name() == u"dictionary") {
-        object.tables.insert(name, ReadTable(xml, depth));
-    } else {
-        object.values.insert(name, xml.readElementText(QXmlStreamReader::SkipChildElements));
-    }
-}
-
-int NibFile::ReadLink(QXmlStreamReader& xml, int depth)
-{
-    CountEntry(xml);
-    if (xml.name() == u"object")
-        return ReadObject(xml, depth + 1);
-    const int id = xml.attributes().value(QLatin1String("idRef")).toInt();
-    xml.skipCurrentElement();
-    return id; // 0, no object's id, for anything but a reference
-}
-
-QHash<QString, int> NibFile::ReadTable(QXmlStreamReader& xml, int depth)
-{
-    QHash<QString, int> table;
-    QString key;
-    bool isKey = true;
-    while (xml.readNextStartElement()) {
-        if (isKey)
-            key = xml.readElementText(QXmlStreamReader::SkipChildElements);
-        else
-            table.insert(key, ReadLink(xml, depth));
-        isKey = !isKey;
-    }
-    return table;
-}
-
-void NibFile::CountEntry(QXmlStreamReader& xml)
-{
-    if (++m_entries > kMaxEntries)
-        xml.raiseError(QStringLiteral("too large"));
+    return nullptr;
 }

@@ -1,36 +1,38 @@
 // SPDX-License-Identifier: MIT
-// NibFile_qt.h - an interface file, read into objects with properties. References stay ids and are followed only
-// when they are used.
+// NibFile_qt.h - an interface file, read into a tree of elements. References are followed only when they are used.
 #pragma once
 
 #include <CoreServices/MacTypes.h>
 
-#include <QtCore/QHash>
 #include <QtCore/QRect>
 #include <QtCore/QString>
 
 #include <memory>
 #include <optional>
 #include <unordered_map>
+#include <vector>
 
-class QXmlStreamReader;
-
-struct NibObject
+/// An object, or a property of one.
+struct NibElement
 {
-    QString className;
-    QHash<QString, QString> values; // texts, numbers and truth values as written
-    QHash<QString, int> objects; // ids
-    QHash<QString, QList<int>> arrays; // ids
-    QHash<QString, QHash<QString, int>> tables; // names to ids
+    QString kind; // "object", "reference", "array", "dictionary", "string" ...
+    QString name; // of a property
+    QString className; // of an object
+    int id = 0; // of an object, or of the one that a reference means; 0 for none
+    QString text; // of a text, a number or a truth value as written
+    std::vector<NibElement>
+        children; // an object's properties, an array's or a dictionary's content
 
-    bool Has(const char* name) const;
-    QString Text(const char* name) const;
-    int Number(const char* name, int absent = 0) const;
-    bool IsTrue(const char* name, bool absent = false) const;
+    /// Null for an absent property.
+    const NibElement* Property(const char* property) const;
+    bool Has(const char* property) const { return Property(property) != nullptr; }
+    QString Text(const char* property) const;
+    int Number(const char* property, int absent = 0) const;
+    bool IsTrue(const char* property, bool absent = false) const;
     /// Four MacRoman characters, blanks among them; 0 for any other text.
-    OSType Code(const char* name) const;
+    OSType Code(const char* property) const;
     /// "top left bottom right", in the range of the API's coordinates.
-    std::optional<QRect> Rectangle(const char* name) const;
+    std::optional<QRect> Rectangle(const char* property) const;
 };
 
 class NibFile
@@ -39,22 +41,14 @@ public:
     /// Reads a file. Null if it is no Carbon interface file, is damaged, or exceeds the limits.
     static std::unique_ptr<NibFile> Read(const QString& path);
 
-    /// Null for an unknown id.
-    const NibObject* Find(int id) const;
+    /// The object that an element is or refers to; null for any other element, and for null.
+    const NibElement* Resolve(const NibElement* element) const;
     /// Looks an object up in the file's table of names.
-    const NibObject* FindNamed(const QString& name) const;
-
-    static constexpr int kMaxDepth = 100;
+    const NibElement* FindNamed(const QString& name) const;
 
 private:
-    int ReadObject(QXmlStreamReader& xml, int depth);
-    void ReadProperty(QXmlStreamReader& xml, NibObject& object, int depth);
-    int ReadLink(QXmlStreamReader& xml, int depth);
-    QHash<QString, int> ReadTable(QXmlStreamReader& xml, int depth);
-    void CountEntry(QXmlStreamReader& xml);
+    void Index(const NibElement& element);
 
-    std::unordered_map<int, NibObject> m_objects;
-    int m_root = 0;
-    int m_nextOwnId = -1;
-    int m_entries = 0; // properties and references
+    NibElement m_root;
+    std::unordered_map<int, const NibElement*> m_objects; // by id
 };

@@ -5,8 +5,6 @@
 #include "HIToolbox/Controls_qt.h"
 #include "HIToolbox/NibFile_qt.h"
 #include "HIToolbox/OwnWindow_qt.h"
-#include "HIToolbox/PictureView_qt.h"
-#include "HIToolbox/WindowPlace_qt.h"
 #include "QuickDraw/Icons_qt.h"
 #include "support/Bridges_qt.h"
 #include "support/Ref.h"
@@ -15,6 +13,9 @@
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <QtCore/QFile>
+#include <QtCore/QScopeGuard>
+#include <QtGui/QGuiApplication>
+#include <QtGui/QScreen>
 #include <QtGui/QTextDocument>
 
 #include <algorithm>
@@ -25,9 +26,10 @@
 namespace {
 
 constexpr int kMaxWindowSide = 4096; // pixels; real windows fit on a screen
+constexpr int kMaxNesting = 100; // of controls
 
 // The record that the file's separate properties stand for.
-ControlFontStyleRec FontStyle(const NibObject& object)
+ControlFontStyleRec FontStyle(const NibElement& object)
 {
     ControlFontStyleRec style {};
     const auto use = [&style](int mask) { style.flags = static_cast<SInt16>(style.flags | mask); };
@@ -59,11 +61,6 @@ QString FindResource(CFBundleRef bundle, CFStringRef name, CFStringRef type)
     const bool ok
         = url && CFURLGetFileSystemRepresentation(url.get(), true, path.data(), path.size());
     return ok ? QString::fromUtf8(reinterpret_cast<const char*>(path.data())) : QString();
-}
-
-QString FindFile(CFBundleRef bundle, const QString& name)
-{
-    return FindResource(bundle, Bridges_CreateCFString(name).get(), nullptr);
 }
 
 using MakeControl = ControlPtr (*)(OwnWindow&, OpaqueControlRef*, const QRect&);
@@ -100,21 +97,20 @@ public:
     {
     }
 
-    void AddControls(const NibObject& parent, OpaqueControlRef* container, int depth = 0)
+    void AddControls(const NibElement& parent, OpaqueControlRef* container, int depth = 0)
     {
-        const auto subviews = parent.arrays.value(QStringLiteral("subviews"));
-        for (const int id : subviews) {
-            const NibObject* object = m_nib.Find(id);
-            if (object && depth < NibFile::kMaxDepth
-                && !m_built.contains(id)) { // a damaged file may run in circles
-                m_built.insert(id);
+        const NibElement* subviews = parent.Property("subviews");
+        if (!subviews || depth > kMaxNesting)
+            return;
+        for (const NibElement& child : subviews->children) {
+            const NibElement* object = m_nib.Resolve(&child);
+            if (object && m_built.insert(object).second) // a damaged file may run in circles
                 AddControl(*object, container, depth);
-            }
         }
     }
 
 private:
-    void AddControl(const NibObject& object, OpaqueControlRef* container, int depth)
+    void AddControl(const NibElement& object, OpaqueControlRef* container, int depth)
     {
         QRect bounds = object.Rectangle("bounds").value_or(QRect());
         bounds.setSize(bounds.size().expandedTo({ 0, 0 }));
@@ -127,87 +123,75 @@ private:
         control->SetHidden(object.IsTrue("hidden"));
         const QString help
             = object.Text(object.Has("helpTagText") ? "helpTagText" : "helpTagExtendedText");
-        if (!help.isEmpty()) { // literal, though Qt would take markup
+        if (!help.isEmpty()) // literal, though Qt would take markup
             control->widget->setToolTip(Qt::convertFromPlainText(help));
-        }
-        if (auto* picture = dynamic_cast<PictureControl*>(control.get())) {
-            SetImage(*picture, object);
-        } else if (auto* button = dynamic_cast<PushButton*>(control.get())) {
-            button->SetDefault(object.Number("buttonType") == 1);
-            button->SetCancel(object.Number("buttonType") == 2);
-            if (const QImage icon = FindIcon(object); !icon.isNull())
-                button->SetIcon(icon);
-        }
+        if (auto* picture = dynamic_cast<PictureControl*>(control.get()))
+            SetContent(*picture, object);
+        else if (auto* button = dynamic_cast<PushButton*>(control.get()))
+            SetUp(*button, object);
         AddControls(object, control.get(), depth + 1);
     }
 
-    // Looks into the current resource files first, then into the one that came with the nib.
-    template <class Find> void SearchResources(Find find)
+    void SetUp(PushButton& button, const NibElement& object)
     {
-        if (find())
-            return;
-        const SInt16 saved = CurResFile();
-        const CFBundleRefNum map = CFBundleOpenBundleResourceMap(m_bundle);
-        if (map != kResFileNotOpened) {
-            try {
-                find();
-            } catch (...) {
-                CFBundleCloseBundleResourceMap(m_bundle, map);
-                UseResFile(saved);
-                throw;
-            }
-            CFBundleCloseBundleResourceMap(m_bundle, map);
-            UseResFile(saved);
-        }
+        const int type = object.Number("buttonType");
+        button.SetDefault(type == 1);
+        if (type == 2)
+            m_window.Widget()->cancelButton = button.Button();
+        button.Button()->setIcon(QPixmap::fromImage(FindIcon(object)));
     }
 
-    void SetImage(PictureControl& control, const NibObject& object)
+    void SetContent(PictureControl& control, const NibElement& object)
     {
         if (object.className == u"IBCarbonPicture") {
-            SetPicture(control, object);
+            UseResource(object, [&](SInt16 id) { return control.SetPicture(GetPicture(id)); });
         } else if (object.className == u"IBCarbonIcon") {
-            control.View()->SetPicture(DecodedPicture::OfImage(FindIcon(object)));
+            control.View()->SetImage(FindIcon(object));
         } else {
             bool ok = false;
             const double alpha = object.Text("alpha").toDouble(&ok);
-            control.View()->SetPicture(DecodedPicture::OfImage(FindImage(object)),
-                                       object.IsTrue("scaleToFit"),
-                                       ok ? std::clamp(alpha, 0.0, 1.0) : 1);
+            control.View()->SetImage(FindImage(object), object.IsTrue("scaleToFit"),
+                                     ok ? std::clamp(alpha, 0.0, 1.0) : 1);
         }
     }
 
-    void SetPicture(PictureControl& control, const NibObject& object)
+    // Calls a function with the id of the resource that a control shows: once among the current resource files and, if it
+    // is not successful, again with those that came with the nib.
+    template <class Use> void UseResource(const NibElement& object, Use use)
     {
-        if (object.Has("contentResID")) {
-            SearchResources([&] {
-                PicHandle picture = GetPicture(static_cast<SInt16>(object.Number("contentResID")));
-                return picture
-                    && control.SetData(kControlPictureHandleTag, sizeof picture, &picture) == noErr;
-            });
-        }
+        const auto id = static_cast<SInt16>(object.Number("contentResID"));
+        if (!object.Has("contentResID") || use(id))
+            return;
+        const SInt16 saved = CurResFile();
+        const CFBundleRefNum map = CFBundleOpenBundleResourceMap(m_bundle);
+        const auto end = qScopeGuard([&] {
+            CFBundleCloseBundleResourceMap(m_bundle, map);
+            UseResFile(saved);
+        });
+        if (map != kResFileNotOpened)
+            use(id);
     }
 
-    QImage FindIcon(const NibObject& object)
+    QImage FindIcon(const NibElement& object)
     {
         QImage icon;
-        if (object.Has("contentResID")) {
-            SearchResources([&] {
-                icon = Icons_Load(object.Number("contentType"),
-                                  static_cast<SInt16>(object.Number("contentResID")));
-                return !icon.isNull();
-            });
-        }
+        UseResource(object, [&](SInt16 id) {
+            icon = Icons_Load(object.Number("contentType"), id);
+            return !icon.isNull();
+        });
         return icon;
     }
 
     // An image view names a file of the bundle, by one property or another.
-    QImage FindImage(const NibObject& object)
+    QImage FindImage(const NibElement& object)
     {
-        for (const QString& value : object.values) {
-            const QString path = value.contains(u'/') || !value.contains(u'.')
-                ? QString()
-                : FindFile(m_bundle, value);
-            QImage image = path.isEmpty() ? QImage() : Icons_Read(path);
+        for (const NibElement& property : object.children) {
+            const QString& name = property.text;
+            if (name.contains(u'/') || !name.contains(u'.'))
+                continue;
+            const QString path
+                = FindResource(m_bundle, Bridges_CreateCFString(name).get(), nullptr);
+            const QImage image = path.isEmpty() ? QImage() : Icons_Read(path);
             if (!image.isNull())
                 return image;
         }
@@ -217,8 +201,51 @@ private:
     const NibFile& m_nib;
     CFBundleRef m_bundle;
     OwnWindow& m_window;
-    std::unordered_set<int> m_built;
+    std::unordered_set<const NibElement*> m_built;
 };
+
+// The place for a window's content, whose rectangle in the file is in screen coordinates.
+//   position     0: there; 1 to 3 in the middle, 4 to 6 cascaded, 7 to 9 as an alert: on the main screen, over
+//                the parent window or on its screen
+//   constrained  moved so that it lies on a screen
+QRect PlaceOf(QRect content, int position, bool constrained)
+{
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    if (!screen)
+        return content;
+    QRect room = screen->availableGeometry();
+    QRect over = room;
+    const auto& windows = Windows_All();
+    const auto parent = std::find_if(windows.rbegin(), windows.rend(),
+                                     [](const WindowPtr& window) { return window->IsVisible(); });
+    const int place = position >= 1 && position <= 9 ? (position - 1) / 3 : -1;
+    if (place >= 0 && position % 3 != 1 && parent != windows.rend()) {
+        const QRect frame = (*parent)->Structure();
+        if (const QScreen* its = QGuiApplication::screenAt(frame.center()))
+            room = its->availableGeometry();
+        over = position % 3 == 2 ? frame : room;
+    }
+    constexpr QPoint kStep(20, 22);
+    if (place == 1) {
+        content.moveTo(over.topLeft() + kStep);
+        const auto isTaken = [&content](const WindowPtr& window) {
+            return window->Content().topLeft() == content.topLeft();
+        };
+        while (room.contains(content) && std::ranges::any_of(windows, isTaken))
+            content.translate(kStep);
+    } else if (place >= 0) { // an alert: a third of the spare room above instead of half
+        content.moveTo(over.left() + (over.width() - content.width()) / 2,
+                       over.top() + (over.height() - content.height()) / (place == 2 ? 3 : 2));
+    }
+    if (const QScreen* its = QGuiApplication::screenAt(content.center()))
+        room = its->availableGeometry();
+    if (constrained) {
+        const QSize spare = room.size() - content.size();
+        content.moveTo(std::max(room.left(), std::min(content.left(), room.left() + spare.width())),
+                       std::max(room.top(), std::min(content.top(), room.top() + spare.height())));
+    }
+    return content;
+}
 
 /// One-entry cache, keyed by path and stat(): the same box is usually reopened.
 struct KeptNib
@@ -274,13 +301,13 @@ OSStatus CreateWindowFromNib(IBNibRef nib, CFStringRef name, WindowRef* window)
 try {
     if (!nib || !name || !window)
         return paramErr;
-    const NibObject* object = nib->file->FindNamed(Bridges_FromCFString(name));
+    const NibElement* object = nib->file->FindNamed(Bridges_FromCFString(name));
     if (!object)
         return kIBCarbonRuntimeCantFindObject;
     if (object->className != u"IBCarbonWindow")
         return kIBCarbonRuntimeObjectNotOfRequestedType;
     const auto content = object->Rectangle("windowRect");
-    const NibObject* root = nib->file->Find(object->objects.value(QStringLiteral("rootControl")));
+    const NibElement* root = nib->file->Resolve(object->Property("rootControl"));
     if (!content || content->isEmpty() || !root || content->width() > kMaxWindowSide
         || content->height() > kMaxWindowSide) {
         return kIBCarbonRuntimeCantFindObject;
@@ -289,8 +316,8 @@ try {
         return windowWrongStateErr;
     const auto windowClass
         = static_cast<WindowClass>(object->Number("carbonWindowClass", kDocumentWindowClass));
-    const QRect place = WindowPlace_Of(*content, object->Number("windowPosition"),
-                                       object->IsTrue("isConstrained", true));
+    const QRect place = PlaceOf(*content, object->Number("windowPosition"),
+                                object->IsTrue("isConstrained", true));
     const bool hasFrame = windowClass != kHelpWindowClass && windowClass != kPlainWindowClass
         && windowClass != kOverlayWindowClass && windowClass != kAltPlainWindowClass
         && windowClass != kSimpleWindowClass;

@@ -6,22 +6,17 @@
 
 #include <CoreServices/MacErrors.h>
 
+#include <QtCore/QScopedValueRollback>
 #include <QtGui/QGuiApplication>
 #include <QtGui/QKeyEvent>
 #include <QtGui/QScreen>
 #include <QtGui/QWindow>
-#include <QtWidgets/QAbstractButton>
 
 #include <algorithm>
 
-WindowWidget::WindowWidget()
-    : QWidget(nullptr, Qt::Dialog)
-{
-}
-
 bool WindowWidget::event(QEvent* event)
 {
-    const Delivery delivery(this);
+    const QScopedValueRollback delivery(deliveries, deliveries + 1);
     if (event->type() == QEvent::LayoutRequest && window)
         window->FitTexts();
     return QWidget::event(event);
@@ -29,20 +24,16 @@ bool WindowWidget::event(QEvent* event)
 
 void WindowWidget::keyPressEvent(QKeyEvent* event)
 {
-    const auto modifiers = event->modifiers() & ~Qt::KeypadModifier;
-    QAbstractButton* button = nullptr;
-    if (modifiers == Qt::NoModifier
-        && (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)) {
+    const int pressed = event->keyCombination().toCombined() & ~Qt::KeypadModifier;
+    QPushButton* button = nullptr;
+    if (pressed == Qt::Key_Return || pressed == Qt::Key_Enter)
         button = defaultButton;
-    } else if ((modifiers == Qt::NoModifier && event->key() == Qt::Key_Escape)
-               || (modifiers == Qt::ControlModifier && event->key() == Qt::Key_Period)) {
+    else if (pressed == Qt::Key_Escape || pressed == (Qt::CTRL | Qt::Key_Period).toCombined())
         button = cancelButton;
-    }
-    if (!button) {
+    if (!button)
         QWidget::keyPressEvent(event);
-    } else if (!event->isAutoRepeat()) { // the key that opened a window may still be held
+    else if (!event->isAutoRepeat()) // the key that opened a window may still be held
         button->click();
-    }
 }
 
 void WindowWidget::closeEvent(QCloseEvent* event)
@@ -87,14 +78,14 @@ OwnWindow::~OwnWindow()
         QCoreApplication::removePostedEvents(own);
         return;
     }
-    if (own->InDelivery()) {
-        try {
-            own->hide();
-            own->deleteLater();
-        } catch (...) { // it stays, without a window, until the process ends
-        }
-    } else {
+    if (own->deliveries == 0) {
         delete own;
+        return;
+    }
+    try {
+        own->hide();
+        own->deleteLater();
+    } catch (...) { // it stays, without a window, until the process ends
     }
 }
 
@@ -111,7 +102,7 @@ void OwnWindow::Show()
         widget->winId(); // makes the handle
         widget->windowHandle()->setTransientParent(parent->Handle());
     }
-    if (QAbstractButton* button = Widget()->defaultButton)
+    if (QPushButton* button = Widget()->defaultButton)
         button->setFocus();
     FitTexts();
     m_visible = true;
@@ -157,7 +148,7 @@ void OwnWindow::PlaceOver(const OpaqueWindowPtr& parent)
 // the middle of the main screen.
 void OwnWindow::Move(QPoint content)
 {
-    const QAbstractButton* button = Widget() ? Widget()->defaultButton : nullptr;
+    const QPushButton* button = Widget() ? Widget()->defaultButton : nullptr;
     const auto screens = QGuiApplication::screens();
     const auto holdsButton = [&](const QScreen* screen) {
         const QPoint at = button->mapTo(widget, QPoint());
@@ -199,9 +190,9 @@ void OwnWindow::FitTexts()
     if (!std::exchange(m_textsChanged, false))
         return;
     const auto countCut = [this](int smallerBy) {
-        return std::count_if(
-            controls.begin(), controls.end(),
-            [smallerBy](const ControlPtr& control) { return !control->FitText(smallerBy); });
+        return std::ranges::count(controls, false, [smallerBy](const ControlPtr& control) {
+            return control->FitText(smallerBy);
+        });
     };
     auto least = countCut(0);
     int best = 0;
@@ -238,10 +229,8 @@ std::shared_ptr<OwnWindow> OwnWindow_Find(WindowRef window)
 OSStatus SetThemeWindowBackground(WindowRef ref, ThemeBrush brush, Boolean update)
 try {
     const auto window = OwnWindow_Find(ref);
-    if (!window) {
-        return Windows_Find(ref) ? windowWrongStateErr // the host paints its own
-                                 : errInvalidWindowRef;
-    }
+    if (!window) // the host paints its own
+        return Windows_Find(ref) ? windowWrongStateErr : errInvalidWindowRef;
     if (brush != kThemeBrushWhite && brush != kThemeBrushBlack)
         return themeInvalidBrushErr;
     window->SetBackground(brush);
@@ -254,9 +243,8 @@ try {
 
 void DrawControls(WindowRef ref)
 try {
-    if (const auto window = OwnWindow_Find(ref)) {
+    if (const auto window = OwnWindow_Find(ref))
         window->widget->repaint(); // nothing in a hidden window
-    }
 } catch (...) {
 }
 

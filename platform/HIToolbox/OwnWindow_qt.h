@@ -4,7 +4,8 @@
 
 #include "HIToolbox/Windows_qt.h"
 
-class QAbstractButton;
+#include <QtWidgets/QPushButton>
+
 struct OpaqueControlRef;
 struct OwnWindow;
 
@@ -12,37 +13,20 @@ struct OwnWindow;
 class WindowWidget : public QWidget
 {
 public:
-    WindowWidget();
+    WindowWidget()
+        : QWidget(nullptr, Qt::Dialog)
+    {
+    }
 
     OwnWindow* window = nullptr; // null once disposed
-    QPointer<QAbstractButton> defaultButton; // pressed by Return and Enter
-    QPointer<QAbstractButton> cancelButton; // pressed by Escape and Control-period
-
-    /// Held while an event of this window is delivered: the widget may not be deleted then.
-    class Delivery
-    {
-    public:
-        explicit Delivery(WindowWidget* widget)
-            : m_widget(widget)
-        {
-            ++m_widget->m_deliveries;
-        }
-        ~Delivery() { --m_widget->m_deliveries; }
-        Delivery(const Delivery&) = delete;
-        Delivery& operator=(const Delivery&) = delete;
-
-    private:
-        WindowWidget* m_widget; // alive: deletion waits for the count
-    };
-    bool InDelivery() const { return m_deliveries != 0; }
+    QPointer<QPushButton> defaultButton; // pressed by Return and Enter
+    QPointer<QPushButton> cancelButton; // pressed by Escape and Control-period
+    int deliveries = 0; // events of this window being delivered: it may not be deleted then
 
 protected:
     bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
-
-private:
-    int m_deliveries = 0;
 };
 
 /// Modal to the whole process while it is visible, of a fixed size, and with a close button in its frame, so that a user

@@ -1,25 +1,26 @@
 // SPDX-License-Identifier: MIT
-// PictureView_qt.h - a widget that shows a picture.
+// PictureView_qt.h - a widget that shows a picture or an image.
 #pragma once
 
 #include "QuickDraw/Picture_qt.h"
 
 #include <QtWidgets/QWidget>
 
-/// Paints a picture over its whole area or, unless scaled, in the middle; nothing without one.
 class PictureView : public QWidget
 {
 public:
     using QWidget::QWidget;
-    void SetPicture(std::shared_ptr<const DecodedPicture> picture,
-                    bool scaled = true,
-                    double opacity = 1);
+    /// Shows a picture over the whole area.
+    void SetPicture(std::shared_ptr<const DecodedPicture> picture);
+    /// Shows an image over the whole area or, unless scaled, in the middle.
+    void SetImage(const QImage& image, bool scaled = true, double opacity = 1);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    std::shared_ptr<const DecodedPicture> m_picture;
+    std::shared_ptr<const DecodedPicture> m_picture; // null: the image counts
+    QImage m_image;
     bool m_scaled = true;
     double m_opacity = 1;
 };

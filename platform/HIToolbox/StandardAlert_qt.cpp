@@ -2,9 +2,7 @@
 // StandardAlert_qt.cpp - the standard alert: a window and a modal loop until one of its buttons is chosen.
 #include "HIToolbox/Application_qt.h"
 #include "HIToolbox/Controls_qt.h"
-#include "HIToolbox/HostWindows_qt.h"
 #include "HIToolbox/OwnWindow_qt.h"
-#include "HIToolbox/TextView_qt.h"
 
 #include <Carbon/Dialogs.h>
 #include <CoreServices/MacErrors.h>
@@ -14,6 +12,7 @@
 #include <QtGui/QScreen>
 #include <QtGui/QWindow>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QScrollArea>
 #include <QtWidgets/QStyle>
@@ -39,21 +38,6 @@ QString FromPascal(ConstStringPtr text)
 {
     QStringDecoder decode(QStringDecoder::Utf8);
     return text ? decode(QByteArrayView(text + 1, text[0])) : QString();
-}
-
-/// What an alert's kind is read out as; empty for a plain one, which has no sign.
-QString NameOfSign(AlertType type)
-{
-    switch (type) {
-    case kAlertStopAlert:
-        return QStringLiteral("Stop");
-    case kAlertNoteAlert:
-        return QStringLiteral("Note");
-    case kAlertCautionAlert:
-        return QStringLiteral("Caution");
-    default:
-        return {};
-    }
 }
 
 // An exclamation mark on red or in a yellow triangle, an "i" on blue. Qt's own have 32 pixels and blur on dense
@@ -96,7 +80,7 @@ public:
           const QString& message,
           const QString& explanation,
           const AlertStdAlertParamRec& param)
-        : m_host(HostWindows_Active())
+        : m_host(Windows_WrapActive())
         , m_cancelItem(param.cancelButton)
     {
         const QScreen* screen
@@ -115,12 +99,9 @@ public:
         if (message.isRightToLeft())
             m_window->widget->setLayoutDirection(Qt::RightToLeft);
         AddButtons(param);
-        const QSize size = LayOut(type, message, explanation, room);
-        QRect content(QPoint(), size);
-        content.moveTo(room.left() + (room.width() - size.width()) / 2,
-                       room.top() + (room.height() - size.height()) / 3);
-        m_window->widget->setFixedSize(size);
-        m_window->widget->setGeometry(content);
+        LayOut(type, message, explanation, room);
+        const QSize spare = room.size() - m_window->widget->size();
+        m_window->Move(room.topLeft() + QPoint(spare.width() / 2, spare.height() / 3));
         Windows_Add(m_window);
     }
     ~Alert()
@@ -148,8 +129,7 @@ public:
     }
 
 private:
-    // A button's command is its item. The window manager's close request is the cancel button, if
-    // any.
+    // A button's command is its item. The window manager's close request is the cancel button, if any.
     static OSStatus OnCommand(EventHandlerCallRef, EventRef event, void* self)
     {
         auto* alert = static_cast<Alert*>(self);
@@ -193,7 +173,8 @@ private:
                               : FromPascal(title))
                              .toStdString());
         button->SetDefault(item == param.defaultButton);
-        button->SetCancel(item == param.cancelButton);
+        if (item == param.cancelButton)
+            m_window->Widget()->cancelButton = button->Button();
         m_buttons.push_back(button);
     }
 
@@ -213,11 +194,12 @@ private:
     }
 
     // Texts wrap, and scroll where the screen is too low for them; the buttons always stay on the screen.
-    QSize
+    void
     LayOut(AlertType type, const QString& message, const QString& explanation, const QRect& room)
     {
-        const QString sign = NameOfSign(type);
-        const int signRoom = sign.isEmpty() ? 0 : kSignSize + kMargin;
+        static const char* const kSigns[] = { "Stop", "Note", "Caution" }; // a plain alert has none
+        const bool hasSign = type < std::ssize(kSigns);
+        const int signRoom = hasSign ? kSignSize + kMargin : 0;
         const int most = room.width() - 2 * kMargin - signRoom;
         const int rowWidth = FitButtons(most + signRoom);
 
@@ -243,49 +225,37 @@ private:
         const int textHeight
             = std::min(pane->height(), room.height() - 3 * kMargin - kButtonHeight);
         const bool scrolls = textHeight < pane->height();
-        const int textWidth = width
-            + (scrolls ? QApplication::style()->pixelMetric(QStyle::PM_ScrollBarExtent) : 0);
-        const int bodyHeight = std::max(textHeight, signRoom ? kSignSize : 0);
-        const QSize size(2 * kMargin + signRoom + textWidth,
-                         3 * kMargin + bodyHeight + kButtonHeight);
+        const int barWidth
+            = scrolls ? QApplication::style()->pixelMetric(QStyle::PM_ScrollBarExtent) : 0;
         scroll->setFrameShape(QFrame::NoFrame);
         scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
         scroll->setWidget(pane);
         scroll->setFocusPolicy(scrolls ? Qt::StrongFocus : Qt::NoFocus);
-        scroll->setGeometry(
-            Mirrored({ kMargin + signRoom, kMargin, textWidth, textHeight }, size.width()));
-        if (signRoom) {
-            auto* label = new QLabel(m_window->widget);
+        scroll->setFixedSize(width + barWidth, textHeight);
+
+        auto* body = new QHBoxLayout;
+        if (hasSign) {
+            auto* label = new QLabel;
             label->setPixmap(DrawSign(type, m_window->widget->devicePixelRatio()));
-            label->setAccessibleName(sign);
-            label->setGeometry(Mirrored({ kMargin, kMargin, kSignSize, kSignSize }, size.width()));
+            label->setAccessibleName(QString::fromLatin1(kSigns[type]));
+            body->addWidget(label, 0, Qt::AlignTop);
         }
-
-        PlaceButtons(size);
-        return size;
-    }
-
-    // From the right, but "Other" and "Help" from the left; the other way round in right-to-left layouts.
-    void PlaceButtons(QSize size)
-    {
-        const int top = size.height() - kMargin - kButtonHeight;
-        int right = size.width() - kMargin;
-        int left = kMargin;
-        for (auto at = m_buttons.rbegin(); at != m_buttons.rend(); ++at) {
-            PushButton& button = **at;
-            const int its = button.bounds.width();
-            const bool farLeft = button.command > kAlertStdAlertCancelButton;
-            button.SetBounds(
-                Mirrored({ farLeft ? left : right - its, top, its, kButtonHeight }, size.width()));
-            (farLeft ? left : right) += (farLeft ? 1 : -1) * (its + kGap);
+        body->addWidget(scroll, 0, Qt::AlignTop);
+        auto* buttons
+            = new QHBoxLayout; // "Other" and "Help" on the left, "Cancel" and "OK" on the right
+        buttons->setSpacing(kGap);
+        buttons->addStretch();
+        for (const auto& button : m_buttons) {
+            const bool isLeft = button->command > kAlertStdAlertCancelButton;
+            buttons->insertWidget(isLeft ? 0 : -1, button->widget);
         }
-    }
-
-    QRect Mirrored(QRect place, int windowWidth) const
-    {
-        if (m_window->widget->isRightToLeft())
-            place.moveRight(windowWidth - 1 - place.left());
-        return place;
+        auto* all = new QVBoxLayout(m_window->widget);
+        all->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
+        all->setSpacing(kMargin);
+        all->addLayout(body);
+        all->addLayout(buttons);
+        all->setSizeConstraint(QLayout::SetFixedSize);
+        all->activate();
     }
 
     // Gives each button its width, all together at most `widest`; returns the width of their row.
@@ -297,8 +267,9 @@ private:
         for (const auto& button : m_buttons) {
             const int natural
                 = button->widget->fontMetrics().horizontalAdvance(button->Text()) + 32;
-            button->bounds.setWidth(std::clamp(natural, std::min(kNarrowestButton, share), share));
-            rowWidth += button->bounds.width();
+            const int width = std::clamp(natural, std::min(kNarrowestButton, share), share);
+            button->widget->setFixedSize(width, kButtonHeight);
+            rowWidth += width;
         }
         return rowWidth;
     }

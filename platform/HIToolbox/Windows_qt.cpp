@@ -2,7 +2,6 @@
 // Windows_qt.cpp - the list of windows, and the API's calls on any of them.
 #include "HIToolbox/Windows_qt.h"
 
-#include "QuickDraw/Regions.h"
 #include "support/Bridges_qt.h"
 
 #include <CoreFoundation/CFString.h>
@@ -68,31 +67,6 @@ void OpaqueWindowPtr::SendCommand(const HICommandExtended& command)
 
 // A window over a widget
 
-WidgetWindow::WidgetWindow(QWidget* topLevel)
-    : widget(topLevel)
-{
-}
-
-bool WidgetWindow::IsVisible() const
-{
-    return widget && widget->isVisible();
-}
-
-QRect WidgetWindow::Structure() const
-{
-    return widget ? widget->frameGeometry() : QRect();
-}
-
-QRect WidgetWindow::Content() const
-{
-    return widget ? widget->geometry() : QRect();
-}
-
-QString WidgetWindow::Title() const
-{
-    return widget ? widget->windowTitle() : QString();
-}
-
 void WidgetWindow::Show()
 {
     if (widget) {
@@ -119,16 +93,10 @@ void WidgetWindow::Move(QPoint content)
 void WidgetWindow::Activate()
 {
     if (widget && widget->isVisible()) {
-        if (QGuiApplication::platformName() != u"offscreen") { // which warns that it has no order
+        if (QGuiApplication::platformName() != u"offscreen") // which warns that it has no order
             widget->raise();
-        }
         widget->activateWindow();
     }
-}
-
-QWindow* WidgetWindow::Handle()
-{
-    return widget ? widget->windowHandle() : nullptr;
 }
 
 // The list of windows
@@ -141,11 +109,8 @@ WindowRef Windows_Add(const WindowPtr& window)
 
 WindowPtr Windows_Find(WindowRef window)
 {
-    for (const WindowPtr& known : Windows()) {
-        if (known.get() == window)
-            return known;
-    }
-    return nullptr;
+    const auto found = std::ranges::find(Windows(), window, &WindowPtr::get);
+    return found == Windows().end() ? nullptr : *found;
 }
 
 const std::vector<WindowPtr>& Windows_All()
@@ -156,8 +121,7 @@ const std::vector<WindowPtr>& Windows_All()
 void Windows_UpdateBlocked()
 {
     const bool isBlocked
-        = std::any_of(Windows().begin(), Windows().end(),
-                      [](const WindowPtr& window) { return window->BlocksOthers(); });
+        = std::ranges::any_of(Windows(), &OpaqueWindowPtr::BlocksOthers, &WindowPtr::operator*);
     for (const WindowPtr& window : Windows())
         window->SetBlocked(isBlocked);
 }
@@ -232,10 +196,8 @@ Boolean IsWindowVisible(WindowRef ref)
 
 void MoveWindow(WindowRef ref, SInt16 h, SInt16 v, Boolean front)
 try {
-    const WindowPtr window = Windows_Find(ref);
-    if (!window)
-        return;
-    window->Move({ h, v });
+    if (const WindowPtr window = Windows_Find(ref))
+        window->Move({ h, v });
     if (front)
         BringToFront(ref);
 } catch (...) {
@@ -248,18 +210,35 @@ try {
         return errInvalidWindowRef;
     if (!bounds)
         return paramErr;
-    switch (code) {
-    case kWindowStructureRgn:
-        *bounds = Bridges_ToRect(window->Structure());
-        return noErr;
-    case kWindowContentRgn:
-        *bounds = Bridges_ToRect(window->Content());
-        return noErr;
-    default:
+    if (code != kWindowStructureRgn && code != kWindowContentRgn)
         return errWindowRegionCodeInvalid;
-    }
+    *bounds = Bridges_ToRect(code == kWindowContentRgn ? window->Content() : window->Structure());
+    return noErr;
 } catch (...) {
     return memFullErr;
+}
+
+// Every region is a rectangle.
+struct OpaqueRgnHandle
+{
+    Rect bounds; // screen coordinates
+};
+
+RgnHandle NewRgn()
+{
+    return new (std::nothrow) OpaqueRgnHandle {};
+}
+
+void DisposeRgn(RgnHandle region)
+{
+    delete region;
+}
+
+Rect* GetRegionBounds(RgnHandle region, Rect* bounds)
+{
+    if (bounds)
+        *bounds = region ? region->bounds : Rect {};
+    return bounds;
 }
 
 OSStatus GetWindowRegion(WindowRef ref, WindowRegionCode code, RgnHandle region)
@@ -306,6 +285,6 @@ void DisposeWindow(WindowRef ref)
     window->target.RemoveAll(); // their user data may be gone since Closed
     window->FreeControls();
     auto& windows = Windows();
-    windows.erase(std::find(windows.begin(), windows.end(), window));
+    std::erase(windows, window);
     Windows_UpdateBlocked();
 }

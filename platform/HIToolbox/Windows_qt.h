@@ -20,8 +20,7 @@ struct OpaqueWindowPtr : std::enable_shared_from_this<OpaqueWindowPtr>
 {
     OpaqueEventTargetRef target;
     WindowClass windowClass = kDocumentWindowClass;
-    std::weak_ptr<OpaqueWindowPtr>
-        unavailable; // the window to which it is modal: it opens over that
+    std::weak_ptr<OpaqueWindowPtr> unavailable; // it is modal to this window and opens over it
     QEventLoop* loop = nullptr; // while it runs modally
     bool quit = false; // asked to end its loop, perhaps before that ran
     bool disposed = false; // being disposed: sends nothing more on its own
@@ -59,16 +58,19 @@ struct WidgetWindow : OpaqueWindowPtr
 {
     QPointer<QWidget> widget;
 
-    explicit WidgetWindow(QWidget* topLevel);
-    bool IsVisible() const override;
-    QRect Structure() const override;
-    QRect Content() const override;
-    QString Title() const override;
+    explicit WidgetWindow(QWidget* topLevel)
+        : widget(topLevel)
+    {
+    }
+    bool IsVisible() const override { return widget && widget->isVisible(); }
+    QRect Structure() const override { return widget ? widget->frameGeometry() : QRect(); }
+    QRect Content() const override { return widget ? widget->geometry() : QRect(); }
+    QString Title() const override { return widget ? widget->windowTitle() : QString(); }
     void Show() override;
     void Hide() override;
     void Move(QPoint content) override;
     void Activate() override;
-    QWindow* Handle() override;
+    QWindow* Handle() override { return widget ? widget->windowHandle() : nullptr; }
 };
 
 /// Makes a window known; DisposeWindow ends it.
@@ -79,3 +81,7 @@ WindowPtr Windows_Find(WindowRef window);
 const std::vector<WindowPtr>& Windows_All();
 /// Blocks the host's windows while a window that blocks others is visible.
 void Windows_UpdateBlocked();
+/// Wraps this process's window that has the focus, without adding it to the list. Null if there is none.
+WindowPtr Windows_WrapActive();
+/// The number of modal loops that have ended in this process.
+unsigned Windows_CountModalLoops();

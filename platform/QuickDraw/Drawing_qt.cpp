@@ -55,7 +55,7 @@ void Drawing::SetClip(const QRegion& clip)
 void Drawing::MoveOrigin(QPoint by)
 {
     const QPoint moved = m_origin + by;
-    PictureData_Require(qAbs(moved.x()) <= 0x7FFF && qAbs(moved.y()) <= 0x7FFF);
+    ByteReader_Require(qAbs(moved.x()) <= 0x7FFF && qAbs(moved.y()) <= 0x7FFF);
     m_budget.SpendSteps(static_cast<uint64_t>(m_clip.rectCount()));
     m_origin = moved;
     m_clip.translate(by); // the clip stays where it is on the picture

@@ -3,7 +3,6 @@
 #include "QuickDraw/Icons_qt.h"
 
 #include "QuickDraw/ImagePayload_qt.h"
-#include "QuickDraw/PictureBits_qt.h"
 #include "QuickDraw/Picture_qt.h"
 
 #include <CoreServices/MacMemory.h>
@@ -12,8 +11,6 @@
 #include <QtCore/QFile>
 #include <QtGui/QPainter>
 
-#include <cstring>
-
 namespace {
 
 constexpr int kIconSide = 32;
@@ -21,40 +18,28 @@ constexpr int kIconBytes = kIconSide * kIconSide / 8;
 constexpr qint64 kMaxFileSize = 16 << 20; // bytes
 
 /// Black bits, opaque where the mask says so.
-QImage ReadOneBitIcon(PictureData data)
+QImage ReadOneBitIcon(ByteReader data)
 {
     const uint8_t* bits = data.Bytes(kIconBytes);
     const uint8_t* mask = data.Left() >= kIconBytes ? data.Bytes(kIconBytes) : bits;
-    const auto isSet = [](const uint8_t* plane, int x, int y) {
-        return (plane[y * kIconSide / 8 + x / 8] & 0x80 >> x % 8) != 0;
-    };
-    QImage icon(kIconSide, kIconSide, QImage::Format_ARGB32);
-    for (int y = 0; y < kIconSide; ++y) {
-        for (int x = 0; x < kIconSide; ++x) {
-            icon.setPixel(x, y,
-                          !isSet(mask, x, y)      ? qRgba(0, 0, 0, 0)
-                              : isSet(bits, x, y) ? qRgb(0, 0, 0)
-                                                  : qRgb(255, 255, 255));
-        }
-    }
-    return icon;
+    QImage icon(bits, kIconSide, kIconSide, kIconSide / 8, QImage::Format_Mono);
+    icon.setColorTable({ qRgb(255, 255, 255), qRgb(0, 0, 0) });
+    return PictureBits_Masked(icon, mask, kIconSide / 8);
 }
 
 /// The largest image of an 'icns' that is a PNG.
-QImage ReadIconFamily(PictureData data)
+QImage ReadIconFamily(ByteReader data)
 {
     QImage best;
     data.Skip(8); // type and size of the whole
     while (data.Left() >= 8) {
         data.Skip(4);
         const uint32_t size = data.U32();
-        PictureData_Require(size >= 8);
-        PictureData element = data.Block(size - 8);
-        const size_t count = element.Left();
-        const uint8_t* bytes = element.Bytes(count);
-        if (count >= 4 && std::memcmp(bytes, "\x89PNG", 4) == 0) {
+        ByteReader_Require(size >= 8);
+        const QByteArrayView element = PictureBits_Rest(data.Block(size - 8));
+        if (element.startsWith("\x89PNG")) {
             PictureBudget budget;
-            const QImage image = ImagePayload_Read(bytes, count, {}, budget);
+            const QImage image = ImagePayload_Read(element, {}, budget);
             best = image.width() > best.width() ? image : best;
         }
     }
@@ -65,28 +50,21 @@ QImage ReadIconFamily(PictureData data)
 template <typename Read> QImage Load(ResType type, SInt16 id, Read read)
 {
     const Handle handle = GetResource(type, id);
-    const Size size = handle ? GetHandleSize(handle) : 0;
-    if (size <= 0)
-        return {};
+    const auto size = static_cast<size_t>(GetHandleSize(handle));
     try {
-        return read(
-            PictureData(reinterpret_cast<const uint8_t*>(*handle), static_cast<size_t>(size)));
-    } catch (const BadPicture&) {
+        return read(ByteReader(handle ? reinterpret_cast<const uint8_t*>(*handle) : nullptr, size));
+    } catch (const BadData&) {
         return {};
     }
 }
 
 QImage LoadPicture(SInt16 id)
 {
-    const auto handle = reinterpret_cast<Handle>(GetPicture(id));
-    const Size size = handle ? GetHandleSize(handle) : 0;
-    const auto picture
-        = size > 0 ? DecodedPicture::Decode(*handle, static_cast<size_t>(size)) : nullptr;
-    QImage image;
-    if (picture) {
-        image = QImage(picture->FrameSize().toSize(), QImage::Format_RGB32);
+    const auto picture = DecodedPicture::OfHandle(GetPicture(id));
+    QImage image(picture ? picture->FrameSize().toSize() : QSize(), QImage::Format_RGB32);
+    if (!image.isNull()) {
         QPainter painter(&image);
-        picture->Paint(painter, QRectF(image.rect()));
+        picture->Paint(painter, image.rect());
     }
     return image;
 }
@@ -119,9 +97,8 @@ QImage Icons_Read(const QString& path)
     const QByteArray bytes = file.readAll();
     try {
         PictureBudget budget;
-        return ImagePayload_Read(reinterpret_cast<const uint8_t*>(bytes.constData()),
-                                 static_cast<size_t>(bytes.size()), {}, budget);
-    } catch (const BadPicture&) {
+        return ImagePayload_Read(bytes, {}, budget);
+    } catch (const BadData&) {
         return {};
     }
 }

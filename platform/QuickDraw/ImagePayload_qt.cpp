@@ -6,7 +6,6 @@
 #include <QtGui/QImageReader>
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 
 namespace {
@@ -14,33 +13,34 @@ namespace {
 struct ImageFormat
 {
     const char* name;
-    const char* start;
-    size_t length;
+    QByteArrayView start;
 };
 
-const ImageFormat kFormats[] = {
-    { "jpeg", "\xFF\xD8\xFF", 3 },
-    { "png", "\x89PNG\r\n\x1A\n", 8 },
-    { "tiff", "II*\0", 4 },
-    { "tiff", "MM\0*", 4 },
-    { "bmp", "BM", 2 },
+constexpr ImageFormat kFormats[] = {
+    { "jpeg", "\xFF\xD8\xFF" },
+    { "png", "\x89PNG\r\n\x1A\n" },
+    { "tiff", QByteArrayView("II*\0", 4) },
+    { "tiff", QByteArrayView("MM\0*", 4) },
+    { "bmp", "BM" },
 };
+
+ByteReader ReaderOf(QByteArrayView file)
+{
+    return { reinterpret_cast<const uint8_t*>(file.data()), static_cast<size_t>(file.size()) };
+}
 
 // The chunks that hold the image. All others are text, profiles and other metadata, which may inflate.
-QByteArray StripPng(const uint8_t* bytes, size_t count)
+QByteArray StripPng(QByteArrayView file)
 {
-    QByteArray stripped(reinterpret_cast<const char*>(bytes), 8);
-    PictureData data(bytes + 8, count - 8);
+    QByteArray stripped = file.first(8).toByteArray();
+    ByteReader data = ReaderOf(file).From(8);
     while (data.Left() >= 12) {
+        const auto start = static_cast<qsizetype>(data.Offset());
         const size_t length = data.U32();
-        const uint8_t* type = data.Bytes(4);
+        const QByteArrayView type(data.Bytes(4), 4);
         data.Skip(length + 4); // and the checksum
-        const QByteArrayView name(type, 4);
-        if (name == "IHDR" || name == "PLTE" || name == "tRNS" || name == "IDAT"
-            || name == "IEND") {
-            stripped.append(reinterpret_cast<const char*>(type - 4),
-                            static_cast<qsizetype>(8 + length + 4));
-        }
+        if (type == "IHDR" || type == "PLTE" || type == "tRNS" || type == "IDAT" || type == "IEND")
+            stripped.append(file.sliced(start, static_cast<qsizetype>(data.Offset()) - start));
     }
     return stripped;
 }
@@ -54,61 +54,58 @@ struct StrippedJpeg
 
 // The segments that hold the image; of the application segments only JFIF and Adobe's, which say what the
 // channels mean.
-StrippedJpeg StripJpeg(const uint8_t* bytes, size_t count)
+StrippedJpeg StripJpeg(QByteArrayView file)
 {
     StrippedJpeg stripped;
-    stripped.file.append(reinterpret_cast<const char*>(bytes), 2);
-    size_t at = 2;
-    while (at + 4 <= count) {
-        PictureData_Require(bytes[at] == 0xFF);
-        const int marker = bytes[at + 1];
-        size_t end = at + 2;
-        if (marker != 0xFF && marker != 0x01 && (marker < 0xD0 || marker > 0xD9)) {
-            end += static_cast<size_t>(bytes[at + 2] << 8 | bytes[at + 3]);
-            PictureData_Require(end <= count);
+    stripped.file.append(file.first(2));
+    const auto byte = [file](qsizetype at) { return static_cast<uint8_t>(file[at]); };
+    const auto isRestart = [](int marker) { return marker >= 0xD0 && marker <= 0xD7; };
+    qsizetype at = 2;
+    while (at + 4 <= file.size()) {
+        ByteReader_Require(byte(at) == 0xFF);
+        const int marker = byte(at + 1);
+        if (marker == 0xFF) { // a fill byte
+            ++at;
+            continue;
         }
+        qsizetype end = at + 2;
+        if (marker != 0x01 && !isRestart(marker) && marker != 0xD8 && marker != 0xD9)
+            end += byte(at + 2) << 8 | byte(at + 3);
+        ByteReader_Require(end <= file.size());
         if (marker == 0xDA) { // a scan: coded data up to the next marker
             ++stripped.scans;
-            while (end + 1 < count
-                   && (bytes[end] != 0xFF || bytes[end + 1] == 0
-                       || (bytes[end + 1] >= 0xD0 && bytes[end + 1] <= 0xD7))) {
+            while (end + 1 < file.size()
+                   && (byte(end) != 0xFF || byte(end + 1) == 0 || isRestart(byte(end + 1)))) {
                 ++end;
             }
         }
         stripped.progressive = stripped.progressive || marker == 0xC2;
-        const bool metadata = marker == 0xFE || (marker > 0xE0 && marker < 0xF0 && marker != 0xEE)
-            || marker == 0xFF;
-        if (!metadata) {
-            stripped.file.append(reinterpret_cast<const char*>(bytes + at),
-                                 static_cast<qsizetype>(end - at));
-        }
-        at = marker == 0xFF ? at + 1 : end;
+        if (marker != 0xFE && (marker <= 0xE0 || marker >= 0xF0 || marker == 0xEE))
+            stripped.file.append(file.sliced(at, end - at));
+        at = end;
     }
-    stripped.file.append(reinterpret_cast<const char*>(bytes + at),
-                         static_cast<qsizetype>(count - std::min(at, count)));
+    stripped.file.append(file.sliced(at));
     return stripped;
 }
 
 } // namespace
 
-QImage ImagePayload_Read(const uint8_t* bytes, size_t count, QSize expected, PictureBudget& budget)
+QImage ImagePayload_Read(QByteArrayView bytes, QSize expected, PictureBudget& budget)
 {
-    const auto* format
-        = std::find_if(std::begin(kFormats), std::end(kFormats), [&](const ImageFormat& known) {
-              return count >= known.length && std::memcmp(bytes, known.start, known.length) == 0;
-          });
-    PictureData_Require(format != std::end(kFormats));
-    QByteArray file = QByteArray::fromRawData(reinterpret_cast<const char*>(bytes),
-                                              static_cast<qsizetype>(count));
+    const auto* format = std::ranges::find_if(
+        kFormats, [&](const ImageFormat& known) { return bytes.startsWith(known.start); });
+    ByteReader_Require(format != std::end(kFormats));
+    QByteArray file = QByteArray::fromRawData(bytes.data(), bytes.size());
+    const QByteArrayView name(format->name);
     uint64_t coefficients = 0; // bytes a pixel that a progressive JPEG is held in
-    if (std::strcmp(format->name, "png") == 0) {
-        budget.SpendMemory(count);
-        file = StripPng(bytes, count);
-    } else if (std::strcmp(format->name, "jpeg") == 0) {
-        budget.SpendMemory(count);
-        StrippedJpeg stripped = StripJpeg(bytes, count);
+    if (name == "png" || name == "jpeg")
+        budget.SpendMemory(static_cast<uint64_t>(bytes.size()));
+    if (name == "png") {
+        file = StripPng(bytes);
+    } else if (name == "jpeg") {
+        StrippedJpeg stripped = StripJpeg(bytes);
         constexpr int kMaxScans = 32; // each passes over the whole image
-        PictureData_Require(stripped.scans <= kMaxScans);
+        ByteReader_Require(stripped.scans <= kMaxScans);
         coefficients = stripped.progressive || stripped.scans > 1 ? 6 : 0;
         file = std::move(stripped.file);
     }
@@ -118,11 +115,68 @@ QImage ImagePayload_Read(const uint8_t* bytes, size_t count, QSize expected, Pic
     reader.setAutoDetectImageFormat(false);
     const QSize size = reader.size();
     PictureBudget_RequireSize(size.width(), size.height());
-    PictureData_Require(expected.isEmpty() || size == expected);
+    ByteReader_Require(expected.isEmpty() || size == expected);
     const int depth = QImage::toPixelFormat(reader.imageFormat()).bitsPerPixel();
     budget.SpendMemory(uint64_t(size.width()) * uint64_t(size.height())
                        * (uint64_t(std::max(4, depth / 8)) + coefficients));
     const QImage image = reader.read();
-    PictureData_Require(!image.isNull() && image.size() == size);
+    ByteReader_Require(!image.isNull() && image.size() == size);
     return image;
+}
+
+namespace {
+
+constexpr uint32_t kRawCodec = 0x72617720; // 'raw '
+
+// Reads an image description and the coded image after it.
+QImage ReadDescribedImage(ByteReader& block, PictureBudget& budget)
+{
+    const uint32_t size = block.U32();
+    ByteReader_Require(size >= 86);
+    ByteReader description = block.Block(size - 4);
+    const uint32_t codec = description.U32();
+    description.Skip(24);
+    const int width = description.U16();
+    const int height = description.U16();
+    PictureBudget_RequireSize(width, height);
+    description.Skip(8); // two resolutions
+    const uint32_t dataSize = description.U32(); // 0: the rest of the block
+    description.Skip(2 + 32); // frame count, name
+    const int depth = description.U16();
+    ByteReader coded = block.Block(dataSize != 0 ? dataSize : block.Left());
+    if (codec == kRawCodec)
+        return PictureBits_ReadRawPixels(coded, { width, height }, depth, budget);
+    return ImagePayload_Read(PictureBits_Rest(coded), { width, height }, budget);
+}
+
+} // namespace
+
+PictureBits ImagePayload_ReadCompressed(ByteReader block, PictureBudget& budget)
+{
+    block.Skip(2); // version
+    double matrix[9];
+    for (double& entry : matrix)
+        entry = block.S32() / 65536.0;
+    const uint32_t matteSize = block.U32();
+    block.Skip(8); // matte rectangle
+    PictureBits bits = {};
+    bits.mode = block.U16();
+    const QRect source = PictureBits_ReadRect(block);
+    block.Skip(4); // accuracy
+    if (const uint32_t maskSize = block.U32(); maskSize != 0) {
+        ByteReader mask = block.Block(maskSize);
+        bits.mask = PictureBits_ReadRegion(mask, budget);
+        bits.masked = true;
+    }
+    block.Skip(matteSize); // with its description
+    bits.image = ReadDescribedImage(block, budget);
+
+    bits.bounds = bits.image.rect();
+    bits.source = source.isEmpty() ? bits.bounds : source;
+    const double scaleX = matrix[0] == 0 ? 1 : matrix[0];
+    const double scaleY = matrix[4] == 0 ? 1 : matrix[4];
+    bits.destination
+        = QRectF(matrix[6], matrix[7], bits.source.width() * scaleX, bits.source.height() * scaleY);
+    ByteReader_Require(bits.destination.width() > 0 && bits.destination.height() > 0);
+    return bits;
 }

@@ -2,7 +2,7 @@
 // Interpreter_qt.cpp - the opcodes of a picture.
 #include "QuickDraw/Interpreter_qt.h"
 
-#include "QuickDraw/CompressedImage_qt.h"
+#include "QuickDraw/ImagePayload_qt.h"
 #include "QuickDraw/Shapes_qt.h"
 
 #include <QtGui/QPolygonF>
@@ -18,24 +18,24 @@ namespace {
 /// The eight colours of the oldest pictures, which are numbers of the printer's planes.
 QRgb OldColor(uint32_t number)
 {
-    switch (number) {
-    case 30:
-        return qRgb(255, 255, 255);
-    case 69:
-        return qRgb(252, 243, 5);
-    case 137:
-        return qRgb(242, 8, 132);
-    case 205:
-        return qRgb(221, 8, 6);
-    case 273:
-        return qRgb(2, 171, 234);
-    case 341:
-        return qRgb(31, 183, 20);
-    case 409:
-        return qRgb(0, 0, 212);
-    default:
-        return qRgb(0, 0, 0);
+    static constexpr struct
+    {
+        uint32_t number;
+        QRgb color;
+    } kColors[]
+        = { { 30, 0xFFFFFFFF },  { 69, 0xFFFCF305 },  { 137, 0xFFF20884 }, { 205, 0xFFDD0806 },
+            { 273, 0xFF02ABEA }, { 341, 0xFF1FB714 }, { 409, 0xFF0000D4 } };
+    for (const auto& known : kColors) {
+        if (known.number == number)
+            return known.color;
     }
+    return qRgb(0, 0, 0);
+}
+
+bool IsBits(int opcode)
+{
+    return opcode == kBitsRect || opcode == kBitsRgn
+        || (opcode >= kPackBitsRect && opcode <= kDirectBitsRgn);
 }
 
 class Interpreter
@@ -59,6 +59,9 @@ private:
     void ExecuteBlock(int opcode);
     void SkipReserved(int opcode);
 
+    QPoint ReadPoint() { return PictureBits_ReadPoint(m_data); }
+    QPoint ReadWay(); // two signed bytes, horizontal first
+    QRgb ReadColor() { return PictureBits_ReadColor(m_data); }
     void ReadPattern(DrawingPattern& pattern);
     void ReadPixelPattern(DrawingPattern& pattern);
     void ReadPenSize();
@@ -67,16 +70,16 @@ private:
     void SelectFont(int number);
     void ReadPolygon();
     void DrawPolygon(int verb);
-    void DrawArc(int verb);
+    void DrawArc(int verb, const QRectF& rect);
     void DrawRegion(int verb);
     void LineTo(QPoint to);
     void DrawTextAt(QPoint at);
-    void DrawBits(PictureData& data, int opcode);
+    void DrawBits(ByteReader& data, int opcode);
     void DrawCompressedImage();
     void DrawUncompressedImage();
     QRectF InsetByPen(const QRectF& rect) const;
 
-    PictureData m_data;
+    ByteReader m_data;
     PictureBudget m_budget;
     Drawing m_drawing { m_budget };
     DrawingState& m_state = m_drawing.state;
@@ -84,10 +87,7 @@ private:
     QPoint m_textAt;
     std::map<int, QString> m_fontNames;
     QSizeF m_ovalSize;
-    QRectF m_rect; // the last shape of each family
-    QRectF m_roundRect;
-    QRectF m_oval;
-    QRectF m_arc;
+    std::map<int, QRectF> m_rects; // the last one of each family
     QPolygonF m_polygon;
     QRegion m_region;
     std::optional<QRect> m_compressedAt; // where the last compressed image was drawn
@@ -124,8 +124,8 @@ QRect Interpreter::ReadSpace(const QRect& frame, bool& oneByteOpcodes)
     oneByteOpcodes = word == 0x1101;
     if (oneByteOpcodes)
         return frame;
-    PictureData_Require(word == kVersion && m_data.U16() == 0x02FF && m_data.U16() == kHeaderOp);
-    PictureData header = m_data.Block(24);
+    ByteReader_Require(word == kVersion && m_data.U16() == 0x02FF && m_data.U16() == kHeaderOp);
+    ByteReader header = m_data.Block(24);
     if (header.U16() != 0xFFFE)
         return frame;
     header.Skip(2 + 8); // reserved, two resolutions
@@ -137,8 +137,8 @@ void Interpreter::Execute(int opcode)
 {
     if (opcode < kFirstShape) {
         StateActs()[static_cast<size_t>(opcode)](*this);
-        PictureData_Require(qAbs(m_textAt.x()) <= 0xFFFF && qAbs(m_textAt.y()) <= 0xFFFF);
-        PictureData_Require(qAbs(m_penAt.x()) <= 0xFFFF && qAbs(m_penAt.y()) <= 0xFFFF);
+        ByteReader_Require(qAbs(m_textAt.x()) <= 0xFFFF && qAbs(m_textAt.y()) <= 0xFFFF);
+        ByteReader_Require(qAbs(m_penAt.x()) <= 0xFFFF && qAbs(m_penAt.y()) <= 0xFFFF);
     } else if (opcode < kBitsRect) {
         ExecuteShape(opcode);
     } else {
@@ -168,7 +168,7 @@ const Interpreter::StateTable& Interpreter::StateActs()
         acts[kPnPat] = [](Interpreter& i) { i.ReadPattern(i.m_state.penPattern); };
         acts[kFillPat] = [](Interpreter& i) { i.ReadPattern(i.m_state.fillPattern); };
         acts[kOvSize] = [](Interpreter& i) {
-            const QPoint size = PictureBits_ReadPoint(i.m_data);
+            const QPoint size = i.ReadPoint();
             i.m_ovalSize = QSizeF(size.x(), size.y());
         };
         acts[kOrigin] = [](Interpreter& i) {
@@ -189,28 +189,23 @@ const Interpreter::StateTable& Interpreter::StateActs()
         acts[kPnLocHFrac] = [](Interpreter& i) { i.m_data.Skip(2); };
         acts[kChExtra]
             = [](Interpreter& i) { i.m_state.text.extraPerCharacter = i.m_data.S16() / 256.0; };
-        acts[kRGBFgCol]
-            = [](Interpreter& i) { i.m_state.colors.foreground = PictureBits_ReadColor(i.m_data); };
-        acts[kRGBBkCol]
-            = [](Interpreter& i) { i.m_state.colors.background = PictureBits_ReadColor(i.m_data); };
+        acts[kRGBFgCol] = [](Interpreter& i) { i.m_state.colors.foreground = i.ReadColor(); };
+        acts[kRGBBkCol] = [](Interpreter& i) { i.m_state.colors.background = i.ReadColor(); };
         acts[kHiliteMode] = [](Interpreter& i) { i.m_state.hiliteNext = true; };
-        acts[kHiliteColor]
-            = [](Interpreter& i) { i.m_state.colors.hilite = PictureBits_ReadColor(i.m_data); };
+        acts[kHiliteColor] = [](Interpreter& i) { i.m_state.colors.hilite = i.ReadColor(); };
         acts[kDefHilite] = [](Interpreter& i) { i.m_state.colors.hilite = DrawingColors().hilite; };
-        acts[kOpColor]
-            = [](Interpreter& i) { i.m_state.colors.op = PictureBits_ReadColor(i.m_data); };
+        acts[kOpColor] = [](Interpreter& i) { i.m_state.colors.op = i.ReadColor(); };
         acts[kLine] = [](Interpreter& i) {
-            i.m_penAt = PictureBits_ReadPoint(i.m_data);
-            i.LineTo(PictureBits_ReadPoint(i.m_data));
+            i.m_penAt = i.ReadPoint();
+            i.LineTo(i.ReadPoint());
         };
-        acts[kLineFrom] = [](Interpreter& i) { i.LineTo(PictureBits_ReadPoint(i.m_data)); };
+        acts[kLineFrom] = [](Interpreter& i) { i.LineTo(i.ReadPoint()); };
         acts[kShortLine] = [](Interpreter& i) {
-            i.m_penAt = PictureBits_ReadPoint(i.m_data);
-            i.LineTo(i.m_penAt + PictureBits_ReadShortPoint(i.m_data));
+            i.m_penAt = i.ReadPoint();
+            i.LineTo(i.m_penAt + i.ReadWay());
         };
-        acts[kShortLineFrom]
-            = [](Interpreter& i) { i.LineTo(i.m_penAt + PictureBits_ReadShortPoint(i.m_data)); };
-        acts[kLongText] = [](Interpreter& i) { i.DrawTextAt(PictureBits_ReadPoint(i.m_data)); };
+        acts[kShortLineFrom] = [](Interpreter& i) { i.LineTo(i.m_penAt + i.ReadWay()); };
+        acts[kLongText] = [](Interpreter& i) { i.DrawTextAt(i.ReadPoint()); };
         acts[kDHText] = [](Interpreter& i) { i.DrawTextAt(i.m_textAt + QPoint(i.m_data.U8(), 0)); };
         acts[kDVText] = [](Interpreter& i) { i.DrawTextAt(i.m_textAt + QPoint(0, i.m_data.U8())); };
         acts[kDHDVText] = [](Interpreter& i) {
@@ -227,77 +222,49 @@ const Interpreter::StateTable& Interpreter::StateActs()
 // The first eight opcodes of a family bring a shape, the others repeat the last one.
 void Interpreter::ExecuteShape(int opcode)
 {
+    const int family = opcode & 0xF0;
     const int verb = opcode & 7;
-    const bool same = (opcode & 8) != 0;
-    const auto rect = [&](QRectF& last) -> const QRectF& {
-        last = same ? last : QRectF(PictureBits_ReadRect(m_data));
-        return last;
-    };
-    switch (opcode & 0xF0) {
-    case kRectFamily: {
-        const QPainterPath shape = Shapes_Rect(rect(m_rect));
-        m_drawing.DrawShape(verb, shape,
-                            [&] { return Shapes_Ring(shape, Shapes_Rect(InsetByPen(m_rect))); });
-        break;
-    }
-    case kRoundRectFamily: {
-        const QPainterPath shape = Shapes_RoundRect(rect(m_roundRect), m_ovalSize);
-        m_drawing.DrawShape(verb, shape, [&] {
-            const QSizeF inner = m_ovalSize - 2 * m_state.pen;
-            return Shapes_Ring(shape, Shapes_RoundRect(InsetByPen(m_roundRect), inner));
-        });
-        break;
-    }
-    case kOvalFamily: {
-        const QPainterPath shape = Shapes_Oval(rect(m_oval));
-        m_drawing.DrawShape(verb, shape,
-                            [&] { return Shapes_Ring(shape, Shapes_Oval(InsetByPen(m_oval))); });
-        break;
-    }
-    case kArcFamily:
-        rect(m_arc);
-        DrawArc(verb);
-        break;
-    case kPolygonFamily:
-        if (!same)
+    const bool isNew = (opcode & 8) == 0;
+    if (family == kPolygonFamily) {
+        if (isNew)
             ReadPolygon();
         DrawPolygon(verb);
-        break;
-    default:
-        if (!same)
+    } else if (family == kRegionFamily) {
+        if (isNew)
             m_region = PictureBits_ReadRegion(m_data, m_budget);
         DrawRegion(verb);
-        break;
+    } else {
+        if (isNew)
+            m_rects[family] = PictureBits_ReadRect(m_data);
+        const QRectF& rect = m_rects[family];
+        if (family == kArcFamily)
+            return DrawArc(verb, rect);
+        const QSizeF oval = family == kRectFamily ? QSizeF(0, 0)
+            : family == kOvalFamily               ? rect.size()
+                                                  : m_ovalSize;
+        const QPainterPath shape = Shapes_RoundRect(rect, oval);
+        m_drawing.DrawShape(verb, shape, [&] {
+            const QRectF inner = InsetByPen(rect);
+            return Shapes_Ring(shape, Shapes_RoundRect(inner, oval - 2 * m_state.pen));
+        });
     }
 }
 
 void Interpreter::ExecuteBlock(int opcode)
 {
-    switch (opcode) {
-    case kBitsRect:
-    case kBitsRgn:
-    case kPackBitsRect:
-    case kPackBitsRgn:
-    case kDirectBitsRect:
-    case kDirectBitsRgn:
+    if (IsBits(opcode)) {
         DrawBits(m_data, opcode);
-        break;
-    case kShortComment:
+    } else if (opcode == kCompressedQuickTime) {
+        DrawCompressedImage();
+    } else if (opcode == kUncompressedQuickTime) {
+        DrawUncompressedImage();
+    } else if (opcode == kShortComment) {
         m_data.Skip(2);
-        break;
-    case kLongComment:
+    } else if (opcode == kLongComment) {
         m_data.Skip(2);
         m_data.Skip(m_data.U16());
-        break;
-    case kCompressedQuickTime:
-        DrawCompressedImage();
-        break;
-    case kUncompressedQuickTime:
-        DrawUncompressedImage();
-        break;
-    default:
+    } else {
         SkipReserved(opcode);
-        break;
     }
 }
 
@@ -315,6 +282,13 @@ void Interpreter::SkipReserved(int opcode)
 
 // Operands
 
+QPoint Interpreter::ReadWay()
+{
+    const int dh = m_data.S8();
+    const int dv = m_data.S8();
+    return { dh, dv };
+}
+
 void Interpreter::ReadPattern(DrawingPattern& pattern)
 {
     pattern = DrawingPattern();
@@ -327,7 +301,7 @@ void Interpreter::ReadPixelPattern(DrawingPattern& pattern)
     ReadPattern(pattern);
     if (type == 2) { // one colour
         pattern.pixels = QImage(1, 1, QImage::Format_RGB32);
-        pattern.pixels.fill(PictureBits_ReadColor(m_data));
+        pattern.pixels.fill(ReadColor());
     } else if (type == 1) {
         pattern.pixels = PictureBits_ReadPatternPixels(m_data, m_budget);
     }
@@ -348,19 +322,19 @@ void Interpreter::ReadPenSize()
 
 void Interpreter::ReadTextRatio()
 {
-    const QPoint to = PictureBits_ReadPoint(m_data);
-    const QPoint from = PictureBits_ReadPoint(m_data);
+    const QPoint to = ReadPoint();
+    const QPoint from = ReadPoint();
     if (to.x() > 0 && to.y() > 0 && from.x() > 0 && from.y() > 0)
         m_state.text.ratio = QSizeF(double(to.x()) / from.x(), double(to.y()) / from.y());
 }
 
 void Interpreter::ReadFontName()
 {
-    PictureData name = m_data.Block(m_data.U16());
+    ByteReader name = m_data.Block(m_data.U16());
     const int number = name.U16();
     const size_t length = name.U8();
     m_fontNames[number] = PictureText_DecodeMacRoman(name.Bytes(length), length, TextStyle());
-    PictureData_Require(m_fontNames.size() <= kMaxPictureFonts);
+    ByteReader_Require(m_fontNames.size() <= kMaxPictureFonts);
     SelectFont(number);
 }
 
@@ -374,8 +348,8 @@ void Interpreter::SelectFont(int number)
 void Interpreter::ReadPolygon()
 {
     const size_t size = m_data.U16();
-    PictureData_Require(size >= 10 && size % 4 == 2);
-    PictureData block = m_data.Block(size - 2);
+    ByteReader_Require(size >= 10 && size % 4 == 2);
+    ByteReader block = m_data.Block(size - 2);
     PictureBits_ReadRect(block);
     m_budget.SpendSteps(block.Left() / 4);
     m_polygon.clear();
@@ -391,12 +365,12 @@ QRectF Interpreter::InsetByPen(const QRectF& rect) const
     return rect.adjusted(pen.width(), pen.height(), -pen.width(), -pen.height());
 }
 
-void Interpreter::DrawArc(int verb)
+void Interpreter::DrawArc(int verb, const QRectF& rect)
 {
     const int start = m_data.S16();
     const int sweep = std::clamp<int>(m_data.S16(), -360, 360);
-    m_drawing.DrawShape(verb, Shapes_Wedge(m_arc, start, sweep),
-                        [&] { return Shapes_Arc(m_arc, InsetByPen(m_arc), start, sweep); });
+    m_drawing.DrawShape(verb, Shapes_Wedge(rect, start, sweep),
+                        [&] { return Shapes_Arc(rect, InsetByPen(rect), start, sweep); });
 }
 
 void Interpreter::DrawPolygon(int verb)
@@ -434,18 +408,17 @@ void Interpreter::DrawTextAt(QPoint at)
     m_drawing.DrawText(m_data.Bytes(count), count, at);
 }
 
-void Interpreter::DrawBits(PictureData& data, int opcode)
+void Interpreter::DrawBits(ByteReader& data, int opcode)
 {
     PictureBits bits = PictureBits_Read(data, opcode, m_budget);
-    if (m_compressedAt && bits.destination == QRectF(*m_compressedAt)) {
+    if (m_compressedAt && bits.destination == QRectF(*m_compressedAt))
         return; // stands in for the image before it
-    }
     m_drawing.DrawBits(std::move(bits));
 }
 
 void Interpreter::DrawCompressedImage()
 {
-    PictureBits bits = CompressedImage_Read(m_data.Block(m_data.U32()), m_budget);
+    PictureBits bits = ImagePayload_ReadCompressed(m_data.Block(m_data.U32()), m_budget);
     m_compressedAt = bits.destination.toRect();
     m_afterCompressed = true;
     m_drawing.DrawBits(std::move(bits));
@@ -453,14 +426,15 @@ void Interpreter::DrawCompressedImage()
 
 void Interpreter::DrawUncompressedImage()
 {
-    PictureData block = m_data.Block(m_data.U32());
-    CompressedImage_SkipUncompressedHead(block);
-    if (block.Left() < 2) {
+    ByteReader block = m_data.Block(m_data.U32());
+    block.Skip(2 + 36); // version, matrix
+    const uint32_t matteSize = block.U32();
+    block.Skip(8); // matte rectangle
+    block.Skip(matteSize); // with its description
+    if (block.Left() < 2)
         return; // the bits come as the next opcode
-    }
     const int opcode = block.U16();
-    PictureData_Require(opcode == kBitsRect || opcode == kBitsRgn
-                        || (opcode >= kPackBitsRect && opcode <= kDirectBitsRgn));
+    ByteReader_Require(IsBits(opcode));
     DrawBits(block, opcode);
 }
 

@@ -3,6 +3,7 @@
 #include "QuickDraw/PictureBits_qt.h"
 
 #include <QtCore/QList>
+#include <QtCore/QtEndian>
 
 #include <algorithm>
 #include <cstring>
@@ -26,7 +27,7 @@ struct PixelMap
     QList<QRgb> colors; // by pixel value; empty for direct pixels
 };
 
-PixelMap ReadPixelMap(PictureData& data, bool mayBeBitmap)
+PixelMap ReadPixelMap(ByteReader& data, bool mayBeBitmap)
 {
     PixelMap map = {};
     const uint16_t rowWord = data.U16();
@@ -46,18 +47,22 @@ PixelMap ReadPixelMap(PictureData& data, bool mayBeBitmap)
     const int width = map.bounds.width();
     const int height = map.bounds.height();
     PictureBudget_RequireSize(width, height);
-    PictureData_Require(width * map.pixelSize <= map.rowBytes * 8);
-    PictureData_Require(uint64_t(height) * uint64_t(map.rowBytes) <= kMaxRowBytes);
+    ByteReader_Require(width * map.pixelSize <= map.rowBytes * 8);
+    ByteReader_Require(uint64_t(height) * uint64_t(map.rowBytes) <= kMaxRowBytes);
     return map;
 }
 
-void ReadColorTable(PictureData& data, PixelMap& map)
+void ReadColorTable(ByteReader& data, PixelMap& map)
 {
-    PictureData_Require(map.pixelSize <= 8);
+    if (map.bitmap) {
+        map.colors = { qRgb(255, 255, 255), qRgb(0, 0, 0) };
+        return;
+    }
+    ByteReader_Require(map.pixelSize <= 8);
     data.Skip(4); // seed
     const bool inOrder = (data.U16() & 0x8000) != 0;
     const int last = data.U16();
-    PictureData_Require(last < 256);
+    ByteReader_Require(last < 256);
     map.colors.fill(qRgb(0, 0, 0), 1 << map.pixelSize);
     for (int i = 0; i <= last; ++i) {
         const int value = data.U16();
@@ -71,7 +76,7 @@ void ReadColorTable(PictureData& data, PixelMap& map)
 constexpr size_t kRunStep = 8; // bytes that a run is written by: it may pass its end by one less
 
 /// PackBits in units of one or two bytes; exactly `size` bytes come out, before kRunStep of room.
-void UnpackRow(PictureData packed, uint8_t* out, size_t size, size_t unit)
+void UnpackRow(ByteReader packed, uint8_t* out, size_t size, size_t unit)
 {
     uint8_t* const end = out + size;
     while (out != end) {
@@ -79,7 +84,7 @@ void UnpackRow(PictureData packed, uint8_t* out, size_t size, size_t unit)
         if (flag == -128)
             continue;
         const size_t count = unit * static_cast<size_t>(flag >= 0 ? flag + 1 : 1 - flag);
-        PictureData_Require(count <= static_cast<size_t>(end - out));
+        ByteReader_Require(count <= static_cast<size_t>(end - out));
         if (flag >= 0) {
             memcpy(out, packed.Bytes(count), count);
         } else {
@@ -96,13 +101,18 @@ void UnpackRow(PictureData packed, uint8_t* out, size_t size, size_t unit)
     }
 }
 
-QImage NewImage(QSize size, QImage::Format format, PictureBudget& budget)
+QImage NewImage(QSize size, int bits, PictureBudget& budget)
 {
-    const int bits = QImage::toPixelFormat(format).bitsPerPixel();
-    const uint64_t rowBytes = (uint64_t(size.width()) * uint64_t(bits) + 31) / 32 * 4;
+    const bool isLarge = qint64(size.width()) * size.height() > kManyPixels;
+    const auto format = bits <= 8 ? QImage::Format_Indexed8
+        : bits == 16              ? QImage::Format_RGB555
+        : isLarge                 ? QImage::Format_RGB888
+                                  : QImage::Format_RGB32;
+    const int depth = QImage::toPixelFormat(format).bitsPerPixel();
+    const uint64_t rowBytes = (uint64_t(size.width()) * uint64_t(depth) + 31) / 32 * 4;
     budget.SpendMemory(rowBytes * uint64_t(size.height()));
     QImage image(size, format);
-    PictureData_Require(!image.isNull());
+    ByteReader_Require(!image.isNull());
     return image;
 }
 
@@ -116,78 +126,68 @@ void ExpandIndexes(const uint8_t* row, int width, int bits, uint8_t* out)
     }
 }
 
-void StoreRgb555(const uint8_t* row, int width, uint8_t* out)
+/// Where the colour bytes of a pixel stand in a row.
+struct Channels
 {
-    auto* pixels = reinterpret_cast<uint16_t*>(out);
-    for (int x = 0; x < width; ++x)
-        pixels[x] = static_cast<uint16_t>((row[2 * x] << 8 | row[2 * x + 1]) & 0x7FFF);
-}
+    int red; // the first pixel's
+    int step; // from pixel to pixel
+    int plane; // from channel to channel
+};
 
-QImage::Format DirectFormat(QSize size, int bits)
-{
-    return bits == 16                                        ? QImage::Format_RGB555
-        : qint64(size.width()) * size.height() > kManyPixels ? QImage::Format_RGB888
-                                                             : QImage::Format_RGB32;
-}
-
-/// Colour bytes `step` apart within each pixel, `plane` apart from channel to channel.
-void StoreRgb(const uint8_t* red, int step, int plane, QImage& image, int y)
+/// Stores a row of pixels; `channels` count for those of 24 and 32 bits.
+void StoreRow(const uint8_t* row, int bits, Channels channels, QImage& image, int y)
 {
     uint8_t* out = image.scanLine(y);
     const int width = image.width();
+    if (bits <= 8) {
+        ExpandIndexes(row, width, bits, out);
+        return;
+    }
+    if (bits == 16) {
+        qFromBigEndian<quint16>(row, width, out);
+        return;
+    }
+    const auto [red, step, plane] = channels;
+    const uint8_t* at = row + red;
     if (image.format() == QImage::Format_RGB888) {
-        for (int x = 0; x < width; ++x, red += step, out += 3) {
-            out[0] = red[0];
-            out[1] = red[plane];
-            out[2] = red[2 * plane];
+        for (int x = 0; x < width; ++x, at += step, out += 3) {
+            out[0] = at[0];
+            out[1] = at[plane];
+            out[2] = at[2 * plane];
         }
         return;
     }
     auto* pixels = reinterpret_cast<QRgb*>(out);
-    for (int x = 0; x < width; ++x, red += step)
-        pixels[x] = qRgb(red[0], red[plane], red[2 * plane]);
+    for (int x = 0; x < width; ++x, at += step)
+        pixels[x] = qRgb(at[0], at[plane], at[2 * plane]);
 }
 
-QImage ReadRows(PictureData& data, const PixelMap& map, bool mayBePacked, PictureBudget& budget)
+QImage ReadRows(ByteReader& data, const PixelMap& map, bool mayBePacked, PictureBudget& budget)
 {
     const QSize size = map.bounds.size();
-    const int width = size.width();
-    const bool direct = map.pixelSize > 8;
-    const bool packed = mayBePacked && map.rowBytes >= 8 && map.packType != 1
-        && !(map.pixelSize == 32 && map.packType == 2);
+    const bool threeBytes = mayBePacked && map.pixelSize == 32 && map.packType == 2;
+    const bool packed = mayBePacked && map.rowBytes >= 8 && map.packType != 1 && !threeBytes;
     const bool planar = packed && map.pixelSize == 32;
     const bool alpha = map.componentCount == 4;
+    const int plane = map.rowBytes / 4;
+    const Channels channels = planar ? Channels { alpha ? plane : 0, 1, plane }
+        : threeBytes                 ? Channels { 0, 3, 1 }
+                                     : Channels { 1, 4, 1 };
+    const auto rowSize
+        = static_cast<size_t>(threeBytes || (planar && !alpha) ? 3 * plane : map.rowBytes);
 
-    size_t rowSize = static_cast<size_t>(map.rowBytes);
-    if (map.pixelSize == 32 && (planar ? !alpha : map.packType == 2 && mayBePacked))
-        rowSize = rowSize / 4 * 3;
-
-    QImage image = NewImage(
-        size, direct ? DirectFormat(size, map.pixelSize) : QImage::Format_Indexed8, budget);
-    if (!direct)
-        image.setColorTable(map.colors);
+    QImage image = NewImage(size, map.pixelSize, budget);
+    image.setColorTable(map.colors);
     std::vector<uint8_t> unpacked(packed ? rowSize + kRunStep : 0);
     for (int y = 0; y < size.height(); ++y) {
-        const uint8_t* row;
+        const uint8_t* row = unpacked.data();
         if (packed) {
             const size_t count = map.rowBytes > 250 ? data.U16() : data.U8();
             UnpackRow(data.Block(count), unpacked.data(), rowSize, map.pixelSize == 16 ? 2 : 1);
-            row = unpacked.data();
         } else {
             row = data.Bytes(rowSize);
         }
-        if (!direct) {
-            ExpandIndexes(row, width, map.pixelSize, image.scanLine(y));
-        } else if (map.pixelSize == 16) {
-            StoreRgb555(row, width, image.scanLine(y));
-        } else if (planar) {
-            const int plane = map.rowBytes / 4;
-            StoreRgb(alpha ? row + plane : row, 1, plane, image, y);
-        } else if (map.packType == 2 && mayBePacked) {
-            StoreRgb(row, 3, 1, image, y);
-        } else {
-            StoreRgb(row + 1, 4, 1, image, y);
-        }
+        StoreRow(row, map.pixelSize, channels, image, y);
     }
     return image;
 }
@@ -199,7 +199,7 @@ bool IsKnownDepth(int depth)
 
 } // namespace
 
-QRect PictureBits_ReadRect(PictureData& data)
+QRect PictureBits_ReadRect(ByteReader& data)
 {
     const int top = data.S16();
     const int left = data.S16();
@@ -208,21 +208,14 @@ QRect PictureBits_ReadRect(PictureData& data)
     return QRect(left, top, right - left, bottom - top);
 }
 
-QPoint PictureBits_ReadPoint(PictureData& data)
+QPoint PictureBits_ReadPoint(ByteReader& data)
 {
     const int v = data.S16();
     const int h = data.S16();
     return QPoint(h, v);
 }
 
-QPoint PictureBits_ReadShortPoint(PictureData& data)
-{
-    const int dh = data.S8();
-    const int dv = data.S8();
-    return QPoint(dh, dv);
-}
-
-QRgb PictureBits_ReadColor(PictureData& data)
+QRgb PictureBits_ReadColor(ByteReader& data)
 {
     const int red = data.U16() >> 8;
     const int green = data.U16() >> 8;
@@ -230,11 +223,11 @@ QRgb PictureBits_ReadColor(PictureData& data)
     return qRgb(red, green, blue);
 }
 
-QRegion PictureBits_ReadRegion(PictureData& data, PictureBudget& budget)
+QRegion PictureBits_ReadRegion(ByteReader& data, PictureBudget& budget)
 {
     const size_t size = data.U16();
-    PictureData_Require(size >= 10);
-    PictureData block = data.Block(size - 2);
+    ByteReader_Require(size >= 10);
+    ByteReader block = data.Block(size - 2);
     const QRect box = PictureBits_ReadRect(block);
     if (block.Left() == 0)
         return box.isValid() ? QRegion(box) : QRegion();
@@ -247,8 +240,8 @@ QRegion PictureBits_ReadRegion(PictureData& data, PictureBudget& budget)
     int top = box.top();
     for (;;) {
         const int y = block.S16();
-        PictureData_Require(y == kEnd || y >= top);
-        PictureData_Require(edges.size() % 2 == 0 && (y != kEnd || edges.empty()));
+        ByteReader_Require(y == kEnd || y >= top);
+        ByteReader_Require(edges.size() % 2 == 0 && (y != kEnd || edges.empty()));
         if (y > top)
             for (size_t i = 0; i + 1 < edges.size(); i += 2)
                 rects.emplace_back(edges[i], top, edges[i + 1] - edges[i], y - top);
@@ -257,7 +250,7 @@ QRegion PictureBits_ReadRegion(PictureData& data, PictureBudget& budget)
         top = y;
         std::vector<int> row;
         for (int x = block.S16(); x != kEnd; x = block.S16()) {
-            PictureData_Require(row.empty() || x > row.back());
+            ByteReader_Require(row.empty() || x > row.back());
             row.push_back(x);
         }
         std::vector<int> toggled;
@@ -272,17 +265,15 @@ QRegion PictureBits_ReadRegion(PictureData& data, PictureBudget& budget)
     return region;
 }
 
-PictureBits PictureBits_Read(PictureData& data, int opcode, PictureBudget& budget)
+PictureBits PictureBits_Read(ByteReader& data, int opcode, PictureBudget& budget)
 {
     const bool directBits = opcode == 0x9A || opcode == 0x9B;
     const bool unpacked = opcode == 0x90 || opcode == 0x91;
     if (directBits)
         data.Skip(4); // stand-in address
     PixelMap map = ReadPixelMap(data, !directBits);
-    PictureData_Require(IsKnownDepth(map.pixelSize) && (map.pixelSize > 8) == directBits);
-    if (map.bitmap)
-        map.colors = { qRgb(255, 255, 255), qRgb(0, 0, 0) };
-    else if (!directBits)
+    ByteReader_Require(IsKnownDepth(map.pixelSize) && (map.pixelSize > 8) == directBits);
+    if (!directBits)
         ReadColorTable(data, map);
 
     PictureBits bits;
@@ -298,58 +289,50 @@ PictureBits PictureBits_Read(PictureData& data, int opcode, PictureBudget& budge
     return bits;
 }
 
-QImage PictureBits_ReadPatternPixels(PictureData& data, PictureBudget& budget)
+QImage PictureBits_ReadPatternPixels(ByteReader& data, PictureBudget& budget)
 {
     PixelMap map = ReadPixelMap(data, true);
-    PictureData_Require(IsKnownDepth(map.pixelSize));
-    if (map.bitmap)
-        map.colors = { qRgb(255, 255, 255), qRgb(0, 0, 0) };
-    else
-        ReadColorTable(data, map);
+    ByteReader_Require(IsKnownDepth(map.pixelSize));
+    ReadColorTable(data, map);
     return ReadRows(data, map, true, budget);
 }
 
-QImage PictureBits_ReadRawPixels(PictureData& data, QSize size, int depth, PictureBudget& budget)
+QImage PictureBits_ReadRawPixels(ByteReader& data, QSize size, int depth, PictureBudget& budget)
 {
     const bool grey = depth > 32;
     const int bits = grey ? depth - 32 : depth;
-    PictureData_Require(IsKnownDepth(bits) || bits == 24);
-    PictureData_Require(!grey || bits <= 8);
-    const int width = size.width();
-    const int height = size.height();
-    const size_t least = (static_cast<size_t>(width) * static_cast<size_t>(bits) + 7) / 8;
-    const size_t rowSize = data.Left() / static_cast<size_t>(height); // rows may be padded
-    PictureData_Require(rowSize >= least);
+    ByteReader_Require(IsKnownDepth(bits) || bits == 24);
+    ByteReader_Require(!grey || bits <= 8);
+    ByteReader_Require(grey || bits == 1 || bits > 8); // other colours are not in the picture
+    const size_t least = (static_cast<size_t>(size.width()) * static_cast<size_t>(bits) + 7) / 8;
+    const size_t rowSize = data.Left() / static_cast<size_t>(size.height()); // rows may be padded
+    ByteReader_Require(rowSize >= least);
 
-    QImage image
-        = NewImage(size, bits <= 8 ? QImage::Format_Indexed8 : DirectFormat(size, bits), budget);
-    if (bits <= 8) { // white to black, as the platform's grey tables run
-        QList<QRgb> colors;
-        const int last = (1 << bits) - 1;
-        for (int i = 0; i <= last; ++i) {
-            const int level = 255 - i * 255 / last;
-            colors.append(qRgb(level, level, level));
-        }
-        PictureData_Require(grey
-                            || bits == 1); // the colours of other depths are not in the picture
-        image.setColorTable(colors);
+    QImage image = NewImage(size, bits, budget);
+    const int last = bits <= 8 ? (1 << bits) - 1 : -1;
+    for (int i = 0; i <= last; ++i) { // white to black, as the platform's grey tables run
+        const int level = 255 - i * 255 / last;
+        image.setColor(i, qRgb(level, level, level));
     }
-    for (int y = 0; y < height; ++y) {
-        const uint8_t* row = data.Bytes(rowSize);
-        if (bits <= 8)
-            ExpandIndexes(row, width, bits, image.scanLine(y));
-        else if (bits == 16)
-            StoreRgb555(row, width, image.scanLine(y));
-        else
-            StoreRgb(bits == 32 ? row + 1 : row, bits / 8, 1, image, y);
-    }
+    const Channels channels = bits == 32 ? Channels { 1, 4, 1 } : Channels { 0, 3, 1 };
+    for (int y = 0; y < size.height(); ++y)
+        StoreRow(data.Bytes(rowSize), bits, channels, image, y);
     return image;
 }
 
-QImage PictureBits_ReadColorIcon(PictureData data)
+QImage PictureBits_Masked(const QImage& image, const uint8_t* mask, int rowBytes)
+{
+    QImage opaque(mask, image.width(), image.height(), rowBytes, QImage::Format_Mono);
+    opaque.setColorTable({ qRgb(0, 0, 0), qRgb(255, 255, 255) });
+    QImage masked = image.convertToFormat(QImage::Format_ARGB32);
+    masked.setAlphaChannel(opaque);
+    return masked;
+}
+
+QImage PictureBits_ReadColorIcon(ByteReader data)
 {
     PictureBudget budget;
-    const auto skipBits = [](PictureData& from, const PixelMap& plane) {
+    const auto skipBits = [](ByteReader& from, const PixelMap& plane) {
         return from.Bytes(static_cast<size_t>(plane.rowBytes * plane.bounds.height()));
     };
     data.Skip(4); // addresses stand in front of each record
@@ -361,18 +344,10 @@ QImage PictureBits_ReadColorIcon(PictureData data)
     black.rowBytes = data.U16() & 0x3FFF;
     black.bounds = PictureBits_ReadRect(data);
     data.Skip(4);
-    PictureData_Require(mask.bitmap && IsKnownDepth(pixels.pixelSize) && pixels.pixelSize <= 8);
-    PictureData_Require(mask.bounds.size() == pixels.bounds.size() && black.bounds.height() >= 0);
+    ByteReader_Require(mask.bitmap && IsKnownDepth(pixels.pixelSize) && pixels.pixelSize <= 8);
+    ByteReader_Require(mask.bounds.size() == pixels.bounds.size() && black.bounds.height() >= 0);
     const uint8_t* maskRows = skipBits(data, mask);
     skipBits(data, black);
     ReadColorTable(data, pixels);
-    QImage icon = ReadRows(data, pixels, false, budget).convertToFormat(QImage::Format_ARGB32);
-    for (int y = 0; y < icon.height(); ++y) {
-        auto* row = reinterpret_cast<QRgb*>(icon.scanLine(y));
-        const uint8_t* bits = maskRows + y * mask.rowBytes;
-        for (int x = 0; x < icon.width(); ++x)
-            if ((bits[x / 8] & 0x80 >> x % 8) == 0)
-                row[x] = 0;
-    }
-    return icon;
+    return PictureBits_Masked(ReadRows(data, pixels, false, budget), maskRows, mask.rowBytes);
 }

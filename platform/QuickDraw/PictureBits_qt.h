@@ -4,6 +4,7 @@
 
 #include "QuickDraw/PictureBudget.h"
 
+#include <QtCore/QByteArrayView>
 #include <QtCore/QRect>
 #include <QtGui/QImage>
 #include <QtGui/QRegion>
@@ -21,18 +22,25 @@ struct PictureBits
     QRegion mask; // in drawing coordinates
 };
 
-QRect PictureBits_ReadRect(PictureData& data);
-QPoint PictureBits_ReadPoint(PictureData& data); // vertical first
-QPoint PictureBits_ReadShortPoint(PictureData& data); // two signed bytes, horizontal first
+/// What a reader has not passed yet.
+inline QByteArrayView PictureBits_Rest(ByteReader data)
+{
+    const size_t count = data.Left();
+    return { data.Bytes(count), static_cast<qsizetype>(count) };
+}
+QRect PictureBits_ReadRect(ByteReader& data);
+QPoint PictureBits_ReadPoint(ByteReader& data); // vertical first
 /// 16-bit channels to 8.
-QRgb PictureBits_ReadColor(PictureData& data);
+QRgb PictureBits_ReadColor(ByteReader& data);
 /// A region with its size word.
-QRegion PictureBits_ReadRegion(PictureData& data, PictureBudget& budget);
+QRegion PictureBits_ReadRegion(ByteReader& data, PictureBudget& budget);
 /// The data of opcodes 90, 91, 98, 99, 9A and 9B.
-PictureBits PictureBits_Read(PictureData& data, int opcode, PictureBudget& budget);
+PictureBits PictureBits_Read(ByteReader& data, int opcode, PictureBudget& budget);
 /// The pixel map of a pixel pattern: no stand-in address and no rectangles.
-QImage PictureBits_ReadPatternPixels(PictureData& data, PictureBudget& budget);
+QImage PictureBits_ReadPatternPixels(ByteReader& data, PictureBudget& budget);
+/// An image, transparent where the bits of a mask are 0.
+QImage PictureBits_Masked(const QImage& image, const uint8_t* mask, int rowBytes);
 /// A 'cicn': a pixel map with a mask.
-QImage PictureBits_ReadColorIcon(PictureData data);
+QImage PictureBits_ReadColorIcon(ByteReader data);
 /// Uncompressed rows, big-endian: depth 1, 2, 4, 8 (33 to 40: grey), 16, 24 or 32.
-QImage PictureBits_ReadRawPixels(PictureData& data, QSize size, int depth, PictureBudget& budget);
+QImage PictureBits_ReadRawPixels(ByteReader& data, QSize size, int depth, PictureBudget& budget);

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // PictureBudget.h - the limits of one picture. Work is charged before it is done; what exceeds a limit throws
-// BadPicture, so that a hostile picture counts as missing instead of stalling or exhausting its host.
+// BadData, so that a hostile picture counts as missing instead of stalling or exhausting its host.
 #pragma once
 
-#include "QuickDraw/PictureData.h"
+#include "support/ByteReader.h"
 
 constexpr int kMaxPictureSide = 4096; // points of a frame, pixels of an image
 constexpr int64_t kMaxPicturePixels = 16 << 20;
@@ -27,19 +27,19 @@ class PictureBudget
 public:
     void SpendMemory(uint64_t bytes)
     {
-        PictureData_Require(bytes <= kMaxPictureMemory - m_memory);
+        ByteReader_Require(bytes <= kMaxPictureMemory - m_memory);
         m_memory += bytes;
     }
     void SpendSteps(uint64_t steps)
     {
-        PictureData_Require(steps <= kMaxPictureSteps - m_steps);
+        ByteReader_Require(steps <= kMaxPictureSteps - m_steps);
         m_steps += steps;
     }
     void SpendArea(const PaintedArea& painted)
     {
         m_painted.area += painted.area;
         m_painted.length += painted.length;
-        PictureData_Require(m_painted.At(m_scale) <= kMaxPaintedArea);
+        ByteReader_Require(m_painted.At(m_scale) <= kMaxPaintedArea);
     }
     /// How many pixels at its own size a picture has for one of its points.
     void SetScale(double scale) { m_scale = scale; }
@@ -57,7 +57,7 @@ private:
 /// Refuses sides below 1 or over kMaxPictureSide, and areas over kMaxPicturePixels.
 inline void PictureBudget_RequireSize(int64_t width, int64_t height)
 {
-    PictureData_Require(width >= 1 && width <= kMaxPictureSide && height >= 1
-                        && height <= kMaxPictureSide);
-    PictureData_Require(width * height <= kMaxPicturePixels);
+    ByteReader_Require(width >= 1 && width <= kMaxPictureSide && height >= 1
+                       && height <= kMaxPictureSide);
+    ByteReader_Require(width * height <= kMaxPicturePixels);
 }

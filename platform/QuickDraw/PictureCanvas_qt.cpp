@@ -33,20 +33,18 @@ struct TransferRule
     Ink one; // what the black pixels of a one-bit source become
     Ink zero; // and the white ones
     QPainter::CompositionMode twoColors; // how those are laid over the picture
-    QPainter::CompositionMode
-        pixels; // the same for pixels with colours of their own, where black is all ones
+    QPainter::CompositionMode pixels; // how others are, whose black is all ones
 };
 
 constexpr auto kOver = QPainter::CompositionMode_SourceOver;
 constexpr auto kPlus = QPainter::CompositionMode_Plus;
-constexpr auto kDifference
-    = QPainter::CompositionMode_Difference; // white turns a pixel to its opposite
+constexpr auto kDifference = QPainter::CompositionMode_Difference; // white inverts
 constexpr auto kLighten = QPainter::CompositionMode_Lighten;
 constexpr auto kDarken = QPainter::CompositionMode_Darken;
 
+// The first rule is that of all modes that are not listed.
 const TransferRule kRules[] = {
-    { kSrcCopy, kForeground, kBackground, kOver,
-      kOver }, // the rule of all modes that are not listed
+    { kSrcCopy, kForeground, kBackground, kOver, kOver },
     { kSrcOr, kForeground, kNone, kOver, QPainter::RasterOp_SourceAndDestination },
     { kSrcXor, kWhite, kNone, kDifference, QPainter::RasterOp_NotSourceXorDestination },
     { kSrcBic, kBackground, kNone, kOver, QPainter::RasterOp_NotSourceOrDestination },
@@ -68,18 +66,15 @@ const TransferRule kRules[] = {
 
 const TransferRule& RuleOf(int mode)
 {
-    const auto* found
-        = std::find_if(std::begin(kRules), std::end(kRules),
-                       [mode](const TransferRule& rule) { return rule.mode == mode; });
+    const auto* found = std::ranges::find(kRules, mode, &TransferRule::mode);
     return found != std::end(kRules) ? *found : kRules[0];
 }
 
 QColor ColorOf(Ink ink, const DrawingColors& colors)
 {
-    QColor color(colors.foreground);
     switch (ink) {
     case kForeground:
-        break;
+        return QColor(colors.foreground);
     case kBackground:
         return QColor(colors.background);
     case kWhite:
@@ -89,14 +84,12 @@ QColor ColorOf(Ink ink, const DrawingColors& colors)
     case kMixedBackground:
         return Weighted(colors.background, colors.op);
     case kFaintForeground:
-        color.setAlpha(128);
-        break;
+        return Weighted(colors.foreground, qRgb(128, 128, 128));
     case kHiliteInk:
         return QColor(colors.hilite);
-    case kNone:
+    default:
         return Qt::transparent;
     }
-    return color;
 }
 
 /// A pattern's mode as the source mode of the same effect.
@@ -116,12 +109,9 @@ QBrush PatternBrush(const DrawingPattern& pattern, QColor one, QColor zero)
 {
     if (IsSolid(pattern))
         return QBrush(pattern.bits[0] != 0 ? one : zero);
-    QImage tile(8, 8, QImage::Format_ARGB32_Premultiplied);
-    for (int y = 0; y < 8; ++y) {
-        for (int x = 0; x < 8; ++x)
-            tile.setPixelColor(x, y, pattern.bits[size_t(y)] & 0x80 >> x ? one : zero);
-    }
-    return QBrush(tile);
+    QImage tile(pattern.bits.data(), 8, 8, 1, QImage::Format_Mono);
+    tile.setColorTable({ zero.rgba(), one.rgba() });
+    return QBrush(tile.convertToFormat(QImage::Format_ARGB32_Premultiplied));
 }
 
 } // namespace
@@ -156,13 +146,6 @@ void PictureCanvas_FillPath(QPainter& painter,
 }
 
 namespace {
-
-constexpr qsizetype kFewPixels = 256 << 10; // of these a copy in 32 bits is worth its speed
-
-bool IsSmall(const QImage& image)
-{
-    return qsizetype(image.width()) * image.height() <= kFewPixels;
-}
 
 // The same rectangle with its edges on pixels of the device: images that touch leave no seam.
 QRectF SnapToDevice(const QPainter& painter, const QRectF& rect)
@@ -216,7 +199,8 @@ void PictureCanvas_PaintBits(QPainter& painter,
             painter.setOpacity(Weighted(0, colors.op).alphaF());
         painter.setCompositionMode(rule.pixels);
     }
-    if (shown.depth() != 32 && IsSmall(shown)) {
+    constexpr qsizetype kFewPixels = 256 << 10; // of these a copy in 32 bits is worth its speed
+    if (shown.depth() != 32 && qsizetype(shown.width()) * shown.height() <= kFewPixels) {
         shown.convertTo(shown.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied
                                                 : QImage::Format_RGB32);
     }

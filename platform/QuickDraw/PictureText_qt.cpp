@@ -32,53 +32,27 @@ const FontSubstitute kFonts[] = {
     { 20, "Times", QFont::Serif },
     { 21, "Helvetica", QFont::SansSerif },
     { 22, "Courier", QFont::Monospace },
-    { 23, "Symbol", QFont::AnyStyle },
+    { 23, "Symbol", QFont::SansSerif },
     { 34, "New Century Schlbk", QFont::Serif },
-    { -1, "Charcoal", QFont::SansSerif },
     { -1, "Bookman", QFont::Serif },
     { -1, "Garamond", QFont::Serif },
     { -1, "Times New Roman", QFont::Serif },
     { -1, "Courier New", QFont::Monospace },
 };
 
-const FontSubstitute* FindSubstitute(const TextStyle& style)
-{
-    const auto* found
-        = std::find_if(std::begin(kFonts), std::end(kFonts), [&](const FontSubstitute& row) {
-              return style.family.isEmpty()
-                  ? row.number == style.font
-                  : style.family.compare(QLatin1String(row.name), Qt::CaseInsensitive) == 0;
-          });
-    return found != std::end(kFonts) ? found : nullptr;
-}
-
-QStringList FamiliesOf(const TextStyle& style, const FontSubstitute* known)
-{
-    QStringList families;
-    if (!style.family.isEmpty())
-        families.append(style.family);
-    else if (known != nullptr)
-        families.append(QString::fromLatin1(known->name));
-    switch (known != nullptr ? known->hint : QFont::SansSerif) {
-    case QFont::Serif:
-        families.append(QStringLiteral("serif"));
-        break;
-    case QFont::Monospace:
-        families.append(QStringLiteral("monospace"));
-        break;
-    default:
-        families.append(QStringLiteral("sans-serif"));
-        break;
-    }
-    return families;
-}
-
 QFont FontOf(const TextStyle& style)
 {
-    const FontSubstitute* known = FindSubstitute(style);
+    const QString& name = style.family;
+    const auto* known = std::ranges::find_if(kFonts, [&](const FontSubstitute& font) {
+        return name.isEmpty() ? font.number == style.font
+                              : name.compare(QLatin1String(font.name), Qt::CaseInsensitive) == 0;
+    });
+    const bool isKnown = known != std::end(kFonts);
     QFont font;
-    font.setFamilies(FamiliesOf(style, known));
-    font.setStyleHint(known != nullptr ? known->hint : QFont::SansSerif, QFont::PreferOutline);
+    font.setFamilies({ isKnown              ? QString::fromLatin1(known->name)
+                           : name.isEmpty() ? QStringLiteral("sans-serif")
+                                            : name });
+    font.setStyleHint(isKnown ? known->hint : QFont::SansSerif, QFont::PreferOutline);
     font.setHintingPreference(QFont::PreferNoHinting);
     font.setPixelSize(qBound(1, style.size == 0 ? 12 : style.size, 2000)); // at 72 dpi
     font.setBold((style.face & kBoldFace) != 0);
@@ -112,12 +86,9 @@ void PaintHollow(QPainter& painter,
 
 QString PictureText_DecodeMacRoman(const uint8_t* bytes, size_t count, const TextStyle& style)
 {
-    CFStringRef string = CFStringCreateWithBytes(
-        kCFAllocatorDefault, bytes, static_cast<CFIndex>(count), kCFStringEncodingMacRoman, false);
-    if (string == nullptr)
-        return {};
-    QString text = Bridges_FromCFString(string);
-    CFRelease(string);
+    const Ref<CFStringRef> string(CFStringCreateWithBytes(
+        kCFAllocatorDefault, bytes, static_cast<CFIndex>(count), kCFStringEncodingMacRoman, false));
+    QString text = string ? Bridges_FromCFString(string.get()) : QString();
     if (style.font == 0 && style.family.isEmpty())
         text.replace(QChar(0x11), QChar(0x2318));
     return text;

@@ -2,14 +2,11 @@
 // Picture_qt.h - the decoder of QuickDraw pictures ('PICT' data without the 512 bytes of a file).
 #pragma once
 
-#include <QtCore/QSizeF>
+#include "QuickDraw/Interpreter_qt.h"
 
-#include <cstddef>
+#include <Carbon/Quickdraw.h>
+
 #include <memory>
-
-class QImage;
-class QPainter;
-class QRectF;
 
 /// A picture, decoded whole and independent of the data it came from.
 class DecodedPicture
@@ -17,13 +14,22 @@ class DecodedPicture
 public:
     /// Decodes `size` bytes. Null if the picture cannot be shown whole, or exceeds the limits of PictureBudget.h.
     static std::shared_ptr<const DecodedPicture> Decode(const void* data, std::size_t size);
+    /// The same of a resource; null also for a null or released handle.
+    static std::shared_ptr<const DecodedPicture> OfHandle(PicHandle picture);
 
-    /// Wraps an image, one pixel per point. Null for a null image.
-    static std::shared_ptr<const DecodedPicture> OfImage(const QImage& image);
-
-    virtual ~DecodedPicture() = default;
+    explicit DecodedPicture(InterpretedPicture picture)
+        : m_picture(std::move(picture))
+    {
+    }
     /// The frame's width and height in points (72 dpi), each at least 1.
-    virtual QSizeF FrameSize() const = 0;
+    QSizeF FrameSize() const { return m_picture.frame; }
     /// Paints the picture scaled so that its frame fills `target`, at the painter's own density.
-    virtual void Paint(QPainter& painter, const QRectF& target) const = 0;
+    void Paint(QPainter& painter, const QRectF& target) const;
+
+private:
+    QSize CanvasSize(const QRectF& onDevice) const;
+    QImage Replay(QSize size, int top, int rows) const;
+
+    InterpretedPicture m_picture;
+    mutable QImage m_canvas; // as painted last
 };

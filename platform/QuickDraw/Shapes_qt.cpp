@@ -15,14 +15,6 @@ bool HasArea(const QRectF& rect)
 
 } // namespace
 
-QPainterPath Shapes_Rect(const QRectF& rect)
-{
-    QPainterPath path;
-    if (HasArea(rect))
-        path.addRect(rect);
-    return path;
-}
-
 QPainterPath Shapes_RoundRect(const QRectF& rect, QSizeF oval)
 {
     QPainterPath path;
@@ -30,14 +22,6 @@ QPainterPath Shapes_RoundRect(const QRectF& rect, QSizeF oval)
         path.addRoundedRect(rect, std::clamp(oval.width(), 0.0, rect.width()) / 2,
                             std::clamp(oval.height(), 0.0, rect.height()) / 2);
     }
-    return path;
-}
-
-QPainterPath Shapes_Oval(const QRectF& rect)
-{
-    QPainterPath path;
-    if (HasArea(rect))
-        path.addEllipse(rect);
     return path;
 }
 

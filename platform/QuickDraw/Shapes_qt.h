@@ -7,9 +7,8 @@
 #include <QtGui/QPainterPath>
 #include <QtGui/QRegion>
 
-QPainterPath Shapes_Rect(const QRectF& rect);
+/// A rectangle with corners from an oval of some size; none in size gives square ones, the rectangle's own an oval.
 QPainterPath Shapes_RoundRect(const QRectF& rect, QSizeF oval);
-QPainterPath Shapes_Oval(const QRectF& rect);
 /// A wedge of the oval in a rectangle; angles in degrees, clockwise from the top.
 QPainterPath Shapes_Wedge(const QRectF& rect, int start, int sweep);
 /// The part of a wedge's rim that lies between the ovals of two rectangles.

@@ -2,121 +2,72 @@
 // ResourceFile.cpp - header, data area, map: all big-endian, every offset checked.
 #include "Resources/ResourceFile.h"
 
+#include "support/ByteReader.h"
+
 #include <set>
 #include <utility>
 
 namespace {
 
-constexpr size_t kTypeSize = 8;
 constexpr size_t kReferenceSize = 12;
-constexpr size_t kMaxContent = 64u
-    << 20; // bytes: resources may share data, so their sum can exceed the file
+// Bytes: resources may share data, so their sum can exceed the file.
+constexpr size_t kMaxContent = 64u << 20;
 constexpr uint16_t kNoName = 0xFFFF;
-
-/// A range of the file. Reads out of range return zero and set the failure flag that Parse checks.
-class Span
-{
-public:
-    Span(const uint8_t* bytes, size_t size, bool& failed)
-        : m_bytes(bytes)
-        , m_size(size)
-        , m_failed(&failed)
-    {
-    }
-
-    size_t Size() const { return m_size; }
-
-    Span Sub(size_t offset, size_t size) const
-    {
-        if (!Holds(offset, size))
-            return Span(m_bytes, 0, *m_failed);
-        return Span(m_bytes + offset, size, *m_failed);
-    }
-
-    uint8_t U8(size_t offset) const { return Holds(offset, 1) ? m_bytes[offset] : 0; }
-
-    uint16_t U16(size_t offset) const
-    {
-        return static_cast<uint16_t>(U8(offset) << 8 | U8(offset + 1));
-    }
-
-    uint32_t U32(size_t offset) const
-    {
-        return static_cast<uint32_t>(U16(offset)) << 16 | U16(offset + 2);
-    }
-
-    const uint8_t* Begin() const { return m_bytes; }
-    const uint8_t* End() const { return m_bytes + m_size; }
-
-private:
-    bool Holds(size_t offset, size_t size) const
-    {
-        if (offset <= m_size && size <= m_size - offset)
-            return true;
-        *m_failed = true;
-        return false;
-    }
-
-    const uint8_t* m_bytes;
-    size_t m_size;
-    bool* m_failed;
-};
 
 } // namespace
 
 std::optional<ResourceFile> ResourceFile::Parse(const uint8_t* bytes, size_t size)
-{
-    bool failed = false;
-    const Span file(bytes, size, failed);
-    const Span data = file.Sub(file.U32(0), file.U32(8));
-    const Span map = file.Sub(file.U32(4), file.U32(12));
-    const size_t typeList = map.U16(24);
-    const size_t nameList = map.U16(26);
-    const size_t typeCount = (map.U16(typeList) + 1u) & 0xFFFF; // FFFF means 0
-    if (failed || nameList > map.Size())
-        return std::nullopt;
+try {
+    const ByteReader file(bytes, size);
+    ByteReader header = file;
+    const size_t dataOffset = header.U32();
+    const size_t mapOffset = header.U32();
+    const ByteReader data = file.From(dataOffset).Block(header.U32());
+    const ByteReader map = file.From(mapOffset).Block(header.U32());
 
     ResourceFile parsed;
-    parsed.m_attributes = map.U16(22);
+    ByteReader lists = map.From(22);
+    parsed.m_attributes = lists.U16();
+    const size_t typeList = lists.U16();
+    const ByteReader names = map.From(lists.U16());
+    ByteReader types = map.From(typeList);
+    const size_t typeCount = (types.U16() + 1u) & 0xFFFF; // FFFF means 0
     std::set<std::pair<uint32_t, int16_t>> seen;
     size_t total = 0;
     size_t referenceCount = 0;
-    for (size_t i = 0; i < typeCount && !failed; ++i) {
-        const size_t entry = typeList + 2 + i * kTypeSize;
-        const uint32_t type = map.U32(entry);
-        const size_t count = map.U16(entry + 4) + 1u;
-        const size_t references = typeList + map.U16(entry + 6);
+    for (size_t i = 0; i < typeCount; ++i) {
+        const uint32_t type = types.U32();
+        const size_t count = types.U16() + 1u;
+        ByteReader references = map.From(typeList + types.U16());
         referenceCount += count;
-        if (referenceCount * kReferenceSize > map.Size())
-            return std::nullopt;
-        for (size_t j = 0; j < count && !failed; ++j) {
-            const size_t reference = references + j * kReferenceSize;
+        ByteReader_Require(referenceCount * kReferenceSize <= map.Left());
+        for (size_t j = 0; j < count; ++j) {
             Resource resource = {};
             resource.type = type;
-            resource.id = static_cast<int16_t>(map.U16(reference));
-            const uint32_t attributesAndOffset = map.U32(reference + 4);
-            map.U32(reference + 8);
-            resource.attributes = static_cast<uint8_t>(attributesAndOffset >> 24);
-
-            const uint16_t name = map.U16(reference + 2);
-            if (name != kNoName) {
-                const Span text = map.Sub(nameList + name + 1, map.U8(nameList + name));
-                resource.name.assign(text.Begin(), text.End());
+            resource.id = references.S16();
+            if (const uint16_t name = references.U16(); name != kNoName) {
+                ByteReader text = names.From(name);
+                const size_t length = text.U8();
+                const uint8_t* characters = text.Bytes(length);
+                resource.name.assign(characters, characters + length);
             }
-            const size_t offset = attributesAndOffset & 0xFFFFFF;
-            const Span content = data.Sub(offset + 4, data.U32(offset));
-            total += content.Size();
-            if (failed || total > kMaxContent)
-                return std::nullopt;
-            if (!seen.emplace(resource.type, resource.id).second)
-                continue;
-            resource.data.assign(content.Begin(), content.End());
-            parsed.m_resources.push_back(std::move(resource));
+            const uint32_t attributesAndOffset = references.U32();
+            references.Skip(4);
+            resource.attributes = static_cast<uint8_t>(attributesAndOffset >> 24);
+            ByteReader content = data.From(attributesAndOffset & 0xFFFFFF);
+            const size_t length = content.U32();
+            const uint8_t* begin = content.Bytes(length);
+            total += length;
+            ByteReader_Require(total <= kMaxContent);
+            if (seen.emplace(type, resource.id).second) {
+                resource.data.assign(begin, begin + length);
+                parsed.m_resources.push_back(std::move(resource));
+            }
         }
     }
-    if (failed)
-        return std::nullopt;
     return parsed;
+} catch (const BadData&) {
+    return std::nullopt;
 }
 
 const ResourceFile::Resource* ResourceFile::Find(uint32_t type, int16_t id) const

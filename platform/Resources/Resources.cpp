@@ -8,8 +8,6 @@
 
 #include <algorithm>
 #include <list>
-#include <memory>
-#include <unordered_map>
 
 namespace {
 
@@ -17,9 +15,8 @@ namespace {
 struct Block
 {
     Ptr data;
-    Size size;
     const ResourceFile::Resource* resource;
-    std::unique_ptr<char[]> bytes; // what `data` points to; never of size 0
+    std::vector<char> bytes; // what `data` points to; never of size 0
 };
 
 struct Map
@@ -44,15 +41,14 @@ struct Chain
     SInt16 current = kSystemResFile;
     SInt16 lastNumber = 0;
     OSErr error = noErr;
-    std::unordered_map<Handle, Map*> handles;
 };
 
 } // namespace
 
 static Chain& GetChain()
 {
-    static Chain* sChain = new Chain; // never destroyed: usable during exit
-    return *sChain;
+    static Chain& sChain = *new Chain; // never destroyed: usable during exit
+    return sChain;
 }
 
 static std::list<Map>::iterator FindMap(Chain& chain, SInt16 number)
@@ -162,8 +158,6 @@ void CloseResFile(SInt16 refNum)
     chain.error = refNum == kSystemResFile || map != chain.maps.end() ? noErr : resFNotFound;
     if (map == chain.maps.end())
         return;
-    for (Block& block : map->loaded)
-        chain.handles.erase(&block.data);
     auto older = chain.maps.erase(map);
     if (chain.current == refNum)
         chain.current = older == chain.maps.end() ? SInt16(kSystemResFile) : older->number;
@@ -172,25 +166,17 @@ void CloseResFile(SInt16 refNum)
 // --- resources ---
 
 // The handle of a resource, loaded once. Throws bad_alloc.
-static Handle Load(Chain& chain, Map& map, const ResourceFile::Resource* resource)
+static Handle Load(Map& map, const ResourceFile::Resource* resource)
 {
     for (Block& block : map.loaded) {
         if (block.resource == resource)
             return &block.data;
     }
-    auto bytes = std::make_unique<char[]>(resource->data.size() + 1);
-    std::copy(resource->data.begin(), resource->data.end(), bytes.get());
-    Ptr data = bytes.get();
-    map.loaded.push_back(
-        { data, static_cast<Size>(resource->data.size()), resource, std::move(bytes) });
-    Handle handle = &map.loaded.back().data;
-    try {
-        chain.handles.emplace(handle, &map);
-    } catch (...) {
-        map.loaded.pop_back();
-        throw;
-    }
-    return handle;
+    std::vector<char> bytes(resource->data.size() + 1);
+    std::ranges::copy(resource->data, bytes.begin());
+    Ptr data = bytes.data();
+    map.loaded.push_back({ data, resource, std::move(bytes) });
+    return &map.loaded.back().data;
 }
 
 Handle GetResource(ResType type, SInt16 id)
@@ -200,7 +186,7 @@ Handle GetResource(ResType type, SInt16 id)
         for (auto map = FindMap(chain, chain.current); map != chain.maps.end(); ++map) {
             if (const auto* resource = map->Find(type, id)) {
                 const bool isCompressed = (resource->attributes & ResourceFile::kCompressed) != 0;
-                Handle handle = isCompressed ? nullptr : Load(chain, *map, resource);
+                Handle handle = isCompressed ? nullptr : Load(*map, resource);
                 chain.error = isCompressed ? CantDecompress : noErr;
                 return handle;
             }
@@ -215,24 +201,20 @@ Handle GetResource(ResType type, SInt16 id)
 void ReleaseResource(Handle handle)
 {
     Chain& chain = GetChain();
-    auto found = chain.handles.find(handle);
-    chain.error = found != chain.handles.end() ? noErr : resNotFound;
-    if (found != chain.handles.end()) {
-        found->second->loaded.remove_if(
-            [handle](const Block& block) { return &block.data == handle; });
-        chain.handles.erase(found);
+    chain.error = resNotFound;
+    for (Map& map : chain.maps) {
+        if (map.loaded.remove_if([=](const Block& block) { return &block.data == handle; }) != 0)
+            chain.error = noErr;
     }
 }
 
 Size GetHandleSize(Handle handle)
 {
-    Chain& chain = GetChain();
-    auto found = chain.handles.find(handle);
-    if (found == chain.handles.end())
-        return 0;
-    for (const Block& block : found->second->loaded) {
-        if (&block.data == handle)
-            return block.size;
+    for (const Map& map : GetChain().maps) {
+        for (const Block& block : map.loaded) {
+            if (&block.data == handle)
+                return static_cast<Size>(block.resource->data.size());
+        }
     }
     return 0;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Events_test.cpp - what events and timers answer to those who install them, and missing arguments of all routines.
+// Events_test.cpp - what events answer to those who install handlers, and missing arguments of all routines.
 #include "tests/support/NibBundle.h"
 
 #include <gtest/gtest.h>
@@ -48,32 +48,6 @@ TEST(Events, ParametersAreCopiedByNameAndTypeUntilTheHandlerIsRemoved)
     EXPECT_EQ(1, calls);
 }
 
-TEST(Events, TimersFireOnceOrOnAndOnUntilRemoved)
-{
-    const TestWindow window("window");
-    ShowWindow(window);
-    static int often = 0;
-    static WindowRef shown = window;
-    int once = 0;
-    EventLoopTimerRef single = nullptr;
-    const EventLoopRef loop = GetMainEventLoop();
-    const auto count = [](EventLoopTimerRef, void* counter) { ++*static_cast<int*>(counter); };
-    const auto thrice = [](EventLoopTimerRef timer, void*) {
-        if (++often == 3) {
-            RemoveEventLoopTimer(timer); // from inside
-            Later(0.02, [] { QuitAppModalLoopForWindow(shown); });
-        }
-    };
-    EXPECT_EQ(noErr, InstallEventLoopTimer(loop, 0, 0, count, &once, &single));
-    EXPECT_EQ(noErr, InstallEventLoopTimer(loop, 0.001, 0.001, thrice, nullptr, nullptr));
-    EXPECT_EQ(noErr, RunAppModalLoopForWindow(window));
-    EXPECT_EQ(1, once);
-    EXPECT_EQ(3, often);
-    EXPECT_EQ(noErr, RemoveEventLoopTimer(single));
-    EXPECT_EQ(paramErr, RemoveEventLoopTimer(single));
-    EXPECT_EQ(paramErr, InstallEventLoopTimer(loop, 0, 0, nullptr, nullptr, nullptr));
-}
-
 TEST(Events, MissingArgumentsOfAnyRoutineAreRefused)
 {
     const NibBundle bundle(NibOf("window"));
@@ -94,6 +68,7 @@ TEST(Events, MissingArgumentsOfAnyRoutineAreRefused)
         GetControlDataSize(window.Control(1), 0, 'dflt', nullptr),
         StandardAlert(kAlertStopAlert, nullptr, nullptr, nullptr, nullptr),
         GetEventParameter(nullptr, 0, 0, nullptr, 0, nullptr, nullptr),
+        InstallEventLoopTimer(GetMainEventLoop(), 0, 0, nullptr, nullptr, nullptr),
     };
     for (const OSStatus result : results)
         EXPECT_EQ(paramErr, result) << "row " << (&result - results);

@@ -167,8 +167,8 @@ protected:
         { "icon", [this] {
             const QByteArray data = Data(1, true);
             try {
-                Show(PictureBits_ReadColorIcon(PictureData(reinterpret_cast<const uint8_t*>(data.data()), size_t(data.size()))));
-            } catch (const BadPicture&) {
+                Show(PictureBits_ReadColorIcon(ByteReader(reinterpret_cast<const uint8_t*>(data.data()), size_t(data.size()))));
+            } catch (const BadData&) {
                 Show(QImage());
             }
         } },

@@ -115,11 +115,11 @@ OSStatus QuitAppModalLoopForWindow(WindowRef window) VL_SYMBOL(QuitAppModalLoopF
 
 EventLoopRef GetMainEventLoop(void) VL_SYMBOL(GetMainEventLoop);
 EventLoopTimerUPP NewEventLoopTimerUPP(EventLoopTimerProcPtr routine) VL_SYMBOL(NewEventLoopTimerUPP);
-/// Calls a routine after `delay` seconds and then every `interval` seconds (0: once) while events run.
-/// `timer` may be null.
+/// Calls a routine once, `delay` seconds later, while events run. `interval` is 0 and `timer` null: nothing repeats
+/// a timer or removes it.
+///   returns  noErr; paramErr; windowWrongStateErr when this process can show no windows
 OSStatus InstallEventLoopTimer(EventLoopRef loop, EventTimerInterval delay, EventTimerInterval interval,
                                EventLoopTimerUPP routine, void* userData, EventLoopTimerRef* timer)
     VL_SYMBOL(InstallEventLoopTimer);
-OSStatus RemoveEventLoopTimer(EventLoopTimerRef timer) VL_SYMBOL(RemoveEventLoopTimer);
 
 __END_DECLS

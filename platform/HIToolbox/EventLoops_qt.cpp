@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-// ModalLoop_qt.cpp - modal loops: a nested event loop for each window. Loops of different windows may nest.
-#include "HIToolbox/ModalLoop_qt.h"
-
+// EventLoops_qt.cpp - modal loops, a nested event loop for each window, and timers. Loops of different windows may nest.
+#include "HIToolbox/Application_qt.h"
 #include "HIToolbox/Windows_qt.h"
 
 #include <CoreServices/MacErrors.h>
@@ -9,10 +8,15 @@
 #include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QEventLoop>
 #include <QtCore/QScopeGuard>
+#include <QtCore/QTimer>
+#include <QtWidgets/QApplication>
+
+#include <algorithm>
+#include <limits>
 
 static unsigned sRuns = 0;
 
-unsigned ModalLoop_CountRuns()
+unsigned Windows_CountModalLoops()
 {
     return sRuns;
 }
@@ -53,4 +57,34 @@ OSStatus QuitAppModalLoopForWindow(WindowRef ref)
         return windowNoAppModalStateErr;
     window->loop->quit();
     return noErr;
+}
+
+EventLoopRef GetMainEventLoop()
+{
+    static char loop; // there is one, Qt's
+    return reinterpret_cast<EventLoopRef>(&loop);
+}
+
+EventLoopTimerUPP NewEventLoopTimerUPP(EventLoopTimerProcPtr routine)
+{
+    return routine;
+}
+
+OSStatus InstallEventLoopTimer(EventLoopRef loop,
+                               EventTimerInterval delay,
+                               EventTimerInterval interval,
+                               EventLoopTimerUPP routine,
+                               void* userData,
+                               EventLoopTimerRef* timer)
+try {
+    if (loop != GetMainEventLoop() || interval != 0 || !routine || timer)
+        return paramErr;
+    if (!Application_IsReady())
+        return windowWrongStateErr;
+    constexpr double kMost = std::numeric_limits<int>::max();
+    QTimer::singleShot(static_cast<int>(std::clamp(delay * 1000, 0.0, kMost)), qApp,
+                       [routine, userData] { routine(nullptr, userData); });
+    return noErr;
+} catch (...) {
+    return memFullErr;
 }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Events.cpp - events, targets, handlers and dispatch.
+// Events_qt.cpp - events, targets, handlers and dispatch.
 // A handler may remove others, install new ones or dispose the window. Dispatch holds the handler that it calls, which
 // holds the older ones, and skips those that were removed.
-#include "HIToolbox/Events.h"
+#include "HIToolbox/Windows_qt.h"
 
 #include <CoreServices/MacErrors.h>
 
@@ -10,18 +10,6 @@
 #include <cstring>
 
 namespace {
-
-// Never freed: targets may end while the process does.
-std::vector<OpaqueEventTargetRef*>& Targets()
-{
-    static auto* targets = new std::vector<OpaqueEventTargetRef*>;
-    return *targets;
-}
-
-bool IsTarget(EventTargetRef target)
-{
-    return std::find(Targets().begin(), Targets().end(), target) != Targets().end();
-}
 
 // True for an event that tells what has happened; a close request asks instead.
 bool IsNews(const OpaqueEventRef& event)
@@ -31,26 +19,12 @@ bool IsNews(const OpaqueEventRef& event)
 
 bool Wants(const OpaqueEventHandlerRef& handler, const OpaqueEventRef& event)
 {
-    return std::any_of(handler.types.begin(), handler.types.end(), [&](const EventTypeSpec& type) {
+    return std::ranges::any_of(handler.types, [&](const EventTypeSpec& type) {
         return type.eventClass == event.eventClass && type.eventKind == event.eventKind;
     });
 }
 
 } // namespace
-
-OpaqueEventTargetRef::OpaqueEventTargetRef()
-    : spare(std::make_shared<OpaqueEventHandlerRef>())
-{
-    constexpr size_t kUsualTypes = 8;
-    spare->types.reserve(kUsualTypes);
-    Targets().push_back(this);
-}
-
-OpaqueEventTargetRef::~OpaqueEventTargetRef()
-{
-    RemoveAll();
-    Targets().erase(std::find(Targets().begin(), Targets().end(), this));
-}
 
 void OpaqueEventTargetRef::RemoveAll()
 {
@@ -124,7 +98,9 @@ OSStatus InstallEventHandler(EventTargetRef target,
                              void* userData,
                              EventHandlerRef* handler)
 try {
-    if (!IsTarget(target) || !routine || (!types && count))
+    const bool isTarget = std::ranges::any_of(
+        Windows_All(), [target](const WindowPtr& window) { return &window->target == target; });
+    if (!isTarget || !routine || (!types && count))
         return paramErr;
     for (const auto* other = target->newest.get(); other; other = other->older.get()) {
         if (other->routine == routine && other->userData == userData)
@@ -146,8 +122,8 @@ try {
 
 OSStatus RemoveEventHandler(EventHandlerRef handler)
 {
-    for (OpaqueEventTargetRef* target : Targets()) {
-        for (auto* link = &target->newest; *link; link = &(*link)->older) {
+    for (const WindowPtr& window : Windows_All()) {
+        for (auto* link = &window->target.newest; *link; link = &(*link)->older) {
             if (link->get() == handler) {
                 handler->live = false;
                 *link

@@ -1,27 +1,26 @@
 // SPDX-License-Identifier: MIT
-// PictureData.h - a bounds-checked reader of big-endian picture data.
+// ByteReader.h - a bounds-checked reader of big-endian data.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
-/// Thrown inside the decoder for data that cannot be shown whole; never leaves
-/// DecodedPicture::Decode.
-struct BadPicture
+/// Thrown for data that are damaged or too large.
+struct BadData
 {
 };
 
-inline void PictureData_Require(bool condition)
+inline void ByteReader_Require(bool condition)
 {
     if (!condition)
-        throw BadPicture();
+        throw BadData();
 }
 
-/// Reads from a block of bytes that outlives it; throws BadPicture instead of passing its end.
-class PictureData
+/// Reads from a block of bytes that outlives it; throws BadData instead of passing its end.
+class ByteReader
 {
 public:
-    PictureData(const uint8_t* data, size_t size)
+    ByteReader(const uint8_t* data, size_t size)
         : m_begin(data)
         , m_at(data)
         , m_end(data + size)
@@ -34,14 +33,21 @@ public:
     /// `n` bytes, which are passed.
     const uint8_t* Bytes(size_t n)
     {
-        PictureData_Require(n <= Left());
+        ByteReader_Require(n <= Left());
         const uint8_t* bytes = m_at;
         m_at += n;
         return bytes;
     }
     void Skip(size_t n) { Bytes(n); }
+    /// A reader that has passed `n` bytes more.
+    ByteReader From(size_t n) const
+    {
+        ByteReader reader = *this;
+        reader.Skip(n);
+        return reader;
+    }
     /// A reader of the next `n` bytes, which are passed.
-    PictureData Block(size_t n) { return PictureData(Bytes(n), n); }
+    ByteReader Block(size_t n) { return ByteReader(Bytes(n), n); }
 
     uint8_t U8() { return *Bytes(1); }
     int8_t S8() { return static_cast<int8_t>(U8()); }
