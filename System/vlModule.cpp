@@ -67,15 +67,7 @@ OSErr StoreModuleFolder(const FSRef& ref)
 
 void CutAt(String& path, int nLength)
 {
-    path.RemoveRange(nLength, path.GetLength() - nLength);
-}
-
-/// The module path. Locates the module again if the module strings were released.
-const String& FindModulePath()
-{
-    if (sModulePath == nullptr || sModulePath->IsEmpty())
-        LocateModuleImage();
-    return *sModulePath;
+    path.RemoveRange(nLength, path.GetLength());
 }
 
 /// The application identifier for the module's preferences. Null after the identifier was released; a store
@@ -89,7 +81,7 @@ const char* GetPreferencesApplication()
 /// The module path without its final "/".
 void GetExecutableFolder(String& result)
 {
-    result = FindModulePath();
+    result = GetModulePath();
     const int n = result.FindLastChar('/');
     if (n >= 0 && n == result.GetLength() - 1)
         CutAt(result, n);
@@ -475,7 +467,9 @@ const String& GetModuleComponentName()
 
 const String& GetModulePath()
 {
-    return FindModulePath();
+    if (sModulePath == nullptr || sModulePath->IsEmpty())
+        LocateModuleImage(); // again if the module strings were released
+    return *sModulePath;
 }
 
 const String& GetModuleIdentifier()

@@ -5,6 +5,7 @@
 #include "Resources/Resources.h"
 #include "support/CatchAll.h"
 #include "support/FileBytes.h"
+#include "support/Immortal.h"
 #include "support/Ref.h"
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -47,16 +48,10 @@ struct Bundles
 
 } // namespace
 
-static Bundles& GetBundles()
-{
-    static Bundles* sBundles = new Bundles; // never destroyed: usable during exit
-    return *sBundles;
-}
-
 void __CFBundle::End() noexcept
 {
     {
-        Bundles& bundles = GetBundles();
+        Bundles& bundles = Immortal<Bundles>();
         std::lock_guard lock(bundles.lock);
         std::erase(bundles.list, this);
     }
@@ -106,7 +101,7 @@ static __CFBundle* CreateAt(const std::string& path)
     struct stat info;
     if (canonical == nullptr || stat(canonical.get(), &info) != 0 || !S_ISDIR(info.st_mode))
         return nullptr;
-    Bundles& bundles = GetBundles();
+    Bundles& bundles = Immortal<Bundles>();
     std::lock_guard lock(bundles.lock);
     for (__CFBundle* bundle : bundles.list) {
         if (bundle->path == canonical.get() && RetainLiving(bundle))

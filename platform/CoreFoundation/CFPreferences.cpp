@@ -13,6 +13,7 @@
 #include "support/BaseFolders.h"
 #include "support/CatchAll.h"
 #include "support/FileBytes.h"
+#include "support/Immortal.h"
 #include "support/Ref.h"
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -104,12 +105,6 @@ struct Domains
 };
 
 } // namespace
-
-static Domains& GetDomains()
-{
-    static Domains* sDomains = new Domains; // never destroyed: usable during exit
-    return *sDomains;
-}
 
 // Finds or creates a domain. Throws bad_alloc.
 static Domain& FindDomain(Domains& domains, CFStringRef application, bool isAnyUser)
@@ -461,7 +456,7 @@ static Result WithDomain(
         || host != kCFPreferencesCurrentHost) {
         return failure;
     }
-    Domains& domains = GetDomains();
+    Domains& domains = Immortal<Domains>();
     std::lock_guard lock(domains.lock);
     return CatchAll<Result>(failure, [&] {
         return use(FindDomain(domains, application, user == kCFPreferencesAnyUser));

@@ -2,6 +2,7 @@
 // Files.cpp - references to existing files and folders.
 #include "CoreServices/FileRefs.h"
 #include "support/CatchAll.h"
+#include "support/Immortal.h"
 #include "support/Utf8.h"
 
 #include <algorithm>
@@ -36,15 +37,9 @@ struct Table
 
 } // namespace
 
-static Table& GetTable()
-{
-    static Table* sTable = new Table; // never destroyed: usable during exit
-    return *sTable;
-}
-
 FSRef FileRefs_FromPath(const std::string& path)
 {
-    Table& table = GetTable();
+    Table& table = Immortal<Table>();
     std::lock_guard lock(table.lock);
     UInt32 number = static_cast<UInt32>(table.paths.size());
     auto found = table.numbers.find(path);
@@ -73,7 +68,7 @@ const std::string* FileRefs_Path(const FSRef& ref)
     std::memcpy(&number, ref.hidden + sizeof(magic), sizeof(number));
     bool isClean
         = std::all_of(ref.hidden + 8, std::end(ref.hidden), [](UInt8 byte) { return byte == 0; });
-    Table& table = GetTable();
+    Table& table = Immortal<Table>();
     std::lock_guard lock(table.lock);
     return magic == kMagic && isClean && number < table.paths.size() ? &table.paths[number]
                                                                      : nullptr;

@@ -5,6 +5,7 @@
 
 #include "CoreServices/FileRefs.h"
 #include "support/FileBytes.h"
+#include "support/Immortal.h"
 
 #include <algorithm>
 #include <list>
@@ -45,12 +46,6 @@ struct Chain
 
 } // namespace
 
-static Chain& GetChain()
-{
-    static Chain& sChain = *new Chain; // never destroyed: usable during exit
-    return sChain;
-}
-
 static std::list<Map>::iterator FindMap(Chain& chain, SInt16 number)
 {
     return std::find_if(chain.maps.begin(), chain.maps.end(),
@@ -59,12 +54,12 @@ static std::list<Map>::iterator FindMap(Chain& chain, SInt16 number)
 
 OSErr ResError(void)
 {
-    return GetChain().error;
+    return Immortal<Chain>().error;
 }
 
 void Resources_SetError(OSErr error)
 {
-    GetChain().error = error;
+    Immortal<Chain>().error = error;
 }
 
 // --- files ---
@@ -97,7 +92,7 @@ static SInt16 FreeNumber(Chain& chain)
 
 SInt16 Resources_OpenMap(std::vector<ResourceFile> files)
 {
-    Chain& chain = GetChain();
+    Chain& chain = Immortal<Chain>();
     try {
         SInt16 number = files.empty() ? SInt16(0) : FreeNumber(chain);
         if (number == 0) {
@@ -116,14 +111,14 @@ SInt16 Resources_OpenMap(std::vector<ResourceFile> files)
 
 SInt16 CurResFile(void)
 {
-    Chain& chain = GetChain();
+    Chain& chain = Immortal<Chain>();
     chain.error = noErr;
     return chain.current;
 }
 
 void UseResFile(SInt16 refNum)
 {
-    Chain& chain = GetChain();
+    Chain& chain = Immortal<Chain>();
     bool isOpen = refNum == kSystemResFile || FindMap(chain, refNum) != chain.maps.end();
     chain.error = isOpen ? noErr : resFNotFound;
     if (isOpen)
@@ -132,7 +127,7 @@ void UseResFile(SInt16 refNum)
 
 OSErr FSOpenResourceFile(const FSRef* ref, UInt16 nameLength, const UniChar*, SInt8, SInt16* refNum)
 {
-    Chain& chain = GetChain();
+    Chain& chain = Immortal<Chain>();
     if (ref == nullptr || refNum == nullptr || nameLength != 0) { // only data forks are supported
         return chain.error = paramErr;
     }
@@ -153,7 +148,7 @@ OSErr FSOpenResourceFile(const FSRef* ref, UInt16 nameLength, const UniChar*, SI
 
 void CloseResFile(SInt16 refNum)
 {
-    Chain& chain = GetChain();
+    Chain& chain = Immortal<Chain>();
     auto map = FindMap(chain, refNum);
     chain.error = refNum == kSystemResFile || map != chain.maps.end() ? noErr : resFNotFound;
     if (map == chain.maps.end())
@@ -181,7 +176,7 @@ static Handle Load(Map& map, const ResourceFile::Resource* resource)
 
 Handle GetResource(ResType type, SInt16 id)
 {
-    Chain& chain = GetChain();
+    Chain& chain = Immortal<Chain>();
     try {
         for (auto map = FindMap(chain, chain.current); map != chain.maps.end(); ++map) {
             if (const auto* resource = map->Find(type, id)) {
@@ -200,7 +195,7 @@ Handle GetResource(ResType type, SInt16 id)
 
 void ReleaseResource(Handle handle)
 {
-    Chain& chain = GetChain();
+    Chain& chain = Immortal<Chain>();
     chain.error = resNotFound;
     for (Map& map : chain.maps) {
         if (map.loaded.remove_if([=](const Block& block) { return &block.data == handle; }) != 0)
@@ -210,7 +205,7 @@ void ReleaseResource(Handle handle)
 
 Size GetHandleSize(Handle handle)
 {
-    for (const Map& map : GetChain().maps) {
+    for (const Map& map : Immortal<Chain>().maps) {
         for (const Block& block : map.loaded) {
             if (&block.data == handle)
                 return static_cast<Size>(block.resource->data.size());

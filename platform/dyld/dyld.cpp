@@ -3,6 +3,7 @@
 // The list is copied when it has changed. No lock is held while the loader is asked, since it may be
 // running an image's initialisers that ask for the list themselves.
 #include "support/CatchAll.h"
+#include "support/Immortal.h"
 
 #include <mach-o/dyld.h>
 
@@ -40,12 +41,6 @@ struct Known
 };
 
 } // namespace
-
-static Known& GetKnown()
-{
-    static Known* sKnown = new Known;
-    return *sKnown;
-}
 
 // The start of the file in memory. It is not the load address for a program at a fixed place.
 static const mach_header* Header(const dl_phdr_info& info)
@@ -89,7 +84,7 @@ template <typename Use> static auto WithImages(Use use)
     };
     dl_iterate_phdr(count, &now);
 
-    Known& known = GetKnown();
+    Known& known = Immortal<Known>();
     std::unique_lock lock(known.lock);
     if (known.images.nAdded != now.nAdded || known.images.nRemoved != now.nRemoved) {
         lock.unlock();
@@ -148,7 +143,7 @@ const char* _dyld_get_image_name(uint32_t index)
         if (image.header == nullptr || image.absoluteName != nullptr)
             return image.absoluteName;
         std::string name = index == 0 ? ProgramName() : AbsoluteName(image.header, image.name);
-        Known& known = GetKnown();
+        Known& known = Immortal<Known>();
         std::lock_guard lock(known.lock);
         const char* kept = known.names.insert(name).first->c_str();
         auto& list = known.images.list;
