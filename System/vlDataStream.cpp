@@ -257,7 +257,7 @@ void DataOutputFile::writeByte(SInt32 value)
     m_buffer[m_length] = '\0';
 }
 
-template <class T> void DataOutputFile::WriteLittleEndian(T value)
+template <class T> inline void DataOutputFile::WriteLittleEndian(T value)
 {
     auto bytes = std::bit_cast<std::array<char, sizeof(T)>>(value);
     if constexpr (std::endian::native == std::endian::big)
@@ -266,7 +266,7 @@ template <class T> void DataOutputFile::WriteLittleEndian(T value)
 }
 
 // Fast path: the value fits into the current line and the buffer.
-template <class T> void DataOutputFile::WriteNative(T value)
+template <class T> inline void DataOutputFile::WriteNative(T value)
 {
     constexpr SInt32 nDigits = 2 * sizeof(T);
     if (!IsExact() || m_length % kLineLength + nDigits >= kLineDigits
