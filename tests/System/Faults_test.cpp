@@ -9,7 +9,6 @@
 #include "System/vlProfileFile.h"
 #include "tests/support/FailingCalls.h"
 #include "tests/support/FailingNew.h"
-#include "tests/support/KeptLeaks.h"
 #include "tests/support/StringChecks.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-// vlProfileFile_model.cpp - random operations on several profiles over the same few files, each beside its
-// model: results, and after each operation the bytes of every file. VELTRANO_OPERATIONS sets how
-// many, VELTRANO_SEED which.
+// vlProfileFile_model.cpp - random operations on two profiles over the same few files, each beside its model: results,
+// and after each operation the bytes of every file. VELTRANO_OPERATIONS sets how many, VELTRANO_SEED which.
 
 #include "System/vlProfileFile.h"
 #include "tests/support/Processes.h"
@@ -12,38 +11,55 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <random>
-#include <sys/resource.h>
 
 using namespace Veltrano;
 
 namespace {
 
-/// The lines of a profile and what is done to them, as plainly as possible. Null arguments are empty ones here.
-struct ProfileModel
+using Text = std::string;
+using Lines = std::vector<Text>;
+
+Text Trim(Text text)
 {
-    using Text = std::string;
-    using Lines = std::vector<Text>;
+    const char* lpszSpace = " \t\n\v\f\r";
+    text.resize(text.find_last_not_of(lpszSpace) + 1);
+    return text.erase(0, text.find_first_not_of(lpszSpace));
+}
+
+std::optional<Text> Header(const Text& line)
+{
+    const size_t nOpen = line.find('[');
+    const size_t nClose = line.find(']', nOpen);
+    if (nOpen == line.npos || nClose == line.npos)
+        return {};
+    return line.substr(nOpen + 1, nClose - nOpen - 1);
+}
+
+/// Empty when the line is no entry.
+Text Key(const Text& line)
+{
+    return line.find('=') == line.npos ? "" : Trim(line.substr(0, line.find('=')));
+}
+
+/// The lines of a profile and what is done to them, as plainly as possible. Null arguments are empty ones here.
+struct Model
+{
     using Line = Lines::iterator;
 
     Lines lines;
     bool isDirty = false;
 
-    static Lines Load(const Text& text)
+    void Load(const Text& text)
     {
-        Lines loaded;
         Text piece;
         for (size_t i = 0; i < text.size(); ++i) {
             piece += text[i];
             if (text[i] == '\n' || piece.size() == 1022 || i + 1 == text.size()) {
                 piece.resize(piece.find_last_not_of("\r\n") + 1);
-                loaded.push_back(piece);
-                piece.clear();
+                lines.push_back(std::exchange(piece, ""));
             }
         }
-        return loaded;
     }
-
     Text Written() const
     {
         Text text;
@@ -52,79 +68,53 @@ struct ProfileModel
         return text;
     }
 
-    static Text Trim(Text text)
-    {
-        const char* lpszSpace = " \t\n\v\f\r";
-        text.resize(text.find_last_not_of(lpszSpace) + 1);
-        return text.erase(0, text.find_first_not_of(lpszSpace));
-    }
-
-    static std::optional<Text> Header(const Text& line)
-    {
-        const size_t nOpen = line.find('[');
-        const size_t nClose = line.find(']', nOpen);
-        if (nOpen == line.npos || nClose == line.npos)
-            return {};
-        return line.substr(nOpen + 1, nClose - nOpen - 1);
-    }
-
-    /// Empty when the line is no entry.
-    static Text Key(const Text& line)
-    {
-        return line.find('=') == line.npos ? "" : Trim(line.substr(0, line.find('=')));
-    }
-
     /// The header of a section, or the end.
     Line Find(const Text& section)
     {
-        Line p = lines.begin();
-        while (p != lines.end() && Header(*p) != section)
-            ++p;
-        return p;
+        return std::find_if(lines.begin(), lines.end(),
+                            [&](const Text& line) { return Header(line) == section; });
     }
-
     /// The line behind a section's body.
-    Line End(Line p)
+    Line End(Line header)
     {
-        while (p != lines.end() && ++p != lines.end() && !Header(*p)) { }
-        return p;
+        const auto from = header == lines.end() ? header : header + 1;
+        return std::find_if(from, lines.end(), [](const Text& line) { return Header(line); });
     }
-
     /// The first line of a section's body that passes a test, or the end of the body.
     template <class Test> Line FindIn(Line header, Test test)
     {
         const Line end = End(header);
-        Line p = header == end ? end : header + 1;
-        while (p != end && !test(*p))
-            ++p;
-        return p;
+        return std::find_if(header == end ? end : header + 1, end, test);
     }
-
-    /// The header, with whether it was there before.
-    std::pair<Line, bool> Make(const Text& section)
+    Line FindEntry(Line header, const Text& key)
     {
-        const Line found = Find(section);
-        if (found != lines.end())
-            return { found, true };
+        return FindIn(header, [&](const Text& line) { return Key(line) == key; });
+    }
+    Line FindLine(Line header, const Text& text)
+    {
+        return FindIn(header, [&](const Text& line) { return line.c_str() == Text(text.c_str()); });
+    }
+    Line Make(const Text& section)
+    {
         isDirty = true;
-        return { lines.insert(lines.end(), '[' + section + ']'), false };
+        return lines.insert(lines.end(), '[' + section + ']');
     }
 
     std::optional<Text> GetValue(const Text& section, const Text& key)
     {
         const Line header = Find(section);
-        const Line p = FindIn(header, [&](const Text& line) { return Key(line) == key; });
+        const Line p = FindEntry(header, key);
         if (section.empty() || key.empty() || p == End(header))
             return {};
         return Trim(p->substr(p->find('=') + 1));
     }
-
     void SetValue(const Text& section, const Text& key, const Text& value)
     {
-        if (section.empty() || key.empty() || (Find(section) == lines.end() && value.empty()))
+        Line header = Find(section);
+        if (section.empty() || key.empty() || (header == lines.end() && value.empty()))
             return;
-        const Line header = Make(section).first;
-        const Line p = FindIn(header, [&](const Text& line) { return Key(line) == key; });
+        header = header == lines.end() ? Make(section) : header;
+        const Line p = FindEntry(header, key);
         isDirty = true;
         if (p == End(header))
             lines.push_back(key + '=' + value);
@@ -133,29 +123,25 @@ struct ProfileModel
         else
             *p = key + '=' + value;
     }
-
     void AddLine(const Text& section, const Text& text)
     {
         if (section.empty())
             return;
-        const Line header = Make(section).first;
-        const auto isEqual
-            = [&](const Text& line) { return strcmp(line.c_str(), text.c_str()) == 0; };
-        if (!text.empty() && FindIn(header, isEqual) == End(header)) {
+        const Line header = Find(section) == lines.end() ? Make(section) : Find(section);
+        if (!text.empty() && FindLine(header, text) == End(header)) {
             lines.insert(End(header), text);
             isDirty = true;
         }
     }
-
     void RemoveLine(const Text& section, const Text& text)
     {
+        const Line header = Find(section);
+        const Line p = FindLine(header, text);
         if (section.empty())
             return;
-        const auto [header, isThere] = Make(section);
-        const auto isEqual
-            = [&](const Text& line) { return strcmp(line.c_str(), text.c_str()) == 0; };
-        const Line p = FindIn(header, isEqual);
-        if (isThere && !text.empty() && p != End(header)) {
+        if (header == lines.end()) {
+            Make(section);
+        } else if (!text.empty() && p != End(header)) {
             lines.erase(p);
             isDirty = true;
         }
@@ -169,7 +155,6 @@ struct ProfileModel
                 names.push_back(*name);
         return names;
     }
-
     Lines GetKeys(const Text& section)
     {
         Lines keys;
@@ -179,7 +164,6 @@ struct ProfileModel
                 keys.push_back(Key(*p));
         return keys;
     }
-
     Lines GetLines(const Text& section)
     {
         Lines found;
@@ -189,8 +173,6 @@ struct ProfileModel
         return found;
     }
 };
-
-using Lines = ProfileModel::Lines;
 
 Lines Texts(const ProfileLineList& list)
 {
@@ -205,29 +187,21 @@ Lines Texts(const ProfileLineList& list)
     return texts;
 }
 
-void LimitFiles(rlim_t nBytes)
-{
-    rlimit limit = {};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    limit.rlim_cur = nBytes;
-    setrlimit(RLIMIT_FSIZE, &limit);
-}
-
 // The texts are few, so that sections, keys and lines are met again.
-const char* const kSections[] = { "a", "b", "A", " a", "x]y", "a[", "", nullptr };
-const char* const kKeys[] = { "k", "l", " k", "k ", "=", "[b]", "#c", "", nullptr };
-const char* const kModes[] = { "r", "r+", "rb", "a+", "w", "w+", "a", "?", nullptr };
-const Lines kValues = { "", "v", " w\t", "=", "x]", "[a]", "two\nlines", std::string("\0z", 2) };
-const Lines kLines
-    = { "k=v", " k = w ", "; c", "", " ", "[a]", "[b]", "\t[A]x", "n=[ a]", "[", "][", "=x", "[]" };
+const char* const kSections[] = { "a", "a", "a", "b", "b", "A", " a", "x]y", "a[", "", nullptr };
+const char* const kKeys[] = { "k", "k", "k", "l", " k", "k ", "=", "[b]", "#c", "", nullptr };
+const char* const kModes[] = { "r", "r+", "r", "a+", "rb", "w+", "a", "?", nullptr };
+const Lines kValues = { "", "", "v", " w\t", "=", "x]", "[a]", "two\nlines", Text("\0z", 2) };
+const Lines kLines = { "k=v", "k=v",    " k = w ", "; c", "",   " ",  "[a]",
+                       "[b]", "\t[A]x", "n=[ a]",  "[",   "][", "=x", "[]" };
 const Lines kEnds = { "\n", "\n", "\n", "\r\n", "\r", "" };
-const Lines kPaths = { "plain", "link", "hard1", "hard2", "sub/x", "folder", "none/x" };
+const Lines kNames = { "plain", "link", "hard1", "hard2", "none/x" };
 
 struct Profile
 {
     std::unique_ptr<ProfileFile> real = std::make_unique<ProfileFile>();
-    ProfileModel model;
-    std::string path;
+    Model model;
+    Text name;
     bool isOpen = false;
 };
 
@@ -236,36 +210,11 @@ class World
 public:
     World()
     {
-        signal(SIGXFSZ, SIG_IGN);
-        std::filesystem::create_directory(At("folder"));
-        std::filesystem::create_directory(At("sub"));
         WriteFile(At("hard1"), m_files["hard1"]);
         std::filesystem::create_hard_link(At("hard1"), At("hard2"));
         std::filesystem::create_symlink("plain", At("link"));
     }
-
-    void Step()
-    {
-        Profile& profile = m_profiles[Below(3)];
-        if (Below(9) == 0)
-            ChangeOutside();
-        if (!profile.isOpen && Below(4) != 0)
-            Open(profile);
-        const size_t nKind = Below(12);
-        if (nKind == 0) {
-            Close(profile);
-        } else if (nKind == 1 && Below(3) == 0) {
-            ExpectClose(profile);
-            profile = Profile();
-        } else if (nKind < 4) {
-            Read(profile);
-        } else if (nKind == 4) {
-            ChangeList();
-        } else {
-            Change(profile);
-        }
-        CheckFiles();
-    }
+    void Step();
 
 private:
     size_t Below(size_t n) { return m_random() % n; }
@@ -273,195 +222,180 @@ private:
     {
         return range[Below(std::size(range))];
     }
-    std::string At(const std::string& name) const { return m_folder.Path(name); }
-
-    std::string RandomLine()
+    Text At(const Text& name) const { return m_folder.Path(name); }
+    static Text Target(const Text& name)
+    {
+        return name == "link" ? "plain" : name == "hard2" ? "hard1" : name;
+    }
+    Text RandomLine()
     {
         if (Below(30) == 0)
-            return std::string(1018 + Below(8), 'l') + std::string(Below(2) * 1022, 'm');
-        return Below(30) == 0 ? std::string(1, static_cast<char>(m_random())) : OneOf(kLines);
+            return Text(1018 + Below(8), 'l') + Text(Below(2) * 1022, 'm');
+        return Below(30) == 0 ? Text(1, static_cast<char>(m_random())) : OneOf(kLines);
     }
-
-    // --- files ---
-
-    static std::string Target(const std::string& path)
-    {
-        return path == "link" ? "plain" : path == "hard2" ? "hard1" : path;
-    }
-    bool CanExist(const std::string& name) const
-    {
-        return name == "plain" || name == "hard1" || (name == "sub/x" && m_hasSubfolder);
-    }
-
-    void ChangeOutside()
-    {
-        const std::string name = Target(OneOf(kPaths));
-        if (name == "folder") {
-            std::filesystem::remove(At("plain"));
-            m_files.erase("plain");
-        } else if (name == "none/x") {
-            m_hasSubfolder = !m_hasSubfolder;
-            m_files.erase("sub/x");
-            if (m_hasSubfolder)
-                std::filesystem::create_directory(At("sub"));
-            else
-                std::filesystem::remove_all(At("sub"));
-        } else if (CanExist(name)) {
-            std::string& text = m_files[name];
-            text.clear();
-            for (size_t n = Below(60) == 0 ? Below(4000) : Below(20); n-- > 0;)
-                text += RandomLine() + OneOf(kEnds);
-            WriteFile(At(name), text);
-        }
-    }
-
-    void CheckFiles()
-    {
-        for (const auto& [name, text] : m_files)
-            EXPECT_EQ(ReadFile(At(name)), text) << name;
-        EXPECT_EQ(ReadFile(At("hard2")), m_files["hard1"]);
-        size_t nFiles = 0;
-        for ([[maybe_unused]] const auto& entry :
-             std::filesystem::recursive_directory_iterator(At("")))
-            ++nFiles;
-        EXPECT_EQ(nFiles, m_files.size() + m_hasSubfolder + 3) << "with folder, link and hard2";
-    }
-
-    // --- profiles ---
-
-    void Open(Profile& profile)
-    {
-        const char* lpszMode = OneOf(kModes);
-        const bool isAgain = Below(6) == 0;
-        ExpectClose(profile);
-        if (!isAgain)
-            profile.path = OneOf(kPaths);
-        const Bool32 bOpen
-            = profile.real->Open(isAgain ? nullptr : At(profile.path).c_str(), lpszMode);
-        const std::string target = Target(profile.path);
-        const std::string mode = lpszMode ? lpszMode : "?";
-        if (CanExist(target) && mode != "?" && (m_files.contains(target) || mode[0] != 'r')) {
-            profile.isOpen = true;
-            std::string& text = m_files[target];
-            if (mode[0] == 'w')
-                text.clear();
-            if (mode[0] == 'r' || mode.ends_with('+'))
-                for (const std::string& line : ProfileModel::Load(text))
-                    profile.model.lines.push_back(line);
-        }
-        EXPECT_EQ(bOpen, profile.isOpen) << profile.path << ' ' << mode;
-    }
-
-    /// What closing writes. A full disk takes no more than so many bytes of a file.
-    void ExpectClose(Profile& profile, size_t nLimit = SIZE_MAX)
-    {
-        if (!profile.isOpen)
-            return;
-        const std::string target = Target(profile.path);
-        const std::string text = profile.model.Written();
-        const bool isInPlace = target == "hard1" || !m_files.contains(target);
-        if (profile.model.isDirty && !text.empty() && CanExist(target)
-            && (isInPlace || text.size() <= nLimit))
-            m_files[target] = text.substr(0, nLimit);
-        profile.model = {};
-        profile.isOpen = false;
-    }
-
-    void Close(Profile& profile)
-    {
-        const bool isFull = Below(6) == 0;
-        ExpectClose(profile, isFull ? 100 : SIZE_MAX);
-        LimitFiles(isFull ? 100 : RLIM_INFINITY);
-        profile.real->Close();
-        LimitFiles(RLIM_INFINITY);
-    }
-
-    void Change(Profile& profile)
-    {
-        const char* lpszSection = OneOf(kSections);
-        const char* lpszKey = OneOf(kKeys);
-        const std::string section = lpszSection ? lpszSection : "";
-        const std::string key = lpszKey ? lpszKey : "";
-        const std::string value = OneOf(kValues);
-        const std::string line = RandomLine().c_str();
-        switch (Below(5)) {
-        case 0: { // one text for all three
-            const String all(section.c_str());
-            profile.real->SetValue(all, all, all);
-            return profile.model.SetValue(section, section, section);
-        }
-        case 1:
-            profile.real->AddLine(lpszSection, line.c_str());
-            return profile.model.AddLine(section, line);
-        case 2: {
-            const bool isNull = Below(9) == 0;
-            profile.real->RemoveLine(lpszSection, isNull ? nullptr : line.c_str());
-            return profile.model.RemoveLine(section, isNull ? "" : line);
-        }
-        default:
-            profile.real->SetValue(lpszSection, lpszKey,
-                                   String(value.data(), static_cast<int>(value.size())));
-            return profile.model.SetValue(section, key, value);
-        }
-    }
-
-    void Read(Profile& profile)
-    {
-        const char* lpszSection = OneOf(kSections);
-        const char* lpszKey = OneOf(kKeys);
-        std::string section = lpszSection ? lpszSection : "";
-        String value(lpszKey);
-        const auto expected = profile.model.GetValue(section, lpszKey ? lpszKey : "");
-        const char* lpszSame = Below(4) == 0 ? value.GetString() : lpszKey; // lies in the result
-        EXPECT_EQ(profile.real->GetValue(lpszSection, lpszSame, value), expected.has_value());
-        EXPECT_EQ(TextOf(value), expected.value_or(""));
-
-        int nFound = profile.real->GetSections(m_list);
-        EXPECT_EQ(nFound, m_list.GetCount());
-        EXPECT_EQ(Texts(m_list), profile.model.GetSections());
-        if (m_list.head != nullptr && Below(2) == 0) { // lies in the list that is filled
-            lpszSection = m_list.head->text;
-            section = lpszSection;
-        }
-        const bool bKeys = Below(2) == 0;
-        nFound = bKeys ? profile.real->GetKeys(m_list, lpszSection)
-                       : profile.real->GetLines(m_list, lpszSection);
-        EXPECT_EQ(nFound, m_list.GetCount());
-        EXPECT_EQ(Texts(m_list),
-                  bKeys ? profile.model.GetKeys(section) : profile.model.GetLines(section));
-    }
-
-    /// The list that enumerations fill, by itself.
-    void ChangeList()
-    {
-        Lines expected = Texts(m_list);
-        const size_t nAt = Below(expected.size() + 1);
-        ProfileLine* p = m_list.head;
-        for (size_t n = nAt; n-- > 0;)
-            p = p->next;
-        const auto position = expected.begin() + static_cast<std::ptrdiff_t>(nAt);
-        if (Below(2) == 0) {
-            expected.insert(position, p != nullptr ? TextOf(p->text) : "new");
-            m_list.InsertBefore(p, p != nullptr ? p->text : String("new"));
-        } else {
-            if (p != nullptr)
-                expected.erase(position);
-            nAt == 0 ? m_list.RemoveHead() : m_list.Remove(p);
-        }
-        EXPECT_EQ(Texts(m_list), expected);
-    }
+    void ChangeOutside();
+    void Open(Profile& profile);
+    void Close(Profile& profile, bool isEnd);
+    void Read(Profile& profile, const char* lpszSection, const char* lpszKey);
+    void ChangeList();
 
     TemporaryFolder m_folder;
     std::mt19937 m_random { static_cast<unsigned>(FromEnvironment("VELTRANO_SEED", 1)) };
-    bool m_hasSubfolder = true;
-    std::map<std::string, std::string> m_files; // what stands on the disk
-    Profile m_profiles[3];
+    std::map<Text, Text> m_files; // what stands on the disk
+    Profile m_profiles[2];
     ProfileLineList m_list;
 };
 
+void World::ChangeOutside()
+{
+    const Text name = Target(OneOf(kNames));
+    if (name == "none/x") {
+        std::filesystem::remove(At("plain"));
+        m_files.erase("plain");
+        return;
+    }
+    Text text;
+    for (size_t n = Below(60) == 0 ? Below(4000) : Below(20); n-- > 0;)
+        text += RandomLine() + OneOf(kEnds);
+    WriteFile(At(name), m_files[name] = text);
+}
+
+void World::Open(Profile& profile)
+{
+    const char* lpszMode = OneOf(kModes);
+    const bool isAgain = Below(6) == 0;
+    Close(profile, false);
+    if (!isAgain)
+        profile.name = OneOf(kNames);
+    const Bool32 bOpen = profile.real->Open(isAgain ? nullptr : At(profile.name).c_str(), lpszMode);
+    const Text target = Target(profile.name);
+    const Text mode = lpszMode ? lpszMode : "?";
+    profile.isOpen = target != "" && target != "none/x" && mode != "?"
+        && (m_files.contains(target) || mode[0] != 'r');
+    EXPECT_EQ(bOpen, profile.isOpen) << profile.name << ' ' << mode;
+    if (!profile.isOpen)
+        return;
+    Text& text = m_files[target];
+    if (mode[0] == 'w')
+        text.clear();
+    if (mode[0] == 'r' || mode.ends_with('+'))
+        profile.model.Load(text);
+}
+
+// By itself, by its end, or by the next opening, which comes then.
+void World::Close(Profile& profile, bool isEnd)
+{
+    if (profile.isOpen && profile.model.isDirty && !profile.model.lines.empty())
+        m_files[Target(profile.name)] = profile.model.Written();
+    if (profile.isOpen)
+        profile.model = {};
+    if (isEnd && Below(3) == 0)
+        profile = Profile();
+    else if (isEnd)
+        profile.real->Close();
+    profile.isOpen = false;
+}
+
+void World::Read(Profile& profile, const char* lpszSection, const char* lpszKey)
+{
+    Text section = lpszSection ? lpszSection : "";
+    String value(lpszKey);
+    const auto expected = profile.model.GetValue(section, lpszKey ? lpszKey : "");
+    const char* lpszSame = Below(4) == 0 ? value.GetString() : lpszKey; // lies in the result
+    EXPECT_EQ(profile.real->GetValue(lpszSection, lpszSame, value), expected.has_value());
+    EXPECT_EQ(TextOf(value), expected.value_or(""));
+
+    int nFound = profile.real->GetSections(m_list);
+    EXPECT_EQ(Texts(m_list), profile.model.GetSections());
+    EXPECT_EQ(nFound, m_list.GetCount());
+    if (m_list.head != nullptr && Below(2) == 0) { // lies in the list that is filled
+        lpszSection = m_list.head->text;
+        section = lpszSection;
+    }
+    const bool bKeys = Below(2) == 0;
+    nFound = bKeys ? profile.real->GetKeys(m_list, lpszSection)
+                   : profile.real->GetLines(m_list, lpszSection);
+    EXPECT_EQ(Texts(m_list),
+              bKeys ? profile.model.GetKeys(section) : profile.model.GetLines(section));
+    EXPECT_EQ(nFound, m_list.GetCount());
+}
+
+/// The list that enumerations fill, by itself.
+void World::ChangeList()
+{
+    Lines expected = Texts(m_list);
+    const size_t nAt = Below(expected.size() + 1);
+    ProfileLine* p = m_list.head;
+    for (size_t n = nAt; n-- > 0;)
+        p = p->next;
+    const auto position = expected.begin() + static_cast<std::ptrdiff_t>(nAt);
+    if (Below(2) == 0) {
+        expected.insert(position, "new");
+        m_list.InsertBefore(p, "new");
+    } else {
+        if (p != nullptr)
+            expected.erase(position);
+        nAt == 0 ? m_list.RemoveHead() : m_list.Remove(p);
+    }
+    EXPECT_EQ(Texts(m_list), expected);
+}
+
+void World::Step()
+{
+    Profile& profile = m_profiles[Below(2)];
+    const char* lpszSection = OneOf(kSections);
+    const char* lpszKey = OneOf(kKeys);
+    const Text section = lpszSection ? lpszSection : "";
+    const Text value = OneOf(kValues);
+    const Text line = RandomLine().c_str();
+    const String all(lpszSection); // one text for all
+    switch (Below(20)) {
+    case 0:
+        ChangeOutside();
+        break;
+    case 1:
+    case 2:
+        Open(profile);
+        break;
+    case 3:
+        Close(profile, true);
+        break;
+    case 4:
+        ChangeList();
+        break;
+    case 5:
+        profile.real->SetValue(all, all, all);
+        profile.model.SetValue(section, section, section);
+        break;
+    case 6:
+    case 7:
+        profile.real->AddLine(lpszSection, line.c_str());
+        profile.model.AddLine(section, line);
+        break;
+    case 8:
+    case 9:
+        profile.real->RemoveLine(lpszSection, line.empty() ? nullptr : line.c_str());
+        profile.model.RemoveLine(section, line);
+        break;
+    case 10:
+    case 11:
+    case 12:
+        Read(profile, lpszSection, lpszKey);
+        break;
+    default:
+        profile.real->SetValue(lpszSection, lpszKey,
+                               String(value.data(), static_cast<int>(value.size())));
+        profile.model.SetValue(section, lpszKey ? lpszKey : "", value);
+    }
+    for (const auto& [name, text] : m_files)
+        EXPECT_EQ(ReadFile(At(name)), text) << name;
+    EXPECT_EQ(ReadFile(At("hard2")), m_files["hard1"]);
+    EXPECT_EQ(CountFiles(At("")), static_cast<int>(m_files.size()) + 2) << "with link and hard2";
+}
+
 TEST(ProfileModel, RandomOperations)
 {
-    const int nOperations = FromEnvironment("VELTRANO_OPERATIONS", 4000);
+    const int nOperations = FromEnvironment("VELTRANO_OPERATIONS", 5000);
     World world;
     for (int i = 0; i < nOperations && !testing::Test::HasFailure(); ++i) {
         SCOPED_TRACE(i);

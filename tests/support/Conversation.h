@@ -61,11 +61,10 @@ inline std::string Expanded(const std::string& text)
     return all + Expanded(text.substr(close + 1));
 }
 
-/// A text in quotes, with escapes, and cut at so many bytes.
-inline std::string Shown(const std::string& text, std::size_t nMost = 40)
+inline std::string Escaped(const std::string& text)
 {
-    std::string shown = "'";
-    for (const char c : text.substr(0, nMost)) {
+    std::string shown;
+    for (const char c : text) {
         char hex[5] = "";
         snprintf(hex, sizeof hex, "\\x%02X", static_cast<unsigned char>(c));
         shown += c == '\n'        ? "\\n"
@@ -73,7 +72,14 @@ inline std::string Shown(const std::string& text, std::size_t nMost = 40)
             : c >= ' ' && c < 127 ? std::string { c }
                                   : hex;
     }
-    return shown + (text.size() > nMost ? "' ... " + std::to_string(text.size()) : "'");
+    return shown;
+}
+
+/// A text in quotes, cut at 40 bytes.
+inline std::string Shown(const std::string& text)
+{
+    return '\'' + Escaped(text.substr(0, 40))
+        + (text.size() > 40 ? "' ... " + std::to_string(text.size()) : "'");
 }
 
 /// What a word of a command stands for, by the type that a routine takes; programs add their types. A missing word is
