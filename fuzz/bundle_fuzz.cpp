@@ -5,20 +5,13 @@
 
 #include <CoreServices/Resources.h>
 
-#include <cstdlib>
-#include <sstream>
-
-namespace {
-
 namespace fs = std::filesystem;
 
-void Require(bool condition)
+static void Require(bool condition)
 {
     if (!condition)
         abort();
 }
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

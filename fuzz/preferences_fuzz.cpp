@@ -1,71 +1,37 @@
 // SPDX-License-Identifier: MIT
 // preferences_fuzz.cpp - any bytes as a preferences file: it is read, or set aside and never overwritten; what
 // was read survives a write.
-#include <CoreFoundation/CoreFoundation.h>
+#include "tests/support/Foundation.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <string>
+static const CFStringRef kApplication = CFSTR("fuzz");
+static const CFStringRef kUser = kCFPreferencesAnyUser;
+static const CFStringRef kHost = kCFPreferencesCurrentHost;
 
-namespace {
-
-std::string sFolder;
-std::string sFile;
-CFStringRef sApplication = nullptr;
-
-CFIndex CountKeys()
+static CFIndex CountKeys()
 {
-    const CFArrayRef keys
-        = CFPreferencesCopyKeyList(sApplication, kCFPreferencesAnyUser, kCFPreferencesCurrentHost);
-    if (keys == nullptr)
-        return 0;
-    const CFIndex count = CFArrayGetCount(keys);
-    CFRelease(keys);
-    return count;
+    const auto keys = Own(CFPreferencesCopyKeyList(kApplication, kUser, kHost));
+    return keys ? CFArrayGetCount(keys.get()) : 0;
 }
 
-bool Synchronize()
+static bool Save(CFTypeRef value)
 {
-    return CFPreferencesSynchronize(sApplication, kCFPreferencesAnyUser, kCFPreferencesCurrentHost);
-}
-
-void Set(CFTypeRef value)
-{
-    CFPreferencesSetValue(CFSTR("fuzz key"), value, sApplication, kCFPreferencesAnyUser,
-                          kCFPreferencesCurrentHost);
-}
-
-} // namespace
-
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    char pattern[] = "/tmp/preferences_fuzz.XXXXXX";
-    sFolder = mkdtemp(pattern);
-    setenv("XDG_CONFIG_DIRS", sFolder.c_str(), 1);
-    sApplication = CFSTR("com.veltrano.fuzz");
-    std::filesystem::create_directories(sFolder + "/preferences");
-    sFile = sFolder + "/preferences/com.veltrano.fuzz.plist";
-    atexit([] { std::filesystem::remove_all(sFolder); });
-    return 0;
+    CFPreferencesSetValue(CFSTR("fuzz key"), value, kApplication, kUser, kHost);
+    return CFPreferencesSynchronize(kApplication, kUser, kHost);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    std::filesystem::remove_all(sFolder + "/preferences");
-    std::filesystem::create_directories(sFolder + "/preferences");
-    std::ofstream(sFile, std::ios::binary)
-        .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
-    if (!Synchronize())
+    static const TemporaryHome sHome;
+    std::filesystem::remove_all(sHome.Path("etc/preferences"));
+    std::filesystem::create_directories(sHome.Path("etc/preferences"));
+    WriteFile(sHome.Path("etc/preferences/fuzz.plist"),
+              { reinterpret_cast<const char*>(data), size });
+    if (!CFPreferencesSynchronize(kApplication, kUser, kHost))
         abort();
-    const CFIndex before = CountKeys();
-    Set(kCFBooleanTrue);
-    if (!Synchronize() || CountKeys() < before || CountKeys() > before + 1)
+    const CFIndex nBefore = CountKeys();
+    if (!Save(kCFBooleanTrue) || CountKeys() < nBefore || CountKeys() > nBefore + 1)
         abort();
-    Set(nullptr);
-    Synchronize();
-    Synchronize(); // forgets what was read
-    if (CountKeys() > before || CountKeys() < before - 1)
-        abort();
-    return 0;
+    Save(nullptr);
+    CFPreferencesSynchronize(kApplication, kUser, kHost); // forgets what was read
+    return CountKeys() > nBefore || CountKeys() < nBefore - 1 ? abort(), 0 : 0;
 }

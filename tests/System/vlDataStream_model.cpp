@@ -1,24 +1,19 @@
 // SPDX-License-Identifier: MIT
-// vlDataStream_model.cpp - random operations on several streams at once, each beside its model.
+// vlDataStream_model.cpp - random operations on several streams at once, each beside its model, a character at a time.
 // VELTRANO_OPERATIONS sets how many, VELTRANO_SEED which.
 
 #include "System/vlDataStream.h"
+#include "tests/support/FailingNew.h"
 #include "tests/support/Processes.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <bit>
 #include <cctype>
-#include <cmath>
-#include <cstdio>
-#include <cstring>
-#include <gtest/gtest.h>
 #include <memory>
 
 using namespace Veltrano;
 
 namespace {
-
-// The streams as plainly as possible: a character at a time.
 
 struct OutputModel
 {
@@ -41,10 +36,9 @@ struct InputModel
     bool isAtEnd = false; // stays so, whatever is added to the text
 
     /// Stores bytes up to the end of the text; whether that was enough.
-    bool Read(unsigned char* bytes, int nCount)
+    bool Read(std::string& bytes, int nCount)
     {
-        bool bHigh = true;
-        for (int i = 0; i < nCount;) {
+        for (int nDigits = 0; nDigits < 2 * nCount;) {
             isAtEnd = isAtEnd || at == text.size();
             if (isAtEnd)
                 return false;
@@ -52,86 +46,66 @@ struct InputModel
             if (isxdigit(ch) == 0)
                 continue;
             const int nDigit = isdigit(ch) != 0 ? ch - '0' : toupper(ch) - 'A' + 10;
-            if (bHigh)
-                bytes[i] = static_cast<unsigned char>(nDigit * 16);
-            else
-                bytes[i++] |= static_cast<unsigned char>(nDigit);
-            bHigh = !bHigh;
+            char& byte = bytes[static_cast<size_t>(nDigits / 2)];
+            byte = static_cast<char>(nDigits++ % 2 == 0 ? nDigit * 16 : byte | nDigit);
         }
         return true;
     }
 };
 
-using Byte = unsigned char;
-
-/// The value that the first bytes stand for.
-template <class T, bool isNative> T ValueOf(const Byte* bytes)
-{
-    Byte ordered[sizeof(T)];
-    for (size_t i = 0; i < sizeof(T); ++i)
-        ordered[i]
-            = bytes[isNative || std::endian::native == std::endian::little ? i : sizeof(T) - 1 - i];
-    T value;
-    memcpy(&value, ordered, sizeof(T));
-    return value;
-}
-
-struct Type
-{
-    int nBytes;
-    bool (*isRead)(DataInput&, const Byte* expected);
-    void (*write)(DataOutput&, Byte* bytes);
-};
-
-template <class T, auto kRead, auto kWrite, bool isNative = false> constexpr Type TypeOf()
-{
-    const auto isRead = [](DataInput& in, const Byte* expected) {
-        const auto value = (in.*kRead)();
-        const T wanted = ValueOf<T, isNative>(expected);
-        if constexpr (std::is_floating_point_v<T>)
-            return value == wanted || (std::isnan(value) && std::isnan(wanted));
-        else
-            return value == wanted;
-    };
-    const auto write = [](DataOutput& out, Byte* bytes) {
-        if constexpr (std::is_floating_point_v<T>) {
-            bytes[sizeof(T) - 1] &= 0xBF; // no value that is not a number: processors change those
-            (out.*kWrite)(ValueOf<T, isNative>(bytes));
-        } else {
-            (out.*kWrite)(ValueOf<std::make_signed_t<T>, isNative>(bytes));
-        }
-    };
-    return { sizeof(T), isRead, write };
-}
-
 using In = DataInput;
 using Out = DataOutput;
-constexpr Type kTypes[] = {
-    TypeOf<SInt8, &In::readInt8, &Out::writeByte>(),
-    TypeOf<UInt8, &In::readUInt8, &Out::writeByte>(),
-    TypeOf<SInt16, &In::readInt16, &Out::writeInt16>(),
-    TypeOf<UInt16, &In::readUInt16, &Out::writeInt16>(),
-    TypeOf<SInt32, &In::readInt32, &Out::writeInt32>(),
-    TypeOf<SInt32, &In::readLong32, &Out::writeLong32>(),
-    TypeOf<UInt32, &In::readUInt32, &Out::writeInt32>(),
-    TypeOf<UInt32, &In::readULong32, &Out::writeLong32>(),
-    TypeOf<SInt64, &In::readInt64, &Out::writeInt64>(),
-    TypeOf<float, &In::readFloat, &Out::writeFloat>(),
-    TypeOf<double, &In::readDouble, &Out::writeDouble>(),
-    TypeOf<SInt32, &In::readNative32, &Out::writeNative32, true>(),
-    TypeOf<SInt32, &In::readNative32, &Out::writeNativeLong32, true>(),
+
+/// A value as the bits of a number.
+const struct Type
+{
+    int nBytes;
+    enum { kSigned, kUnsigned, kNative, kReal } kind;
+    SInt64 (*read)(In&);
+    void (*write)(Out&, SInt64 value);
+
+    SInt64 ValueOf(const std::string& bytes) const
+    {
+        UInt64 value = 0;
+        for (int i = 0; i < nBytes; ++i) {
+            const bool isBackward = kind == kNative && std::endian::native == std::endian::big;
+            const int place = 8 * (isBackward ? nBytes - 1 - i : i);
+            value |= UInt64 { static_cast<unsigned char>(bytes[static_cast<size_t>(i)]) } << place;
+        }
+        const int nUnused = 64 - 8 * nBytes;
+        return kind == kSigned || kind == kNative ? static_cast<SInt64>(value << nUnused) >> nUnused
+                                                  : static_cast<SInt64>(value);
+    }
+    /// Processors set this bit of a value that is not a number.
+    SInt64 QuietBit() const { return kind == kReal ? SInt64 { 1 } << (nBytes == 4 ? 22 : 51) : 0; }
+} kTypes[] = {
+    // clang-format off
+    { 1, Type::kSigned, [](In& in) { return SInt64 { in.readInt8() }; }, [](Out& out, SInt64 n) { out.writeByte(SInt32(n)); } },
+    { 1, Type::kUnsigned, [](In& in) { return SInt64 { in.readUInt8() }; }, [](Out& out, SInt64 n) { out.writeByte(SInt32(n)); } },
+    { 2, Type::kSigned, [](In& in) { return SInt64 { in.readInt16() }; }, [](Out& out, SInt64 n) { out.writeInt16(SInt32(n)); } },
+    { 2, Type::kUnsigned, [](In& in) { return SInt64 { in.readUInt16() }; }, [](Out& out, SInt64 n) { out.writeInt16(SInt32(n)); } },
+    { 4, Type::kSigned, [](In& in) { return SInt64 { in.readInt32() }; }, [](Out& out, SInt64 n) { out.writeInt32(SInt32(n)); } },
+    { 4, Type::kUnsigned, [](In& in) { return SInt64 { in.readUInt32() }; }, [](Out& out, SInt64 n) { out.writeInt32(SInt32(n)); } },
+    { 4, Type::kSigned, [](In& in) { return SInt64 { in.readLong32() }; }, [](Out& out, SInt64 n) { out.writeLong32(SInt32(n)); } },
+    { 4, Type::kUnsigned, [](In& in) { return SInt64 { in.readULong32() }; }, [](Out& out, SInt64 n) { out.writeLong32(SInt32(n)); } },
+    { 8, Type::kSigned, [](In& in) { return SInt64 { in.readInt64() }; }, [](Out& out, SInt64 n) { out.writeInt64(n); } },
+    { 4, Type::kNative, [](In& in) { return SInt64 { in.readNative32() }; }, [](Out& out, SInt64 n) { out.writeNative32(SInt32(n)); } },
+    { 4, Type::kNative, [](In& in) { return SInt64 { in.readNative32() }; }, [](Out& out, SInt64 n) { out.writeNativeLong32(SInt32(n)); } },
+    { 4, Type::kReal, [](In& in) { return SInt64 { std::bit_cast<UInt32>(in.readFloat()) }; }, [](Out& out, SInt64 n) { out.writeFloat(std::bit_cast<float>(UInt32(n))); } },
+    { 8, Type::kReal, [](In& in) { return std::bit_cast<SInt64>(in.readDouble()); }, [](Out& out, SInt64 n) { out.writeDouble(std::bit_cast<double>(n)); } },
+    // clang-format on
 };
 
 class DataStreamModel : public testing::Test
 {
 protected:
-    unsigned Below(size_t n) { return static_cast<unsigned>(m_random() % n); }
+    size_t Below(size_t n) { return m_random() % n; }
     /// Mostly small, now and then larger than any buffer.
     SInt32 Count() { return static_cast<SInt32>(Below(20) == 0 ? Below(9000) : Below(80)) - 1; }
-    std::string RandomText(const std::string& alphabet)
+    std::string RandomText(SInt32 n, const std::string& alphabet)
     {
         std::string text;
-        for (SInt32 n = Count(); n > 0; --n)
+        for (; n > 0; --n)
             text
                 += Below(9) == 0 ? static_cast<char>(m_random()) : alphabet[Below(alphabet.size())];
         return text;
@@ -141,64 +115,82 @@ protected:
     std::mt19937 m_random { static_cast<unsigned>(FromEnvironment("VELTRANO_SEED", 1)) };
 };
 
-/// Inverts each byte, to show that none goes around it.
+/// Inverts each byte and counts the bytes, to show that none goes around these two.
 struct InvertedOutput : DataOutputFile
 {
+    void write(const void* source, SInt32 nCount) override
+    {
+        nTotal += std::max(nCount, 0);
+        DataOutputFile::write(source, nCount);
+    }
     void writeByte(SInt32 value) override { DataOutputFile::writeByte(~value); }
+    SInt32 nTotal = 0;
 };
 
 TEST_F(DataStreamModel, Output)
 {
-    std::unique_ptr<DataOutputFile> outputs[3];
-    OutputModel models[3];
+    FailingNew::Fail(1);
+    EXPECT_THROW(DataOutputFile(), ModuleException);
+    InvertedOutput inverted;
+    std::unique_ptr<DataOutputFile> exact;
+    OutputModel models[2];
+    SInt32 nSingle = 0; // bytes that were inverted one by one
     for (int i = 0; i < m_nOperations; ++i) {
-        const unsigned nOutput = Below(3);
-        auto& output = outputs[nOutput];
-        OutputModel& model = models[nOutput];
-        if (!output || model.text.size() > 30000) {
-            output = nOutput == 0 ? std::make_unique<InvertedOutput>()
-                                  : std::make_unique<DataOutputFile>();
-            model = {};
+        if (!exact || models[1].text.size() > 30000) {
+            exact = std::make_unique<DataOutputFile>();
+            EXPECT_EQ(exact->GetCapacity(), 4096);
+            models[1] = {};
         }
-        Byte value[8];
-        for (Byte& byte : value)
-            byte = static_cast<Byte>(m_random());
-        std::string bytes = RandomText("\r\n");
-        const size_t nFirst = Below(model.text.size() + 1);
-        switch (Below(8)) {
-        case 0:
-            output->write(bytes.data(), bytes.empty() ? -1 : static_cast<SInt32>(bytes.size()));
-            break;
-        case 1: // a part of the stream's text
-            bytes = model.text.substr(nFirst, static_cast<size_t>(Count() + 1));
-            output->write(output->GetText() + nFirst, static_cast<SInt32>(bytes.size()));
-            break;
-        default:
-            const Type& type = kTypes[Below(std::size(kTypes))];
-            type.write(*output, value);
-            bytes.assign(value, value + type.nBytes);
+        const size_t at = Below(50) == 0 ? 0 : 1;
+        DataOutputFile& output = at == 0 ? inverted : *exact;
+        OutputModel& model = models[at];
+        const Type& type = kTypes[Below(std::size(kTypes))];
+        const size_t kind = Below(8), nFirst = Below(model.text.size() + 1);
+        const SInt32 nCount = Count();
+        std::string bytes = RandomText(kind == 0 ? nCount : kind == 1 ? 0 : type.nBytes, "\r\n");
+        if (kind == 1) // a part of the stream's text
+            bytes = model.text.substr(nFirst, static_cast<size_t>(nCount + 1));
+        else if (kind > 1 && type.kind == Type::kReal)
+            bytes.back() &= '\xBF'; // a number
+        const auto nBytes = static_cast<SInt32>(bytes.size());
+        if (at == 1 && Below(9) == 0)
+            FailingNew::Fail(1);
+        try {
+            if (kind > 1)
+                type.write(output, type.ValueOf(bytes));
+            else
+                output.write(kind == 0 ? bytes.data() : output.GetText() + nFirst,
+                             kind == 0 ? nCount : nBytes);
+            FailingNew::Stop();
+            for (const char byte : bytes)
+                model.WriteByte(static_cast<unsigned char>(at == 0 ? ~byte : byte));
+            nSingle += at == 0 && kind > 1 && type.nBytes == 1;
+        } catch (const OutOfMemoryException&) {
+            FailingNew::Stop(); // and nothing is changed
         }
-        for (const char byte : bytes)
-            model.WriteByte(static_cast<Byte>(nOutput == 0 ? ~byte : byte));
-        ASSERT_EQ(output->GetText(), model.text) << i;
-        ASSERT_EQ(output->GetLength(), static_cast<SInt32>(model.text.size())) << i;
-        ASSERT_LT(output->GetLength(), output->GetCapacity());
+        ASSERT_EQ(output.GetText(), model.text) << i;
+        ASSERT_EQ(output.GetLength(), static_cast<SInt32>(model.text.size())) << i;
+        ASSERT_LT(output.GetLength(), output.GetCapacity());
     }
+    EXPECT_EQ(inverted.nTotal + nSingle,
+              inverted.GetLength() / 72 * 35 + inverted.GetLength() % 72 / 2);
     printf("%d operations on outputs, 0 differences\n", m_nOperations);
 }
 
 TEST_F(DataStreamModel, Input)
 {
-    TemporaryFolder folder;
+    const TemporaryFolder folder;
+    EXPECT_THROW(DataInputFile(folder.Path("missing").c_str()).read(nullptr, 0), EOFException);
+    EXPECT_THROW(DataInputFile(folder.Path("").c_str()).readInt8(), IOException);
     std::unique_ptr<DataInputFile> inputs[3];
     InputModel models[3];
     for (int i = 0; i < m_nOperations; ++i) {
-        const unsigned nInput = Below(3);
+        const size_t nInput = Below(3);
         const std::string path = folder.Path(std::to_string(nInput));
         auto& input = inputs[nInput];
         InputModel& model = models[nInput];
         if (!input || Below(40) == 0) {
-            model = { RandomText("0123456789ABCDEFabcdef \r\nGg") };
+            model = { RandomText(Count(), "0123456789ABCDEFabcdef \r\nGg") };
             WriteFile(path, model.text);
             input = std::make_unique<DataInputFile>(path.c_str());
         } else if (model.isAtEnd && Below(4) == 0) {
@@ -207,12 +199,14 @@ TEST_F(DataStreamModel, Input)
         }
         const Type* type = Below(6) == 0 ? nullptr : &kTypes[Below(std::size(kTypes))];
         const SInt32 nCount = type ? type->nBytes : Count();
-        std::vector<Byte> expected(9000, 'x');
-        std::vector<Byte> bytes = expected;
-        const bool isDone = model.Read(expected.data(), static_cast<int>(nCount));
+        std::string expected(9000, 'x');
+        std::string bytes = expected;
+        const bool isDone = model.Read(expected, nCount);
         try {
             if (type)
-                ASSERT_TRUE(type->isRead(*input, expected.data())) << i;
+                ASSERT_EQ(type->read(*input) | type->QuietBit(),
+                          type->ValueOf(expected) | type->QuietBit())
+                    << i;
             else
                 input->read(bytes.data(), nCount);
             ASSERT_TRUE(isDone) << i;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// FailingNew.cpp - the allocation operators of a test program. In its own file: a compiler that sees both
-// ends of an allocation warns about the pair.
+// FailingNew.cpp - the allocation operators of a test program, and malloc and strdup of its objects when it is
+// linked with --wrap=malloc,--wrap=strdup. In its own file: a compiler that sees both ends of an allocation warns.
 #include "tests/support/FailingNew.h"
 
 #include <cstdlib>
@@ -72,3 +72,22 @@ void operator delete[](void* block, std::size_t) noexcept
 {
     operator delete[](block);
 }
+
+extern "C" {
+
+__attribute__((visibility("default"))) void* __wrap_malloc(std::size_t n);
+__attribute__((visibility("default"))) char* __wrap_strdup(const char* text);
+
+void* __wrap_malloc(std::size_t n)
+{
+    return IsDue() ? nullptr : std::calloc(1, n);
+}
+
+char* __wrap_strdup(const char* text)
+{
+    const std::size_t n = std::strlen(text) + 1;
+    void* copy = __wrap_malloc(n);
+    return copy != nullptr ? static_cast<char*>(std::memcpy(copy, text, n)) : nullptr;
+}
+
+} // extern "C"

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// FailingNew.h - counts the allocations of a test program and makes the n-th one fail. The linked sources
-// choose what is an allocation: FailingNew.cpp has the operators, FailingMalloc.cpp malloc and strdup.
+// FailingNew.h - counts the allocations of a test program and makes the n-th one fail.
 #pragma once
 
 #include <atomic>

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
-// StringChecks.h - compares a String and checks its invariants while at it; the reports of failed checks.
+// StringChecks.h - compares a String and checks its invariants while at it.
 #pragma once
 
 #include "System/vlString.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
 
@@ -20,23 +19,3 @@ inline std::string TextOf(const Veltrano::String& string)
 }
 
 #define EXPECT_TEXT(expected, actual) EXPECT_EQ(std::string(expected), TextOf(actual))
-
-/// A call that a check ends, with the number and the text of its report.
-struct ReportRow
-{
-    int line;
-    std::string text;
-    void (*call)();
-};
-
-/// Makes each call in a child process. The report must stand at the start of the line: a path of the
-/// build's own before the file's would fail it.
-template <size_t n> void ExpectReports(const std::string& file, const ReportRow (&rows)[n])
-{
-    for (const auto& [line, text, call] : rows) {
-        const std::string report
-            = file + ":" + std::to_string(line) + ": failed assertion `" + text + "'\n";
-        EXPECT_EXIT(call(), testing::KilledBySignal(SIGABRT), testing::StartsWith(report))
-            << report;
-    }
-}
