@@ -104,7 +104,8 @@ protected:
     Conversations()
         : Conversation(GetParam())
     {
-        std::filesystem::current_path(m_home.Path(""));
+        m_place = m_home.Path("");
+        std::filesystem::current_path(m_place);
     }
     ~Conversations() override
     {
@@ -117,7 +118,7 @@ protected:
     {
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
-        Conversation::Do(Expanded(std::regex_replace(line, std::regex("~"), m_home.Path(""))));
+        Conversation::Do(line);
         SayLines("out: ", testing::internal::GetCapturedStdout());
         SayLines("err: ", testing::internal::GetCapturedStderr());
         SayLines("| ", ReadFile("trace"));
@@ -126,15 +127,6 @@ protected:
     }
 
 private:
-    template <class... Parts> void Say(const Parts&... parts)
-    {
-        std::ostringstream text;
-        (text << ... << parts);
-        std::string masked = text.str();
-        for (std::size_t at; (at = masked.find(m_home.Path(""))) != masked.npos;)
-            masked.replace(at, m_home.Path("").size(), "~");
-        Conversation::Say(masked);
-    }
     void SayLines(const char* mark, std::string text)
     {
         for (const auto& [part, mask] :

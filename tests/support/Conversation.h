@@ -139,8 +139,6 @@ protected:
             ADD_FAILURE() << "no such command: " << line;
         m_words = before;
     }
-    /// Does the rest of the line.
-    void DoRest() { Do(m_line.substr(m_line.find(' ') + 1)); }
     template <class... Parts> void Say(const Parts&... parts)
     {
         std::ostringstream said;
