@@ -13,8 +13,8 @@
 
 namespace {
 
-std::ostringstream sCalls;
-std::map<const void*, std::string> sNames; // of references, in the order in which they appear
+std::string sCalls;
+std::map<const void*, std::size_t> sNames; // of references
 std::string sRefused; // this routine fails
 std::function<void(std::string_view)> sOnCall; // called with the name of each routine
 EventHandlerUPP sHandler = nullptr; // installed last
@@ -26,26 +26,16 @@ std::string Code(UInt32 code)
              static_cast<char>(code >> 8), static_cast<char>(code) };
 }
 
-std::string Shown(const std::string& text)
+/// References by the order in which they appear.
+template <class Value> std::string Shown(const Value& value)
 {
-    return ' ' + text;
-}
-
-std::string Shown(const char* text)
-{
-    return Shown(std::string(text));
-}
-
-template <std::integral Number> std::string Shown(Number number)
-{
-    return ' ' + std::to_string(number);
-}
-
-std::string Shown(const void* reference)
-{
-    if (reference == nullptr)
-        return " null";
-    return Shown(sNames.try_emplace(reference, '#' + std::to_string(sNames.size())).first->second);
+    if constexpr (std::is_arithmetic_v<Value>)
+        return ' ' + std::to_string(value);
+    else if constexpr (std::is_convertible_v<Value, std::string>)
+        return std::string(" ") + value;
+    else
+        return value ? " #" + std::to_string(sNames.try_emplace(value, sNames.size()).first->second)
+                     : " null";
 }
 
 /// Writes a call down, if the module makes it.
@@ -57,9 +47,9 @@ void Write(const void* caller, const char* routine, const Arguments&... shown)
         return;
     if (sOnCall)
         sOnCall(routine);
-    sCalls << routine;
-    ((sCalls << Shown(shown)), ...);
-    sCalls << '\n';
+    sCalls += routine;
+    ((sCalls += Shown(shown)), ...);
+    sCalls += '\n';
 }
 
 template <class Result> Result Refused()
@@ -73,18 +63,16 @@ template <class Result> Result Refused()
 /// The value of a control's data.
 std::string ValueOf(ResType tag, Size size, const void* data)
 {
-    std::ostringstream text;
-    if (tag == kControlStaticTextTextTag) {
-        text.write(static_cast<const char*>(data), size);
-    } else if (tag == kControlPictureHandleTag) {
+    if (tag == kControlStaticTextTextTag)
+        return { static_cast<const char*>(data), static_cast<size_t>(size) };
+    if (tag == kControlPictureHandleTag)
         return Shown(*static_cast<void* const*>(data)).substr(1);
-    } else if (tag == kControlPushButtonDefaultTag) {
-        text << int { *static_cast<const Boolean*>(data) };
-    } else if (tag == kControlFontStyleTag) {
-        const auto& style = *static_cast<const ControlFontStyleRec*>(data);
-        text << std::hex << "flags " << style.flags << " color " << style.foreColor.red << ' '
-             << style.foreColor.green << ' ' << style.foreColor.blue;
-    }
+    if (tag == kControlPushButtonDefaultTag)
+        return std::to_string(*static_cast<const Boolean*>(data));
+    const auto& style = *static_cast<const ControlFontStyleRec*>(data);
+    std::ostringstream text;
+    text << std::hex << "flags " << style.flags << " color " << style.foreColor.red << ' '
+         << style.foreColor.green << ' ' << style.foreColor.blue;
     return text.str();
 }
 
@@ -151,8 +139,8 @@ OSStatus InstallEventHandler(EventTargetRef target,
     std::string list;
     for (UInt32 i = 0; i < count; ++i)
         list += Code(types[i].eventClass) + std::to_string(types[i].eventKind) + ' ';
-    Write(__builtin_return_address(0), "InstallEventHandler",
-          list + (handler != nullptr ? "kept" : "forgotten"));
+    list += handler != nullptr ? "kept" : "forgotten";
+    Write(__builtin_return_address(0), "InstallEventHandler", list);
     sHandler = routine;
     sHandlerData = data;
     return real(target, routine, count, types, data, handler);
@@ -166,16 +154,17 @@ class BoxCalls : public LoadedModule
 {
 protected:
     /// The calls of a box, which `work` closes, and what it wrote to standard error.
-    std::string Record(const std::function<int()>& show,
-                       const std::function<void(WindowRef)>& work = PressButton)
+    std::string Record(const char* text = "x",
+                       const std::function<void(WindowRef)>& work = PressButton,
+                       const std::function<int()>& show = nullptr)
     {
-        sCalls.str("");
+        sCalls.clear();
         sNames.clear();
         const InModalLoop then([&] { work(FrontNonFloatingWindow()); });
         testing::internal::CaptureStderr();
-        EXPECT_EQ(show(), 1);
+        EXPECT_EQ(1, show ? show() : m_show(m_parent, m_hostBundle, 129, &m_product, text, 1));
         m_errors = testing::internal::GetCapturedStderr();
-        return sCalls.str();
+        return sCalls;
     }
 
     /// Sends an event to the box's handler.
@@ -193,28 +182,22 @@ protected:
 
 TEST_F(BoxCalls, AreMadeInOrder)
 {
-    const std::string full = Record(
-        [&] { return m_show(m_parent, m_hostBundle, 129, &m_product, "Licensed to Ada", 1); });
-    EXPECT_EQ(full, ReadFile(TEST_DATA "/box_calls.txt"));
+    EXPECT_EQ(Record("Licensed to Ada"), ReadFile(TEST_DATA "/box_calls.txt"));
     EXPECT_EQ(m_errors,
               "StaticText_updateText: Product 3.2 (build 88)\n"
               "StaticText_updateText: Licensed to Ada\n");
     m_product.versionText = nullptr;
-    const std::string least
-        = Record([&] { return m_showSimple(m_parent, nullptr, 7, &m_product); });
-    EXPECT_EQ(least, ReadFile(TEST_DATA "/box_calls_least.txt"));
+    const auto least = [&] { return m_showSimple(m_parent, nullptr, 7, &m_product); };
+    EXPECT_EQ(Record("", PressButton, least), ReadFile(TEST_DATA "/box_calls_least.txt"));
     EXPECT_EQ(m_errors, "StaticText_updateText: null\nStaticText_updateText: null\n");
-    Record([&] { return m_show(m_parent, nullptr, 7, nullptr, "", 0); });
+    Record("", PressButton, [&] { return m_show(m_parent, nullptr, 7, nullptr, "", 0); });
     EXPECT_EQ(m_errors, "StaticText_updateText: null\nStaticText_updateText: \n");
-}
 
-TEST_F(BoxCalls, EndWithoutAWindow)
-{
-    const auto show = [&] { return m_show(m_parent, m_hostBundle, 128, &m_product, "x", 0); };
+    // Without a window it ends.
     sRefused = "CreateNibReferenceWithCFBundle";
-    EXPECT_EQ(Record(show), "CreateNibReferenceWithCFBundle #0 about\nBringToFront #1\n");
+    EXPECT_EQ(Record(), "CreateNibReferenceWithCFBundle #0 about\nBringToFront #1\n");
     sRefused = "CreateWindowFromNib";
-    EXPECT_EQ(Record(show),
+    EXPECT_EQ(Record(),
               "CreateNibReferenceWithCFBundle #0 about\nCreateWindowFromNib #1 AboutDlg\n"
               "DisposeNibReference #1\nBringToFront #2\n");
     sRefused = "";
@@ -222,26 +205,24 @@ TEST_F(BoxCalls, EndWithoutAWindow)
 
 TEST_F(BoxCalls, OtherEventsAreLeftToThePlatform)
 {
-    Record([&] { return m_show(m_parent, m_hostBundle, 128, &m_product, "x", 0); },
-           [](WindowRef) {
-               EXPECT_EQ(Send('cmds', 1, 'ok  '), eventNotHandledErr);
-               EXPECT_EQ(Send('cmds', 2, 'clos'), eventNotHandledErr);
-               EXPECT_EQ(Send('wind', 72), eventNotHandledErr);
-               EXPECT_EQ(Send('mous', 73), eventNotHandledErr);
-               EXPECT_EQ(sCalls.str().find("QuitAppModalLoop"), std::string::npos);
-               EXPECT_EQ(Send('cmds', 1, 'clos'), noErr);
-           });
+    Record("x", [](WindowRef) {
+        EXPECT_EQ(Send('cmds', 1, 'ok  '), eventNotHandledErr);
+        EXPECT_EQ(Send('cmds', 2, 'clos'), eventNotHandledErr);
+        EXPECT_EQ(Send('wind', 72), eventNotHandledErr);
+        EXPECT_EQ(Send('mous', 73), eventNotHandledErr);
+        EXPECT_EQ(sCalls.find("QuitAppModalLoop"), std::string::npos);
+        EXPECT_EQ(Send('cmds', 1, 'clos'), noErr);
+    });
     // The handler for the hiding event exists, but the box does not install it.
-    Record([&] { return m_show(m_parent, m_hostBundle, 128, &m_product, "x", 0); },
-           [](WindowRef box) {
-               sHandler = Veltrano::AboutBox::HidingEventHandler;
-               EXPECT_EQ(Send('wind', 25), eventNotHandledErr);
-               EXPECT_EQ(Send('cmds', 23), eventNotHandledErr);
-               EXPECT_EQ(Send('wind', 23), noErr);
-               EXPECT_FALSE(IsWindowVisible(box));
-               if (IsWindowVisible(box))
-                   PressButton(box);
-           });
+    Record("x", [](WindowRef box) {
+        sHandler = Veltrano::AboutBox::HidingEventHandler;
+        EXPECT_EQ(Send('wind', 25), eventNotHandledErr);
+        EXPECT_EQ(Send('cmds', 23), eventNotHandledErr);
+        EXPECT_EQ(Send('wind', 23), noErr);
+        EXPECT_FALSE(IsWindowVisible(box));
+        if (IsWindowVisible(box))
+            PressButton(box);
+    });
 }
 
 TEST_F(BoxCalls, KeepTheTextButReadTheVersionLate)
@@ -254,12 +235,10 @@ TEST_F(BoxCalls, KeepTheTextButReadTheVersionLate)
         }
     };
     sRefused = "GetControlDataSize"; // then the fonts stay as they are
-    const std::string calls
-        = Record([&] { return m_show(m_parent, m_hostBundle, 128, &m_product, text, 0); });
+    EXPECT_EQ(Record(text).find("GetControlData "), std::string::npos);
     sOnCall = nullptr;
     sRefused = "";
     EXPECT_EQ(m_errors, "StaticText_updateText: late\nStaticText_updateText: first\n");
-    EXPECT_EQ(calls.find("GetControlData "), calls.npos);
 }
 
 } // namespace

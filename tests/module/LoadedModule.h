@@ -15,18 +15,12 @@
 
 #include <functional>
 
-inline ControlRef FindControl(WindowRef box, OSType signature, SInt32 id)
-{
-    const ControlID controlID = { signature, id };
-    ControlRef control = nullptr;
-    EXPECT_EQ(GetControlByID(box, &controlID, &control), noErr);
-    return control;
-}
-
 inline void PressButton(WindowRef box)
 {
-    EXPECT_EQ(HIViewSimulateClick(FindControl(box, 'butn', 0), kControlButtonPart, 0, nullptr),
-              noErr);
+    const ControlID id = { 'butn', 0 };
+    ControlRef button = nullptr;
+    EXPECT_EQ(GetControlByID(box, &id, &button), noErr);
+    EXPECT_EQ(HIViewSimulateClick(button, kControlButtonPart, 0, nullptr), noErr);
 }
 
 /// Does `work` once, when a modal loop runs: timers fire already while a window is on its way to the
@@ -36,13 +30,13 @@ class InModalLoop
 public:
     explicit InModalLoop(std::function<void()> work)
     {
-        QObject::connect(&m_timer, &QTimer::timeout,
-                         [this, work, level = QThread::currentThread()->loopLevel()] {
-                             if (QThread::currentThread()->loopLevel() > level) {
-                                 m_timer.stop();
-                                 work();
-                             }
-                         });
+        const auto level = QThread::currentThread()->loopLevel();
+        QObject::connect(&m_timer, &QTimer::timeout, [this, work, level] {
+            if (QThread::currentThread()->loopLevel() > level) {
+                m_timer.stop();
+                work();
+            }
+        });
         m_timer.start(1);
     }
 
@@ -56,9 +50,6 @@ protected:
     void SetUp() override
     {
         m_module = CFBundleCreate(nullptr, FolderURL(VELTRANO_BUNDLE).get());
-        m_hostBundle = CFBundleCreate(nullptr, FolderURL(HOST_BUNDLE).get());
-        ASSERT_NE(m_module, nullptr);
-        ASSERT_NE(m_hostBundle, nullptr);
         const auto get = reinterpret_cast<GetEntryTableProc>(
             CFBundleGetFunctionPointerForName(m_module, CFSTR("GetEntryTable")));
         ASSERT_NE(get, nullptr);
@@ -78,11 +69,11 @@ protected:
         CFRelease(m_module);
     }
 
-    /// The box on the screen that is not one of `others`; null when there is none.
-    QWidget* BoxWidget(const QWidgetList& others = {}) const
+    /// The box on the screen; null when there is none.
+    QWidget* BoxWidget() const
     {
         for (QWidget* widget : QApplication::topLevelWidgets())
-            if (widget->isVisible() && widget != m_host.get() && !others.contains(widget))
+            if (widget->isVisible() && widget != m_host.get())
                 return widget;
         return nullptr;
     }
@@ -95,7 +86,7 @@ protected:
     }
 
     CFBundleRef m_module = nullptr;
-    CFBundleRef m_hostBundle = nullptr;
+    CFBundleRef m_hostBundle = CFBundleCreate(nullptr, FolderURL(HOST_BUNDLE).get());
     ShowAboutBoxEntry m_show = nullptr;
     ShowAboutBoxSimpleEntry m_showSimple = nullptr;
     std::unique_ptr<QWidget> m_host = std::make_unique<QWidget>();

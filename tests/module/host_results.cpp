@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// host_results.cpp - a host that cannot show a window; exits with what the library answers.
+// host_results.cpp - a host that cannot show a window; exits with whether the library answers so.
 //   host_results BUNDLE none|gui|early   with no application object, with a QGuiApplication, or before it may:
 //                                        on another thread, and with few descriptors left
 #include <Carbon/Carbon.h>
@@ -8,16 +8,16 @@
 
 #include <QtGui/QGuiApplication>
 
-#include <cstring>
 #include <memory>
+#include <string>
 #include <sys/resource.h>
 #include <thread>
 
 int main(int argc, char** argv)
 {
-    std::unique_ptr<QGuiApplication> application;
-    if (strcmp(argv[2], "gui") == 0)
-        application = std::make_unique<QGuiApplication>(argc, argv);
+    const std::string kind = argv[2];
+    const auto application
+        = kind == "gui" ? std::make_unique<QGuiApplication>(argc, argv) : nullptr;
     const VeltranoModuleRef module = VeltranoOpenModule(argv[1]);
     const int expected = application ? kVeltranoOtherApplication : kVeltranoNoDisplay;
     bool isGood = module != nullptr;
@@ -27,9 +27,7 @@ int main(int argc, char** argv)
             && StandardAlert(kAlertNoteAlert, nullptr, nullptr, nullptr, &item) != noErr
             && item == 77 && CreateWindowRefWithX11Window(1) == nullptr;
     };
-    if (strcmp(argv[2], "early") != 0) {
-        show();
-    } else {
+    if (kind == "early") {
         std::thread(show).join();
         rlimit limit;
         getrlimit(RLIMIT_NOFILE, &limit);
@@ -40,6 +38,8 @@ int main(int argc, char** argv)
         const auto ignore = [](EventLoopTimerRef, void*) {};
         isGood
             &= InstallEventLoopTimer(GetMainEventLoop(), 1, 0, ignore, nullptr, nullptr) == noErr;
+    } else {
+        show();
     }
     VeltranoCloseModule(module);
     return isGood ? 0 : 1;

@@ -70,6 +70,9 @@ TEST(CFBase, ValuesAreEqualByContent)
     EXPECT_FALSE(CFEqual(Int(1).get(), kCFBooleanTrue));
     EXPECT_EQ(nullptr, CFNumberCreate(nullptr, 99, bytes));
     EXPECT_EQ(CFBooleanGetTypeID(), CFGetTypeID(kCFBooleanFalse));
+    CFStringRef error = nullptr;
+    EXPECT_EQ(nullptr, CFPropertyListCreateFromXMLData(nullptr, borrowed.get(), 0, &error));
+    EXPECT_NE("", TextOf(Own(error).get()));
 }
 
 TEST(CFDictionary, FindsByContentAndKeepsTheOrder)
@@ -105,6 +108,12 @@ TEST(CFDictionary, FindsByContentAndKeepsTheOrder)
     EXPECT_FALSE(CFDictionaryGetValueIfPresent(copy.get(), CFSTR("key0"), &found));
     EXPECT_EQ(&value, found) << "untouched when absent";
     EXPECT_TRUE(CFDictionaryGetValueIfPresent(copy.get(), CFSTR("key1"), nullptr));
+    copy.reset(); // and what it holds
+    EXPECT_EQ(1, CFGetRetainCount(dictionary.get()));
+    auto outer = Dict();
+    CFDictionarySetValue(outer.get(), CFSTR("in"), dictionary.get());
+    outer.reset();
+    EXPECT_EQ(1, CFGetRetainCount(dictionary.get()));
     CFDictionaryKeyCallBacks own = {};
     EXPECT_EQ(nullptr,
               CFDictionaryCreateMutable(nullptr, 0, &own, &kCFTypeDictionaryValueCallBacks));

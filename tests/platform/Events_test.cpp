@@ -4,9 +4,24 @@
 
 #include <gtest/gtest.h>
 
-TEST(Events, ParametersAreCopiedByNameAndTypeUntilTheHandlerIsRemoved)
+class Events : public testing::Test
 {
-    const TestWindow window("window\n+ Button 1 10,10,30,90 command=what");
+protected:
+    Events()
+    {
+        EXPECT_EQ(noErr, m_bundle.Open("Test", &m_window));
+        const ControlID id { 'test', 1 };
+        GetControlByID(m_window, &id, &m_button);
+    }
+    ~Events() override { DisposeWindow(m_window); }
+
+    const NibBundle m_bundle { NibOf("window\n+ Button 1 10,10,30,90 command=what") };
+    WindowRef m_window = nullptr;
+    ControlRef m_button = nullptr;
+};
+
+TEST_F(Events, ParametersAreCopiedByNameAndTypeUntilTheHandlerIsRemoved)
+{
     const EventTypeSpec command { kEventClassCommand, kEventCommandProcess };
     const auto look = [](EventHandlerCallRef, EventRef event, void* calls) -> OSStatus {
         ++*static_cast<int*>(calls);
@@ -21,54 +36,50 @@ TEST(Events, ParametersAreCopiedByNameAndTypeUntilTheHandlerIsRemoved)
         EXPECT_EQ(noErr, get(kEventParamDirectObject, typeHICommand, 4, part));
         EXPECT_EQ(EventParamType { typeHICommand }, type);
         EXPECT_EQ(sizeof whole, size);
-        EXPECT_EQ(whole.attributes, part[0]);
-        EXPECT_EQ(7u, part[1]);
+        EXPECT_TRUE(part[0] == whole.attributes && part[1] == 7);
         EXPECT_EQ(eventParameterNotFoundErr, get('none', typeHICommand, 4, part));
         EXPECT_EQ(eventParameterNotFoundErr, get(kEventParamDirectObject, 'long', 4, part));
         return noErr;
     };
-    const EventHandlerUPP upp = NewEventHandlerUPP(look);
-    const EventTargetRef target = GetWindowEventTarget(window);
+    const EventTargetRef target = GetWindowEventTarget(m_window);
     int calls = 0;
     EventHandlerRef handler = nullptr;
     const auto install
         = [&](EventTargetRef on, EventHandlerUPP routine, const EventTypeSpec* type) {
               return InstallEventHandler(on, routine, 1, type, &calls, &handler);
           };
-    EXPECT_EQ(noErr, install(target, upp, &command));
-    EXPECT_EQ(eventHandlerAlreadyInstalledErr, install(target, upp, &command));
-    EXPECT_EQ(paramErr, install(nullptr, upp, &command));
+    EXPECT_EQ(noErr, install(target, look, &command));
+    EXPECT_EQ(eventHandlerAlreadyInstalledErr, install(target, look, &command));
+    EXPECT_EQ(paramErr, install(nullptr, look, &command));
     EXPECT_EQ(paramErr, install(target, nullptr, &command));
-    EXPECT_EQ(paramErr, install(target, upp, nullptr));
-    HIViewSimulateClick(window.Control(1), 0, 0, nullptr);
+    EXPECT_EQ(paramErr, install(target, look, nullptr));
+    HIViewSimulateClick(m_button, 0, 0, nullptr);
     EXPECT_EQ(noErr, RemoveEventHandler(handler));
     EXPECT_EQ(paramErr, RemoveEventHandler(handler));
-    EXPECT_EQ(paramErr, RemoveEventHandler(nullptr));
-    HIViewSimulateClick(window.Control(1), 0, 0, nullptr);
+    HIViewSimulateClick(m_button, 0, 0, nullptr);
     EXPECT_EQ(1, calls);
 }
 
-TEST(Events, MissingArgumentsOfAnyRoutineAreRefused)
+TEST_F(Events, MissingArgumentsOfAnyRoutineAreRefused)
 {
-    const NibBundle bundle(NibOf("window"));
-    const TestWindow window("window\n+ Button 1 10,10,30,90");
     WindowRef made = nullptr;
     IBNibRef nib = nullptr;
     const OSStatus results[] = {
         CreateNibReferenceWithCFBundle(nullptr, CFSTR("test"), &nib),
-        CreateNibReferenceWithCFBundle(bundle.Bundle(), nullptr, &nib),
-        CreateNibReferenceWithCFBundle(bundle.Bundle(), CFSTR("test"), nullptr),
+        CreateNibReferenceWithCFBundle(m_bundle.Bundle(), nullptr, &nib),
+        CreateNibReferenceWithCFBundle(m_bundle.Bundle(), CFSTR("test"), nullptr),
         CreateWindowFromNib(nullptr, CFSTR("Test"), &made),
-        GetWindowClass(window, nullptr),
-        GetWindowBounds(window, kWindowContentRgn, nullptr),
-        GetWindowRegion(window, kWindowContentRgn, nullptr),
-        CopyWindowTitleAsCFString(window, nullptr),
-        GetControlByID(window, nullptr, nullptr),
-        GetControlCommandID(window.Control(1), nullptr),
-        GetControlDataSize(window.Control(1), 0, 'dflt', nullptr),
+        GetWindowClass(m_window, nullptr),
+        GetWindowBounds(m_window, kWindowContentRgn, nullptr),
+        GetWindowRegion(m_window, kWindowContentRgn, nullptr),
+        CopyWindowTitleAsCFString(m_window, nullptr),
+        GetControlByID(m_window, nullptr, nullptr),
+        GetControlCommandID(m_button, nullptr),
+        GetControlDataSize(m_button, 0, 'dflt', nullptr),
         StandardAlert(kAlertStopAlert, nullptr, nullptr, nullptr, nullptr),
         GetEventParameter(nullptr, 0, 0, nullptr, 0, nullptr, nullptr),
         InstallEventLoopTimer(GetMainEventLoop(), 0, 0, nullptr, nullptr, nullptr),
+        RemoveEventHandler(nullptr),
     };
     for (const OSStatus result : results)
         EXPECT_EQ(paramErr, result) << "row " << (&result - results);

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Toolbox_test.cpp - windows, controls, events and alerts without a screen, by the recorded conversations in toolbox/.
+// Toolbox_test.cpp - windows, controls, events and alerts by the recorded conversations in toolbox/: without a screen,
+// at several scales, and with an X server, a window manager, a pointer and a keyboard.
+#include "tests/support/Desktop.h"
 #include "tests/support/NibBundle.h"
 #include "tools/PictureWriter.h"
 #include "tools/ResourceWriter.h"
@@ -7,14 +9,18 @@
 #include <veltrano/HostWindow.h>
 
 #include <QtGui/QClipboard>
+#include <QtGui/QScreen>
 #include <QtGui/QWindow>
 #include <QtTest/QTest>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QGroupBox>
+#include <QtWidgets/QLabel>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QScrollArea>
 #include <QtWidgets/QTextEdit>
+#include <xcb/xcb.h>
 
+#include <clocale>
 #include <deque>
 #include <gtest/gtest.h>
 #include <map>
@@ -88,6 +94,55 @@ template <> QPoint Argument<QPoint>::Of(const std::string& word)
 }
 
 namespace {
+
+/// A plain window of another X client, as a host that is no Qt program has it.
+class PlainHost
+{
+public:
+    PlainHost()
+    {
+        const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(m_x)).data;
+        const std::uint32_t mask = XCB_EVENT_MASK_BUTTON_PRESS;
+        xcb_create_window(m_x, XCB_COPY_FROM_PARENT, window, screen->root, 0, 0, 400, 300, 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, XCB_CW_EVENT_MASK,
+                          &mask);
+        xcb_change_property(m_x, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING,
+                            8, 5, "Plain");
+        xcb_map_window(m_x, window);
+        xcb_flush(m_x);
+        Shell("timeout 5 sh -c 'until xwininfo -name Plain | grep -q IsViewable; do sleep 0.02; "
+              "done' 2>&1; wmctrl -a Plain; xdotool windowmove "
+              + std::to_string(window) + " 300 200; sleep 0.2");
+    }
+    ~PlainHost() { xcb_disconnect(m_x); } // and the window is gone
+    PlainHost(const PlainHost&) = delete;
+    PlainHost& operator=(const PlainHost&) = delete;
+
+    void Paint(std::uint32_t color)
+    {
+        const xcb_gcontext_t context = xcb_generate_id(m_x);
+        xcb_create_gc(m_x, context, window, XCB_GC_FOREGROUND, &color);
+        const xcb_rectangle_t all { 0, 0, 400, 300 };
+        xcb_poly_fill_rectangle(m_x, window, context, 1, &all);
+        xcb_flush(m_x);
+    }
+    int Clicks()
+    {
+        int clicks = 0;
+        std::free(xcb_get_input_focus_reply(m_x, xcb_get_input_focus(m_x), nullptr)); // all is here
+        while (xcb_generic_event_t* event = xcb_poll_for_event(m_x)) {
+            clicks += (event->response_type & 0x7F) == XCB_BUTTON_PRESS;
+            std::free(event);
+        }
+        return clicks;
+    }
+
+private:
+    xcb_connection_t* m_x = xcb_connect(nullptr, nullptr);
+
+public:
+    const xcb_window_t window = xcb_generate_id(m_x);
+};
 
 class Toolbox : public testing::TestWithParam<const char*>, protected Conversation
 {
@@ -169,6 +224,65 @@ protected:
             Conversation::Do(line);
     }
 
+    /// Of the alert.
+    static QPushButton* Button(const std::string& name)
+    {
+        for (auto* button : Argument<QWidget*>::Of("alert")->findChildren<QPushButton*>())
+            if (button->accessibleName().toStdString() == name)
+                return button;
+        return nullptr;
+    }
+
+    void SayLayout()
+    {
+        const QWidget* alert = Argument<QWidget*>::Of("alert");
+        const auto gap = [](int points, int standard) {
+            return points == standard ? std::to_string(points) : "some";
+        };
+        std::map<int, const QPushButton*> buttons; // from left to right
+        for (const auto* button : alert->findChildren<QPushButton*>())
+            buttons[button->x()] = button;
+        int last = 0;
+        std::string line;
+        for (const auto& [x, button] : buttons) {
+            line += gap(x - last, button == buttons.rbegin()->second ? 12 : 20) + ' '
+                + Shown(button->text().left(5)) + ' ';
+            last = button->geometry().right() + 1;
+        }
+        const auto* scroll = alert->findChild<QScrollArea*>();
+        EXPECT_LT(scroll->geometry().bottom(), buttons.begin()->second->y());
+        EXPECT_LE(buttons.begin()->second->geometry().bottom(), alert->height());
+        EXPECT_TRUE(alert->screen()->availableGeometry().contains(alert->frameGeometry()));
+        const QRect sign = alert->findChild<QLabel*>()->geometry();
+        Say(line, gap(alert->width() - last, 20), ", sign ", gap(sign.x(), 20), ' ',
+            gap(alert->width() - sign.right() - 1, 20),
+            scroll->widget()->height() > scroll->height() ? ", scrolls" : "");
+    }
+
+    /// Whether a text has more lines than it shows: the rest is read in a tag.
+    void SayCut(QTextEdit* view)
+    {
+        QCoreApplication::sendPostedEvents(view->window(), QEvent::LayoutRequest);
+        QImage image(view->size(), QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        view->render(&image, {}, {}, QWidget::DrawChildren);
+        for (int x = 0; x < image.width(); ++x)
+            EXPECT_LT(qAlpha(image.pixel(x, image.height() - 4)), 40); // no second line's letters
+        Say(view->viewport()->toolTip().isEmpty() ? "whole, " : "cut, ", view->font().pixelSize(),
+            " pixels, ", Shown(view->accessibleName()));
+    }
+
+    static bool IsWhereXSays(WindowRef window, const std::string& title)
+    {
+        Rect content {};
+        Rect structure {};
+        GetWindowBounds(window, kWindowContentRgn, &content);
+        GetWindowBounds(window, kWindowStructureRgn, &structure);
+        EXPECT_LT(structure.top, content.top - 10); // a title bar
+        return Shell("xwininfo -name '" + title + "' | awk '/Absolute/ { printf \"%d \", $NF }'")
+            == std::to_string(content.left) + ' ' + std::to_string(content.top) + ' ';
+    }
+
     void DoNext()
     {
         if (m_isBusy) // the one before it looks at events itself
@@ -202,8 +316,9 @@ protected:
 
     void Open(const std::string& name, const std::string& object)
     {
-        std::string xib
-            = m_nib.empty() ? ReadFile(TEST_DATA "/example.nib/objects.xib") : NibOf(m_nib);
+        std::string xib = m_nib.empty()
+            ? ReadFile(PROJECT_FOLDER "/tests/data/example.nib/objects.xib")
+            : NibOf(m_nib);
         for (const auto& edit : std::exchange(m_edits, {})) {
             EXPECT_NE(xib.npos, xib.find(edit[1])) << edit[1];
             xib.replace(xib.find(edit[1]), edit[1].size(), edit[2]);
@@ -366,7 +481,8 @@ protected:
         for (std::size_t at = 4; at < m_words.size(); ++at)
             values[m_words[at].substr(0, m_words[at].find('='))]
                 = m_words[at].substr(m_words[at].find('=') + 1);
-        const Pascal texts[] = { values["ok"], values["cancel"], values["other"] };
+        const Pascal texts[]
+            = { Pascal(values["ok"]), Pascal(values["cancel"]), Pascal(values["other"]) };
         const auto button = [&](const char* name, int text) -> ConstStringPtr {
             return values[name].empty()      ? nullptr
                 : values[name] == "standard" ? kAlertDefaultOKText
@@ -393,7 +509,7 @@ protected:
         { "example", Call([this] { m_nib.clear(); }) },
         { "wide", Call([this] { m_isWide = true; }) },
         { "picture", Call([this](SInt16 id, std::string color) { SetPicture(id, color.c_str()); }) },
-        { "resource", Call([this](ResType type, SInt16 id, uint8_t byte, size_t size) { m_resources.Set({ type, id, 0, {}, std::vector(size, byte) }); }) },
+        { "resource", Call([this](ResType type, SInt16 id, std::string hex) { const auto bytes = QByteArray::fromHex(hex.c_str()); m_resources.Set({ type, id, 0, {}, { bytes.begin(), bytes.end() } }); }) },
         { "open", Call([this](std::string name, std::string window) { Open(name, window.empty() ? "Test" : window); }) },
         // Windows
         { "show", Call(ShowWindow) },
@@ -443,7 +559,7 @@ protected:
         { "click", Call([](std::string name, QPoint at) { Drag(name, at, at); }) },
         { "drag", Call(Drag) },
         { "doubleclick", Call([](QWindow* window, QPoint at) { QTest::mouseDClick(window, Qt::LeftButton, {}, at); }) },
-        { "press", Call([](QWidget* in, std::string name) { for (auto* button : in->findChildren<QPushButton*>()) if (button->accessibleName().toStdString() == name) return QTest::mouseClick(button, Qt::LeftButton); }) },
+        { "press", Call([](QWidget*, std::string name) { QTest::mouseClick(Button(name), Qt::LeftButton); }) },
         { "close", Call([](QWindow* window) { window->close(); }) },
         { "activate", Call([](QWidget* widget) { widget->activateWindow(); EXPECT_TRUE(QTest::qWaitForWindowActive(widget)); }) },
         { "active", Call([](QWidget* widget) { EXPECT_TRUE(QTest::qWaitForWindowActive(widget)); }) },
@@ -454,6 +570,23 @@ protected:
         { "focus", Call([] { return Shown(QApplication::focusWidget()->accessibleName()); }) },
         { "clipboard", Call([] { return Shown(QGuiApplication::clipboard()->text()); }) },
         { "alert", [this] { Alert(); } },
+        // A host without Qt, its clicks, and what the X server and the window manager say
+        { "plain", Call([this](std::string name) { m_plain[name] = std::make_unique<PlainHost>(); sWindows[name] = CreateWindowRefWithX11Window(m_plain[name]->window); Say(sWindows[name] ? "one" : "none"); }) },
+        { "x11", Call([](unsigned long window) { return CreateWindowRefWithX11Window(window) ? "one" : "none"; }) },
+        { "paint", Call([this](std::string name, std::uint32_t color) { m_plain.at(name)->Paint(color); }) },
+        { "clicks", Call([this](std::string name) { return std::to_string(m_plain.at(name)->Clicks()); }) },
+        { "drop", Call([this](std::string name) { m_plain.erase(name); }) },
+        { "pixel", Call([](QPoint at) { return QGuiApplication::primaryScreen()->grabWindow(0, at.x(), at.y(), 1, 1).toImage().pixelColor(0, 0).name().toStdString(); }) },
+        { "onscreen", Call([](WindowRef window, std::string title) { return IsWhereXSays(window, title); }) },
+        { "shell", Call([](std::string command) { return Shown(Shell(command)); }) },
+        { "during", Call(During) },
+        { "wait", Call([](int milliseconds) { QTest::qWait(milliseconds); }) },
+        { "locale", Call([] { return std::string(std::setlocale(LC_ALL, nullptr)); }) },
+        // Where the buttons of the alert stand, whether its text scrolls; whether a button has looked so before
+        { "layout", [this] { SayLayout(); } },
+        { "looks", Call([this](std::string name) { const QImage now = Button(name)->grab().toImage(); const auto before = m_looks.indexOf(now); m_looks.append(now); return before < 0 ? "new" : "known"; }) },
+        { "righttoleft", [] { QGuiApplication::setLayoutDirection(Qt::RightToLeft); } },
+        { "cuttext", Call([this](QWidget* window) { SayCut(window->findChild<QTextEdit*>()); }) },
         { "later", [this] { m_pending.push_back(m_line.substr(sizeof "later")); Later(0.01 * double(m_pending.size()), [this] { DoNext(); }); } },
     };
     // clang-format on
@@ -467,6 +600,8 @@ protected:
     std::unique_ptr<NibBundle> m_bundle;
     std::map<std::string, std::unique_ptr<Handler>> m_handlers;
     std::deque<std::string> m_pending; // for timers, which may change places
+    std::map<std::string, std::unique_ptr<PlainHost>> m_plain;
+    QList<QImage> m_looks;
     bool m_isWide = false;
     bool m_isBusy = false;
 };
@@ -476,9 +611,8 @@ TEST_P(Toolbox, GoesAsRecorded)
     Play(m_commands, PROJECT_FOLDER "/tests/platform/toolbox/" + std::string(GetParam()) + ".txt");
 }
 
-INSTANTIATE_TEST_SUITE_P(,
-                         Toolbox,
-                         testing::Values("alerts", "controls", "events", "hosts", "nib", "windows"),
-                         [](const auto& name) { return std::string(name.param); });
+INSTANTIATE_TEST_SUITE_P(, Toolbox, testing::Values(CONVERSATIONS), [](const auto& name) {
+    return std::string(name.param);
+});
 
 } // namespace

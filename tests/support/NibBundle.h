@@ -95,27 +95,6 @@ private:
     Ref<CFBundleRef> m_bundle;
 };
 
-/// A window from the lines of NibOf.
-class TestWindow
-{
-public:
-    explicit TestWindow(const std::string& lines) { NibBundle(NibOf(lines)).Open("Test", &ref); }
-    ~TestWindow() { DisposeWindow(ref); }
-    TestWindow(const TestWindow&) = delete;
-    TestWindow& operator=(const TestWindow&) = delete;
-    operator WindowRef() const { return ref; }
-
-    ControlRef Control(SInt32 id) const
-    {
-        const ControlID controlID = { 'test', id };
-        ControlRef control = nullptr;
-        GetControlByID(ref, &controlID, &control);
-        return control;
-    }
-
-    WindowRef ref = nullptr;
-};
-
 /// Handles events on a target with a function until it ends.
 class Handler
 {
@@ -142,36 +121,15 @@ private:
 };
 
 /// Text with its length in front.
-class Pascal
+struct Pascal
 {
-public:
-    Pascal(const std::string& text)
-        : m_text(static_cast<char>(text.size()) + text)
+    explicit Pascal(const std::string& plain)
+        : text(static_cast<char>(plain.size()) + plain)
     {
     }
-    operator ConstStringPtr() const { return reinterpret_cast<ConstStringPtr>(m_text.data()); }
-
-private:
-    std::string m_text;
+    operator ConstStringPtr() const { return reinterpret_cast<ConstStringPtr>(text.data()); }
+    std::string text;
 };
-
-/// Shows an alert with the buttons No, Yes (the default) and perhaps another; the button that ends it.
-inline SInt16 AskYesOrNo(AlertType type,
-                         const Pascal& message,
-                         const Pascal& explanation,
-                         const Pascal& no = std::string("No"),
-                         ConstStringPtr other = nullptr)
-{
-    const Pascal yes(std::string("Yes"));
-    AlertStdAlertParamRec param {};
-    param.defaultText = no;
-    param.cancelText = yes;
-    param.otherText = other;
-    param.defaultButton = kAlertStdAlertCancelButton;
-    SInt16 item = 0;
-    EXPECT_EQ(noErr, StandardAlert(type, message, explanation, &param, &item));
-    return item;
-}
 
 /// Runs a function once from the event loop, `delay` seconds from now.
 inline void Later(double delay, std::function<void()> function)

@@ -7,22 +7,14 @@
 #include <gtest/gtest.h>
 #include <string>
 
-using namespace Veltrano;
+static std::string sCall; // the last one
+static OSErr sResult = noErr;
+static SInt16 sItem = 0;
 
-namespace {
-
-std::string sCall; // the last one
-AlertStdAlertParamRec sParam = {};
-OSErr sResult = noErr;
-SInt16 sItem = 0; // 0: left as the caller preset it
-
-std::string TextOf(ConstStringPtr pascal)
+static std::string TextOf(ConstStringPtr pascal)
 {
-    return pascal == nullptr ? "null"
-                             : std::string(reinterpret_cast<const char*>(pascal + 1), pascal[0]);
+    return pascal ? std::string(reinterpret_cast<const char*>(pascal + 1), pascal[0]) : "null";
 }
-
-} // namespace
 
 OSErr StandardAlert(AlertType type,
                     ConstStr255Param message,
@@ -30,71 +22,55 @@ OSErr StandardAlert(AlertType type,
                     const AlertStdAlertParamRec* param,
                     SInt16* itemHit)
 {
-    sCall = std::to_string(type) + " '" + TextOf(message) + "' '" + TextOf(explanation)
-        + "' ok=" + TextOf(param->defaultText) + " cancel=" + TextOf(param->cancelText)
-        + " preset=" + std::to_string(*itemHit);
-    sParam = *param;
-    if (sResult == noErr && sItem != 0)
+    AlertStdAlertParamRec rest = *param; // must be empty
+    rest.defaultText = rest.cancelText = nullptr;
+    rest.defaultButton = 0;
+    const AlertStdAlertParamRec empty {};
+    EXPECT_EQ(0, std::memcmp(&rest, &empty, sizeof rest));
+    sCall = std::to_string(type) + " '" + TextOf(message) + "' '" + TextOf(explanation) + "' ok="
+        + TextOf(param->defaultText) + " cancel=" + TextOf(param->cancelText) + " default="
+        + std::to_string(param->defaultButton) + " preset=" + std::to_string(*itemHit);
+    if (sResult == noErr)
         *itemHit = sItem;
     return sResult;
 }
 
-namespace {
-
 TEST(AlertsTest, LengthByteWrapsAt256)
 {
     unsigned char buffer[512] = {};
-    const std::pair<size_t, int> rows[]
-        = { { 0, 0 }, { 5, 5 }, { 255, 255 }, { 256, 0 }, { 300, 44 } };
-    for (const auto& [characters, length] : rows) {
+    for (const size_t characters : { 0, 5, 255, 256, 300 }) {
         memset(buffer, 0, sizeof buffer);
         memset(buffer + 1, 'x', characters);
-        EXPECT_EQ(SetPascalLength(buffer), buffer);
-        EXPECT_EQ(buffer[0], length) << characters;
+        EXPECT_EQ(Veltrano::SetPascalLength(buffer), buffer);
+        EXPECT_EQ(buffer[0], characters % 256);
     }
 }
 
 TEST(AlertsTest, AsksAndAnswers)
 {
-    const char kYesNo[] = "2 'Close?' 'Lost.' ok=No cancel=Yes preset=2";
-    const char kOk[] = "2 'Close?' 'Lost.' ok=Ok cancel=null preset=2";
     const struct
     {
         int askYesNo;
         OSErr status;
         SInt16 item;
         int result;
-        const char* call;
-        SInt16 defaultButton;
     } rows[] = {
-        { 1, noErr, 2, 1, kYesNo, 2 }, // Yes
-        { 1, noErr, 1, 0, kYesNo, 2 }, // No
-        { 7, noErr, 2, 1, kYesNo, 2 },
-        { 1, memFullErr, 0, 0, kYesNo, 2 }, // nothing shown: not the preset item
-        { 0, noErr, 1, 0, kOk, 1 },
-        { 0, memFullErr, 0, 0, kOk, 1 },
+        { 1, noErr, 2, 1 }, // Yes
+        { 1, noErr, 1, 0 }, // No
+        { 7, noErr, 2, 1 }, { 1, memFullErr, 0, 0 }, // nothing shown: not the preset item
+        { 0, noErr, 1, 0 }, { 0, memFullErr, 0, 0 },
     };
     for (const auto& row : rows) {
         sResult = row.status;
         sItem = row.item;
-        EXPECT_EQ(ShowAlert("Lost.", "Close?", row.askYesNo), row.result) << row.call << row.item;
-        EXPECT_EQ(sCall, row.call);
-        EXPECT_EQ(sParam.defaultButton, row.defaultButton);
-        EXPECT_EQ(sParam.cancelButton, 0);
-        EXPECT_TRUE(!sParam.movable && !sParam.helpButton && sParam.position == 0);
-        EXPECT_TRUE(sParam.filterProc == nullptr && sParam.otherText == nullptr);
+        EXPECT_EQ(Veltrano::ShowAlert("Lost.", "Close?", row.askYesNo), row.result);
+        EXPECT_EQ(sCall,
+                  row.askYesNo ? "2 'Close?' 'Lost.' ok=No cancel=Yes default=2 preset=2"
+                               : "2 'Close?' 'Lost.' ok=Ok cancel=null default=1 preset=2");
     }
+    // Texts are cut to their buffers: of 510 characters, 510 modulo 256 are shown.
+    Veltrano::ShowAlert(std::string(5000, 'e').c_str(), std::string(5000, 'm').c_str(), 0);
+    EXPECT_EQ(sCall.find(std::string(126, 'm') + "' '" + std::string(254, 'e') + "' ok"), 3u);
+    Veltrano::ShowAlert(nullptr, "", 0);
+    EXPECT_EQ(sCall, "2 '' '' ok=Ok cancel=null default=1 preset=2");
 }
-
-TEST(AlertsTest, CutsTextsToTheirBuffers)
-{
-    ShowAlert(std::string(5000, 'e').c_str(), std::string(5000, 'm').c_str(), 0);
-    // Of 510 characters, 510 modulo 256 are shown.
-    EXPECT_EQ(sCall,
-              "2 '" + std::string(126, 'm') + "' '" + std::string(254, 'e')
-                  + "' ok=Ok cancel=null preset=2");
-    ShowAlert(nullptr, "", 0);
-    EXPECT_EQ(sCall, "2 '' '' ok=Ok cancel=null preset=2");
-}
-
-} // namespace
