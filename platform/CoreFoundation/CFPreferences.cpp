@@ -432,10 +432,7 @@ static bool Write(Domain& domain)
 // creates one, which would replace the existing one.
 static void TryToRefresh(Domain& domain) noexcept
 {
-    try {
-        Refresh(domain);
-    } catch (...) {
-    }
+    CatchAll(0, [&] { return Refresh(domain), 0; });
 }
 
 // True if the key has this value; for null, if the key is absent. Throws bad_alloc.

@@ -53,20 +53,12 @@ static std::optional<CFAbsoluteTime> ParseDate(const std::string& text)
     using namespace std::chrono;
     int y = 0;
     unsigned part[5] = {};
-    int nRead = 0;
-    bool isDigits = text.find_first_not_of("0123456789-T:Z") == std::string::npos;
-    if (!isDigits
-        || std::sscanf(text.c_str(), "%4d-%2u-%2uT%2u:%2u:%2uZ%n", &y, &part[0], &part[1], &part[2],
-                       &part[3], &part[4], &nRead)
-            != 6
-        || static_cast<size_t>(nRead) != text.size()) {
-        return std::nullopt;
-    }
-    year_month_day date = year(y) / month(part[0]) / day(part[1]);
-    if (!date.ok() || y < 1 || part[2] > 23 || part[3] > 59 || part[4] > 59)
-        return std::nullopt;
-    auto time = (sys_days(date) - kEpoch) + hours(part[2]) + minutes(part[3]) + seconds(part[4]);
-    return static_cast<CFAbsoluteTime>(duration_cast<seconds>(time).count());
+    std::sscanf(text.c_str(), "%4d-%2u-%2uT%2u:%2u:%2uZ", &y, &part[0], &part[1], &part[2],
+                &part[3], &part[4]);
+    const sys_days day = year(y) / month(part[0]) / std::chrono::day(part[1]);
+    const seconds time = day - kEpoch + hours(part[2]) + minutes(part[3]) + seconds(part[4]);
+    const auto at = static_cast<CFAbsoluteTime>(time.count());
+    return y > 0 && FormatDate(at) == text ? std::optional(at) : std::nullopt;
 }
 
 // --- data ---
@@ -515,27 +507,16 @@ CFPropertyListRef CFPropertyListCreateFromXMLData(CFAllocatorRef,
 static void AppendText(std::string& xml, std::string_view text)
 {
     for (char character : text) {
-        switch (character) {
-        case '<':
+        if (character == '<')
             xml += "&lt;";
-            break;
-        case '>':
+        else if (character == '>')
             xml += "&gt;";
-            break;
-        case '&':
+        else if (character == '&')
             xml += "&amp;";
-            break;
-        case '\t':
-        case '\n':
+        else if (static_cast<UInt8>(character) >= ' ' || character == '\t' || character == '\n')
             xml += character;
-            break;
-        default:
-            if (static_cast<UInt8>(character) >= ' ') {
-                xml += character;
-            } else { // as a reference: readers change or refuse raw control characters
-                xml += "&#" + std::to_string(static_cast<int>(character)) + ";";
-            }
-        }
+        else // as a reference: readers change or refuse raw control characters
+            xml += "&#" + std::to_string(static_cast<int>(character)) + ";";
     }
 }
 

@@ -76,24 +76,19 @@ const std::string* FileRefs_Path(const FSRef& ref)
 
 OSStatus FileRefs_Error(int error)
 {
-    switch (error) {
-    case 0:
-        return noErr;
-    case ENOENT:
-        return fnfErr;
-    case ENOTDIR:
-        return dirNFErr;
-    case EACCES:
-    case EPERM:
-    case EROFS:
-        return afpAccessDenied;
-    case ENAMETOOLONG:
-        return errFSNameTooLong;
-    case ENOMEM:
-        return memFullErr;
-    default:
-        return ioErr;
+    static constexpr std::pair<int, OSStatus> kErrors[] = { { 0, noErr },
+                                                            { ENOENT, fnfErr },
+                                                            { ENOTDIR, dirNFErr },
+                                                            { EACCES, afpAccessDenied },
+                                                            { EPERM, afpAccessDenied },
+                                                            { EROFS, afpAccessDenied },
+                                                            { ENAMETOOLONG, errFSNameTooLong },
+                                                            { ENOMEM, memFullErr } };
+    for (const auto& [number, status] : kErrors) {
+        if (number == error)
+            return status;
     }
+    return ioErr;
 }
 
 // --- the routines ---

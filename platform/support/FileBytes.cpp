@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <ctime>
 #include <fcntl.h>
-#include <new>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -27,11 +26,9 @@ static int ReadAll(int fd, size_t limit, std::string& bytes, struct stat& info)
         ssize_t n = read(fd, bytes.data() + nRead, bytes.size() - nRead);
         if (n < 0 && errno != EINTR)
             return errno;
-        if (n == 0) { // the file was truncated meanwhile
-            break;
-        }
-        if (n > 0)
-            nRead += static_cast<size_t>(n);
+        if (n == 0)
+            break; // the file was truncated meanwhile
+        nRead += n > 0 ? static_cast<size_t>(n) : 0;
     }
     bytes.resize(nRead);
     return 0;
@@ -44,12 +41,7 @@ int FileBytes_Read(const char* path, size_t limit, std::string& bytes, struct st
     if (fd < 0)
         return errno;
     struct stat opened = {};
-    int error = 0;
-    try {
-        error = ReadAll(fd, limit, bytes, opened);
-    } catch (const std::bad_alloc&) {
-        error = ENOMEM;
-    }
+    const int error = CatchAll(ENOMEM, [&] { return ReadAll(fd, limit, bytes, opened); });
     close(fd);
     if (info != nullptr)
         *info = opened;
