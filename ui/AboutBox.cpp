@@ -22,14 +22,10 @@ ControlRef FindControl(WindowRef window, OSType signature, SInt32 id)
     return control;
 }
 
-int Width(const Rect& rect)
+// What places the inner extent in the middle of the outer one.
+int Middle(int outer0, int outer1, int inner0, int inner1)
 {
-    return rect.right - rect.left;
-}
-
-int Height(const Rect& rect)
-{
-    return rect.bottom - rect.top;
+    return outer0 + ((outer1 - outer0) - (inner1 - inner0)) / 2;
 }
 
 } // namespace
@@ -41,16 +37,8 @@ AboutBox::AboutBox(ProductRecord* product,
                    const char* text,
                    int lightStyle)
     : m_parent(parent)
-    , m_window(nullptr)
-    , m_picture(nullptr)
     , m_product(product)
-    , m_defaultButton(nullptr)
-    , m_versionLine(nullptr)
-    , m_extraLine(nullptr)
-    , m_eventHandler(nullptr)
     , m_bundle(bundle)
-    , m_savedResFile(0)
-    , m_bundleResMap(0)
     , m_text(text != nullptr ? strdup(text) : nullptr)
     , m_lightStyle(lightStyle)
 {
@@ -82,14 +70,11 @@ int AboutBox::run()
 
     // KEPT: the white brush has light grey text and the black brush black text; the
     // picture, which covers the window, is what the text is read against.
-    RGBColor textColor;
-    if (m_lightStyle != 0) {
-        SetThemeWindowBackground(m_window, kThemeBrushWhite, true);
-        textColor.red = textColor.green = textColor.blue = 0xBFFF;
-    } else {
-        SetThemeWindowBackground(m_window, kThemeBrushBlack, true);
-        textColor.red = textColor.green = textColor.blue = 0;
-    }
+    RGBColor textColor = { 0, 0, 0 };
+    if (m_lightStyle != 0)
+        textColor = { 0xBFFF, 0xBFFF, 0xBFFF };
+    SetThemeWindowBackground(m_window, m_lightStyle != 0 ? kThemeBrushWhite : kThemeBrushBlack,
+                             true);
     SetControlTextColor(m_versionLine, textColor);
     SetControlTextColor(m_extraLine, textColor);
     fillTexts();
@@ -123,8 +108,9 @@ int AboutBox::run()
     Rect about;
     GetWindowStructureBounds(&parent, m_parent);
     GetWindowStructureBounds(&about, m_window);
-    MoveWindow(m_window, static_cast<SInt16>(parent.left + (Width(parent) - Width(about)) / 2),
-               static_cast<SInt16>(parent.top + (Height(parent) - Height(about)) / 2), true);
+    MoveWindow(
+        m_window, static_cast<SInt16>(Middle(parent.left, parent.right, about.left, about.right)),
+        static_cast<SInt16>(Middle(parent.top, parent.bottom, about.top, about.bottom)), true);
 
     const WindowRef window = m_window; // the disposal ends this object
     RunAppModalLoopForWindow(window);
@@ -144,8 +130,7 @@ OSStatus AboutBox::close()
 
 void AboutBox::destroy()
 {
-    if (m_text != nullptr)
-        free(m_text);
+    free(m_text);
     if (m_window != nullptr) {
         ReleaseResource(reinterpret_cast<Handle>(m_picture));
         UseResFile(m_savedResFile);

@@ -44,16 +44,16 @@ public:
 
 private:
     WindowRef m_parent;
-    WindowRef m_window; // owned; null when the interface file has none
-    PicHandle m_picture; // owned; null when the bundle has none
+    WindowRef m_window = nullptr; // owned; null when the interface file has none
+    PicHandle m_picture = nullptr; // owned; null when the bundle has none
     ProductRecord* m_product;
-    ControlRef m_defaultButton; // 'butn' 0
-    ControlRef m_versionLine; // 'pver' 1
-    ControlRef m_extraLine; // 'pver' 2
-    EventHandlerRef m_eventHandler; // always null: the handler ends with the window
+    ControlRef m_defaultButton = nullptr; // 'butn' 0
+    ControlRef m_versionLine = nullptr; // 'pver' 1
+    ControlRef m_extraLine = nullptr; // 'pver' 2
+    EventHandlerRef m_eventHandler = nullptr; // always null: the handler ends with the window
     CFBundleRef m_bundle;
-    SInt16 m_savedResFile; // current before the bundle's map was opened
-    SInt16 m_bundleResMap;
+    SInt16 m_savedResFile = 0; // current before the bundle's map was opened
+    SInt16 m_bundleResMap = 0;
     char* m_text; // owned, from strdup; null for no extra line
     SInt32 m_lightStyle;
 };

@@ -39,15 +39,10 @@ int ShowStandardAlert(unsigned char* message,
 {
     SInt16 itemHit = kAlertStdAlertCancelButton;
 
-    AlertStdAlertParamRec param;
-    param.movable = false;
-    param.helpButton = false;
-    param.filterProc = nullptr;
+    AlertStdAlertParamRec param = {}; // KEPT: no cancel button, so that Escape chooses nothing
     param.defaultText = defaultText;
     param.cancelText = cancelText;
-    param.otherText = nullptr;
     param.defaultButton = okIsDefault != 0 ? kAlertStdAlertOKButton : kAlertStdAlertCancelButton;
-    param.cancelButton = 0; // KEPT: Escape chooses nothing
     param.position = kWindowDefaultPosition;
 
     SetPascalLength(message);

@@ -10,6 +10,7 @@
 
 #include <QtCore/QFile>
 #include <QtCore/QPluginLoader>
+#include <QtCore/QScopeGuard>
 #include <QtCore/QThread>
 #include <QtGui/QAccessible>
 #include <QtWidgets/QAccessibleWidget>
@@ -26,40 +27,29 @@
 
 namespace {
 
-// The host's Xlib error handlers, kept over a scope. Without Xlib in the process there are none.
-class XErrorHandlers
+// Calls a function and keeps the host's Xlib error handlers. Without Xlib in the process there are none.
+template <class Function> void KeepXErrorHandlers(Function function)
 {
-public:
-    XErrorHandlers()
-    {
-        for (Handler& handler : m_handlers) {
-            if (m_library)
-                handler.set = reinterpret_cast<Set>(dlsym(m_library, handler.name));
-            handler.value = handler.set ? handler.set(nullptr) : nullptr;
-        }
+    using Handler = int (*)();
+    using Set = Handler (*)(Handler);
+    void* const library = dlopen("libX11.so.6", RTLD_LAZY | RTLD_NOLOAD);
+    Set set[2] = {};
+    Handler kept[2] = {};
+    for (int i = 0; library && i < 2; ++i) {
+        const char* name = i == 0 ? "XSetErrorHandler" : "XSetIOErrorHandler";
+        set[i] = reinterpret_cast<Set>(dlsym(library, name));
+        kept[i] = set[i] ? set[i](nullptr) : nullptr;
     }
-    ~XErrorHandlers()
-    {
-        for (const Handler& handler : m_handlers) {
-            if (handler.set)
-                handler.set(handler.value);
+    const auto restore = qScopeGuard([&] {
+        for (int i = 0; i < 2; ++i) {
+            if (set[i])
+                set[i](kept[i]);
         }
-        if (m_library)
-            dlclose(m_library);
-    }
-
-private:
-    using Value = int (*)();
-    using Set = Value (*)(Value);
-    struct Handler
-    {
-        const char* name;
-        Set set = nullptr;
-        Value value = nullptr;
-    };
-    void* const m_library = dlopen("libX11.so.6", RTLD_LAZY | RTLD_NOLOAD);
-    Handler m_handlers[2] = { { "XSetErrorHandler" }, { "XSetIOErrorHandler" } };
-};
+        if (library)
+            dlclose(library);
+    });
+    function();
+}
 
 bool HasXDisplay()
 {
@@ -147,11 +137,8 @@ bool Start()
     const char* current = std::setlocale(LC_ALL, nullptr);
     const std::string locale = current ? current : "C";
     const QStringList folders = QCoreApplication::libraryPaths();
-    {
-        const XErrorHandlers kept;
-        QGuiApplication::setDesktopSettingsAware(false);
-        new QApplication(count, arguments);
-    }
+    QGuiApplication::setDesktopSettingsAware(false);
+    KeepXErrorHandlers([] { new QApplication(count, arguments); });
     // The application object reads the qt.conf beside the program, which may name another Qt's plug-ins.
     for (const QString& folder : folders)
         QCoreApplication::addLibraryPath(folder);

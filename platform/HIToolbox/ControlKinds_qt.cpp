@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // ControlKinds_qt.cpp - each kind of control: its widget and its data.
 #include "HIToolbox/Controls_qt.h"
-#include "HIToolbox/OwnWindow_qt.h"
 
 #include <CoreServices/MacErrors.h>
 
@@ -177,22 +176,12 @@ Qt::Alignment AlignmentOf(const ControlFontStyleRec& style)
 
 } // namespace
 
-Pane::Pane(OwnWindow& owner, const QRect& where)
-    : OpaqueControlRef(owner, new QWidget(owner.widget), where)
-{
-}
-
 Separator::Separator(OwnWindow& owner, const QRect& where)
     : OpaqueControlRef(owner, NewLine(owner.widget, where), where)
 {
 }
 
 // Pictures
-
-PictureControl::PictureControl(OwnWindow& owner, const QRect& where)
-    : OpaqueControlRef(owner, new PictureView(owner.widget), where)
-{
-}
 
 bool PictureControl::SetPicture(PicHandle picture)
 {
@@ -204,9 +193,9 @@ bool PictureControl::SetPicture(PicHandle picture)
     return true;
 }
 
-std::optional<std::string_view> PictureControl::Data(ResType tag) const
+std::string_view PictureControl::Data(ResType tag) const
 {
-    return tag == kControlPictureHandleTag ? std::optional(BytesOf(m_picture)) : std::nullopt;
+    return tag == kControlPictureHandleTag ? BytesOf(m_picture) : std::string_view();
 }
 
 OSErr PictureControl::SetData(ResType, std::string_view bytes)
@@ -242,9 +231,9 @@ bool TextControl::FitText(int smallerBy)
     return Fits();
 }
 
-std::optional<std::string_view> TextControl::Data(ResType tag) const
+std::string_view TextControl::Data(ResType tag) const
 {
-    return tag == kControlFontStyleTag ? std::optional(BytesOf(m_style)) : std::nullopt;
+    return tag == kControlFontStyleTag ? BytesOf(m_style) : std::string_view();
 }
 
 OSErr TextControl::SetData(ResType, std::string_view bytes)
@@ -253,22 +242,12 @@ OSErr TextControl::SetData(ResType, std::string_view bytes)
     return noErr;
 }
 
-GroupBox::GroupBox(OwnWindow& owner, const QRect& where)
-    : TextControl(owner, new QGroupBox(owner.widget), where)
-{
-}
-
 void GroupBox::Update()
 {
     static_cast<QGroupBox*>(widget)->setTitle(Literal(Text()));
 }
 
 // Static text
-
-StaticText::StaticText(OwnWindow& owner, const QRect& where)
-    : TextControl(owner, new TextView(owner.widget), where, TextView::kMargin)
-{
-}
 
 void StaticText::Update()
 {
@@ -283,7 +262,7 @@ void StaticText::Update()
     widget->setPalette(palette);
 }
 
-std::optional<std::string_view> StaticText::Data(ResType tag) const
+std::string_view StaticText::Data(ResType tag) const
 {
     return tag == kControlStaticTextTextTag ? m_text : TextControl::Data(tag);
 }
@@ -302,12 +281,7 @@ PushButton::PushButton(OwnWindow& owner, const QRect& where)
     : TextControl(owner, new PushButtonWidget(owner.widget), where)
 {
     Button()->setAutoDefault(false);
-    m_clicked = QObject::connect(Button(), &QAbstractButton::clicked, [this] { SendCommand(); });
-}
-
-PushButton::~PushButton()
-{
-    QObject::disconnect(m_clicked);
+    QObject::connect(Button(), &QAbstractButton::clicked, &m_receiver, [this] { SendCommand(); });
 }
 
 void PushButton::Update()
@@ -334,7 +308,7 @@ void PushButton::SetDefault(bool on)
     }
 }
 
-std::optional<std::string_view> PushButton::Data(ResType tag) const
+std::string_view PushButton::Data(ResType tag) const
 {
     static constexpr Boolean kValues[] = { false, true };
     return tag == kControlPushButtonDefaultTag ? BytesOf(kValues[Button()->isDefault()])

@@ -2,7 +2,6 @@
 // Controls_qt.cpp - what all controls have in common, and the API's calls on them.
 #include "HIToolbox/Controls_qt.h"
 
-#include "HIToolbox/OwnWindow_qt.h"
 #include "support/Bridges_qt.h"
 
 #include <CoreServices/MacErrors.h>
@@ -35,9 +34,8 @@ OSErr FindData(ControlRef ref, ResType tag, ControlPtr& control, std::string_vie
     control = Find(ref);
     if (!control)
         return Missing(ref);
-    const auto data = control->Data(tag);
-    bytes = data.value_or(std::string_view());
-    return data ? noErr : errDataNotSupported;
+    bytes = control->Data(tag);
+    return bytes.data() ? noErr : errDataNotSupported;
 }
 
 } // namespace
@@ -93,13 +91,6 @@ void OpaqueControlRef::SendCommand()
     sent.commandID = command;
     sent.source.control = this;
     owner->SendCommand(sent);
-}
-
-void Controls_Add(const ControlPtr& control, OpaqueControlRef* container)
-{
-    if (container)
-        control->EmbedIn(*container);
-    control->window->controls.push_back(control);
 }
 
 // The API

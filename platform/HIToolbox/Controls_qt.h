@@ -3,18 +3,16 @@
 // boxes and alerts need.
 #pragma once
 
+#include "HIToolbox/OwnWindow_qt.h"
 #include "HIToolbox/PictureView_qt.h"
 #include "HIToolbox/TextView_qt.h"
 
 #include <Carbon/Controls.h>
 
-#include <QtWidgets/QPushButton>
+#include <QtWidgets/QGroupBox>
 
-#include <optional>
 #include <string>
 #include <string_view>
-
-struct OwnWindow;
 
 /// Base of all controls. Owned by its window; the widget is owned by the window's widget.
 struct OpaqueControlRef : std::enable_shared_from_this<OpaqueControlRef>
@@ -44,8 +42,8 @@ struct OpaqueControlRef : std::enable_shared_from_this<OpaqueControlRef>
     virtual void SetFontStyle(const ControlFontStyleRec&) { }
     /// Sets its text smaller by some pixels than its font style says, but not below 9. False if it does not fit.
     virtual bool FitText(int /*smallerBy*/) { return true; }
-    /// Its data of a kind, for SetControlData and its companions; nothing of a kind that it does not have.
-    virtual std::optional<std::string_view> Data(ResType) const { return std::nullopt; }
+    /// Its data of a kind, for SetControlData and its companions; null, not empty, of a kind that it does not have.
+    virtual std::string_view Data(ResType) const { return {}; }
     /// Replaces data that it has by other bytes; only text changes its size.
     virtual OSErr SetData(ResType, std::string_view) { return noErr; }
 };
@@ -55,7 +53,10 @@ using ControlPtr = std::shared_ptr<OpaqueControlRef>;
 /// Holds other controls and draws nothing. Also stands for unknown kinds of control.
 struct Pane final : OpaqueControlRef
 {
-    Pane(OwnWindow& owner, const QRect& where);
+    Pane(OwnWindow& owner, const QRect& where)
+        : OpaqueControlRef(owner, new QWidget(owner.widget), where)
+    {
+    }
     bool CanEmbed() const override { return true; }
 };
 
@@ -67,12 +68,15 @@ struct Separator final : OpaqueControlRef
 /// Shows a picture, an icon or an image, and may hold other controls.
 struct PictureControl final : OpaqueControlRef
 {
-    PictureControl(OwnWindow& owner, const QRect& where);
+    PictureControl(OwnWindow& owner, const QRect& where)
+        : OpaqueControlRef(owner, new PictureView(owner.widget), where)
+    {
+    }
     PictureView* View() const { return static_cast<PictureView*>(widget); }
     bool CanEmbed() const override { return true; }
     /// False, the control keeping what it shows, if it is null or cannot be decoded.
     bool SetPicture(PicHandle picture);
-    std::optional<std::string_view> Data(ResType tag) const override;
+    std::string_view Data(ResType tag) const override;
     OSErr SetData(ResType tag, std::string_view bytes) override;
 
 private:
@@ -85,7 +89,7 @@ struct TextControl : OpaqueControlRef
     using OpaqueControlRef::OpaqueControlRef;
     void SetTitle(const std::string& utf8) override;
     void SetFontStyle(const ControlFontStyleRec& style) override;
-    std::optional<std::string_view> Data(ResType tag) const override;
+    std::string_view Data(ResType tag) const override;
     OSErr SetData(ResType tag, std::string_view bytes) override;
     bool FitText(int smallerBy) override;
     QString Text() const { return QString::fromStdString(m_text); }
@@ -101,7 +105,10 @@ protected:
 
 struct GroupBox final : TextControl
 {
-    GroupBox(OwnWindow& owner, const QRect& where);
+    GroupBox(OwnWindow& owner, const QRect& where)
+        : TextControl(owner, new QGroupBox(owner.widget), where)
+    {
+    }
     bool CanEmbed() const override { return true; }
 
 protected:
@@ -110,9 +117,12 @@ protected:
 
 struct StaticText final : TextControl
 {
-    StaticText(OwnWindow& owner, const QRect& where);
+    StaticText(OwnWindow& owner, const QRect& where)
+        : TextControl(owner, new TextView(owner.widget), where, TextView::kMargin)
+    {
+    }
     TextView* View() const { return static_cast<TextView*>(widget); }
-    std::optional<std::string_view> Data(ResType tag) const override;
+    std::string_view Data(ResType tag) const override;
     OSErr SetData(ResType tag, std::string_view bytes) override;
 
 protected:
@@ -123,10 +133,9 @@ protected:
 struct PushButton final : TextControl
 {
     PushButton(OwnWindow& owner, const QRect& where);
-    ~PushButton() override;
     QPushButton* Button() const { return static_cast<QPushButton*>(widget); }
     void SetDefault(bool on); // of a window's buttons one is the default
-    std::optional<std::string_view> Data(ResType tag) const override;
+    std::string_view Data(ResType tag) const override;
     OSErr SetData(ResType tag, std::string_view bytes) override;
 
 protected:
@@ -134,16 +143,13 @@ protected:
     bool Fits() override;
 
 private:
-    QMetaObject::Connection m_clicked; // the widget may outlive the control
+    QObject m_receiver; // of clicks: the widget may outlive the control
 };
 
-/// Adds a control to a window, in a container of it or (null) in the window itself.
-void Controls_Add(const ControlPtr& control, OpaqueControlRef* container);
-template <class Kind>
-std::shared_ptr<Kind>
-Controls_Create(OwnWindow& window, OpaqueControlRef* container, const QRect& bounds)
+/// Adds a control to a window.
+template <class Kind> std::shared_ptr<Kind> Controls_Create(OwnWindow& window, const QRect& bounds)
 {
-    auto control = std::make_shared<Kind>(window, bounds);
-    Controls_Add(control, container);
+    const auto control = std::make_shared<Kind>(window, bounds);
+    window.controls.push_back(control);
     return control;
 }

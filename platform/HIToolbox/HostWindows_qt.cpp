@@ -109,10 +109,6 @@ struct X11Window final : OpaqueWindowPtr
         return ToPoints(pixels);
     }
     QRect Content() const override { return ToPoints(Pixels()); }
-    QString Title() const override { return {}; }
-    void Show() override { }
-    void Hide() override { }
-    void Move(QPoint) override { }
 
     void Activate() override
     {

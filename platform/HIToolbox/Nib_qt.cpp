@@ -4,7 +4,6 @@
 #include "HIToolbox/Application_qt.h"
 #include "HIToolbox/Controls_qt.h"
 #include "HIToolbox/NibFile_qt.h"
-#include "HIToolbox/OwnWindow_qt.h"
 #include "QuickDraw/Icons_qt.h"
 #include "support/Bridges_qt.h"
 #include "support/Ref.h"
@@ -21,6 +20,7 @@
 #include <algorithm>
 #include <array>
 #include <sys/stat.h>
+#include <tuple>
 #include <unordered_set>
 
 namespace {
@@ -63,12 +63,11 @@ QString FindResource(CFBundleRef bundle, CFStringRef name, CFStringRef type)
     return ok ? QString::fromUtf8(reinterpret_cast<const char*>(path.data())) : QString();
 }
 
-using MakeControl = ControlPtr (*)(OwnWindow&, OpaqueControlRef*, const QRect&);
+using MakeControl = ControlPtr (*)(OwnWindow&, const QRect&);
 
-template <class Kind>
-ControlPtr Make(OwnWindow& window, OpaqueControlRef* container, const QRect& bounds)
+template <class Kind> ControlPtr Make(OwnWindow& window, const QRect& bounds)
 {
-    return Controls_Create<Kind>(window, container, bounds);
+    return Controls_Create<Kind>(window, bounds);
 }
 
 // Kinds of control that no About box or alert needs become panes, with what they hold.
@@ -114,7 +113,9 @@ private:
     {
         QRect bounds = object.Rectangle("bounds").value_or(QRect());
         bounds.setSize(bounds.size().expandedTo({ 0, 0 }));
-        const ControlPtr control = MakerOf(object.className)(m_window, container, bounds);
+        const ControlPtr control = MakerOf(object.className)(m_window, bounds);
+        if (container)
+            control->EmbedIn(*container);
         control->id = { object.Code("controlSignature"), object.Number("controlID") };
         control->command = object.Code("command");
         control->SetFontStyle(FontStyle(object));
@@ -247,31 +248,22 @@ QRect PlaceOf(QRect content, int position, bool constrained)
     return content;
 }
 
-/// One-entry cache, keyed by path and stat(): the same box is usually reopened.
-struct KeptNib
-{
-    QString path;
-    struct stat version = {};
-    std::shared_ptr<const NibFile> file;
-
-    bool Is(const QString& wanted, const struct stat& now) const
-    {
-        return file && path == wanted && version.st_dev == now.st_dev
-            && version.st_ino == now.st_ino && version.st_size == now.st_size
-            && version.st_mtim.tv_sec == now.st_mtim.tv_sec
-            && version.st_mtim.tv_nsec == now.st_mtim.tv_nsec;
-    }
-};
-
+// Keeps the file that was read last: the same box is usually reopened.
 std::shared_ptr<const NibFile> ReadNib(const QString& path)
 {
-    static auto* kept = new KeptNib; // never freed: Qt may be gone by then
-    struct stat version = {};
-    if (stat(QFile::encodeName(path).constData(), &version) != 0 || !S_ISREG(version.st_mode))
+    using Version = std::tuple<QString, dev_t, ino_t, off_t, time_t, long>;
+    static auto& keptVersion = *new Version; // never freed: Qt may be gone by then
+    static auto& kept = *new std::shared_ptr<const NibFile>;
+    struct stat now = {};
+    if (stat(QFile::encodeName(path).constData(), &now) != 0 || !S_ISREG(now.st_mode))
         return nullptr;
-    if (!kept->Is(path, version))
-        *kept = { path, version, NibFile::Read(path) };
-    return kept->file;
+    const Version version(path, now.st_dev, now.st_ino, now.st_size, now.st_mtim.tv_sec,
+                          now.st_mtim.tv_nsec);
+    if (!kept || keptVersion != version) {
+        kept = NibFile::Read(path);
+        keptVersion = version;
+    }
+    return kept;
 }
 
 } // namespace

@@ -98,7 +98,11 @@ void OwnWindow::Show()
     if (disposed || m_visible || !widget)
         return;
     if (const WindowPtr parent = unavailable.lock()) {
-        PlaceOver(*parent);
+        // Before its first show a window's frame is unknown: the parent's stands for it.
+        const QRect over = parent->Structure();
+        const QSize spare = parent->Content().size() - widget->size();
+        if (!over.isEmpty())
+            Move(over.topLeft() + QPoint(spare.width() / 2, spare.height() / 2));
         widget->winId(); // makes the handle
         widget->windowHandle()->setTransientParent(parent->Handle());
     }
@@ -133,15 +137,6 @@ void OwnWindow::Vanish()
     WidgetWindow::Hide();
     Windows_UpdateBlocked();
     Notify(kEventWindowHidden);
-}
-
-// Before its first show a window's frame is unknown: the parent's stands for it.
-void OwnWindow::PlaceOver(const OpaqueWindowPtr& parent)
-{
-    const QRect over = parent.Structure();
-    const QSize spare = parent.Content().size() - widget->size();
-    if (!over.isEmpty())
-        Move(over.topLeft() + QPoint(spare.width() / 2, spare.height() / 2));
 }
 
 // A window whose default button would not be on a screen is moved onto its parent's or, without a visible parent, to

@@ -53,7 +53,6 @@ struct OwnWindow final : WidgetWindow
 
 private:
     OwnWindow();
-    void PlaceOver(const OpaqueWindowPtr& parent);
 
     bool m_textsChanged = true;
     bool m_visible = false; // by this API's calls, whatever the window system shows

@@ -2,7 +2,6 @@
 // StandardAlert_qt.cpp - the standard alert: a window and a modal loop until one of its buttons is chosen.
 #include "HIToolbox/Application_qt.h"
 #include "HIToolbox/Controls_qt.h"
-#include "HIToolbox/OwnWindow_qt.h"
 
 #include <Carbon/Dialogs.h>
 #include <CoreServices/MacErrors.h>
@@ -149,8 +148,8 @@ private:
     // In the order of the keyboard focus.
     void AddButtons(const AlertStdAlertParamRec& param)
     {
-        if (param.helpButton)
-            AddButton(param, kAlertStdAlertHelpButton, kAlertDefaultOKText, "Help");
+        const ConstStringPtr helpText = param.helpButton ? kAlertDefaultOKText : nullptr;
+        AddButton(param, kAlertStdAlertHelpButton, helpText, "Help");
         AddButton(param, kAlertStdAlertOtherButton, param.otherText, "Don't Save");
         AddButton(param, kAlertStdAlertCancelButton, param.cancelText, "Cancel");
         AddButton(param, kAlertStdAlertOKButton, param.defaultText, "OK");
@@ -165,7 +164,7 @@ private:
     {
         if (!title)
             return;
-        const auto button = Controls_Create<PushButton>(*m_window, nullptr, QRect());
+        const auto button = Controls_Create<PushButton>(*m_window, QRect());
         button->command = static_cast<UInt32>(item);
         button->SetFontStyle({});
         button->SetTitle((title == kAlertDefaultOKText
@@ -181,12 +180,9 @@ private:
     /// Adds a text to the pane that scrolls. It has its font but no place yet.
     StaticText& AddText(QWidget* pane, const QString& text, SInt16 font, SInt16 face)
     {
-        const auto control = Controls_Create<StaticText>(*m_window, nullptr, QRect());
-        ControlFontStyleRec style {};
-        style.flags = kControlUseFontMask | kControlUseFaceMask;
-        style.font = font;
-        style.style = face;
-        control->SetFontStyle(style);
+        const auto control = Controls_Create<StaticText>(*m_window, QRect());
+        constexpr int kFlags = kControlUseFontMask | kControlUseFaceMask;
+        control->SetFontStyle({ kFlags, font, 0, face, 0, 0, {}, {} });
         control->SetTitle(text.toStdString());
         control->widget->setParent(pane);
         control->SetHidden(text.isEmpty());
@@ -233,27 +229,27 @@ private:
         scroll->setFocusPolicy(scrolls ? Qt::StrongFocus : Qt::NoFocus);
         scroll->setFixedSize(width + barWidth, textHeight);
 
+        auto* all = new QVBoxLayout(m_window->widget);
+        all->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
+        all->setSpacing(kMargin);
         auto* body = new QHBoxLayout;
+        all->addLayout(body);
         if (hasSign) {
-            auto* label = new QLabel;
+            auto* label = new QLabel(m_window->widget);
             label->setPixmap(DrawSign(type, m_window->widget->devicePixelRatio()));
             label->setAccessibleName(QString::fromLatin1(kSigns[type]));
             body->addWidget(label, 0, Qt::AlignTop);
         }
         body->addWidget(scroll, 0, Qt::AlignTop);
-        auto* buttons
-            = new QHBoxLayout; // "Other" and "Help" on the left, "Cancel" and "OK" on the right
+        // "Other" and "Help" on the left, "Cancel" and "OK" on the right.
+        auto* buttons = new QHBoxLayout;
+        all->addLayout(buttons);
         buttons->setSpacing(kGap);
         buttons->addStretch();
         for (const auto& button : m_buttons) {
             const bool isLeft = button->command > kAlertStdAlertCancelButton;
             buttons->insertWidget(isLeft ? 0 : -1, button->widget);
         }
-        auto* all = new QVBoxLayout(m_window->widget);
-        all->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
-        all->setSpacing(kMargin);
-        all->addLayout(body);
-        all->addLayout(buttons);
         all->setSizeConstraint(QLayout::SetFixedSize);
         all->activate();
     }

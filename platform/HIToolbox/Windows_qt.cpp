@@ -7,7 +7,7 @@
 #include <CoreFoundation/CFString.h>
 #include <CoreServices/MacErrors.h>
 
-#include <QtCore/QElapsedTimer>
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QEventLoop>
 #include <QtCore/QTimer>
 #include <QtGui/QWindow>
@@ -29,16 +29,12 @@ std::vector<WindowPtr>& Windows()
 // Frame margins are known only once the window is on the screen. Clicks and keys stay in the queue.
 void WaitForExposure(const QPointer<QWidget>& widget)
 {
-    QElapsedTimer time;
-    time.start();
-    QTimer tick; // ends the wait if the window system stays silent
-    const auto waiting = [&] {
-        return widget && widget->windowHandle() && widget->isVisible()
-            && !widget->windowHandle()->isExposed() && time.elapsed() < kExposureLimit;
-    };
+    const QDeadlineTimer limit(kExposureLimit);
+    QTimer tick;
+    tick.start(5); // ends the wait if the window system stays silent
     QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
-    while (waiting()) {
-        tick.start(5);
+    while (widget && widget->windowHandle() && widget->isVisible()
+           && !widget->windowHandle()->isExposed() && !limit.hasExpired()) {
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents
                                         | QEventLoop::WaitForMoreEvents);
     }

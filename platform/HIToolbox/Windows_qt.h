@@ -33,10 +33,10 @@ struct OpaqueWindowPtr : std::enable_shared_from_this<OpaqueWindowPtr>
     virtual bool IsVisible() const = 0;
     virtual QRect Structure() const = 0; // screen coordinates; empty when the window is gone
     virtual QRect Content() const = 0;
-    virtual QString Title() const = 0;
-    virtual void Show() = 0;
-    virtual void Hide() = 0;
-    virtual void Move(QPoint content) = 0;
+    virtual QString Title() const { return {}; }
+    virtual void Show() { }
+    virtual void Hide() { }
+    virtual void Move(QPoint /*content*/) { }
     virtual void Activate() = 0; // to the front, with the focus
     virtual QWindow* Handle() = 0; // null before the first show, and when it is gone
     virtual bool BlocksOthers() const { return false; }

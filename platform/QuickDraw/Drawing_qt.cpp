@@ -67,6 +67,7 @@ double Drawing::SeenArea(const QRectF& bounds) const
     return seen.isEmpty() ? 0 : seen.width() * seen.height();
 }
 
+// `bytes`: what the function holds outside of itself.
 template <class Draw> void Drawing::Keep(const QRectF& bounds, uint64_t bytes, Draw draw)
 {
     m_budget.SpendMemory(sizeof(DrawingStep) + sizeof(Draw) + 32 + bytes);
@@ -184,11 +185,11 @@ void Drawing::DrawBits(PictureBits bits)
     m_budget.SpendSteps(rects);
     const QRegion mask = bits.mask.translated(-m_origin);
     if (bits.mode == kTransparent && !bits.bitmap) {
-        if (bits.image.depth() != 8 && bits.image.depth() != 32) {
+        if (bits.image.depth() != 32) {
             m_budget.SpendMemory(4ull * uint64_t(bits.image.width())
                                  * uint64_t(bits.image.height()));
         }
-        bits.image = PictureCanvas_KeyedOut(std::move(bits.image), state.colors.background);
+        bits.image = PictureCanvas_KeyedOut(bits.image, state.colors.background);
     }
     const bool scaled = m_space.size() != m_frame || source.size() != to.size();
     const double slowness = scaled ? 3 : 1;

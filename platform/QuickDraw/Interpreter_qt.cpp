@@ -15,23 +15,6 @@
 
 namespace {
 
-/// The eight colours of the oldest pictures, which are numbers of the printer's planes.
-QRgb OldColor(uint32_t number)
-{
-    static constexpr struct
-    {
-        uint32_t number;
-        QRgb color;
-    } kColors[]
-        = { { 30, 0xFFFFFFFF },  { 69, 0xFFFCF305 },  { 137, 0xFFF20884 }, { 205, 0xFFDD0806 },
-            { 273, 0xFF02ABEA }, { 341, 0xFF1FB714 }, { 409, 0xFF0000D4 } };
-    for (const auto& known : kColors) {
-        if (known.number == number)
-            return known.color;
-    }
-    return qRgb(0, 0, 0);
-}
-
 bool IsBits(int opcode)
 {
     return opcode == kBitsRect || opcode == kBitsRgn
@@ -57,21 +40,18 @@ private:
     void Execute(int opcode);
     void ExecuteShape(int opcode);
     void ExecuteBlock(int opcode);
-    void SkipReserved(int opcode);
 
     QPoint ReadPoint() { return PictureBits_ReadPoint(m_data); }
     QPoint ReadWay(); // two signed bytes, horizontal first
     QRgb ReadColor() { return PictureBits_ReadColor(m_data); }
+    QRgb ReadOldColor();
     void ReadPattern(DrawingPattern& pattern);
     void ReadPixelPattern(DrawingPattern& pattern);
     void ReadPenSize();
-    void ReadTextRatio();
     void ReadFontName();
     void SelectFont(int number);
-    void ReadPolygon();
-    void DrawPolygon(int verb);
+    void DrawPolygon(int verb, bool isNew);
     void DrawArc(int verb, const QRectF& rect);
-    void DrawRegion(int verb);
     void LineTo(QPoint to);
     void DrawTextAt(QPoint at);
     void DrawBits(ByteReader& data, int opcode);
@@ -177,11 +157,14 @@ const Interpreter::StateTable& Interpreter::StateActs()
             i.m_drawing.MoveOrigin({ dh, dv });
         };
         acts[kTxSize] = [](Interpreter& i) { i.m_state.text.size = i.m_data.U16(); };
-        acts[kFgColor]
-            = [](Interpreter& i) { i.m_state.colors.foreground = OldColor(i.m_data.U32()); };
-        acts[kBkColor]
-            = [](Interpreter& i) { i.m_state.colors.background = OldColor(i.m_data.U32()); };
-        acts[kTxRatio] = [](Interpreter& i) { i.ReadTextRatio(); };
+        acts[kFgColor] = [](Interpreter& i) { i.m_state.colors.foreground = i.ReadOldColor(); };
+        acts[kBkColor] = [](Interpreter& i) { i.m_state.colors.background = i.ReadOldColor(); };
+        acts[kTxRatio] = [](Interpreter& i) {
+            const QPoint to = i.ReadPoint();
+            const QPoint from = i.ReadPoint();
+            if (to.x() > 0 && to.y() > 0 && from.x() > 0 && from.y() > 0)
+                i.m_state.text.ratio = { double(to.x()) / from.x(), double(to.y()) / from.y() };
+        };
         acts[kVersion] = [](Interpreter& i) { i.m_data.Skip(1); };
         acts[kBkPixPat] = [](Interpreter& i) { i.ReadPixelPattern(i.m_state.backPattern); };
         acts[kPnPixPat] = [](Interpreter& i) { i.ReadPixelPattern(i.m_state.penPattern); };
@@ -226,13 +209,14 @@ void Interpreter::ExecuteShape(int opcode)
     const int verb = opcode & 7;
     const bool isNew = (opcode & 8) == 0;
     if (family == kPolygonFamily) {
-        if (isNew)
-            ReadPolygon();
-        DrawPolygon(verb);
+        DrawPolygon(verb, isNew);
     } else if (family == kRegionFamily) {
         if (isNew)
             m_region = PictureBits_ReadRegion(m_data, m_budget);
-        DrawRegion(verb);
+        m_budget.SpendSteps(8 * static_cast<uint64_t>(m_region.rectCount()));
+        m_drawing.DrawShape(verb, Shapes_Region(m_region), [&] {
+            return Shapes_Region(Shapes_RegionFrame(m_region, m_state.pen.toSize()));
+        });
     } else {
         if (isNew)
             m_rects[family] = PictureBits_ReadRect(m_data);
@@ -250,6 +234,7 @@ void Interpreter::ExecuteShape(int opcode)
     }
 }
 
+// What is neither bits nor an image is passed over.
 void Interpreter::ExecuteBlock(int opcode)
 {
     if (IsBits(opcode)) {
@@ -258,26 +243,14 @@ void Interpreter::ExecuteBlock(int opcode)
         DrawCompressedImage();
     } else if (opcode == kUncompressedQuickTime) {
         DrawUncompressedImage();
-    } else if (opcode == kShortComment) {
-        m_data.Skip(2);
-    } else if (opcode == kLongComment) {
-        m_data.Skip(2);
-        m_data.Skip(m_data.U16());
-    } else {
-        SkipReserved(opcode);
-    }
-}
-
-void Interpreter::SkipReserved(int opcode)
-{
-    if (opcode < 0xB0)
-        m_data.Skip(m_data.U16());
-    else if (opcode < 0xD0 || (opcode >= 0x8000 && opcode <= 0x80FF))
-        return;
-    else if (opcode < 0xFF || opcode >= 0x8100)
+    } else if (opcode < 0xB0) {
+        const int size = opcode == kShortComment ? 2 : m_data.U16();
+        m_data.Skip(opcode == kLongComment ? m_data.U16() : static_cast<size_t>(size));
+    } else if (opcode >= 0x8100 || (opcode >= 0xD0 && opcode < 0xFF)) {
         m_data.Skip(m_data.U32());
-    else
+    } else if (opcode > 0xFF && opcode < 0x8000) {
         m_data.Skip(static_cast<size_t>(2 * (opcode >> 8)));
+    }
 }
 
 // Operands
@@ -287,6 +260,29 @@ QPoint Interpreter::ReadWay()
     const int dh = m_data.S8();
     const int dv = m_data.S8();
     return { dh, dv };
+}
+
+// One of the eight colours of the oldest pictures, which are numbers of the printer's planes.
+QRgb Interpreter::ReadOldColor()
+{
+    switch (m_data.U32()) {
+    case 30:
+        return 0xFFFFFFFF;
+    case 69:
+        return 0xFFFCF305;
+    case 137:
+        return 0xFFF20884;
+    case 205:
+        return 0xFFDD0806;
+    case 273:
+        return 0xFF02ABEA;
+    case 341:
+        return 0xFF1FB714;
+    case 409:
+        return 0xFF0000D4;
+    default:
+        return 0xFF000000;
+    }
 }
 
 void Interpreter::ReadPattern(DrawingPattern& pattern)
@@ -320,14 +316,6 @@ void Interpreter::ReadPenSize()
     m_state.pen = QSizeF(std::min(h, 0x7FFF), std::min(v, 0x7FFF));
 }
 
-void Interpreter::ReadTextRatio()
-{
-    const QPoint to = ReadPoint();
-    const QPoint from = ReadPoint();
-    if (to.x() > 0 && to.y() > 0 && from.x() > 0 && from.y() > 0)
-        m_state.text.ratio = QSizeF(double(to.x()) / from.x(), double(to.y()) / from.y());
-}
-
 void Interpreter::ReadFontName()
 {
     ByteReader name = m_data.Block(m_data.U16());
@@ -343,18 +331,6 @@ void Interpreter::SelectFont(int number)
     const auto found = m_fontNames.find(number);
     m_state.text.font = number;
     m_state.text.family = found != m_fontNames.end() ? found->second : QString();
-}
-
-void Interpreter::ReadPolygon()
-{
-    const size_t size = m_data.U16();
-    ByteReader_Require(size >= 10 && size % 4 == 2);
-    ByteReader block = m_data.Block(size - 2);
-    PictureBits_ReadRect(block);
-    m_budget.SpendSteps(block.Left() / 4);
-    m_polygon.clear();
-    while (block.Left() != 0)
-        m_polygon.append(PictureBits_ReadPoint(block));
 }
 
 // Drawing
@@ -373,8 +349,17 @@ void Interpreter::DrawArc(int verb, const QRectF& rect)
                         [&] { return Shapes_Arc(rect, InsetByPen(rect), start, sweep); });
 }
 
-void Interpreter::DrawPolygon(int verb)
+void Interpreter::DrawPolygon(int verb, bool isNew)
 {
+    if (isNew) {
+        const size_t size = m_data.U16();
+        ByteReader_Require(size >= 10 && size % 4 == 2);
+        ByteReader block = m_data.Block(size - 2).From(8); // its bounds
+        m_budget.SpendSteps(block.Left() / 4);
+        m_polygon.clear();
+        while (block.Left() != 0)
+            m_polygon.append(PictureBits_ReadPoint(block));
+    }
     m_budget.SpendSteps(static_cast<uint64_t>(m_polygon.size()));
     if (verb == kFrame) { // lines, open where the polygon was left open
         for (qsizetype i = 0; i + 1 < m_polygon.size(); ++i)
@@ -385,14 +370,6 @@ void Interpreter::DrawPolygon(int verb)
     path.addPolygon(m_polygon);
     path.closeSubpath();
     m_drawing.DrawShape(verb, path, [] { return QPainterPath(); });
-}
-
-void Interpreter::DrawRegion(int verb)
-{
-    m_budget.SpendSteps(8 * static_cast<uint64_t>(m_region.rectCount()));
-    m_drawing.DrawShape(verb, Shapes_Region(m_region), [&] {
-        return Shapes_Region(Shapes_RegionFrame(m_region, m_state.pen.toSize()));
-    });
 }
 
 void Interpreter::LineTo(QPoint to)

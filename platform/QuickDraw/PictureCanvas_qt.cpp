@@ -15,16 +15,19 @@ QColor Weighted(QRgb color, QRgb weight)
 }
 
 /// Where a colour comes from.
-enum Ink {
-    kNone,
-    kForeground,
-    kBackground,
-    kWhite,
-    kMixedForeground,
-    kMixedBackground,
-    kFaintForeground,
-    kHiliteInk
-};
+using Ink = QColor (*)(const DrawingColors& colors);
+
+constexpr Ink kNone = [](const DrawingColors&) { return QColor(Qt::transparent); };
+constexpr Ink kForeground = [](const DrawingColors& colors) { return QColor(colors.foreground); };
+constexpr Ink kBackground = [](const DrawingColors& colors) { return QColor(colors.background); };
+constexpr Ink kWhite = [](const DrawingColors&) { return QColor(Qt::white); };
+constexpr Ink kHiliteInk = [](const DrawingColors& colors) { return QColor(colors.hilite); };
+constexpr Ink kMixedForeground
+    = [](const DrawingColors& colors) { return Weighted(colors.foreground, colors.op); };
+constexpr Ink kMixedBackground
+    = [](const DrawingColors& colors) { return Weighted(colors.background, colors.op); };
+constexpr Ink kFaintForeground
+    = [](const DrawingColors& colors) { return Weighted(colors.foreground, 0x808080); };
 
 /// What a transfer mode does with a source.
 struct TransferRule
@@ -68,28 +71,6 @@ const TransferRule& RuleOf(int mode)
 {
     const auto* found = std::ranges::find(kRules, mode, &TransferRule::mode);
     return found != std::end(kRules) ? *found : kRules[0];
-}
-
-QColor ColorOf(Ink ink, const DrawingColors& colors)
-{
-    switch (ink) {
-    case kForeground:
-        return QColor(colors.foreground);
-    case kBackground:
-        return QColor(colors.background);
-    case kWhite:
-        return Qt::white;
-    case kMixedForeground:
-        return Weighted(colors.foreground, colors.op);
-    case kMixedBackground:
-        return Weighted(colors.background, colors.op);
-    case kFaintForeground:
-        return Weighted(colors.foreground, qRgb(128, 128, 128));
-    case kHiliteInk:
-        return QColor(colors.hilite);
-    default:
-        return Qt::transparent;
-    }
 }
 
 /// A pattern's mode as the source mode of the same effect.
@@ -139,8 +120,7 @@ void PictureCanvas_FillPath(QPainter& painter,
         painter.fillPath(path, QBrush(pattern.pixels));
     } else {
         painter.setCompositionMode(rule.twoColors);
-        painter.fillPath(
-            path, PatternBrush(pattern, ColorOf(rule.one, colors), ColorOf(rule.zero, colors)));
+        painter.fillPath(path, PatternBrush(pattern, rule.one(colors), rule.zero(colors)));
     }
     painter.restore();
 }
@@ -160,22 +140,11 @@ QRectF SnapToDevice(const QPainter& painter, const QRectF& rect)
 
 } // namespace
 
-QImage PictureCanvas_KeyedOut(QImage image, QRgb key)
+QImage PictureCanvas_KeyedOut(const QImage& image, QRgb key)
 {
-    const auto isKey = [key](QRgb pixel) { return (pixel & RGB_MASK) == (key & RGB_MASK); };
-    if (image.format() == QImage::Format_Indexed8) {
-        QList<QRgb> colors = image.colorTable();
-        std::replace_if(colors.begin(), colors.end(), isKey, QRgb(0));
-        image.setColorTable(colors);
-        return image;
-    }
-    image.convertTo(QImage::Format_RGB32);
-    image.reinterpretAsFormat(QImage::Format_ARGB32_Premultiplied); // all of it opaque
-    for (int y = 0; y < image.height(); ++y) {
-        auto* row = reinterpret_cast<QRgb*>(image.scanLine(y));
-        std::replace_if(row, row + image.width(), isKey, QRgb(0));
-    }
-    return image;
+    QImage keyed = image.convertToFormat(QImage::Format_RGB32);
+    keyed.setAlphaChannel(keyed.createMaskFromColor(key, Qt::MaskOutColor));
+    return keyed;
 }
 
 void PictureCanvas_PaintBits(QPainter& painter,
@@ -191,8 +160,7 @@ void PictureCanvas_PaintBits(QPainter& painter,
     const TransferRule& rule = RuleOf(mode);
     QImage shown = image;
     if (bitmap) {
-        shown.setColorTable(
-            { ColorOf(rule.zero, colors).rgba(), ColorOf(rule.one, colors).rgba() });
+        shown.setColorTable({ rule.zero(colors).rgba(), rule.one(colors).rgba() });
         painter.setCompositionMode(rule.twoColors);
     } else {
         if (mode == kBlend)

@@ -59,7 +59,7 @@ void PictureCanvas_FillPath(QPainter& painter,
                             const DrawingColors& colors);
 
 /// The image with the pixels of one colour transparent, for kTransparent.
-QImage PictureCanvas_KeyedOut(QImage image, QRgb key);
+QImage PictureCanvas_KeyedOut(const QImage& image, QRgb key);
 
 /// Paints bits, with the destination's edges on pixels of the device.
 ///   bitmap  the image's black and white stand for foreground and background

@@ -67,21 +67,6 @@ QFont FontOf(const TextStyle& style)
     return font;
 }
 
-// Hollow letters: their rim around a body in the background colour.
-void PaintHollow(QPainter& painter,
-                 const QPainterPath& glyphs,
-                 bool shadow,
-                 const DrawingColors& colors)
-{
-    painter.setPen(QPen(QColor(colors.foreground), 1));
-    if (shadow) {
-        painter.setBrush(QColor(colors.foreground));
-        painter.drawPath(glyphs.translated(1, 1));
-    }
-    painter.setBrush(QColor(colors.background));
-    painter.drawPath(glyphs);
-}
-
 } // namespace
 
 QString PictureText_DecodeMacRoman(const uint8_t* bytes, size_t count, const TextStyle& style)
@@ -114,9 +99,15 @@ void PictureText_Paint(QPainter& painter,
         painter.fillRect(line,
                          QColor(style.mode == kSrcCopy ? colors.background : colors.foreground));
     }
-    if ((style.face & (kOutlineFace | kShadowFace)) != 0)
-        PaintHollow(painter, glyphs, (style.face & kShadowFace) != 0, colors);
-    else
+    if ((style.face & (kOutlineFace | kShadowFace)) == 0) {
         PictureCanvas_FillPath(painter, glyphs, DrawingPattern::Solid(true), style.mode, colors);
+    } else { // hollow letters: their rim around a body in the background colour
+        painter.setPen(QColor(colors.foreground));
+        painter.setBrush(QColor(colors.foreground));
+        if ((style.face & kShadowFace) != 0)
+            painter.drawPath(glyphs.translated(1, 1));
+        painter.setBrush(QColor(colors.background));
+        painter.drawPath(glyphs);
+    }
     painter.restore();
 }

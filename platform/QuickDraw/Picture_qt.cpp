@@ -17,13 +17,6 @@ constexpr uint64_t kMaxKept = 4 << 20; // bytes of a picture that is kept for it
 // Of the canvas that a larger picture is painted in bands on.
 constexpr int kMaxBandPixels = 1 << 20;
 
-/// A picture decoded lately, with its data: the same box is usually reopened.
-struct KeptPicture
-{
-    QByteArray data;
-    std::shared_ptr<const DecodedPicture> picture;
-};
-
 } // namespace
 
 void DecodedPicture::Paint(QPainter& painter, const QRectF& target) const
@@ -85,11 +78,13 @@ QImage DecodedPicture::Replay(QSize size, int top, int rows) const
 
 std::shared_ptr<const DecodedPicture> DecodedPicture::Decode(const void* data, std::size_t size)
 {
-    static auto& kept = *new std::array<KeptPicture, 2>; // never freed: Qt may be gone by then
+    // Two pictures decoded lately, with their data: the same box is usually reopened.
+    using Kept = std::pair<QByteArray, std::shared_ptr<const DecodedPicture>>;
+    static auto& kept = *new std::array<Kept, 2>; // never freed: Qt may be gone by then
     const QByteArrayView bytes(static_cast<const char*>(data), static_cast<qsizetype>(size));
-    for (const KeptPicture& known : kept) {
-        if (known.picture && bytes == known.data)
-            return known.picture;
+    for (const auto& [known, picture] : kept) {
+        if (picture && bytes == known)
+            return picture;
     }
     try {
         InterpretedPicture interpreted = Interpreter_Run(static_cast<const uint8_t*>(data), size);

@@ -37,18 +37,15 @@ enum {
     typeWindowRef = 0x77696E64            // 'wind'
 };
 
-enum {
-    kHICommandOK = 0x6F6B2020,     // 'ok  '
-    kHICommandClose = 0x636C6F73   // 'clos'
-};
+enum { kHICommandClose = 0x636C6F73 }; // 'clos'
 
-enum { kHICommandFromMenu = 1, kHICommandFromControl = 2, kHICommandFromWindow = 4 };
+enum { kHICommandFromControl = 2, kHICommandFromWindow = 4 };
 
 #pragma pack(push, 2)
 
 typedef struct HICommand
 {
-    UInt32 attributes; // kHICommandFromMenu and its like; 0 unknown
+    UInt32 attributes; // kHICommandFromControl and its like; 0 unknown
     UInt32 commandID;
     struct
     {

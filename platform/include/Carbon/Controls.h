@@ -37,18 +37,14 @@ enum {
     kControlUseSizeMask = 0x0004,
     kControlUseForeColorMask = 0x0008,
     kControlUseBackColorMask = 0x0010,
-    kControlUseModeMask = 0x0020,
     kControlUseJustMask = 0x0040,
     kControlUseThemeFontIDMask = 0x0080,
-    kControlAddFontSizeMask = 0x0100,
-    kControlAddToMetaFontMask = 0x0200
+    kControlAddFontSizeMask = 0x0100
 };
 
 enum {
     kControlFontBigSystemFont = -1,
     kControlFontSmallSystemFont = -2,
-    kControlFontSmallBoldSystemFont = -3,
-    kControlFontViewSystemFont = -4,
     kControlFontMiniSystemFont = -5
 };
 

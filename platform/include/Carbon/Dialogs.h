@@ -19,8 +19,6 @@ enum {
 enum { kWindowDefaultPosition = 0 };
 
 #define kAlertDefaultOKText ((ConstStringPtr)-1L)
-#define kAlertDefaultCancelText ((ConstStringPtr)-1L)
-#define kAlertDefaultOtherText ((ConstStringPtr)-1L)
 
 typedef Boolean (*ModalFilterUPP)(WindowRef dialog, void* event, SInt16* itemHit);
 

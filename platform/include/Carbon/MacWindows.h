@@ -12,22 +12,14 @@ typedef UInt32 WindowModality;
 typedef UInt16 WindowRegionCode;
 
 enum {
-    kAlertWindowClass = 1,
     kMovableAlertWindowClass = 2,
-    kModalWindowClass = 3,
-    kMovableModalWindowClass = 4,
     kFloatingWindowClass = 5,
     kDocumentWindowClass = 6,
-    kUtilityWindowClass = 8,
     kHelpWindowClass = 10,
-    kSheetWindowClass = 11,
-    kToolbarWindowClass = 12,
     kPlainWindowClass = 13,
     kOverlayWindowClass = 14,
-    kSheetAlertWindowClass = 15,
     kAltPlainWindowClass = 16,
-    kSimpleWindowClass = 18,
-    kDrawerWindowClass = 20
+    kSimpleWindowClass = 18
 };
 
 enum {
