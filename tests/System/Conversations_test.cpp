@@ -139,6 +139,7 @@ private:
             Say(mark, Escaped(line), lines.eof() ? " (no line end)" : "");
     }
     void SayString() { Say('\'', Escaped(TextOf(m_string)), '\''); }
+    void SayFormatted() { Say(Shown(TextOf(m_string)), ", room for ", m_string.GetAllocLength()); }
     void SayLog()
     {
         const char* const states[] = { "closed", "", "on standard output", "open" };
@@ -174,7 +175,7 @@ private:
             m_string.Format(Text(1), Int(3), value, "text", 7);
         else
             m_string.Format(Text(1), value, "text", 7);
-        Say(Shown(TextOf(m_string)), ", room for ", m_string.GetAllocLength());
+        SayFormatted();
     }
 
     void Reset()
@@ -263,6 +264,9 @@ private:
         { "pointer", [this] { Format(reinterpret_cast<void*>(std::intptr_t { Int(2) })); } },
         { "text", [this] { Format(Text(2)); } },
         { "count", [this] { Format(&m_number); Say(m_number); } },
+        { "own", [this] { m_string.Clear(); m_string = Text(1); m_string.Format(Text(2), m_string.GetString(), "text", 7); SayFormatted(); } },
+        { "ownshared", [this] { m_string.Clear(); m_string = Text(1); const String copy(m_string); m_string.Format(Text(2), m_string.GetString(), "text", 7); SayFormatted(); } },
+        { "ownformat", [this] { m_string.Clear(); m_string = Text(1); m_string.Format(m_string, 1, "text", 7); SayFormatted(); } },
         { "formatargs", [this] { static va_list args; m_string.FormatArgs(Text(1), args); } },
         { "=", [this] { m_string = Text(1); } },
         { "refs", [this] { m_string.GetData()->nRefs = Int(1); } },
@@ -296,6 +300,8 @@ private:
         { "checkinited", [this] { Say(CheckInited()); } },
         { "releasestrings", [] { ReleaseModuleStrings(); } },
         { "names", [this] { Say(Shown(GetModuleProductName().GetString()), ' ', Shown(GetModuleComponentName().GetString()), ' ', GetModuleIdentifier().GetString()); } },
+        { "productname", [this] { Say(Shown(GetModuleProductName().GetString())); } },
+        { "componentname", [this] { Say(Shown(GetModuleComponentName().GetString())); } },
         { "path", [this] { m_string = GetModulePath(); SayString(); } },
         { "parent", [this] { GetModuleParentFolder(m_string); SayString(); } },
         { "bundlename", [this] { GetModuleBundleName(m_string); SayString(); } },

@@ -128,23 +128,21 @@ struct Model
         if (section.empty())
             return;
         const Line header = Find(section) == lines.end() ? Make(section) : Find(section);
-        if (!text.empty() && FindLine(header, text) == End(header)) {
-            lines.insert(End(header), text);
-            isDirty = true;
-        }
+        if (text.empty() || FindLine(header, text) != End(header))
+            return;
+        lines.insert(End(header), text);
+        isDirty = true;
     }
     void RemoveLine(const Text& section, const Text& text)
     {
-        const Line header = Find(section);
-        const Line p = FindLine(header, text);
         if (section.empty())
             return;
-        if (header == lines.end()) {
-            Make(section);
-        } else if (!text.empty() && p != End(header)) {
-            lines.erase(p);
-            isDirty = true;
-        }
+        const Line header = Find(section) == lines.end() ? Make(section) : Find(section);
+        const Line p = FindLine(header, text);
+        if (text.empty() || p == End(header))
+            return;
+        lines.erase(p);
+        isDirty = true;
     }
 
     Lines GetSections() const
@@ -188,27 +186,20 @@ Lines Texts(const ProfileLineList& list)
 }
 
 // The texts are few, so that sections, keys and lines are met again.
+// clang-format off
 const char* const kSections[] = { "a", "a", "a", "b", "b", "A", " a", "x]y", "a[", "", nullptr };
 const char* const kKeys[] = { "k", "k", "k", "l", " k", "k ", "=", "[b]", "#c", "", nullptr };
 const char* const kModes[] = { "r", "r+", "r", "a+", "rb", "w+", "a", "?", nullptr };
 const Lines kValues = { "", "", "v", " w\t", "=", "x]", "[a]", "two\nlines", Text("\0z", 2) };
-const Lines kLines = { "k=v", "k=v",    " k = w ", "; c", "",   " ",  "[a]",
-                       "[b]", "\t[A]x", "n=[ a]",  "[",   "][", "=x", "[]" };
+const Lines kLines = { "k=v", "k=v", " k = w ", "; c", "", " ", "[a]", "[b]", "\t[A]x", "n=[ a]", "[", "][", "=x", "[]" };
 const Lines kEnds = { "\n", "\n", "\n", "\r\n", "\r", "" };
 const Lines kNames = { "plain", "link", "hard1", "hard2", "none/x" };
+// clang-format on
 
-struct Profile
+class ProfileFileModel : public testing::Test
 {
-    std::unique_ptr<ProfileFile> real = std::make_unique<ProfileFile>();
-    Model model;
-    Text name;
-    bool isOpen = false;
-};
-
-class World
-{
-public:
-    World()
+protected:
+    ProfileFileModel()
     {
         WriteFile(At("hard1"), m_files["hard1"]);
         std::filesystem::create_hard_link(At("hard1"), At("hard2"));
@@ -217,6 +208,14 @@ public:
     void Step();
 
 private:
+    struct Profile
+    {
+        std::unique_ptr<ProfileFile> real = std::make_unique<ProfileFile>();
+        Model model;
+        Text name;
+        bool isOpen = false;
+    };
+
     size_t Below(size_t n) { return m_random() % n; }
     template <class Range> const auto& OneOf(const Range& range)
     {
@@ -235,9 +234,8 @@ private:
     }
     void ChangeOutside();
     void Open(Profile& profile);
-    void Close(Profile& profile, bool isEnd);
+    void ExpectClose(Profile& profile);
     void Read(Profile& profile, const char* lpszSection, const char* lpszKey);
-    void ChangeList();
 
     TemporaryFolder m_folder;
     std::mt19937 m_random { static_cast<unsigned>(FromEnvironment("VELTRANO_SEED", 1)) };
@@ -246,25 +244,23 @@ private:
     ProfileLineList m_list;
 };
 
-void World::ChangeOutside()
+void ProfileFileModel::ChangeOutside()
 {
-    const Text name = Target(OneOf(kNames));
-    if (name == "none/x") {
-        std::filesystem::remove(At("plain"));
-        m_files.erase("plain");
-        return;
-    }
     Text text;
     for (size_t n = Below(60) == 0 ? Below(4000) : Below(20); n-- > 0;)
         text += RandomLine() + OneOf(kEnds);
-    WriteFile(At(name), m_files[name] = text);
+    const Text name = Target(OneOf(kNames));
+    if (name != "none/x")
+        return WriteFile(At(name), m_files[name] = text);
+    std::filesystem::remove(At("plain"));
+    m_files.erase("plain");
 }
 
-void World::Open(Profile& profile)
+void ProfileFileModel::Open(Profile& profile)
 {
     const char* lpszMode = OneOf(kModes);
     const bool isAgain = Below(6) == 0;
-    Close(profile, false);
+    ExpectClose(profile);
     if (!isAgain)
         profile.name = OneOf(kNames);
     const Bool32 bOpen = profile.real->Open(isAgain ? nullptr : At(profile.name).c_str(), lpszMode);
@@ -282,21 +278,17 @@ void World::Open(Profile& profile)
         profile.model.Load(text);
 }
 
-// By itself, by its end, or by the next opening, which comes then.
-void World::Close(Profile& profile, bool isEnd)
+void ProfileFileModel::ExpectClose(Profile& profile)
 {
-    if (profile.isOpen && profile.model.isDirty && !profile.model.lines.empty())
+    if (!profile.isOpen)
+        return;
+    if (profile.model.isDirty && !profile.model.lines.empty())
         m_files[Target(profile.name)] = profile.model.Written();
-    if (profile.isOpen)
-        profile.model = {};
-    if (isEnd && Below(3) == 0)
-        profile = Profile();
-    else if (isEnd)
-        profile.real->Close();
+    profile.model = {};
     profile.isOpen = false;
 }
 
-void World::Read(Profile& profile, const char* lpszSection, const char* lpszKey)
+void ProfileFileModel::Read(Profile& profile, const char* lpszSection, const char* lpszKey)
 {
     Text section = lpszSection ? lpszSection : "";
     String value(lpszKey);
@@ -320,72 +312,39 @@ void World::Read(Profile& profile, const char* lpszSection, const char* lpszKey)
     EXPECT_EQ(nFound, m_list.GetCount());
 }
 
-/// The list that enumerations fill, by itself.
-void World::ChangeList()
-{
-    Lines expected = Texts(m_list);
-    const size_t nAt = Below(expected.size() + 1);
-    ProfileLine* p = m_list.head;
-    for (size_t n = nAt; n-- > 0;)
-        p = p->next;
-    const auto position = expected.begin() + static_cast<std::ptrdiff_t>(nAt);
-    if (Below(2) == 0) {
-        expected.insert(position, "new");
-        m_list.InsertBefore(p, "new");
-    } else {
-        if (p != nullptr)
-            expected.erase(position);
-        nAt == 0 ? m_list.RemoveHead() : m_list.Remove(p);
-    }
-    EXPECT_EQ(Texts(m_list), expected);
-}
-
-void World::Step()
+void ProfileFileModel::Step()
 {
     Profile& profile = m_profiles[Below(2)];
+    ProfileFile& real = *profile.real;
     const char* lpszSection = OneOf(kSections);
     const char* lpszKey = OneOf(kKeys);
     const Text section = lpszSection ? lpszSection : "";
+    const Text key = lpszKey ? lpszKey : "";
     const Text value = OneOf(kValues);
     const Text line = RandomLine().c_str();
     const String all(lpszSection); // one text for all
-    switch (Below(20)) {
-    case 0:
+    const size_t nKind = Below(20);
+    if (nKind < 1) {
         ChangeOutside();
-        break;
-    case 1:
-    case 2:
+    } else if (nKind < 3) {
         Open(profile);
-        break;
-    case 3:
-        Close(profile, true);
-        break;
-    case 4:
-        ChangeList();
-        break;
-    case 5:
-        profile.real->SetValue(all, all, all);
+    } else if (nKind < 4) {
+        ExpectClose(profile);
+        Below(3) != 0 ? real.Close() : void(profile = Profile());
+    } else if (nKind < 5) {
+        real.SetValue(all, all, all);
         profile.model.SetValue(section, section, section);
-        break;
-    case 6:
-    case 7:
-        profile.real->AddLine(lpszSection, line.c_str());
+    } else if (nKind < 7) {
+        real.AddLine(lpszSection, line.c_str());
         profile.model.AddLine(section, line);
-        break;
-    case 8:
-    case 9:
-        profile.real->RemoveLine(lpszSection, line.empty() ? nullptr : line.c_str());
+    } else if (nKind < 9) {
+        real.RemoveLine(lpszSection, line.empty() ? nullptr : line.c_str());
         profile.model.RemoveLine(section, line);
-        break;
-    case 10:
-    case 11:
-    case 12:
+    } else if (nKind < 12) {
         Read(profile, lpszSection, lpszKey);
-        break;
-    default:
-        profile.real->SetValue(lpszSection, lpszKey,
-                               String(value.data(), static_cast<int>(value.size())));
-        profile.model.SetValue(section, lpszKey ? lpszKey : "", value);
+    } else {
+        real.SetValue(lpszSection, lpszKey, String(value.data(), static_cast<int>(value.size())));
+        profile.model.SetValue(section, key, value);
     }
     for (const auto& [name, text] : m_files)
         EXPECT_EQ(ReadFile(At(name)), text) << name;
@@ -393,16 +352,14 @@ void World::Step()
     EXPECT_EQ(CountFiles(At("")), static_cast<int>(m_files.size()) + 2) << "with link and hard2";
 }
 
-TEST(ProfileModel, RandomOperations)
+TEST_F(ProfileFileModel, RandomOperations)
 {
     const int nOperations = FromEnvironment("VELTRANO_OPERATIONS", 5000);
-    World world;
-    for (int i = 0; i < nOperations && !testing::Test::HasFailure(); ++i) {
-        SCOPED_TRACE(i);
-        world.Step();
+    for (int i = 0; i < nOperations; ++i) {
+        Step();
+        ASSERT_FALSE(HasFailure()) << i;
     }
-    if (!testing::Test::HasFailure())
-        printf("%d operations on profiles, 0 differences\n", nOperations);
+    printf("%d operations on profiles, 0 differences\n", nOperations);
 }
 
 } // namespace
