@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Conversations_test.cpp - formats and checks of the string, the log, the module environment and the trace of the
+// Conversations_test.cpp - formats and checks of the string, the log, the module environment and profiles, and the trace of the
 // preferences store, by recorded conversations: most commands are a routine of the API. They run in a temporary
 // folder, "~". What a command prints is shown behind "out:" and "err:", lines of the log "trace" behind "|".
 
 #include "System/vlModule.h"
 #include "System/vlModuleLog.h"
 #include "System/vlPreferenceStore.h"
+#include "System/vlProfileFile.h"
 #include "tests/support/Conversation.h"
 #include "tests/support/Processes.h"
 #include "tests/support/StringChecks.h"
@@ -136,10 +137,22 @@ private:
             text = std::regex_replace(text, std::regex(part), mask);
         std::istringstream lines(text);
         for (std::string line; std::getline(lines, line);)
-            Say(mark, Escaped(line), lines.eof() ? " (no line end)" : "");
+            Say(mark, Escaped(line.substr(0, 120)),
+                line.size() > 120 ? " ... " + std::to_string(line.size()) : "",
+                lines.eof() ? " (no line end)" : "");
     }
     void SayString() { Say('\'', Escaped(TextOf(m_string)), '\''); }
     void SayFormatted() { Say(Shown(TextOf(m_string)), ", room for ", m_string.GetAllocLength()); }
+    void SayList(int nCount)
+    {
+        const ProfileLine* pPrevious = nullptr;
+        for (const ProfileLine* p = m_list.head; p != nullptr; pPrevious = p, p = p->next) {
+            Say(Shown(TextOf(p->text)));
+            EXPECT_EQ(p->previous, pPrevious);
+            --nCount;
+        }
+        EXPECT_TRUE(m_list.tail == pPrevious && nCount == 0);
+    }
     void SayLog()
     {
         const char* const states[] = { "closed", "", "on standard output", "open" };
@@ -244,6 +257,8 @@ private:
         { "cat", [this] { SayLines("", ReadFile(Text(1))); } },
         { "folder", [this] { std::filesystem::create_directories(Text(1)); } },
         { "remove", [this] { std::filesystem::remove_all(Text(1)); } },
+        { "symlink", [this] { std::filesystem::create_symlink(Text(1), Text(2)); } },
+        { "hardlink", [this] { std::filesystem::create_hard_link(Text(1), Text(2)); } },
         { "mode", [this] { struct stat info {}; Say(stat(Text(1), &info) == 0 ? "" : "none ", std::oct, info.st_mode); } },
         { "locks", [this] { SayLocks(); } },
         { "env", [this] { setenv(Text(1), Text(2), 1); } },
@@ -325,6 +340,21 @@ private:
         { "setintpref", [this] { Say(SetModuleIntPref(Text(1), Int(2), Int(3) != 0)); } },
         { "getstringpref", [this] { GetModuleStringPref(m_string, Text(1), Text(2), Int(3) != 0); SayString(); } },
         { "setstringpref", [this] { Say(SetModuleStringPref(Text(1), Text(2), Int(3) != 0)); } },
+        // A profile; "" for no value
+        { "profile", [this] { Say(m_profile->Open(Text(1), Text(2))); } },
+        { "write", [this] { m_profile->Close(); } },
+        { "endprofile", [this] { m_profile = std::make_unique<ProfileFile>(); } },
+        { "get", [this] { m_string = "before"; const Bool32 isFound = m_profile->GetValue(Text(1), Text(2), m_string); Say(isFound, ' ', Shown(TextOf(m_string))); } },
+        { "getsame", [this] { m_string = Text(1); Say(m_profile->GetValue(m_string, m_string, m_string)); SayString(); } },
+        { "set", [this] { m_profile->SetValue(Text(1), Text(2), Text(3)); } },
+        { "setsame", [this] { m_string = Text(1); m_profile->SetValue(m_string, m_string, m_string); } },
+        { "add", [this] { m_profile->AddLine(Text(1), Text(2)); } },
+        { "take", [this] { m_profile->RemoveLine(Text(1), Text(2)); } },
+        { "sections", [this] { SayList(m_profile->GetSections(m_list)); } },
+        { "keys", [this] { SayList(m_profile->GetKeys(m_list, Text(1))); } },
+        { "lines", [this] { SayList(m_profile->GetLines(m_list, Text(1))); } },
+        { "keysoffirst", [this] { SayList(m_profile->GetKeys(m_list, m_list.head->text)); } },
+        { "linesoffirst", [this] { SayList(m_profile->GetLines(m_list, m_list.head->text)); } },
         // One store
         { "store", [this] { m_store = std::make_unique<PreferenceStore>(Text(1), Int(2)); Say(m_store->m_valid); } },
         { "initialize", [this] { Say(m_store->Initialize(Text(1), Int(2)), ", valid ", m_store->m_valid); } },
@@ -345,6 +375,8 @@ private:
     const ModuleLog m_log = moduleLog_; // as it is loaded
     TemporaryHome m_home;
     OpenString m_string;
+    std::unique_ptr<ProfileFile> m_profile = std::make_unique<ProfileFile>();
+    ProfileLineList m_list;
     std::unique_ptr<PreferenceStore> m_store;
     CFBundleRef m_bundle = nullptr;
     int m_number = 0;
@@ -357,9 +389,10 @@ TEST_P(Conversations, GoAsRecorded)
     Play(m_commands, std::string(TEST_FOLDER "/conversations/") + GetParam() + ".txt");
 }
 
-INSTANTIATE_TEST_SUITE_P(,
-                         Conversations,
-                         testing::Values("formats", "checks", "log", "module", "preferences"),
-                         [](const auto& name) { return std::string(name.param); });
+INSTANTIATE_TEST_SUITE_P(
+    ,
+    Conversations,
+    testing::Values("formats", "checks", "log", "module", "profile", "preferences"),
+    [](const auto& name) { return std::string(name.param); });
 
 } // namespace
