@@ -8,6 +8,7 @@
 #include "System/vlPreferenceStore.h"
 #include "System/vlProfileFile.h"
 #include "tests/support/Conversation.h"
+#include "tests/support/Foundation.h"
 #include "tests/support/Processes.h"
 #include "tests/support/StringChecks.h"
 
@@ -74,13 +75,6 @@ Boolean CFPreferencesSynchronize(CFStringRef app, CFStringRef user, CFStringRef 
     return REAL(CFPreferencesSynchronize)(app, user, host);
 }
 
-CFMutableDictionaryRef
-CFDictionaryCreateMutableCopy(CFAllocatorRef allocator, CFIndex capacity, CFDictionaryRef dict)
-{
-    LogPrintRaw("copy dictionary, room for %ld\n", capacity);
-    return REAL(CFDictionaryCreateMutableCopy)(allocator, capacity, dict);
-}
-
 namespace {
 
 // Reaches the building blocks, and breaks the invariants that they check.
@@ -92,12 +86,6 @@ public:
     using String::ReleaseData;
     using String::operator=;
 };
-
-// Printf formats that the compiler does not check.
-int (*const Print)(const char*, ...) = LogPrint;
-int (*const PrintRaw)(const char*, ...) = LogPrintRaw;
-void (*const PrintIf)(int, const char*, ...) = LogPrintIf;
-void (*const PrintRawIf)(int, const char*, ...) = LogPrintRawIf;
 
 class Conversations : public testing::TestWithParam<const char*>, protected Conversation
 {
@@ -167,14 +155,13 @@ private:
     /// Does commands, with "; " between them, in a process that they should end.
     void Die()
     {
-        const int nLiving
-            = 1 - InProcesses(1, [this](int) {
-                  std::string rest = m_line.substr(m_line.find(' ') + 1) + "; ";
-                  for (std::size_t n; (n = rest.find("; ")) != rest.npos; rest.erase(0, n + 2))
-                      Conversation::Do(rest.substr(0, n));
-                  return true;
-              });
-        if (nLiving != 0)
+        const auto live = [this](int) {
+            std::string rest = m_line.substr(m_line.find(' ') + 1) + "; ";
+            for (std::size_t n; (n = rest.find("; ")) != rest.npos; rest.erase(0, n + 2))
+                Conversation::Do(rest.substr(0, n));
+            return true;
+        };
+        if (InProcesses(1, live) == 0)
             Say("lives");
     }
 
@@ -210,12 +197,9 @@ private:
 
     void SayBundle()
     {
-        UInt8 path[260] = "";
-        const CFURLRef url = CFBundleCopyBundleURL(GetModuleBundle());
-        CFURLGetFileSystemRepresentation(url, true, path, sizeof path);
-        CFRelease(url);
         const bool isSame = std::exchange(m_bundle, GetModuleBundle()) == m_bundle;
-        Say(path, isSame ? ", the same, " : ", ", CFGetRetainCount(m_bundle), " held");
+        Say(PathOf(Own(CFBundleCopyBundleURL(m_bundle)).get()), isSame ? ", the same, " : ", ",
+            CFGetRetainCount(m_bundle), " held");
     }
 
     void SayPart(unsigned (*part)(const char*, char*, unsigned))
@@ -267,10 +251,10 @@ private:
         { "log", [this] { ModuleLog::open(Text(1), Text(2), Int(3), Text(4)); SayLog(); } },
         { "close", [this] { ModuleLog::close(); SayLog(); } },
         { "reset", [this] { Reset(); } },
-        { "print", [this] { Say(Print(Text(1), Text(2), 7)); } },
-        { "raw", [this] { Say(PrintRaw(Text(1), Text(2), 7)); } },
-        { "printif", [this] { PrintIf(Int(1), Text(2), Text(3), 7); } },
-        { "rawif", [this] { PrintRawIf(Int(1), Text(2), Text(3), 7); } },
+        { "print", [this] { Say(LogPrint(Text(1), Text(2), 7)); } },
+        { "raw", [this] { Say(LogPrintRaw(Text(1), Text(2), 7)); } },
+        { "printif", [this] { LogPrintIf(Int(1), Text(2), Text(3), 7); } },
+        { "rawif", [this] { LogPrintRawIf(Int(1), Text(2), Text(3), 7); } },
         // One string
         { "int", [this] { Format(Int(2)); } },
         { "long", [this] { Format(std::stol(Word(2))); } },

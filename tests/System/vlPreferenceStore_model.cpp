@@ -11,25 +11,38 @@
 #include <memory>
 #include <optional>
 #include <sys/socket.h>
-#include <variant>
 
 using namespace Veltrano;
 
 namespace {
 
+// The values of each type; the last is a getter's default.
+const SInt32 kInts[] = { 1, INT32_MIN, INT32_MAX, -5 };
+const Bool32 kBools[] = { 1, 0, 0, 2 };
+const std::string kTexts[] = { "plain", "漢", "", "default" };
+const std::string kBytes[] = { "x", "\xff\1\2", std::string(40, 'b'), "" };
+
 struct Value
 {
     using Dict = std::map<std::string, Value>;
-    using Bytes = std::vector<char>;
-    std::variant<SInt32, bool, std::string, Bytes, Dict> is;
-    friend bool operator==(const Value& a, const Value& b) { return a.is == b.is; }
+    int type, index; // in those; 4 is a dictionary
+    Dict dict = {};
+    friend bool operator==(const Value& a, const Value& b)
+    {
+        return a.type == b.type && a.index == b.index && a.dict == b.dict;
+    }
 };
 using Dict = Value::Dict;
 using Slot = std::optional<Value>; // or none
 
+Slot AsSlot(const Dict& dict)
+{
+    return Value { 4, 0, dict };
+}
+
 const Dict* AsDict(const Slot& slot)
 {
-    return slot ? std::get_if<Dict>(&slot->is) : nullptr;
+    return slot && slot->type == 4 ? &slot->dict : nullptr;
 }
 
 Slot Find(const Dict* dict, const std::string& key)
@@ -60,9 +73,9 @@ void SetAt(Dict& dict, std::string path, const Value& value)
         dict[key] = value;
         return;
     }
-    Dict inner = AsDict(Find(&dict, key)) ? std::get<Dict>(dict[key].is) : Dict();
+    Dict inner = AsDict(Find(&dict, key)) ? dict[key].dict : Dict();
     SetAt(inner, path, value);
-    dict[key] = { inner };
+    dict[key] = *AsSlot(inner);
 }
 
 struct File
@@ -105,7 +118,7 @@ public:
             if (!value)
                 return false;
             SetAt(dict, path, *value);
-            Set(domain, key, Value { dict });
+            Set(domain, key, AsSlot(dict));
         } else {
             Set(domain, key, value);
         }
@@ -147,14 +160,14 @@ private:
                 SetIn(merged, key,
                       Merge(Find(AsDict(base), key), Find(AsDict(ours), key),
                             Find(AsDict(disk), key)));
-        return Value { merged };
+        return AsSlot(merged);
     }
     View& Look(const Domain& domain)
     {
         View& view = m_views[domain];
         const Dict& disk = sFiles[domain].values;
         view.mustLook = false;
-        view.ours = *AsDict(Merge(Value { view.base }, Value { view.ours }, Value { disk }));
+        view.ours = *AsDict(Merge(AsSlot(view.base), AsSlot(view.ours), AsSlot(disk)));
         view.base = disk;
         for (const auto& [key, value] : view.plain)
             SetIn(view.ours, key, value);
@@ -172,55 +185,44 @@ private:
     std::map<Domain, View> m_views;
 };
 
-// A set of a value of a type, or of none.
-Bool32 Set(PreferenceStore& store, const std::string& path, int type, const Slot& value)
+// Sets a value of a type, or none.
+Bool32 Set(PreferenceStore& store, const char* entry, int type, const Slot& value)
 {
-    const char* entry = path.c_str();
-    const auto number = type == 0 && value ? std::get<SInt32>(value->is) : 0;
-    const Bool32 boolean = type == 1 && value ? std::get<bool>(value->is) * 7 : 0;
-    Value::Bytes bytes = type == 3 && value ? std::get<Value::Bytes>(value->is) : Value::Bytes();
+    const int i = value ? value->index : 3;
+    std::string bytes = kBytes[i];
     switch (type) {
     case 0:
-        return store.SetInt(entry, store.m_user, value ? &number : nullptr);
+        return store.SetInt(entry, store.m_user, value ? &kInts[i] : nullptr);
     case 1:
-        return store.SetBool(entry, store.m_user, value ? &boolean : nullptr);
+        return store.SetBool(entry, store.m_user, value ? &kBools[i] : nullptr);
     case 2:
-        return store.SetString(entry, store.m_user,
-                               value ? std::get<std::string>(value->is).c_str() : nullptr);
-    default:
-        const Bool32 isDone
-            = store.SetBinary(entry, store.m_user, bytes.data(), static_cast<SInt32>(bytes.size()));
-        std::fill(bytes.begin(), bytes.end(), '#'); // the service has a copy
-        return isDone;
+        return store.SetString(entry, store.m_user, value ? kTexts[i].c_str() : nullptr);
     }
+    const auto nBytes = static_cast<SInt32>(bytes.size());
+    const Bool32 isDone = store.SetBinary(entry, store.m_user, bytes.data(), nBytes);
+    std::fill(bytes.begin(), bytes.end(), '#'); // the service has a copy
+    return isDone;
 }
 
-// A value of a type, or the default for one.
-Value Get(PreferenceStore& store, const std::string& path, int type)
+// The number of the value of a type, 3 for the default.
+std::ptrdiff_t Get(PreferenceStore& store, const char* entry, int type)
 {
-    const char* entry = path.c_str();
-    Value::Bytes bytes(64);
+    const auto find = [](const auto& all, const auto& value) {
+        return std::find(std::begin(all), std::end(all), value) - std::begin(all);
+    };
+    std::string bytes(64, '.');
     UInt32 nSize = 64;
     switch (type) {
     case 0:
-        return { store.GetInt(entry, store.m_user, -5) };
+        return find(kInts, store.GetInt(entry, store.m_user, kInts[3]));
     case 1:
-        return { store.GetBool(entry, store.m_user, 1) != 0 };
+        return find(kBools, store.GetBool(entry, store.m_user, kBools[3]));
     case 2:
-        return { TextOf(store.GetString(entry, store.m_user, "default")) };
-    default:
-        bytes.resize(store.GetBinary(entry, store.m_user, bytes.data(), &nSize) ? nSize : 0);
-        return { bytes };
+        return find(kTexts, TextOf(store.GetString(entry, store.m_user, kTexts[3].c_str())));
     }
+    bytes.resize(store.GetBinary(entry, store.m_user, bytes.data(), &nSize) ? nSize : 0);
+    return find(kBytes, bytes);
 }
-
-const Value kDefaults[] = { { -5 }, { true }, { std::string("default") }, { Value::Bytes() } };
-const Value kValues[][3] = {
-    { { 1 }, { INT32_MIN }, { INT32_MAX } },
-    { { true }, { false }, { true } },
-    { { std::string("plain") }, { std::string("漢") }, { std::string() } },
-    { { Value::Bytes { 'x' } }, { Value::Bytes { '\xff', 1, 2 } }, { Value::Bytes(40, 'b') } },
-};
 
 // One of two processes. Both go through the same operations and models; each performs its own operations.
 bool RunProcess(
@@ -239,7 +241,8 @@ bool RunProcess(
         for (int n = below(4), left = n; left >= 0; --left)
             path += std::string(left == n ? "" : "/") + (left + 1 == n && kind % 2 != 0 ? "?" : "")
                 + std::vector { "A", "B", "B", "C", "", "é" }[static_cast<size_t>(below(6))];
-        const Slot value = below(5) == 0 ? Slot() : kValues[type][below(3)];
+        const int index = below(type == 1 ? 2 : 3);
+        const Slot value = below(5) == 0 ? Slot() : Value { type, index };
         const std::string file = home.Path("etc/preferences/" + domain.first + ".plist");
         SCOPED_TRACE(std::to_string(i) + ": " + std::to_string(kind) + ", " + path);
         if (kind == 0 || domain.first.empty()) {
@@ -262,12 +265,11 @@ bool RunProcess(
                 WriteFile(file, "damaged");
         } else if (kind % 2 == 0) {
             const bool isSet = service.Put(domain, path, value);
-            EXPECT_TRUE(!isOwn || isSet == (Set(*stores[at], path, type, value) != 0));
+            EXPECT_TRUE(!isOwn || isSet == (Set(*stores[at], path.c_str(), type, value) != 0));
         } else {
             const Slot found = service.Get(domain, path);
-            const bool isFound = found && found->is.index() == static_cast<size_t>(type);
-            const Value expected = isFound ? *found : kDefaults[type];
-            EXPECT_TRUE(!isOwn || expected == Get(*stores[at], path, type));
+            const int expected = found && found->type == type ? found->index : 3;
+            EXPECT_TRUE(!isOwn || expected == Get(*stores[at], path.c_str(), type));
         }
         char token = 0;
         if (isOwn && (testing::Test::HasFailure() || write(channel, &token, 1) != 1))

@@ -147,6 +147,7 @@ private:
 
     std::mt19937 m_random;
     Pair m_pairs[6];
+    Pair* m_target = nullptr; // of the operation
     std::string m_texts[4]; // of arguments
     size_t m_nTexts = 0;
     std::vector<std::shared_ptr<Block>> m_locked;
@@ -174,7 +175,7 @@ Argument Driver::Text()
         text = RandomText(n < 4 ? 3 : 60);
         return { text.c_str(), text.c_str() };
     }
-    const Pair& b = Any();
+    const Pair& b = Number(0, 1) == 0 ? *m_target : Any();
     const int nStart = Number(0, b.model.Length());
     return { b.real->GetString() + nStart, b.model.Piece(nStart) };
 }
@@ -323,13 +324,13 @@ void Driver::Operate(Pair& a, Pair& b)
 
 int Driver::Step()
 {
-    Pair& changed = Any();
+    Pair& changed = *(m_target = &Any());
     Operate(changed, Any());
     if (changed.model.Length() > 300) {
         changed.real->CloseBuffer(5);
         changed.model.Edit(changed.model.Text().substr(0, 5));
     }
-    bool isSame = m_result == m_expected && FailingNew::nLiveArrays == Block::nLive;
+    bool isSame = m_result == m_expected && FailingNew::nArrays == Block::nLive;
     const char* const nil = String().GetString();
     for (const Pair& a : m_pairs) {
         const StringData* pData = a.real->GetData();
@@ -347,7 +348,7 @@ int Driver::Step()
 
 TEST(StringModel, RandomOperations)
 {
-    const int nOperations = FromEnvironment("VELTRANO_OPERATIONS", 60000);
+    const int nOperations = FromEnvironment("VELTRANO_OPERATIONS", 200000);
     const int nSeed = FromEnvironment("VELTRANO_SEED", 1);
     const int nRun = 1000; // operations with the same six strings
     for (int i = 0; i < nOperations; i += nRun) {
@@ -358,41 +359,24 @@ TEST(StringModel, RandomOperations)
     printf("%d operations: 0 differences\n", nOperations);
 }
 
-TEST(String, ManyReplacementsAllocateOnce)
-{
-    String many;
-    std::string expected;
-    for (int i = 0; i < 500; ++i) {
-        many += "--<>";
-        EXPECT_EQ(FailingNew::nLastSize, sizeof(StringData) + 4 * size_t(i + 1) + 1) << "exact";
-        expected += "--[=]";
-    }
-    const int nBefore = FailingNew::nArrays;
-    EXPECT_EQ(many.ReplaceText("<>", "[=]"), 500);
-    EXPECT_EQ(many, expected.c_str());
-    EXPECT_EQ(many.ReplaceText("[=]", "<>"), 500);
-    EXPECT_EQ(FailingNew::nArrays, nBefore + 1) << "a shorter text stays in its block";
-}
-
 TEST(String, CopiesLiveOnSeveralThreads)
 {
     const int nThreads = 4;
     const int nCopies = FromEnvironment("VELTRANO_COPIES", 400000) / nThreads;
     const String source("shared between threads");
-    auto work = [nCopies](String mine) {
-        for (int i = 0; i < nCopies; ++i) {
-            String copy(mine);
-            String empty;
-            empty = "";
-            if (i % 16 == 0)
-                copy.SetCharAt(0, 'S');
-        }
-    };
     std::vector<std::thread> threads;
     for (int i = 0; i < nThreads; ++i)
-        threads.emplace_back(work, source);
+        threads.emplace_back([nCopies, mine = source] {
+            for (int n = 0; n < nCopies; ++n) {
+                String copy(mine);
+                String() = "";
+                if (n % 16 == 0)
+                    copy.SetCharAt(0, 'S');
+            }
+        });
     for (std::thread& thread : threads)
         thread.join();
+    threads.clear();
     EXPECT_EQ(source.GetData()->nRefs, 1);
     EXPECT_EQ(source, "shared between threads");
     printf("%d copies on %d threads: count %d\n", nThreads * nCopies, nThreads,

@@ -19,7 +19,7 @@ const int kShortWrite = 0;
 
 } // namespace FailingCalls
 
-#if defined(__x86_64__) || defined(__i386__)
+#if defined(__x86_64__) // elsewhere the calls do not fail
 #define HAS_FAILING_CALLS 1
 
 #include <csignal>
@@ -41,21 +41,12 @@ const struct
     unsigned number;
     const char* name;
 } kCalls[] = {
-    { SYS_close, "close" },     { SYS_fchmod, "fchmod" }, { SYS_flock, "flock" },
-    { SYS_fstat, "stat" },      { SYS_fsync, "fsync" },   { SYS_ftruncate, "ftruncate" },
-    { SYS_mkdir, "mkdir" },     { SYS_open, "open" },     { SYS_openat, "open" },
-    { SYS_read, "read" },       { SYS_rename, "rename" }, { SYS_stat, "stat" },
-    { SYS_statx, "stat" },      { SYS_unlink, "unlink" }, { SYS_utimensat, "futimens" },
-    { SYS_write, "write" },
-#ifdef __x86_64__
-    { SYS_newfstatat, "stat" },
-#else
-    { SYS_fstat64, "stat" },
-    { SYS_fstatat64, "stat" },
-    { SYS_ftruncate64, "ftruncate" },
-    { SYS_stat64, "stat" },
-    { SYS_utimensat_time64, "futimens" },
-#endif
+    { SYS_close, "close" }, { SYS_fchmod, "fchmod" },   { SYS_flock, "flock" },
+    { SYS_fstat, "stat" },  { SYS_fsync, "fsync" },     { SYS_ftruncate, "ftruncate" },
+    { SYS_mkdir, "mkdir" }, { SYS_open, "open" },       { SYS_openat, "open" },
+    { SYS_read, "read" },   { SYS_rename, "rename" },   { SYS_stat, "stat" },
+    { SYS_statx, "stat" },  { SYS_unlink, "unlink" },   { SYS_utimensat, "futimens" },
+    { SYS_write, "write" }, { SYS_newfstatat, "stat" },
 };
 
 inline int nUntilFailure = 0; // 1: the next call fails; 0: none does
@@ -68,13 +59,8 @@ inline void OnSystemCall(int, siginfo_t* info, void* context)
 {
     const int nErrorBefore = errno;
     auto& regs = static_cast<ucontext_t*>(context)->uc_mcontext.gregs;
-#ifdef __x86_64__
     long args[] = { regs[REG_RDI], regs[REG_RSI], regs[REG_RDX], regs[REG_R10], regs[REG_R8] };
     auto& result = regs[REG_RAX];
-#else
-    long args[] = { regs[REG_EBX], regs[REG_ECX], regs[REG_EDX], regs[REG_ESI], regs[REG_EDI] };
-    auto& result = regs[REG_EAX];
-#endif
     const bool bCounts = nError != kShortWrite || (info->si_syscall == SYS_write && args[2] > 1);
     const bool bDue = bCounts && nUntilFailure > 0 && --nUntilFailure == 0;
     for (const auto& call : kCalls)
@@ -88,7 +74,7 @@ inline void OnSystemCall(int, siginfo_t* info, void* context)
         const long n
             = syscall(info->si_syscall, args[0], args[1], args[2], args[3], args[4], kPass);
         if (!bDue || nError == kShortWrite)
-            result = static_cast<greg_t>(n == -1 ? -errno : n);
+            result = n == -1 ? -errno : n;
     }
     errno = nErrorBefore;
 }

@@ -15,10 +15,7 @@ static void* Allocate(std::size_t n, void* caller) noexcept
     Dl_info info;
     const bool isCounted = lpszLibrary == nullptr
         || (dladdr(caller, &info) != 0 && std::strstr(info.dli_fname, lpszLibrary) != nullptr);
-    if (isCounted && IsDue())
-        return nullptr;
-    ++nBlocks;
-    return std::calloc(1, n != 0 ? n : 1);
+    return isCounted && IsDue() ? nullptr : std::calloc(1, n != 0 ? n : 1);
 }
 
 void* operator new(std::size_t n, const std::nothrow_t&) noexcept
@@ -36,11 +33,7 @@ void* operator new(std::size_t n)
 void* operator new[](std::size_t n, const std::nothrow_t&) noexcept
 {
     void* block = Allocate(n, __builtin_return_address(0));
-    if (block != nullptr) {
-        ++nArrays;
-        ++nLiveArrays;
-        nLastSize = n;
-    }
+    nArrays += block != nullptr;
     return block;
 }
 
@@ -53,19 +46,18 @@ void* operator new[](std::size_t n)
 
 void operator delete(void* block) noexcept
 {
-    nBlocks -= block != nullptr;
     std::free(block);
 }
 
 void operator delete(void* block, std::size_t) noexcept
 {
-    operator delete(block);
+    std::free(block);
 }
 
 void operator delete[](void* block) noexcept
 {
-    nLiveArrays -= block != nullptr;
-    operator delete(block);
+    nArrays -= block != nullptr;
+    std::free(block);
 }
 
 void operator delete[](void* block, std::size_t) noexcept

@@ -13,10 +13,7 @@ inline bool bForever = false;
 inline const char* lpszLibrary
     = nullptr; // a part of the name of the only library whose allocations fail
 inline bool bFailed = false;
-inline std::atomic<int> nBlocks = 0; // of the operators, not yet released
-inline std::atomic<int> nArrays = 0; // allocated by the array operators
-inline std::atomic<int> nLiveArrays = 0; // not yet released
-inline std::atomic<size_t> nLastSize = 0; // bytes of the latest array
+inline std::atomic<int> nArrays = 0; // of the array operators, not yet released
 
 /// 1: the next one fails; all later ones, too, when told so.
 inline void Fail(int n, bool isForever = false)

@@ -17,5 +17,3 @@ inline std::string TextOf(const Veltrano::String& string)
     EXPECT_EQ(string.GetString()[pData->nDataLength], '\0') << "no zero behind the text";
     return std::string(string, static_cast<size_t>(pData->nDataLength));
 }
-
-#define EXPECT_TEXT(expected, actual) EXPECT_EQ(std::string(expected), TextOf(actual))
