@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Conversations_test.cpp - formats and checks of the string, the log, the module environment and profiles, and the trace of the
-// preferences store, by recorded conversations: most commands are a routine of the API. They run in a temporary
+// Conversations_test.cpp - formats and checks of the string, the log, the module environment, profiles and the trace
+// of the preferences store, by recorded conversations: most commands are a routine of the API. They run in a temporary
 // folder, "~". What a command prints is shown behind "out:" and "err:", lines of the log "trace" behind "|".
 
 #include "System/vlModule.h"
@@ -15,10 +15,8 @@
 #include <mach-o/dyld.h>
 
 #include <dlfcn.h>
-#include <fcntl.h>
 #include <memory>
 #include <regex>
-#include <sys/file.h>
 #include <sys/stat.h>
 
 using namespace Veltrano;
@@ -182,17 +180,7 @@ private:
     {
         if (moduleLog_.prefix != m_log.prefix)
             free(const_cast<char*>(moduleLog_.prefix));
-        if (moduleLog_.fd > 1)
-            close(moduleLog_.fd);
         moduleLog_ = m_log;
-    }
-
-    void SayLocks()
-    {
-        const int fd = open(Text(1), O_RDWR | O_CLOEXEC);
-        const bool isShared = flock(fd, LOCK_SH | LOCK_NB) == 0;
-        Say(flock(fd, LOCK_EX | LOCK_NB) == 0 ? "not locked" : isShared ? "shared" : "locked");
-        ::close(fd);
     }
 
     void SayBundle()
@@ -244,7 +232,6 @@ private:
         { "symlink", [this] { std::filesystem::create_symlink(Text(1), Text(2)); } },
         { "hardlink", [this] { std::filesystem::create_hard_link(Text(1), Text(2)); } },
         { "mode", [this] { struct stat info {}; Say(stat(Text(1), &info) == 0 ? "" : "none ", std::oct, info.st_mode); } },
-        { "locks", [this] { SayLocks(); } },
         { "env", [this] { setenv(Text(1), Text(2), 1); } },
         { "umask", [this] { umask(static_cast<mode_t>(Int(1))); } },
         // The log; flags: 2 new, 4 append, 0x4000 in /tmp, 0x8000 off

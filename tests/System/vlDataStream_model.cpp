@@ -174,7 +174,6 @@ TEST_F(DataStreamModel, Output)
     }
     EXPECT_EQ(inverted.nTotal + nSingle,
               inverted.GetLength() / 72 * 35 + inverted.GetLength() % 72 / 2);
-    printf("%d operations on outputs, 0 differences\n", m_nOperations);
 }
 
 TEST_F(DataStreamModel, Input)
@@ -215,7 +214,6 @@ TEST_F(DataStreamModel, Input)
         }
         ASSERT_TRUE(type || bytes == expected) << i << ": what was read before the end stays";
     }
-    printf("%d operations on inputs, 0 differences\n", m_nOperations);
 }
 
 } // namespace

@@ -293,7 +293,6 @@ TEST(PreferenceStore, AgreesWithTheModel)
         return isGood;
     });
     EXPECT_EQ(0, nBad);
-    printf("%d operations, differences: %d\n", nOperations, nBad);
 }
 
 } // namespace

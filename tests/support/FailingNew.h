@@ -9,17 +9,14 @@
 namespace FailingNew {
 
 inline int nUntilFailure = 0; // 0: none fails
-inline bool bForever = false;
-inline const char* lpszLibrary
-    = nullptr; // a part of the name of the only library whose allocations fail
+inline const char* lpszLibrary = nullptr; // its name's part; only its allocations fail
 inline bool bFailed = false;
 inline std::atomic<int> nArrays = 0; // of the array operators, not yet released
 
-/// 1: the next one fails; all later ones, too, when told so.
-inline void Fail(int n, bool isForever = false)
+/// 1: the next one fails.
+inline void Fail(int n)
 {
     bFailed = false;
-    bForever = isForever;
     nUntilFailure = n;
 }
 
@@ -33,11 +30,7 @@ inline bool Stop()
 /// Asked by each allocation.
 inline bool IsDue()
 {
-    if (nUntilFailure == 0 || --nUntilFailure > 0)
-        return false;
-    bFailed = true;
-    nUntilFailure = bForever ? 1 : 0;
-    return true;
+    return nUntilFailure > 0 && --nUntilFailure == 0 && (bFailed = true);
 }
 
 /// Runs `work` with its first, second, ... allocation failing, until none fails; `prepare` before each run,
