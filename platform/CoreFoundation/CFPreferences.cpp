@@ -466,7 +466,9 @@ static bool SetValue(Domain& domain, CFStringRef key, CFPropertyListRef value)
 {
     if (domain.mustLook)
         Refresh(domain);
-    Ref<> copy(value != nullptr ? PropertyList_CreateDeepCopy(value) : nullptr);
+    Ref<> copy; // what a reader of the file gets
+    if (std::string xml; value != nullptr && PropertyList_FormatXML(value, xml))
+        copy = Ref<>(PropertyList_CreateFromXML(xml));
     if (key->Text().find('\0') != std::string_view::npos || (value != nullptr && !copy))
         return false;
     auto values = IsChanged(domain)

@@ -17,7 +17,6 @@
 #include <cstdio>
 #include <new>
 #include <optional>
-#include <unordered_set>
 #include <vector>
 
 // Checks the result of a creation that fails only without memory.
@@ -66,12 +65,13 @@ static std::optional<CFAbsoluteTime> ParseDate(const std::string& text)
 constexpr std::string_view kBase64
     = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-static void AppendBase64(std::string& xml, const UInt8* bytes, size_t n)
+static void AppendBase64(std::string& xml, CFDataRef data)
 {
+    const auto n = static_cast<size_t>(data->nBytes);
     for (size_t i = 0; i < n; i += 3) {
         UInt32 group = 0;
         for (size_t k = 0; k < 3; ++k)
-            group = group << 8 | (i + k < n ? bytes[i + k] : 0u);
+            group = group << 8 | (i + k < n ? data->bytes[i + k] : 0u);
         for (size_t k = 0; k < 4; ++k)
             xml += i + k <= n ? kBase64[group >> (18 - 6 * k) & 63] : '=';
     }
@@ -162,78 +162,30 @@ static std::string FormatReal(double value)
 
 namespace {
 
-// An array or a dictionary under construction. Reader and copier keep them in a vector instead of recursing.
-class OpenContainer
+// An array or a dictionary under construction.
+struct OpenContainer
 {
-public:
     explicit OpenContainer(bool isDictionary)
+        : dictionary(isDictionary ? new __CFDictionary : nullptr)
+        , array(isDictionary ? nullptr : new __CFArray)
     {
-        if (isDictionary)
-            m_dictionary = Ref<__CFDictionary*>(new __CFDictionary);
-        else
-            m_array = Ref<__CFArray*>(new __CFArray);
     }
 
-    const char* Name() const { return m_dictionary ? "dict" : "array"; }
-    bool NeedsKey() const { return static_cast<bool>(m_dictionary); }
-
-    // Sets the key of the next value; false for null.
-    bool SetKey(CFStringRef owned)
-    {
-        m_key = Ref<>(owned);
-        return owned != nullptr;
-    }
-
+    const char* Name() const { return dictionary ? "dict" : "array"; }
     void Add(Ref<> value)
     {
-        if (m_dictionary) {
-            m_dictionary->Set(m_key.get(), value.get());
+        if (dictionary) {
+            dictionary->Set(key.get(), value.get());
         } else {
-            m_array->values.push_back(value.get());
+            array->values.push_back(value.get());
             value.release(); // the array owns it now
         }
     }
+    Ref<> Close() { return dictionary ? Ref<>(dictionary.release()) : Ref<>(array.release()); }
 
-    Ref<> Close()
-    {
-        return m_dictionary ? Ref<>(m_dictionary.release()) : Ref<>(m_array.release());
-    }
-
-private:
-    Ref<__CFDictionary*> m_dictionary;
-    Ref<__CFArray*> m_array;
-    Ref<> m_key;
-};
-
-// Iterates over the values of a container.
-class Walk
-{
-public:
-    explicit Walk(CFTypeRef container)
-        : m_container(container)
-    {
-    }
-
-    CFTypeRef Container() const { return m_container; }
-    bool IsDictionary() const { return CFGetTypeID(m_container) == kTypeDictionary; }
-
-    // The next value, and its key if this is a dictionary; null at the end.
-    CFTypeRef Next(CFTypeRef& key)
-    {
-        if (!IsDictionary()) {
-            const auto& values = static_cast<CFArrayRef>(m_container)->values;
-            return m_next < values.size() ? values[m_next++] : nullptr;
-        }
-        const auto& entries = static_cast<CFDictionaryRef>(m_container)->entries;
-        if (m_next == entries.size())
-            return nullptr;
-        key = entries[m_next].key;
-        return entries[m_next++].value;
-    }
-
-private:
-    CFTypeRef m_container;
-    size_t m_next = 0;
+    Ref<__CFDictionary*> dictionary; // null for an array
+    Ref<__CFArray*> array;
+    Ref<> key; // of the next value
 };
 
 } // namespace
@@ -417,8 +369,9 @@ private:
                 value = open.back().Close();
                 open.pop_back();
             } else {
-                if (!open.empty() && open.back().NeedsKey()) {
-                    if (!open.back().SetKey(CreateKey(tag)))
+                if (!open.empty() && open.back().dictionary) {
+                    open.back().key = Ref<>(CreateKey(tag));
+                    if (!open.back().key)
                         return nullptr;
                     tag = NextTag();
                 }
@@ -527,13 +480,21 @@ static void AppendElement(std::string& xml, const char* name, std::string_view t
     ((xml += "</") += name) += ">\n";
 }
 
-static void AppendScalar(std::string& xml, CFTypeRef value)
+static bool IsText(CFTypeRef object)
+{
+    return CFGetTypeID(object) == kTypeString
+        && static_cast<CFStringRef>(object)->Text().find('\0') == std::string_view::npos;
+}
+
+// False for a value that a property list cannot hold.
+static bool AppendScalar(std::string& xml, CFTypeRef value)
 {
     switch (CFGetTypeID(value)) {
     case kTypeString:
-        return AppendElement(xml, "string", static_cast<CFStringRef>(value)->Text());
+        AppendElement(xml, "string", static_cast<CFStringRef>(value)->Text());
+        return IsText(value);
     case kTypeNumber:
-        return std::visit(
+        std::visit(
             [&xml](auto number) {
                 if constexpr (std::is_floating_point_v<decltype(number)>)
                     AppendElement(xml, "real", FormatReal(number));
@@ -541,17 +502,20 @@ static void AppendScalar(std::string& xml, CFTypeRef value)
                     AppendElement(xml, "integer", std::to_string(number));
             },
             static_cast<CFNumberRef>(value)->value);
+        return true;
     case kTypeDate:
-        return AppendElement(xml, "date", FormatDate(static_cast<CFDateRef>(value)->at));
+        AppendElement(xml, "date", FormatDate(static_cast<CFDateRef>(value)->at));
+        return true;
     case kTypeBoolean:
         xml += value == kCFBooleanTrue ? "<true/>\n" : "<false/>\n";
-        return;
-    default: {
-        auto* data = static_cast<CFDataRef>(value);
+        return true;
+    case kTypeData:
         xml += "<data>";
-        AppendBase64(xml, data->bytes, static_cast<size_t>(data->nBytes));
+        AppendBase64(xml, static_cast<CFDataRef>(value));
         xml += "</data>\n";
-    }
+        return true;
+    default:
+        return false;
     }
 }
 
@@ -564,108 +528,43 @@ static void AppendIndent(std::string& xml, size_t depth)
 
 bool PropertyList_FormatXML(CFPropertyListRef value, std::string& xml)
 {
+    struct Open
+    {
+        CFTypeRef container;
+        size_t next; // of its values
+    };
+    std::vector<Open> open; // the containers around `value`, outermost first
+    const auto isArray = [](CFTypeRef object) { return CFGetTypeID(object) == kTypeArray; };
     xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n";
-    std::vector<Walk> open; // the containers around `value`, outermost first
     while (value != nullptr && xml.size() <= kPropertyListLargest) {
         AppendIndent(xml, open.size());
         if (CFObject_IsContainer(value)) {
-            open.emplace_back(value);
-            xml += open.back().IsDictionary() ? "<dict>\n" : "<array>\n";
-        } else {
-            AppendScalar(xml, value);
+            open.push_back({ value, 0 });
+            xml += isArray(value) ? "<array>\n" : "<dict>\n";
+        } else if (!AppendScalar(xml, value)) {
+            return false;
         }
         value = nullptr;
         while (value == nullptr && !open.empty()) {
-            CFTypeRef key = nullptr;
-            value = open.back().Next(key);
-            if (key != nullptr) {
+            auto& [container, next] = open.back();
+            const auto* array = static_cast<CFArrayRef>(container);
+            const auto* dictionary = static_cast<CFDictionaryRef>(container);
+            if (isArray(container) && next < array->values.size()) {
+                value = array->values[next++];
+            } else if (!isArray(container) && next < dictionary->entries.size()) {
+                const auto& entry = dictionary->entries[next++];
+                if (!IsText(entry.key))
+                    return false;
                 AppendIndent(xml, open.size());
-                AppendElement(xml, "key", static_cast<CFStringRef>(key)->Text());
-            }
-            if (value == nullptr) {
+                AppendElement(xml, "key", static_cast<CFStringRef>(entry.key)->Text());
+                value = entry.value;
+            } else {
                 AppendIndent(xml, open.size() - 1);
-                xml += open.back().IsDictionary() ? "</dict>\n" : "</array>\n";
+                xml += isArray(container) ? "</array>\n" : "</dict>\n";
                 open.pop_back();
             }
         }
     }
     xml += "</plist>\n";
     return xml.size() <= kPropertyListLargest;
-}
-
-// --- copying ---
-
-static bool IsText(CFTypeRef object)
-{
-    return CFGetTypeID(object) == kTypeString
-        && static_cast<CFStringRef>(object)->Text().find('\0') == std::string_view::npos;
-}
-
-// Returns one reference; null if a property list cannot hold the value.
-static CFTypeRef CopyScalar(CFTypeRef value)
-{
-    switch (CFGetTypeID(value)) {
-    case kTypeString:
-        return IsText(value) ? CFRetain(value) : nullptr;
-    case kTypeNumber:
-    case kTypeBoolean:
-    case kTypeDate:
-        return CFRetain(value);
-    case kTypeData: {
-        auto* data = static_cast<CFDataRef>(value);
-        return data->owner == __CFData::kMalloc
-            ? CFRetain(value)
-            : Made(CFDataCreate(nullptr, data->bytes, data->nBytes));
-    }
-    default:
-        return nullptr;
-    }
-}
-
-namespace {
-
-// The state of copying one container.
-struct Copying
-{
-    explicit Copying(CFTypeRef container)
-        : from(container)
-        , to(from.IsDictionary())
-    {
-    }
-
-    Walk from;
-    OpenContainer to;
-};
-
-} // namespace
-
-CFPropertyListRef PropertyList_CreateDeepCopy(CFPropertyListRef value)
-{
-    std::vector<Copying> open; // outermost first
-    std::unordered_set<CFTypeRef> around; // their sources, to detect cycles
-    for (;;) {
-        if (CFObject_IsContainer(value)) {
-            if (!around.insert(value).second)
-                return nullptr;
-            open.emplace_back(value);
-        } else {
-            Ref<> copy(CopyScalar(value));
-            if (!copy || open.empty())
-                return copy.release();
-            open.back().to.Add(std::move(copy));
-        }
-        CFTypeRef key = nullptr;
-        while ((value = open.back().from.Next(key)) == nullptr) {
-            Ref<> copy = open.back().to.Close();
-            around.erase(open.back().from.Container());
-            open.pop_back();
-            if (open.empty())
-                return copy.release();
-            open.back().to.Add(std::move(copy));
-        }
-        if (open.back().to.NeedsKey()
-            && !(IsText(key) && open.back().to.SetKey(static_cast<CFStringRef>(CFRetain(key))))) {
-            return nullptr;
-        }
-    }
 }

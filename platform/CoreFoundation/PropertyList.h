@@ -16,12 +16,7 @@ constexpr size_t kPropertyListLargest = 64 << 20; // bytes of XML
 ///   returns  one reference; null if the text is damaged or too large
 CFPropertyListRef PropertyList_CreateFromXML(std::string_view xml);
 
-/// Writes a value that PropertyList_CreateDeepCopy or PropertyList_CreateFromXML made, or a dictionary of
-/// such values. The indentation stops at eight tabs.
-///   returns  false if the text would exceed kPropertyListLargest
+/// Writes a value. The indentation stops at eight tabs.
+///   returns  false if a property list cannot hold the value (other types, keys that are no strings, a text
+///            with a zero, a cycle), or if the text would exceed kPropertyListLargest
 bool PropertyList_FormatXML(CFPropertyListRef value, std::string& xml);
-
-/// Copies a value deeply.
-///   returns  one reference; null if a property list cannot hold the value: other types, keys that are no
-///            strings, a text with a zero, a cycle
-CFPropertyListRef PropertyList_CreateDeepCopy(CFPropertyListRef value);
