@@ -70,6 +70,14 @@ void CutAt(String& path, int nLength)
     path.RemoveRange(nLength, path.GetLength());
 }
 
+/// The position of the last "/". The check is reported with its own line.
+int LastSlash(const String& path, unsigned line)
+{
+    const int n = path.FindLastChar('/');
+    VL_CHECK(n >= 0, SourceName(__FILE__), line, "n >= 0");
+    return n;
+}
+
 /// The application identifier for the module's preferences. Null after the identifier was released; a store
 /// without an application is invalid.
 const char* GetPreferencesApplication()
@@ -90,15 +98,9 @@ void GetExecutableFolder(String& result)
 void GetFolderOfBundle(String& result)
 {
     GetExecutableFolder(result);
-    int n = result.FindLastChar('/');
-    VL_ASSERT(316, n >= 0);
-    CutAt(result, n);
-    n = result.FindLastChar('/');
-    VL_ASSERT(319, n >= 0);
-    CutAt(result, n);
-    n = result.FindLastChar('/');
-    VL_ASSERT(322, n >= 0);
-    CutAt(result, n + 1);
+    CutAt(result, LastSlash(result, 316));
+    CutAt(result, LastSlash(result, 319));
+    CutAt(result, LastSlash(result, 322) + 1);
 }
 
 void GetApplicationSupportFolder(String& result, SInt16 domain)
@@ -304,15 +306,9 @@ void GetModuleParentFolder(String& result)
 void GetModuleBundleName(String& result)
 {
     GetExecutableFolder(result);
-    int n = result.FindLastChar('/');
-    VL_ASSERT(361, n >= 0);
-    CutAt(result, n);
-    n = result.FindLastChar('/');
-    VL_ASSERT(364, n >= 0);
-    CutAt(result, n);
-    n = result.FindLastChar('/');
-    VL_ASSERT(368, n >= 0);
-    result.RemoveRange(0, n + 1);
+    CutAt(result, LastSlash(result, 361));
+    CutAt(result, LastSlash(result, 364));
+    result.RemoveRange(0, LastSlash(result, 368) + 1);
 }
 
 void GetMakerFolderPath(String& result)
