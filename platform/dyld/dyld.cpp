@@ -53,45 +53,40 @@ static const mach_header* Header(const dl_phdr_info& info)
     return reinterpret_cast<const mach_header*>(info.dlpi_addr);
 }
 
-static Images CopyImages()
+// Copies the list unless it is the one with these counters. False if it is.
+static bool CopyIfChanged(Images& images)
 {
-    Images images;
-    auto add = [](dl_phdr_info* info, size_t, void* context) {
+    enum { kDone, kSame, kNoMemory };
+    auto add = [](dl_phdr_info* info, size_t, void* context) -> int {
         auto& copy = *static_cast<Images*>(context);
+        if (copy.list.empty() && copy.nAdded == info->dlpi_adds && copy.nRemoved == info->dlpi_subs)
+            return kSame;
         copy.nAdded = info->dlpi_adds;
         copy.nRemoved = info->dlpi_subs;
         try {
             copy.list.push_back({ Header(*info), info->dlpi_name, nullptr });
+            return kDone;
         } catch (...) { // nothing may be thrown through the loader
-            return 1;
+            return kNoMemory;
         }
-        return 0;
     };
-    if (dl_iterate_phdr(add, &images) != 0)
+    const int result = dl_iterate_phdr(add, &images);
+    if (result == kNoMemory)
         throw std::bad_alloc();
-    return images;
+    return result == kDone;
 }
 
 // Calls `use` with the up-to-date list, locked.
 template <typename Use> static auto WithImages(Use use)
 {
-    Images now;
-    auto count = [](dl_phdr_info* info, size_t, void* context) {
-        auto& counters = *static_cast<Images*>(context);
-        counters.nAdded = info->dlpi_adds;
-        counters.nRemoved = info->dlpi_subs;
-        return 1; // the first image tells enough
-    };
-    dl_iterate_phdr(count, &now);
-
     Known& known = Immortal<Known>();
     std::unique_lock lock(known.lock);
-    if (known.images.nAdded != now.nAdded || known.images.nRemoved != now.nRemoved) {
-        lock.unlock();
-        now = CopyImages();
-        lock.lock();
+    Images now = { known.images.nAdded, known.images.nRemoved, {} };
+    lock.unlock();
+    const bool isChanged = CopyIfChanged(now);
+    lock.lock();
+    if (isChanged)
         known.images = std::move(now);
-    }
     return use(known.images.list);
 }
 
