@@ -6,8 +6,11 @@
 #include "tools/PictureWriter.h"
 #include "tools/ResourceWriter.h"
 
+#include <veltrano/Host.h>
 #include <veltrano/HostWindow.h>
 
+#include <QtCore/QThread>
+#include <QtGui/QAccessible>
 #include <QtGui/QClipboard>
 #include <QtGui/QScreen>
 #include <QtGui/QWindow>
@@ -73,11 +76,13 @@ template <> ControlRef Argument<ControlRef>::Of(const std::string& word)
     return control;
 }
 
-/// Of a window, a host, or the alert on the screen.
+/// Of a window, a host, or the alert or About box on the screen.
 template <> QWidget* Argument<QWidget*>::Of(const std::string& word)
 {
     for (QWidget* widget : QApplication::topLevelWidgets())
-        if (word == "alert" && widget->isVisible() && widget->findChild<QScrollArea*>())
+        if (widget->isVisible() && (word == "alert" || word == "box")
+            && (word == "alert") == (widget->findChild<QScrollArea*>() != nullptr)
+            && widget->findChild<QTextEdit*>())
             return widget;
     EXPECT_TRUE(sWidgets[word]) << word;
     return sWidgets[word];
@@ -224,13 +229,42 @@ protected:
             Conversation::Do(line);
     }
 
-    /// Of the alert.
-    static QPushButton* Button(const std::string& name)
+    static QPushButton* Button(const QWidget* in, const std::string& name)
     {
-        for (auto* button : Argument<QWidget*>::Of("alert")->findChildren<QPushButton*>())
+        for (auto* button : in->findChildren<QPushButton*>())
             if (button->accessibleName().toStdString() == name)
                 return button;
         return nullptr;
+    }
+
+    void About(WindowRef parent,
+               const std::string& bundle,
+               SInt32 picture,
+               const std::string& text,
+               const std::string& version)
+    {
+        const auto module = Own(CFBundleCreate(nullptr, FolderURL(VELTRANO_BUNDLE).get()));
+        const auto host = Own(CFBundleCreate(nullptr, FolderURL(HOST_BUNDLE).get()));
+        const auto get = reinterpret_cast<GetEntryTableProc>(
+            CFBundleGetFunctionPointerForName(module.get(), CFSTR("GetEntryTable")));
+        const auto show = reinterpret_cast<ShowAboutBoxEntry>(get()[kEntryShowAboutBox]);
+        ProductRecord product = { { 0, 0 }, version.c_str() };
+        const CFBundleRef its = bundle == "host" ? host.get() : nullptr;
+        m_level = QThread::currentThread()->loopLevel();
+        Say(show(parent, its, picture, &product, text.c_str(), 0));
+        m_level = -1;
+    }
+
+    /// What is to be read out in a widget, itself first: roles and names.
+    void Read(QAccessibleInterface* from)
+    {
+        const auto role = from->role();
+        if (!from->state().invisible && role != QAccessible::Client
+            && role != QAccessible::ScrollBar)
+            Say(qAccessibleRoleString(role), ' ', Shown(from->text(QAccessible::Name)),
+                from->state().readOnly ? ", read only" : "");
+        for (int child = 0; child < from->childCount(); ++child)
+            Read(from->child(child));
     }
 
     void SayLayout()
@@ -285,7 +319,8 @@ protected:
 
     void DoNext()
     {
-        if (m_isBusy) // the one before it looks at events itself
+        // The one before it may look at events itself, and so does a box on its way to the screen.
+        if (m_isBusy || QThread::currentThread()->loopLevel() <= m_level)
             return Later(0.01, [this] { DoNext(); });
         const std::string command = m_pending.front();
         m_pending.pop_front();
@@ -551,6 +586,7 @@ protected:
         { "simulate", Call([](ControlRef control) { return HIViewSimulateClick(control, 0, 0, nullptr); }) },
         { "find", Call([this](WindowRef window, SInt32 number) { const ControlID id { 'test', number }; ControlRef found; Good(GetControlByID(window, &id, &found)); Say(found ? "one" : "none"); }) },
         // Hosts
+        { "set", Call([](std::string variable, std::string value) { qputenv(variable.c_str(), value.c_str()); }) },
         { "host", Call([this](std::string name) { MakeHost(name, Qt::NonModal); }) },
         { "dialog", Call([this](std::string name) { MakeHost(name, Qt::ApplicationModal); }) },
         { "destroy", Call([](QWidget* widget) { delete widget; }) },
@@ -559,7 +595,11 @@ protected:
         { "click", Call([](std::string name, QPoint at) { Drag(name, at, at); }) },
         { "drag", Call(Drag) },
         { "doubleclick", Call([](QWindow* window, QPoint at) { QTest::mouseDClick(window, Qt::LeftButton, {}, at); }) },
-        { "press", Call([](QWidget*, std::string name) { QTest::mouseClick(Button(name), Qt::LeftButton); }) },
+        { "press", Call([](QWidget* in, std::string name) { QTest::mouseClick(Button(in, name), Qt::LeftButton); }) },
+        { "tap", Call([](QWidget* widget, QPoint at) { const QPoint pixels = widget->mapToGlobal(at) * widget->devicePixelRatio(); During(At(pixels.x(), pixels.y()) + "xdotool click 1"); }) },
+        // The module's About box: parent, bundle, picture, text, version
+        { "about", Call([this](WindowRef parent, std::string bundle, SInt32 picture, std::string text, std::string version) { About(parent, bundle, picture, text, version); }) },
+        { "read", Call([this](QWidget* widget) { auto* read = QAccessible::queryAccessibleInterface(widget); Read(read); Say(Shown(read->text(QAccessible::Description))); }) },
         { "close", Call([](QWindow* window) { window->close(); }) },
         { "activate", Call([](QWidget* widget) { widget->activateWindow(); EXPECT_TRUE(QTest::qWaitForWindowActive(widget)); }) },
         { "active", Call([](QWidget* widget) { EXPECT_TRUE(QTest::qWaitForWindowActive(widget)); }) },
@@ -584,7 +624,7 @@ protected:
         { "locale", Call([] { return std::string(std::setlocale(LC_ALL, nullptr)); }) },
         // Where the buttons of the alert stand, whether its text scrolls; whether a button has looked so before
         { "layout", [this] { SayLayout(); } },
-        { "looks", Call([this](std::string name) { const QImage now = Button(name)->grab().toImage(); const auto before = m_looks.indexOf(now); m_looks.append(now); return before < 0 ? "new" : "known"; }) },
+        { "looks", Call([this](std::string name) { const QImage now = Button(Argument<QWidget*>::Of("alert"), name)->grab().toImage(); const auto before = m_looks.indexOf(now); m_looks.append(now); return before < 0 ? "new" : "known"; }) },
         { "righttoleft", [] { QGuiApplication::setLayoutDirection(Qt::RightToLeft); } },
         { "cuttext", Call([this](QWidget* window) { SayCut(window->findChild<QTextEdit*>()); }) },
         { "later", [this] { m_pending.push_back(m_line.substr(sizeof "later")); Later(0.01 * double(m_pending.size()), [this] { DoNext(); }); } },
@@ -604,6 +644,7 @@ protected:
     QList<QImage> m_looks;
     bool m_isWide = false;
     bool m_isBusy = false;
+    int m_level = -1; // of the loop in which a box is shown
 };
 
 TEST_P(Toolbox, GoesAsRecorded)
