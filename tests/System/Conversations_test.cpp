@@ -98,7 +98,7 @@ protected:
     {
         Reset();
         ReleaseModuleStrings();
-        std::filesystem::current_path("/");
+        std::filesystem::current_path(m_before);
     }
 
     void Do(const std::string& line) override
@@ -114,12 +114,13 @@ protected:
     }
 
 private:
+    /// Without what an emulator adds to them.
     void SayLines(const char* mark, std::string text)
     {
-        for (const auto& [part, mask] :
-             { std::pair("\\w{3} \\w{3} [ \\d]\\d [\\d:]{8} \\d{4}", "TIME"),
-               { "0x[0-9a-f]+", "#" },
-               { " ID \\d+", " ID #" } })
+        for (const auto& [part, mask] : { std::pair("qemu: .*\n", ""),
+                                          { "\\w{3} \\w{3} [ \\d]\\d [\\d:]{8} \\d{4}", "TIME" },
+                                          { "0x[0-9a-f]+", "#" },
+                                          { " ID \\d+", " ID #" } })
             text = std::regex_replace(text, std::regex(part), mask);
         std::istringstream lines(text);
         for (std::string line; std::getline(lines, line);)
@@ -142,7 +143,7 @@ private:
     void SayLog()
     {
         const char* const states[] = { "closed", "", "on standard output", "open" };
-        Say(states[std::min(moduleLog_.fd + 1, 3)], ", prefix ", Shown(moduleLog_.prefix));
+        Say(states[std::min<SInt32>(moduleLog_.fd + 1, 3)], ", prefix ", Shown(moduleLog_.prefix));
     }
     /// Null for a word that is missing or "null".
     const char* Text(std::size_t at) const
@@ -344,13 +345,14 @@ private:
     };
     // clang-format on
     const ModuleLog m_log = moduleLog_; // as it is loaded
+    const std::filesystem::path m_before = std::filesystem::current_path();
     TemporaryHome m_home;
     OpenString m_string;
     std::unique_ptr<ProfileFile> m_profile = std::make_unique<ProfileFile>();
     ProfileLineList m_list;
     std::unique_ptr<PreferenceStore> m_store;
     CFBundleRef m_bundle = nullptr;
-    int m_number = 0;
+    SInt32 m_number = 0;
 
     friend class Conversations_GoAsRecorded_Test;
 };

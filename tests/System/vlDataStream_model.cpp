@@ -120,7 +120,7 @@ struct InvertedOutput : DataOutputFile
 {
     void write(const void* source, SInt32 nCount) override
     {
-        nTotal += std::max(nCount, 0);
+        nTotal += std::max<SInt32>(nCount, 0);
         DataOutputFile::write(source, nCount);
     }
     void writeByte(SInt32 value) override { DataOutputFile::writeByte(~value); }
