@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Application_qt.cpp - the process's one QApplication.
-// A Qt host has one. For any other host it is made on first use and never deleted: Qt does not
-// leave a process, and its own exit clean-up does not survive a late deletion. Qt ends the process
-// where it cannot start, so everything that it needs is tried out first.
+// Application_qt.cpp - the process's one QApplication: a Qt host's, or one that is made on first use and never deleted.
+// Qt ends the process where it cannot start, so everything that it needs is tried out first.
 #include "HIToolbox/Application_qt.h"
 
 #include "HIToolbox/OwnWindow_qt.h"
@@ -79,8 +77,7 @@ struct Platform
     std::string folder; // of its plug-in
 };
 
-// Windows are placed by screen coordinates and belong to X windows of the host, so a session of
-// another kind is entered through its X server.
+// Windows are placed by screen coordinates and over X windows, so other sessions are entered through their X server.
 Platform FindPlatform()
 {
     const std::string wanted = qEnvironmentVariable("QT_QPA_PLATFORM").toStdString();
@@ -124,8 +121,7 @@ bool Start()
     platform = FindPlatform();
     if (platform.name.empty())
         return false;
-    // The look is fixed and the desktop's theme plug-in stays out: it may bring a second GTK into a
-    // GTK host.
+    // The look is fixed and the desktop's theme plug-in stays out: it may bring a second GTK into a GTK host.
     static char* arguments[]
         = { program_invocation_name,     const_cast<char*>("-platform"),
             platform.name.data(),        const_cast<char*>("-platformpluginpath"),

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Controls_qt.h - the objects behind ControlRef: a base class, and a class for each kind of control that About
-// boxes and alerts need.
+// Controls_qt.h - the objects behind ControlRef: a class for each kind of control that About boxes and alerts need.
 #pragma once
 
 #include "HIToolbox/OwnWindow_qt.h"

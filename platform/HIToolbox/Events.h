@@ -39,7 +39,6 @@ struct OpaqueEventTargetRef
     OpaqueEventTargetRef& operator=(const OpaqueEventTargetRef&) = delete;
 
     void RemoveAll(); // no handler is called again
-    /// Offers an event to the handlers as InstallEventHandler says. Returns the last result; eventNotHandledErr if
-    /// no handler took it.
+    /// Offers an event to the handlers. Returns the last result; eventNotHandledErr if no handler took it.
     OSStatus Send(OpaqueEventRef event) const;
 };

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Events_qt.cpp - events, targets, handlers and dispatch.
-// A handler may remove others, install new ones or dispose the window. Dispatch holds the handler that it calls, which
-// holds the older ones, and skips those that were removed.
+// A handler may remove others or dispose the window: dispatch holds the one that it calls, which holds the older ones.
 #include "HIToolbox/Windows_qt.h"
 
 #include <CoreServices/MacErrors.h>
@@ -10,12 +9,6 @@
 #include <cstring>
 
 namespace {
-
-// True for an event that tells what has happened; a close request asks instead.
-bool IsNews(const OpaqueEventRef& event)
-{
-    return event.eventClass == kEventClassWindow && event.eventKind != kEventWindowClose;
-}
 
 bool Wants(const OpaqueEventHandlerRef& handler, const OpaqueEventRef& event)
 {
@@ -35,7 +28,8 @@ void OpaqueEventTargetRef::RemoveAll()
 
 OSStatus OpaqueEventTargetRef::Send(OpaqueEventRef event) const
 {
-    const bool toAll = IsNews(event);
+    const bool isNews = event.eventClass == kEventClassWindow
+        && event.eventKind != kEventWindowClose; // which asks instead of telling
     OSStatus result = eventNotHandledErr;
     for (auto handler = newest; handler;
          handler = handler->older) { // `this` may be gone after the first call
@@ -46,7 +40,7 @@ OSStatus OpaqueEventTargetRef::Send(OpaqueEventRef event) const
             break;
         if (answer != eventNotHandledErr) {
             result = answer;
-            if (!toAll)
+            if (!isNews)
                 break;
         }
     }

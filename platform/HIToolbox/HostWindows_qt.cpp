@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// HostWindows_qt.cpp - windows of the host behind a WindowRef: Qt widgets and X11 windows of any
-// toolkit.
+// HostWindows_qt.cpp - windows of the host behind a WindowRef: Qt widgets and X11 windows of any toolkit.
 #include "HIToolbox/Application_qt.h"
 #include "HIToolbox/Windows_qt.h"
 

@@ -156,8 +156,7 @@ private:
         }
     }
 
-    // Calls a function with the id of the resource that a control shows: once among the current resource files and, if it
-    // is not successful, again with those that came with the nib.
+    // Calls a function with the id of a control's resource, and again with the nib's resource files if it fails.
     template <class Use> void UseResource(const NibElement& object, Use use)
     {
         const auto id = static_cast<SInt16>(object.Number("contentResID"));

@@ -139,8 +139,7 @@ void OwnWindow::Vanish()
     Notify(kEventWindowHidden);
 }
 
-// A window whose default button would not be on a screen is moved onto its parent's or, without a visible parent, to
-// the middle of the main screen.
+// A window whose default button would not be on a screen is moved onto its parent's, or to the middle of the main screen.
 void OwnWindow::Move(QPoint content)
 {
     const QPushButton* button = Widget() ? Widget()->defaultButton : nullptr;

@@ -29,8 +29,7 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 };
 
-/// Modal to the whole process while it is visible, of a fixed size, and with a close button in its frame, so that a user
-/// can get rid of it.
+/// Modal to the whole process while it is visible, of a fixed size, and with a close button in its frame.
 struct OwnWindow final : WidgetWindow
 {
     std::vector<std::shared_ptr<OpaqueControlRef>> controls; // containers before their content

@@ -31,16 +31,14 @@ constexpr int kButtonHeight = 26;
 constexpr int kTitleRoom = 40; // for the frame that the window manager adds
 constexpr int kFrameRoom = 8;
 
-// The length byte may have cut a longer text within a character: the decoder keeps such an incomplete tail
-// back. All other invalid bytes become replacement characters.
+// The decoder leaves a last character out that the length byte cut. Other invalid bytes become replacement characters.
 QString FromPascal(ConstStringPtr text)
 {
     QStringDecoder decode(QStringDecoder::Utf8);
     return text ? decode(QByteArrayView(text + 1, text[0])) : QString();
 }
 
-// An exclamation mark on red or in a yellow triangle, an "i" on blue. Qt's own have 32 pixels and blur on dense
-// screens.
+// An exclamation mark on red or in a yellow triangle, an "i" on blue. Qt's own signs blur on dense screens.
 QPixmap DrawSign(AlertType type, double density)
 {
     QPixmap pixmap(QSize(kSignSize, kSignSize) * density);

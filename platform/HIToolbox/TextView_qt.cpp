@@ -20,8 +20,7 @@ constexpr QChar kEllipsis(0x2026);
 constexpr double kLeastContrast = 4.5;
 constexpr double kHaloContrast = 7; // where a halo is needed
 
-// The text as one paragraph. Its length stays, so that positions in it are positions in the original. Line ends
-// after the last visible character become zero-width spaces.
+// The text as one paragraph of the same length. Line ends after the last visible character become zero-width spaces.
 QString ForDisplay(QString text)
 {
     bool isTail = true;
@@ -189,8 +188,7 @@ bool TextView::IsOverPicture() const
     return dynamic_cast<const PictureView*>(parentWidget()) != nullptr;
 }
 
-// The opacity, 0 to 1, of a rim that gives the text enough contrast with the pixel behind it whose tone is closest. 0 if
-// it has enough without.
+// The opacity, 0 to 1, of a rim that gives the text enough contrast with the pixel behind it whose tone is closest.
 double TextView::MeasureHalo(const QPainter& painter, bool isWhite) const
 {
     const QPaintDevice* device = painter.paintEngine()->paintDevice();

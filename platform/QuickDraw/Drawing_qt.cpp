@@ -8,8 +8,7 @@
 
 namespace {
 
-// What filling an outline touches. Qt's rasteriser rescans each long edge for every band of rows, so an edge
-// also counts with the square of its height.
+// What filling an outline touches. Qt rescans a long edge for every band of rows: its height counts squared, too.
 PaintedArea OutlineOf(const QPainterPath& path)
 {
     PaintedArea painted;
@@ -118,30 +117,23 @@ void Drawing::DrawShape(int verb,
                         const QPainterPath& shape,
                         const std::function<QPainterPath()>& frameOf)
 {
+    const QSizeF size = shape.boundingRect().size();
+    const QSizeF pen = state.pen;
     switch (verb) {
     case kFrame:
-        if (!state.pen.isEmpty()) {
-            const QSizeF size = shape.boundingRect().size();
+        if (!pen.isEmpty()) {
             AddPath(frameOf(), state.penPattern, state.penMode,
-                    2
-                        * (size.width() * (state.pen.height() + 1)
-                           + size.height() * (state.pen.width() + 1)));
+                    2 * (size.width() * (pen.height() + 1) + size.height() * (pen.width() + 1)));
         }
-        break;
+        return;
     case kPaint:
-        AddPath(shape, state.penPattern, state.penMode);
-        break;
+        return AddPath(shape, state.penPattern, state.penMode);
     case kErase:
-        AddPath(shape, state.backPattern, kPatCopy);
-        break;
+        return AddPath(shape, state.backPattern, kPatCopy);
     case kInvert:
-        AddPath(shape, DrawingPattern::Solid(true), kSrcXor);
-        break;
+        return AddPath(shape, DrawingPattern::Solid(true), kSrcXor);
     case kFill:
-        AddPath(shape, state.fillPattern, kPatCopy);
-        break;
-    default:
-        break;
+        return AddPath(shape, state.fillPattern, kPatCopy);
     }
 }
 

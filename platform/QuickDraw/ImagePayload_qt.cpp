@@ -45,19 +45,12 @@ QByteArray StripPng(QByteArrayView file)
     return stripped;
 }
 
-struct StrippedJpeg
+// The segments that hold the image, with those of JFIF and Adobe, which say what the channels mean.
+QByteArray StripJpeg(QByteArrayView file, bool& isProgressive)
 {
-    QByteArray file;
+    constexpr int kMaxScans = 32; // each passes over the whole image
     int scans = 0;
-    bool progressive = false;
-};
-
-// The segments that hold the image; of the application segments only JFIF and Adobe's, which say what the
-// channels mean.
-StrippedJpeg StripJpeg(QByteArrayView file)
-{
-    StrippedJpeg stripped;
-    stripped.file.append(file.first(2));
+    QByteArray stripped = file.first(2).toByteArray();
     const auto byte = [file](qsizetype at) { return static_cast<uint8_t>(file[at]); };
     const auto isRestart = [](int marker) { return marker >= 0xD0 && marker <= 0xD7; };
     qsizetype at = 2;
@@ -73,18 +66,18 @@ StrippedJpeg StripJpeg(QByteArrayView file)
             end += byte(at + 2) << 8 | byte(at + 3);
         ByteReader_Require(end <= file.size());
         if (marker == 0xDA) { // a scan: coded data up to the next marker
-            ++stripped.scans;
+            ByteReader_Require(++scans <= kMaxScans);
             while (end + 1 < file.size()
                    && (byte(end) != 0xFF || byte(end + 1) == 0 || isRestart(byte(end + 1)))) {
                 ++end;
             }
         }
-        stripped.progressive = stripped.progressive || marker == 0xC2;
+        isProgressive = isProgressive || marker == 0xC2 || scans > 1;
         if (marker != 0xFE && (marker <= 0xE0 || marker >= 0xF0 || marker == 0xEE))
-            stripped.file.append(file.sliced(at, end - at));
+            stripped.append(file.sliced(at, end - at));
         at = end;
     }
-    stripped.file.append(file.sliced(at));
+    stripped.append(file.sliced(at));
     return stripped;
 }
 
@@ -97,18 +90,13 @@ QImage ImagePayload_Read(QByteArrayView bytes, QSize expected, PictureBudget& bu
     ByteReader_Require(format != std::end(kFormats));
     QByteArray file = QByteArray::fromRawData(bytes.data(), bytes.size());
     const QByteArrayView name(format->name);
-    uint64_t coefficients = 0; // bytes a pixel that a progressive JPEG is held in
+    bool isProgressive = false; // a JPEG that is held in coefficients of 6 bytes a pixel
     if (name == "png" || name == "jpeg")
         budget.SpendMemory(static_cast<uint64_t>(bytes.size()));
-    if (name == "png") {
+    if (name == "png")
         file = StripPng(bytes);
-    } else if (name == "jpeg") {
-        StrippedJpeg stripped = StripJpeg(bytes);
-        constexpr int kMaxScans = 32; // each passes over the whole image
-        ByteReader_Require(stripped.scans <= kMaxScans);
-        coefficients = stripped.progressive || stripped.scans > 1 ? 6 : 0;
-        file = std::move(stripped.file);
-    }
+    else if (name == "jpeg")
+        file = StripJpeg(bytes, isProgressive);
 
     QBuffer buffer(&file);
     QImageReader reader(&buffer, format->name);
@@ -118,7 +106,7 @@ QImage ImagePayload_Read(QByteArrayView bytes, QSize expected, PictureBudget& bu
     ByteReader_Require(expected.isEmpty() || size == expected);
     const int depth = QImage::toPixelFormat(reader.imageFormat()).bitsPerPixel();
     budget.SpendMemory(uint64_t(size.width()) * uint64_t(size.height())
-                       * (uint64_t(std::max(4, depth / 8)) + coefficients));
+                       * uint64_t(std::max(4, depth / 8) + (isProgressive ? 6 : 0)));
     const QImage image = reader.read();
     ByteReader_Require(!image.isNull() && image.size() == size);
     return image;

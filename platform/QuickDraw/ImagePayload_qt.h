@@ -4,8 +4,8 @@
 
 #include "QuickDraw/PictureBits_qt.h"
 
-/// Decodes the first frame of an image file. The format is the one that its first bytes prove; metadata is
-/// passed over. Throws BadData for other formats, damaged files and what exceeds the budget.
+/// Decodes the first frame of an image file, without metadata. Throws BadData for other formats by its first bytes,
+/// damaged files and what exceeds the budget.
 ///   expected  the size that the file has to have; empty: any
 QImage ImagePayload_Read(QByteArrayView file, QSize expected, PictureBudget& budget);
 /// Reads the block of opcode 8200: matrix, matte (not drawn), mask, description and coded image.

@@ -82,13 +82,14 @@ InterpretedPicture Interpreter::Run()
     bool oneByteOpcodes = false;
     const QRect space = ReadSpace(frame, oneByteOpcodes);
     m_drawing.SetFrame(frame.size(), space);
-    m_budget.SetScale(std::sqrt(double(frame.width()) * frame.height()
-                                / (double(space.width()) * space.height())));
     for (;;) {
         if (!oneByteOpcodes && m_data.Offset() % 2 != 0)
             m_data.Skip(1);
         const int opcode = oneByteOpcodes ? m_data.U8() : m_data.U16();
         if (opcode == kEndPic) {
+            const double scale = std::sqrt(double(frame.width()) * frame.height()
+                                           / (double(space.width()) * space.height()));
+            ByteReader_Require(m_budget.Painted().At(scale) <= kMaxPaintedArea);
             return { frame.size(), space, m_drawing.TakeSteps(), m_budget.Painted(),
                      m_budget.Memory() };
         }

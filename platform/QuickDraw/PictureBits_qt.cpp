@@ -73,9 +73,7 @@ void ReadColorTable(ByteReader& data, PixelMap& map)
     }
 }
 
-constexpr size_t kRunStep = 8; // bytes that a run is written by: it may pass its end by one less
-
-/// PackBits in units of one or two bytes; exactly `size` bytes come out, before kRunStep of room.
+/// PackBits in units of one or two bytes; exactly `size` bytes come out.
 void UnpackRow(ByteReader packed, uint8_t* out, size_t size, size_t unit)
 {
     uint8_t* const end = out + size;
@@ -85,18 +83,14 @@ void UnpackRow(ByteReader packed, uint8_t* out, size_t size, size_t unit)
             continue;
         const size_t count = unit * static_cast<size_t>(flag >= 0 ? flag + 1 : 1 - flag);
         ByteReader_Require(count <= static_cast<size_t>(end - out));
-        if (flag >= 0) {
-            memcpy(out, packed.Bytes(count), count);
-        } else {
-            const uint8_t* value = packed.Bytes(unit);
-            uint8_t step[kRunStep];
-            for (size_t i = 0; i < kRunStep; i += 2) {
-                step[i] = value[0];
-                step[i + 1] = value[unit - 1];
-            }
-            for (size_t i = 0; i < count; i += kRunStep)
-                memcpy(out + i, step, kRunStep);
-        }
+        const uint8_t* bytes = packed.Bytes(flag >= 0 ? count : unit);
+        if (flag >= 0)
+            memcpy(out, bytes, count);
+        else if (unit == 1)
+            memset(out, bytes[0], count);
+        else
+            for (size_t i = 0; i < count; i += unit)
+                memcpy(out + i, bytes, unit);
         out += count;
     }
 }
@@ -178,7 +172,7 @@ QImage ReadRows(ByteReader& data, const PixelMap& map, bool mayBePacked, Picture
 
     QImage image = NewImage(size, map.pixelSize, budget);
     image.setColorTable(map.colors);
-    std::vector<uint8_t> unpacked(packed ? rowSize + kRunStep : 0);
+    std::vector<uint8_t> unpacked(packed ? rowSize : 0);
     for (int y = 0; y < size.height(); ++y) {
         const uint8_t* row = unpacked.data();
         if (packed) {
@@ -332,22 +326,18 @@ QImage PictureBits_Masked(const QImage& image, const uint8_t* mask, int rowBytes
 QImage PictureBits_ReadColorIcon(ByteReader data)
 {
     PictureBudget budget;
-    const auto skipBits = [](ByteReader& from, const PixelMap& plane) {
-        return from.Bytes(static_cast<size_t>(plane.rowBytes * plane.bounds.height()));
-    };
     data.Skip(4); // addresses stand in front of each record
     PixelMap pixels = ReadPixelMap(data, false);
     data.Skip(4);
     const PixelMap mask = ReadPixelMap(data, true);
     data.Skip(4);
-    PixelMap black = {}; // the form for one-bit screens, which may be empty
-    black.rowBytes = data.U16() & 0x3FFF;
-    black.bounds = PictureBits_ReadRect(data);
+    const int blackRowBytes = data.U16() & 0x3FFF; // of the form for one-bit screens
+    const int blackRows = PictureBits_ReadRect(data).height();
     data.Skip(4);
     ByteReader_Require(mask.bitmap && IsKnownDepth(pixels.pixelSize) && pixels.pixelSize <= 8);
-    ByteReader_Require(mask.bounds.size() == pixels.bounds.size() && black.bounds.height() >= 0);
-    const uint8_t* maskRows = skipBits(data, mask);
-    skipBits(data, black);
+    ByteReader_Require(mask.bounds.size() == pixels.bounds.size() && blackRows >= 0);
+    const uint8_t* maskRows = data.Bytes(static_cast<size_t>(mask.rowBytes * mask.bounds.height()));
+    data.Skip(static_cast<size_t>(blackRowBytes * blackRows));
     ReadColorTable(data, pixels);
     return PictureBits_Masked(ReadRows(data, pixels, false, budget), maskRows, mask.rowBytes);
 }

@@ -39,10 +39,7 @@ public:
     {
         m_painted.area += painted.area;
         m_painted.length += painted.length;
-        ByteReader_Require(m_painted.At(m_scale) <= kMaxPaintedArea);
     }
-    /// How many pixels at its own size a picture has for one of its points.
-    void SetScale(double scale) { m_scale = scale; }
 
     uint64_t Memory() const { return m_memory; }
     const PaintedArea& Painted() const { return m_painted; }
@@ -51,7 +48,6 @@ private:
     uint64_t m_memory = 0;
     uint64_t m_steps = 0;
     PaintedArea m_painted;
-    double m_scale = 1;
 };
 
 /// Refuses sides below 1 or over kMaxPictureSide, and areas over kMaxPicturePixels.

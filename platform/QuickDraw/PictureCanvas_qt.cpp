@@ -73,23 +73,11 @@ const TransferRule& RuleOf(int mode)
     return found != std::end(kRules) ? *found : kRules[0];
 }
 
-/// A pattern's mode as the source mode of the same effect.
-int SourceModeOfPattern(int mode)
-{
-    return mode >= kPatCopy && mode < kPatCopy + 8 ? mode - kPatCopy : mode;
-}
-
-bool IsSolid(const DrawingPattern& pattern)
-{
-    const uint8_t first = pattern.bits[0];
-    return pattern.pixels.isNull() && (first == 0 || first == 0xFF)
-        && std::count(pattern.bits.begin(), pattern.bits.end(), first) == 8;
-}
-
 QBrush PatternBrush(const DrawingPattern& pattern, QColor one, QColor zero)
 {
-    if (IsSolid(pattern))
-        return QBrush(pattern.bits[0] != 0 ? one : zero);
+    const bool isEmpty = pattern.bits == DrawingPattern::Solid(false).bits;
+    if (isEmpty || pattern.bits == DrawingPattern::Solid(true).bits)
+        return QBrush(isEmpty ? zero : one);
     QImage tile(pattern.bits.data(), 8, 8, 1, QImage::Format_Mono);
     tile.setColorTable({ zero.rgba(), one.rgba() });
     return QBrush(tile.convertToFormat(QImage::Format_ARGB32_Premultiplied));
@@ -110,7 +98,9 @@ void PictureCanvas_FillPath(QPainter& painter,
                             int mode,
                             const DrawingColors& colors)
 {
-    const TransferRule& rule = RuleOf(SourceModeOfPattern(mode));
+    // Pattern modes have the same order as source modes.
+    const TransferRule& rule
+        = RuleOf(mode >= kPatCopy && mode < kPatCopy + 8 ? mode - kPatCopy : mode);
     QPainterPath path; // a private copy: Qt keeps a second form of each path that it has filled
     path.addPath(shape);
     path.setFillRule(shape.fillRule());

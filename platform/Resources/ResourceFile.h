@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// ResourceFile.h - the content of a data-fork resource file, read whole and held in memory. The order of types
-// and resources is kept.
+// ResourceFile.h - the content of a data-fork resource file, held in memory in the file's order.
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Resources.cpp - the chain of open resource files and the handles of what was loaded from them.
-// Main thread.
+// Resources.cpp - the chain of open resource files and the handles of what was loaded from them. Main thread.
 #include "Resources/Resources.h"
 
 #include "CoreServices/FileRefs.h"
