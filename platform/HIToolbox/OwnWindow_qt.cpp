@@ -24,7 +24,7 @@ bool WindowWidget::event(QEvent* event)
 
 void WindowWidget::keyPressEvent(QKeyEvent* event)
 {
-    const int pressed = event->keyCombination().toCombined() & ~Qt::KeypadModifier;
+    const int pressed = event->keyCombination().toCombined() & ~int { Qt::KeypadModifier };
     QPushButton* button = nullptr;
     if (pressed == Qt::Key_Return || pressed == Qt::Key_Enter)
         button = defaultButton;
