@@ -19,17 +19,14 @@ protected:
 TEST_F(Host, ShowsTheBoxOfTheModuleBesideTheLibrary)
 {
     const VeltranoModuleRef module = VeltranoOpenModule(nullptr);
-    ASSERT_NE(module, nullptr);
-    QStringList texts;
+    QString description;
     const InModalLoop then([&] {
-        for (const QWidget* widget : BoxWidget()->findChildren<QWidget*>())
-            texts.append(widget->accessibleName());
+        description = BoxWidget()->accessibleDescription();
         VeltranoCloseModule(module); // the box keeps the module
         PressButton(FrontNonFloatingWindow());
     });
     EXPECT_EQ(Show(module, m_parent, "Licensed to Ada"), kVeltranoShown);
-    EXPECT_TRUE(texts.contains(QStringLiteral("Product 3.2")));
-    EXPECT_TRUE(texts.contains(QStringLiteral("Licensed to Ada")));
+    EXPECT_EQ(description, QStringLiteral("Product 3.2\nLicensed to Ada"));
 }
 
 TEST_F(Host, SaysWhyNothingIsShown)
@@ -73,11 +70,11 @@ TEST_F(Host, RunsOnWithoutMemory)
     for (const auto& show : shows) {
         bool isShown = false;
         int nFailed = 0;
-        FailingNew::ForEach([] {},
-                            [&] {
-                                const InModalLoop then(press);
-                                isShown = show();
-                            },
+        const auto run = [&] {
+            const InModalLoop then(press);
+            isShown = show();
+        };
+        FailingNew::ForEach([] {}, run,
                             [&](bool isFailed) {
                                 nFailed += isFailed;
                                 EXPECT_TRUE(isShown || isFailed);

@@ -6,10 +6,10 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <pthread.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <thread>
 #include <utility>
 
 using testing::HasSubstr;
@@ -98,12 +98,6 @@ static long Number(const std::string& key)
     return number;
 }
 
-static CFIndex CountKeys()
-{
-    auto keys = Own(CFPreferencesCopyKeyList(kApplication, kUser, kHost));
-    return keys != nullptr ? CFArrayGetCount(keys.get()) : 0;
-}
-
 // With a private home, so that the domain starts empty.
 class CFPreferences : public testing::Test
 {
@@ -178,16 +172,10 @@ static void NestAndSave(const std::string& file)
 TEST_F(CFPreferences, NestingTakesNoStack)
 {
     pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
+    pthread_getattr_default_np(&attributes);
     pthread_attr_setstacksize(&attributes, 256 << 10); // whatever the stack of the process
-    pthread_t thread;
-    const auto run = [](void* file) -> void* {
-        NestAndSave(*static_cast<std::string*>(file));
-        return nullptr;
-    };
-    ASSERT_EQ(0, pthread_create(&thread, &attributes, run, &m_file));
-    pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
+    pthread_setattr_default_np(&attributes);
+    std::thread(NestAndSave, m_file).join();
 }
 
 TEST_F(CFPreferences, EveryFailingSystemCallFailsCleanly)
@@ -344,7 +332,8 @@ TEST_F(CFPreferences, KilledWritersLeaveAWholeFile)
         nKills, [](int i) { return Save("count", i); },
         [&](int first, int last) {
             EXPECT_TRUE(Synchronize());
-            nBroken += CountKeys() < 100 || !Contents().ends_with("</plist>\n");
+            const auto keys = Own(CFPreferencesCopyKeyList(kApplication, kUser, kHost));
+            nBroken += CFArrayGetCount(keys.get()) < 100 || !Contents().ends_with("</plist>\n");
             nLost += last >= first && Number("count") < last;
         });
     EXPECT_EQ(0, nBroken);

@@ -3,6 +3,7 @@
 #include "tests/support/Foundation.h"
 
 #include <barrier>
+#include <cstring>
 #include <dlfcn.h>
 #include <set>
 #include <thread>
@@ -129,6 +130,13 @@ TEST(CFURL, IsBoundWhereItWasMade)
     EXPECT_EQ(before + "/x/y", PathOf(url.get()));
     EXPECT_EQ(before, PathOf(parent.get()));
     ASSERT_EQ(0, chdir(before.c_str()));
+    const auto made = [](const char* path, bool isFolder) {
+        const auto* bytes = reinterpret_cast<const UInt8*>(path);
+        const auto length = static_cast<CFIndex>(strlen(path));
+        return Own(CFURLCreateFromFileSystemRepresentation(nullptr, bytes, length, isFolder));
+    };
+    EXPECT_TRUE(CFEqual(made("/a/", false).get(), made("/a", true).get()));
+    EXPECT_FALSE(CFEqual(made("/a", false).get(), made("/a", true).get()));
     const UInt8 withZero[] = { '/', 0, 'b' };
     EXPECT_EQ(nullptr, CFURLCreateFromFileSystemRepresentation(nullptr, withZero, 3, false));
     EXPECT_EQ(nullptr, CFURLCreateFromFileSystemRepresentation(nullptr, withZero, 0, false));

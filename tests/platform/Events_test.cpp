@@ -4,14 +4,13 @@
 
 #include <gtest/gtest.h>
 
-class Events : public testing::Test
+struct Events : testing::Test
 {
-protected:
     Events()
     {
-        EXPECT_EQ(noErr, m_bundle.Open("Test", &m_window));
+        m_bundle.Open("Test", &m_window);
         const ControlID id { 'test', 1 };
-        GetControlByID(m_window, &id, &m_button);
+        EXPECT_EQ(noErr, GetControlByID(m_window, &id, &m_button));
     }
     ~Events() override { DisposeWindow(m_window); }
 

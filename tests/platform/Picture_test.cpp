@@ -14,7 +14,6 @@
 #include "tools/PictureWriter.h"
 
 #include <QtCore/QBuffer>
-#include <QtGui/QGuiApplication>
 #include <QtGui/QImage>
 #include <QtGui/QImageWriter>
 #include <QtGui/QPainter>
@@ -239,11 +238,3 @@ TEST(PictureTest, PlacesText)
 }
 
 } // namespace
-
-int main(int argc, char** argv)
-{
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    QGuiApplication application(argc, argv);
-    testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
-}
