@@ -13,8 +13,9 @@ using namespace FailingNew;
 static void* Allocate(std::size_t n, void* caller) noexcept
 {
     Dl_info info;
-    const bool isCounted = lpszLibrary == nullptr
-        || (dladdr(caller, &info) != 0 && std::strstr(info.dli_fname, lpszLibrary) != nullptr);
+    const char* library = lpszLibrary; // which another thread may reset meanwhile
+    const bool isCounted = library == nullptr
+        || (dladdr(caller, &info) != 0 && std::strstr(info.dli_fname, library) != nullptr);
     return isCounted && IsDue() ? nullptr : std::calloc(1, n != 0 ? n : 1);
 }
 
