@@ -516,12 +516,15 @@ protected:
         for (std::size_t at = 4; at < m_words.size(); ++at)
             values[m_words[at].substr(0, m_words[at].find('='))]
                 = m_words[at].substr(m_words[at].find('=') + 1);
-        const Pascal texts[]
-            = { Pascal(values["ok"]), Pascal(values["cancel"]), Pascal(values["other"]) };
-        const auto button = [&](const char* name, int text) -> ConstStringPtr {
+        const auto pascal = [](const std::string& text) { return char(text.size()) + text; };
+        const auto bytes
+            = [](const std::string& text) { return reinterpret_cast<ConstStringPtr>(text.data()); };
+        const std::string texts[] = { pascal(values["ok"]), pascal(values["cancel"]),
+                                      pascal(values["other"]), pascal(Word(2)), pascal(Word(3)) };
+        const auto button = [&](const char* name, int text) {
             return values[name].empty()      ? nullptr
                 : values[name] == "standard" ? kAlertDefaultOKText
-                                             : ConstStringPtr(texts[text]);
+                                             : bytes(texts[text]);
         };
         AlertStdAlertParamRec param {};
         param.defaultText = button("ok", 0);
@@ -531,8 +534,8 @@ protected:
         param.defaultButton = static_cast<SInt16>(std::atoi(values["default"].c_str()));
         param.cancelButton = static_cast<SInt16>(std::atoi(values["escape"].c_str()));
         SInt16 item = 77;
-        Good(StandardAlert(Argument<AlertType>::Of(m_words[1]), Pascal(m_words[2]),
-                           Pascal(m_words[3]), m_words.size() == 4 ? nullptr : &param, &item));
+        Good(StandardAlert(Argument<AlertType>::Of(Word(1)), bytes(texts[3]), bytes(texts[4]),
+                           m_words.size() == 4 ? nullptr : &param, &item));
         Say("item ", item);
     }
 
@@ -625,7 +628,6 @@ protected:
         // Where the buttons of the alert stand, whether its text scrolls; whether a button has looked so before
         { "layout", [this] { SayLayout(); } },
         { "looks", Call([this](std::string name) { const QImage now = Button(Argument<QWidget*>::Of("alert"), name)->grab().toImage(); const auto before = m_looks.indexOf(now); m_looks.append(now); return before < 0 ? "new" : "known"; }) },
-        { "righttoleft", [] { QGuiApplication::setLayoutDirection(Qt::RightToLeft); } },
         { "cuttext", Call([this](QWidget* window) { SayCut(window->findChild<QTextEdit*>()); }) },
         { "later", [this] { m_pending.push_back(m_line.substr(sizeof "later")); Later(0.01 * double(m_pending.size()), [this] { DoNext(); }); } },
     };

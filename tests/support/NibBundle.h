@@ -120,17 +120,6 @@ private:
     EventHandlerRef m_handler = nullptr;
 };
 
-/// Text with its length in front.
-struct Pascal
-{
-    explicit Pascal(const std::string& plain)
-        : text(static_cast<char>(plain.size()) + plain)
-    {
-    }
-    operator ConstStringPtr() const { return reinterpret_cast<ConstStringPtr>(text.data()); }
-    std::string text;
-};
-
 /// Runs a function once from the event loop, `delay` seconds from now.
 inline void Later(double delay, std::function<void()> function)
 {
