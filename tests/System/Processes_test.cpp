@@ -122,6 +122,19 @@ TEST_F(ProcessesTest, AProfileIsReplacedWhateverIsInItsWay)
     EXPECT_TRUE(Edit("3"));
     EXPECT_EQ(ReadFile(Path("test.ini")), "[a]\nk=3\n");
     EXPECT_EQ(ReadFile(Path("victim")), "kept");
+    // While another writer holds it, the next one waits, and does not write in place.
+    std::filesystem::remove(Path("test.ini.vlnew"));
+    struct stat before, after;
+    ASSERT_EQ(stat(Path("test.ini").c_str(), &before), 0);
+    const int nBad = InProcesses(2, [&](int i) {
+        if (i == 1)
+            return usleep(50000) == 0 && Edit("4");
+        const int fd = open(Path("test.ini.vlnew").c_str(), O_RDWR | O_CREAT, 0600);
+        return lockf(fd, F_LOCK, 0) == 0 && usleep(200000) == 0;
+    });
+    EXPECT_EQ(nBad, 0);
+    EXPECT_EQ(ReadFile(Path("test.ini")), "[a]\nk=4\n");
+    EXPECT_TRUE(stat(Path("test.ini").c_str(), &after) == 0 && after.st_ino != before.st_ino);
 }
 
 TEST_F(ProcessesTest, ProfilesOfWritersAtOnceAreWhole)
