@@ -6,25 +6,17 @@
 
 #include <bit>
 
-static const void* RetainObject(CFAllocatorRef, const void* value)
-{
-    return CFRetain(value);
-}
-
-static void ReleaseObject(CFAllocatorRef, const void* value)
-{
-    CFRelease(value);
-}
-
 static CFHashCode HashObject(CFTypeRef object)
 {
     return CFObject_From(object)->Hash();
 }
 
+static constexpr auto kRetain = [](CFAllocatorRef, const void* value) { return CFRetain(value); };
+static constexpr auto kRelease = [](CFAllocatorRef, const void* value) { CFRelease(value); };
 const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks
-    = { 0, RetainObject, ReleaseObject, nullptr, CFEqual, HashObject };
+    = { 0, kRetain, kRelease, nullptr, CFEqual, HashObject };
 const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks
-    = { 0, RetainObject, ReleaseObject, nullptr, CFEqual };
+    = { 0, kRetain, kRelease, nullptr, CFEqual };
 
 void __CFDictionary::Free() noexcept
 {

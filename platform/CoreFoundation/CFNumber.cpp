@@ -77,20 +77,12 @@ template <typename To, typename From> static bool Convert(From from, To& to)
     }
 }
 
-template <typename Value> static bool IsNaN(Value value)
-{
-    if constexpr (std::is_floating_point_v<Value>)
-        return std::isnan(value);
-    else
-        return false;
-}
-
 bool __CFNumber::Equals(const CFObject& other, CFContainerPairs&) const
 {
     const auto isEqual = [](auto first, auto second) {
         decltype(first) converted = 0;
-        return (IsNaN(first) && IsNaN(second))
-            || (Convert(second, converted) && converted == first);
+        const bool areNaN = first != first && second != second;
+        return areNaN || (Convert(second, converted) && converted == first);
     };
     return std::visit(isEqual, value, static_cast<const __CFNumber&>(other).value);
 }

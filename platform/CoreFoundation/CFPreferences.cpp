@@ -435,14 +435,6 @@ static void TryToRefresh(Domain& domain) noexcept
     CatchAll(0, [&] { return Refresh(domain), 0; });
 }
 
-// True if the key has this value; for null, if the key is absent. Throws bad_alloc.
-static bool HasValue(const __CFDictionary& values, CFStringRef key, CFTypeRef value)
-{
-    const auto* found = values.Find(key);
-    return value == nullptr ? found == nullptr
-                            : found != nullptr && CFObject_Equal(found->value, value);
-}
-
 // Calls `use` with a domain while no other thread uses the domains. Returns `failure` for an unknown user or
 // host, or if `use` throws.
 template <typename Result, typename Use>
@@ -475,11 +467,11 @@ static bool SetValue(Domain& domain, CFStringRef key, CFPropertyListRef value)
         ? Ref_Retained(domain.values.get())
         : Ref<__CFDictionary*>(new __CFDictionary(*domain.values.get()));
     SetIn(*values.get(), key, copy.get());
-    if (HasValue(*domain.read.values.get(), key, value)) {
+    const auto* read = domain.read.values->Find(key);
+    if (copy && read != nullptr ? CFObject_Equal(read->value, copy.get()) : !copy && !read)
         SetValues(domain, std::move(values)); // this may undo the only change
-    } else {
+    else
         domain.values = std::move(values);
-    }
     domain.plain.erase(std::string(key->Text()));
     if (AsDictionary(value) == nullptr)
         domain.plain.emplace(key->Text(), std::move(copy));
