@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
@@ -20,17 +19,11 @@ struct Failure
     std::string message;
 };
 
-bool Takes(const Command& command, const std::string& option)
-{
-    return std::find(command.options.begin(), command.options.end(), option)
-        != command.options.end();
-}
-
 Arguments Parse(const std::vector<Command>& commands, char** argv)
 {
     const auto isKnown = [&](const std::string& option) {
-        return std::any_of(commands.begin(), commands.end(),
-                           [&](const Command& command) { return Takes(command, option); });
+        return std::ranges::any_of(
+            commands, [&](const Command& each) { return each.options.contains(option); });
     };
     Arguments arguments;
     bool isOption = true;
@@ -64,8 +57,7 @@ const Command& TakeCommand(const std::vector<Command>& commands, Arguments& argu
         if (arguments.words.empty())
             FailUsage("no command given");
         const std::string name = arguments[0];
-        command = std::find_if(commands.begin(), commands.end(),
-                               [&](const Command& each) { return name == each.name; });
+        command = std::ranges::find(commands, name, &Command::name);
         if (command == commands.end())
             FailUsage("unknown command " + name);
         arguments.words.erase(arguments.words.begin());
@@ -73,7 +65,7 @@ const Command& TakeCommand(const std::vector<Command>& commands, Arguments& argu
     if (arguments.words.size() != command->words)
         FailUsage(std::string("wrong number of arguments for ") + command->name);
     for (const auto& [option, value] : arguments.options) {
-        if (!Takes(*command, option) && !Takes(*command, option + "="))
+        if (!command->options.contains(option) && !command->options.contains(option + "="))
             FailUsage("--" + option + " does not apply to " + command->name);
     }
     return *command;
@@ -116,15 +108,6 @@ double Arguments::GetNumber(const char* option, double standard, double least, d
     return number;
 }
 
-long Arguments::GetInteger(const char* option, long standard, long least, long most) const
-{
-    const double number = GetNumber(option, static_cast<double>(standard),
-                                    static_cast<double>(least), static_cast<double>(most));
-    if (number != std::floor(number))
-        FailUsage(std::string("--") + option + " takes a whole number");
-    return static_cast<long>(number);
-}
-
 int RunTool(const char* tool, const char* help, const std::vector<Command>& commands, char** argv)
 {
     try {
@@ -147,15 +130,14 @@ int RunTool(const char* tool, const char* help, const std::vector<Command>& comm
 
 std::string ReadInput(const std::string& path)
 {
-    const bool isStandard = path == "-";
-    FILE* file = isStandard ? stdin : fopen(path.c_str(), "rb");
+    FILE* file = path == "-" ? stdin : fopen(path.c_str(), "rb");
     std::string bytes;
     char piece[65536];
     for (size_t size; file != nullptr && (size = fread(piece, 1, sizeof piece, file)) != 0;)
         bytes.append(piece, size);
     if (file == nullptr || ferror(file))
         Fail("cannot read " + path + ": " + strerror(errno));
-    if (!isStandard)
+    if (file != stdin)
         fclose(file);
     return bytes;
 }

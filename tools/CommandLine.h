@@ -2,7 +2,10 @@
 // CommandLine.h - what the tools share: arguments, help, exit codes, whole files.
 #pragma once
 
+#include <cmath>
+#include <limits>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -25,15 +28,22 @@ struct Arguments
     const char* Get(const char* option, const char* standard = "") const;
     /// A decimal number, or 0x and hexadecimal digits. Anything else, or out of range, is a usage error.
     double GetNumber(const char* option, double standard, double least, double most) const;
-    /// The same, for whole numbers of at most 32 bits.
-    long GetInteger(const char* option, long standard, long least, long most) const;
+    /// The same, for the whole numbers of a type of at most 32 bits.
+    template <typename Integer> Integer GetInteger(const char* option, Integer standard = 0) const
+    {
+        using Limits = std::numeric_limits<Integer>;
+        const double number = GetNumber(option, standard, Limits::min(), Limits::max());
+        if (number != std::floor(number))
+            FailUsage(std::string("--") + option + " takes a whole number");
+        return static_cast<Integer>(number);
+    }
 };
 
 struct Command
 {
     const char* name;
     size_t words; // taken after the name
-    std::vector<std::string> options; // "all-users" is a flag, "id=" takes a value
+    std::set<std::string> options; // "all-users" is a flag, "id=" takes a value
     void (*run)(const Arguments&);
 };
 

@@ -100,9 +100,8 @@ void PutDirect(QDataStream& out, const QImage& image, const QRect& frame)
             for (int x = 0; x < image.width(); ++x)
                 planes.append(static_cast<char>(image.pixel(x, y) >> shift & 0xFF));
         }
-        if (rowBytes < 8) {
+        if (rowBytes < 8)
             out << quint8(0); // the only pixel of the row has four bytes
-        }
         PutRow(out, planes, rowBytes);
     }
 }

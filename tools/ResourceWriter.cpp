@@ -36,7 +36,7 @@ std::vector<uint32_t> TypesOf(const std::vector<ResourceFile::Resource>& resourc
 {
     std::vector<uint32_t> types;
     for (const ResourceFile::Resource& resource : resources) {
-        if (std::find(types.begin(), types.end(), resource.type) == types.end())
+        if (std::ranges::find(types, resource.type) == types.end())
             types.push_back(resource.type);
     }
     return types;
@@ -115,11 +115,9 @@ void ResourceWriter::Set(ResourceFile::Resource resource)
     m_resources.push_back(std::move(resource));
 }
 
-bool ResourceWriter::Remove(uint32_t type, int16_t id)
+void ResourceWriter::Remove(uint32_t type, int16_t id)
 {
-    return std::erase_if(m_resources,
-                         [=](const ResourceFile::Resource& resource) {
-                             return resource.type == type && resource.id == id;
-                         })
-        != 0;
+    std::erase_if(m_resources, [=](const ResourceFile::Resource& resource) {
+        return resource.type == type && resource.id == id;
+    });
 }

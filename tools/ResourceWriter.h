@@ -13,8 +13,7 @@ public:
 
     /// Adds a resource, or replaces the one with its type and id in its place.
     void Set(ResourceFile::Resource resource);
-    /// False if there is none.
-    bool Remove(uint32_t type, int16_t id);
+    void Remove(uint32_t type, int16_t id);
     /// The file's bytes, types in the order of their first resource. Nothing if the data exceed 16 MB or
     /// the lists 64 KB, which the format cannot hold.
     std::optional<std::vector<uint8_t>> Serialize() const;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // vlabout.cpp - shows any About box from the command line.
+#include "support/BundleAt.h"
 #include "tools/ImageFile.h"
 #include "tools/ResourceWriter.h"
 
@@ -8,6 +9,7 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QTemporaryDir>
+#include <QtCore/QTimer>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QWidget>
 #include <xcb/xcb.h>
@@ -15,83 +17,82 @@
 namespace {
 
 const char kHelp[]
-    = "usage: vlabout [--picture IMAGE [--density D] | --bundle HOST.bundle [--id N]]\n"
-      "               [--version TEXT] [--text TEXT] [--style 0|1] [--parent WINDOWID]\n"
-      "               [--snapshot OUT.png] [--module BUNDLE]\n"
-      "\n"
-      "--picture   an image: PNG, JPEG, SVG (package libqt6svg6); scaled to 440 x 260 points\n"
-      "--density   pixels per point of that image (default 1)\n"
-      "--bundle    the bundle whose resource file holds 'PICT' N (default 128)\n"
-      "--version   the version line; omit to hide it. As the only argument: prints this tool's "
-      "version\n"
-      "--text      the extra line; omit to hide it\n"
-      "--style     1: light text, for dark pictures\n"
-      "--parent    the X11 id (12345 or 0x3039) of the window that the box belongs to and blocks\n"
-      "--snapshot  saves an image of the box and closes it; needs no display\n"
-      "--module    the module bundle, unless it is installed beside this program\n"
-      "\n"
-      "An IMAGE named - is standard input, an OUT.png standard output.\n"
-      "exit codes: 0 shown, 1 not shown, 2 wrong arguments\n";
+    = R"(usage: vlabout [--picture IMAGE [--density D] | --bundle HOST.bundle [--id N]]
+               [--version TEXT] [--text TEXT] [--style 0|1] [--parent WINDOWID]
+               [--snapshot OUT.png] [--module BUNDLE]
+
+--picture   an image: PNG, JPEG, SVG (package libqt6svg6); scaled to 440 x 260 points
+--density   pixels per point of that image (default 1)
+--bundle    the bundle whose resource file holds 'PICT' N (default 128)
+--version   the version line; omit to hide it. As the only argument: prints this tool's version
+--text      the extra line; omit to hide it
+--style     1: light text, for dark pictures
+--parent    the X11 id (12345 or 0x3039) of the window that the box belongs to and blocks
+--snapshot  saves an image of the box and closes it; needs no display
+--module    the module bundle, unless it is installed beside this program
+
+An IMAGE named - is standard input, an OUT.png standard output.
+exit codes: 0 shown, 1 not shown, 2 wrong arguments
+)";
 
 /// Creates a bundle below `folder` that holds an image.
-std::string MakeBundle(const QString& folder, const Arguments& arguments, int id)
+std::string MakeBundle(const QString& folder, const Arguments& arguments, int16_t id)
 {
     const char* image = arguments.Get("picture");
     const QByteArray picture
         = EncodeImage(ReadInput(image), image, arguments.GetNumber("density", 1, 0.05, 20));
     ResourceWriter resources;
-    resources.Set({ 'PICT', static_cast<int16_t>(id), 0, "", { picture.begin(), picture.end() } });
-    const QString path = folder + QStringLiteral("/Picture.bundle");
-    QDir().mkpath(path + QStringLiteral("/Contents/Resources"));
-    const QString file = path + QStringLiteral("/Contents/Resources/Picture.rsrc");
-    WriteOutput(QFile::encodeName(file), *resources.Serialize());
+    resources.Set({ 'PICT', id, 0, "", { picture.begin(), picture.end() } });
+    const QString path = folder + "/Picture.bundle";
+    QDir().mkpath(path + "/Contents/Resources");
+    WriteOutput(QFile::encodeName(path + "/Contents/Resources/Picture.rsrc"),
+                *resources.Serialize());
     return QFile::encodeName(path).toStdString();
 }
 
 /// Fails for a bundle without the picture: the box would show the module's default picture.
-void RequirePicture(const std::string& path, int id)
+void RequirePicture(const std::string& path, int16_t id)
 {
-    const CFURLRef url = CFURLCreateFromFileSystemRepresentation(
-        kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path.data()),
-        static_cast<CFIndex>(path.size()), true);
-    const CFBundleRef bundle = CFBundleCreate(kCFAllocatorDefault, url);
-    CFRelease(url);
-    if (bundle == nullptr)
+    const auto bundle = BundleAt(path);
+    if (!bundle)
         Fail("no bundle at " + path);
-    const CFBundleRefNum file = CFBundleOpenBundleResourceMap(bundle);
-    const bool isFound = GetResource('PICT', static_cast<SInt16>(id)) != nullptr;
-    CFBundleCloseBundleResourceMap(bundle, file);
-    CFRelease(bundle);
+    const CFBundleRefNum file = CFBundleOpenBundleResourceMap(bundle.get());
+    const bool isFound = GetResource('PICT', id) != nullptr;
+    CFBundleCloseBundleResourceMap(bundle.get(), file);
     if (!isFound)
         Fail("no 'PICT' " + std::to_string(id) + " in " + path);
 }
 
-void TakeSnapshot(EventLoopTimerRef, void* userData)
+/// Closes the box by its button.
+QImage TakeSnapshot()
 {
+    QImage snapshot;
     for (QWidget* widget : QApplication::topLevelWidgets()) {
         if (widget->isVisible())
-            *static_cast<QImage*>(userData) = widget->grab().toImage();
+            snapshot = widget->grab().toImage();
     }
     const ControlID buttonID = { 'butn', 0 };
     ControlRef button = nullptr;
     if (GetControlByID(FrontNonFloatingWindow(), &buttonID, &button) == noErr)
         HIViewSimulateClick(button, kControlButtonPart, 0, nullptr);
+    return snapshot;
 }
 
 /// Shows the box over a window, or in the middle of the screen.
-int ShowBox(const Arguments& arguments, VeltranoModuleRef module, const std::string& host, int id)
+int ShowBox(const Arguments& arguments,
+            VeltranoModuleRef module,
+            const std::string& host,
+            int16_t id)
 {
     WindowRef parent = nullptr;
     if (arguments.Has("parent")) {
-        const long parentId = arguments.GetInteger("parent", 0, 0, UINT32_MAX);
-        parent = CreateWindowRefWithX11Window(static_cast<unsigned long>(parentId));
+        parent = CreateWindowRefWithX11Window(arguments.GetInteger<uint32_t>("parent"));
         if (parent == nullptr)
             Fail(std::string("no window ") + arguments.Get("parent"));
     }
-    const int style = static_cast<int>(arguments.GetInteger("style", 0, 0, 1));
     const int result
         = VeltranoShowAboutBox(module, parent, host.c_str(), id, arguments.Get("version", nullptr),
-                               arguments.Get("text", nullptr), style);
+                               arguments.Get("text", nullptr), arguments.GetInteger<bool>("style"));
     DisposeWindow(parent);
     return result;
 }
@@ -117,7 +118,7 @@ void Show(const Arguments& arguments)
 {
     if (arguments.Has("picture") && arguments.Has("bundle"))
         FailUsage("either --picture or --bundle");
-    const int id = static_cast<int>(arguments.GetInteger("id", 128, INT16_MIN, INT16_MAX));
+    const auto id = arguments.GetInteger<int16_t>("id", 128);
     ChooseDisplay(arguments);
     int count = 1;
     char name[] = "vlabout";
@@ -137,10 +138,8 @@ void Show(const Arguments& arguments)
     if (!host.empty())
         RequirePicture(host, id);
     QImage snapshot;
-    if (arguments.Has("snapshot")) {
-        InstallEventLoopTimer(GetMainEventLoop(), 0.2, 0, NewEventLoopTimerUPP(TakeSnapshot),
-                              &snapshot, nullptr);
-    }
+    if (arguments.Has("snapshot"))
+        QTimer::singleShot(200, [&] { snapshot = TakeSnapshot(); });
     const int result = ShowBox(arguments, module, host, id);
     VeltranoCloseModule(module);
     if (result != kVeltranoShown)

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // vlcheck.cpp - checks a module bundle the way a host uses it.
+#include "support/BundleAt.h"
 #include "tools/CommandLine.h"
 
 #include <Carbon/Carbon.h>
@@ -7,7 +8,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <dlfcn.h>
 #include <link.h>
 #include <sys/wait.h>
@@ -15,13 +15,13 @@
 
 namespace {
 
-const char kHelp[]
-    = "usage: vlcheck BUNDLE\n"
-      "\n"
-      "Loads and unloads a module bundle. Checks that it loads without output, has its interface\n"
-      "file, exports only GetEntryTable, always returns the same table with the About entries at\n"
-      "positions 0 and 10, and leaves the process.\n"
-      "exit codes: 0 no faults, 1 faults (one line each), 2 wrong arguments\n";
+const char kHelp[] = R"(usage: vlcheck BUNDLE
+
+Loads and unloads a module bundle. Checks that it loads without output, has its interface
+file, exports only GetEntryTable, always returns the same table with the About entries at
+positions 0 and 10, and leaves the process.
+exit codes: 0 no faults, 1 faults (one line each), 2 wrong arguments
+)";
 
 int sFaults = 0;
 
@@ -54,36 +54,22 @@ bool LoadsQuietly(CFBundleRef bundle)
     return status == 0 && isQuiet;
 }
 
-/// The symbols that a loaded executable exports: those in its hash table.
-std::vector<std::string> ExportedSymbols(const link_map& executable)
+/// The number of symbols that a loaded executable exports: those in its hash table, which has one.
+uint32_t CountExports(const link_map& executable)
 {
-    const char* strings = nullptr;
-    const ElfW(Sym)* symbols = nullptr;
-    const uint32_t* hash = nullptr;
-    for (const ElfW(Dyn)* entry = executable.l_ld; entry->d_tag != DT_NULL; ++entry) {
-        const auto* table = reinterpret_cast<const void*>(entry->d_un.d_ptr);
-        if (entry->d_tag == DT_STRTAB)
-            strings = static_cast<const char*>(table);
-        else if (entry->d_tag == DT_SYMTAB)
-            symbols = static_cast<const ElfW(Sym)*>(table);
-        else if (entry->d_tag == DT_GNU_HASH)
-            hash = static_cast<const uint32_t*>(table);
-    }
-    if (hash == nullptr)
+    const ElfW(Dyn)* entry = executable.l_ld;
+    while (entry->d_tag != DT_GNU_HASH && entry->d_tag != DT_NULL)
+        ++entry;
+    if (entry->d_tag == DT_NULL)
         Fail("no GNU hash table in the executable");
-    const uint32_t first = hash[1]; // header: bucket count, first symbol, filter words, shift
+    // The header: bucket count, first symbol, filter words, shift.
+    const auto* hash = reinterpret_cast<const uint32_t*>(entry->d_un.d_ptr);
     const uint32_t* const buckets = hash + 4 + hash[2] * (sizeof(ElfW(Addr)) / sizeof *hash);
     const uint32_t* const chains = buckets + hash[0];
-    std::vector<std::string> names;
-    for (const uint32_t* bucket = buckets; bucket != chains; ++bucket) {
-        uint32_t i
-            = std::max(*bucket, first); // start of a chain, whose last hash is odd; 0 if empty
-        for (bool isLast = *bucket == 0; !isLast; ++i) {
-            names.emplace_back(strings + symbols[i].st_name);
-            isLast = (chains[i - first] & 1) != 0;
-        }
-    }
-    return names;
+    uint32_t last = *std::max_element(buckets, chains) - hash[1]; // the start of the last chain
+    while ((chains[last] & 1) == 0) // an odd hash ends a chain
+        ++last;
+    return last + 1;
 }
 
 void CheckTable(GetEntryTableProc get)
@@ -110,12 +96,8 @@ bool HasInterfaceFile(CFBundleRef bundle)
 
 void Check(const Arguments& arguments)
 {
-    const CFURLRef url = CFURLCreateFromFileSystemRepresentation(
-        kCFAllocatorDefault, reinterpret_cast<const UInt8*>(arguments[0]),
-        static_cast<CFIndex>(strlen(arguments[0])), true);
-    const CFBundleRef bundle = url != nullptr ? CFBundleCreate(kCFAllocatorDefault, url) : nullptr;
-    if (url != nullptr)
-        CFRelease(url);
+    const auto owner = BundleAt(arguments[0]);
+    const CFBundleRef bundle = owner.get();
     if (bundle == nullptr)
         Fail(std::string("no bundle at ") + arguments[0]);
     Report(LoadsQuietly(bundle), "loads and unloads without output");
@@ -129,15 +111,13 @@ void Check(const Arguments& arguments)
                    RTLD_DL_LINKMAP);
     Report(isFound, "loads and exports GetEntryTable");
     if (isFound) {
-        Report(ExportedSymbols(*executable) == std::vector<std::string> { "GetEntryTable" },
-               "exports nothing but GetEntryTable");
+        Report(CountExports(*executable) == 1, "exports nothing but GetEntryTable");
         CheckTable(get);
         const std::string path = executable->l_name;
         CFBundleUnloadExecutable(bundle);
         Report(dlopen(path.c_str(), RTLD_LAZY | RTLD_NOLOAD) == nullptr,
                "leaves the process when it is unloaded");
     }
-    CFRelease(bundle);
     if (sFaults != 0)
         Fail(std::string("faults: ") + std::to_string(sFaults));
 }

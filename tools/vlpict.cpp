@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 // vlpict.cpp - images to 'PICT' resources and back.
 #include "QuickDraw/Picture_qt.h"
+#include "support/Ref.h"
 #include "tools/ImageFile.h"
 #include "tools/ResourceWriter.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <QtCore/QtEndian>
 #include <QtGui/QGuiApplication>
 #include <QtGui/QPainter>
 
@@ -15,24 +17,24 @@ namespace {
 
 const uint32_t kPictureType = 'PICT';
 
-const char kHelp[]
-    = "usage: vlpict add FILE.rsrc --id N [--name TEXT] [--density D] IMAGE\n"
-      "       vlpict list FILE.rsrc\n"
-      "       vlpict extract FILE.rsrc --id N [--type TYPE] [--scale S] OUT\n"
-      "       vlpict remove FILE.rsrc --id N [--type TYPE]\n"
-      "       vlpict draw FILE [--id N] [--scale S] OUT.png\n"
-      "\n"
-      "add       puts an image (PNG, JPEG, .pict, or SVG with the package libqt6svg6) into a\n"
-      "          resource file as 'PICT' N, and creates a missing file. --density 2: the\n"
-      "          image has, or an SVG is drawn with, 2 pixels a point\n"
-      "list      type, id, bytes and name of each resource\n"
-      "extract   writes a resource's bytes; to OUT.png or OUT.pict a picture as such a file\n"
-      "remove    takes a resource out of the file\n"
-      "draw      paints a .pict file, or 'PICT' N of a resource file, at S times its size\n"
-      "\n"
-      "A file named - is standard input or output; add and remove then read the one and write the\n"
-      "other, and add takes an empty input as a new file.\n"
-      "exit codes: 0 done, 1 a file could not be read, decoded or written, 2 wrong arguments\n";
+const char kHelp[] = R"(usage: vlpict add FILE.rsrc --id N [--name TEXT] [--density D] IMAGE
+       vlpict list FILE.rsrc
+       vlpict extract FILE.rsrc --id N [--type TYPE] [--scale S] OUT
+       vlpict remove FILE.rsrc --id N [--type TYPE]
+       vlpict draw FILE [--id N] [--scale S] OUT.png
+
+add       puts an image (PNG, JPEG, .pict, or SVG with the package libqt6svg6) into a
+          resource file as 'PICT' N, and creates a missing file. --density 2: the
+          image has, or an SVG is drawn with, 2 pixels a point
+list      type, id, bytes and name of each resource
+extract   writes a resource's bytes; to OUT.png or OUT.pict a picture as such a file
+remove    takes a resource out of the file
+draw      paints a .pict file, or 'PICT' N of a resource file, at S times its size
+
+A file named - is standard input or output; add and remove then read the one and write the
+other, and add takes an empty input as a new file.
+exit codes: 0 done, 1 a file could not be read, decoded or written, 2 wrong arguments
+)";
 
 ResourceFile ParseResources(const std::string& bytes, const char* path)
 {
@@ -54,26 +56,22 @@ int16_t IdOf(const Arguments& arguments)
 {
     if (!arguments.Has("id"))
         FailUsage("--id is missing");
-    return static_cast<int16_t>(arguments.GetInteger("id", 0, INT16_MIN, INT16_MAX));
+    return arguments.GetInteger<int16_t>("id");
 }
 
 uint32_t TypeOf(const Arguments& arguments)
 {
-    uint32_t type = 0;
     const std::string_view text = arguments.Get("type", "PICT");
     if (text.size() != 4)
         FailUsage("a type has four characters: " + std::string(text));
-    for (const char c : text)
-        type = type << 8 | static_cast<uint8_t>(c);
-    return type;
+    return qFromBigEndian<uint32_t>(text.data());
 }
 
 const ResourceFile::Resource& FindResource(const ResourceFile& file, const Arguments& arguments)
 {
-    const int16_t id = IdOf(arguments);
-    const auto* resource = file.Find(TypeOf(arguments), id);
+    const auto* resource = file.Find(TypeOf(arguments), IdOf(arguments));
     if (resource == nullptr)
-        Fail("no such resource: " + std::to_string(id));
+        Fail(std::string("no such resource: ") + arguments.Get("id"));
     return *resource;
 }
 
@@ -111,13 +109,11 @@ void SaveDrawing(const Bytes& picture, const Arguments& arguments, const char* o
 /// Converts between UTF-8 and MacRoman. Fails for characters that the target encoding lacks.
 std::string Convert(const std::string& text, CFStringEncoding from, CFStringEncoding to)
 {
-    const CFStringRef string = CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), from);
+    const Ref<CFStringRef> string(
+        CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), from));
     std::string converted(text.size() * 3 + 1, 0);
-    const bool isDone = string != nullptr
-        && CFStringGetCString(string, converted.data(), static_cast<CFIndex>(converted.size()), to);
-    if (string != nullptr)
-        CFRelease(string);
-    if (!isDone)
+    const auto size = static_cast<CFIndex>(converted.size());
+    if (!string || !CFStringGetCString(string.get(), converted.data(), size, to))
         FailUsage("the name has characters outside MacRoman: " + text);
     return converted.c_str();
 }

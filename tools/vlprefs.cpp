@@ -13,46 +13,43 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <memory>
+#include <iomanip>
 #include <set>
+#include <sstream>
 #include <string_view>
 
 namespace fs = std::filesystem;
 
 namespace {
 
-const char kHelp[]
-    = "usage: vlprefs get APPLICATION ENTRY\n"
-      "       vlprefs set APPLICATION ENTRY --int N | --bool true|false | --string TEXT | --data "
-      "HEX\n"
-      "       vlprefs delete APPLICATION ENTRY\n"
-      "       vlprefs list APPLICATION\n"
-      "       vlprefs clear APPLICATION\n"
-      "       vlprefs export APPLICATION\n"
-      "       vlprefs import APPLICATION FILE\n"
-      "       vlprefs domains\n"
-      "each with --all-users for the entries of all users\n"
-      "\n"
-      "ENTRY is a path of keys, \"View/Main/Left\": each component but the last is a dictionary.\n"
-      "get      prints the value; exit code 1 if it is absent or a dictionary\n"
-      "list     prints one line per entry: path, type and value between tabs. In paths and "
-      "strings\n"
-      "         \\n, \\r, \\t and \\\\ stand for the characters\n"
-      "clear    deletes all entries\n"
-      "export   prints the entries as an XML property list\n"
-      "import   sets the entries of such a list, \"-\" for standard input; others stay\n"
-      "domains  prints the applications that have entries\n"
-      "exit codes: 0 done, 1 no such entry, or a file cannot be read or written, 2 wrong "
-      "arguments\n";
+const char kHelp[] = R"(usage: vlprefs get APPLICATION ENTRY
+       vlprefs set APPLICATION ENTRY --int N | --bool true|false | --string TEXT | --data HEX
+       vlprefs delete APPLICATION ENTRY
+       vlprefs list APPLICATION
+       vlprefs clear APPLICATION
+       vlprefs export APPLICATION
+       vlprefs import APPLICATION FILE
+       vlprefs domains
+each with --all-users for the entries of all users
+
+ENTRY is a path of keys, "View/Main/Left": each component but the last is a dictionary.
+get      prints the value; exit code 1 if it is absent or a dictionary
+list     prints one line per entry: path, type and value between tabs. In paths and strings
+         \n, \r, \t and \\ stand for the characters
+clear    deletes all entries
+export   prints the entries as an XML property list
+import   sets the entries of such a list, "-" for standard input; others stay
+domains  prints the applications that have entries
+exit codes: 0 done, 1 no such entry, or a file cannot be read or written, 2 wrong arguments
+)";
 
 Ref<CFStringRef> MakeString(const std::string& text)
 {
-    const CFStringRef string
-        = CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
-                                  static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8, false);
-    if (string == nullptr)
+    Ref<CFStringRef> string(
+        CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8));
+    if (!string)
         FailUsage("not UTF-8: " + text);
-    return Ref<CFStringRef>(string);
+    return string;
 }
 
 std::string TextOf(CFTypeRef string)
@@ -86,38 +83,31 @@ struct Value
 
 Value DescribeNumber(CFNumberRef number)
 {
-    if (!CFNumberIsFloatType(number)) {
-        SInt64 integer = 0;
-        CFNumberGetValue(number, kCFNumberSInt64Type, &integer);
-        return { "int", std::to_string(integer) };
-    }
-    char text[64];
+    SInt64 integer = 0;
     double real = 0;
+    if (!CFNumberIsFloatType(number) && CFNumberGetValue(number, kCFNumberSInt64Type, &integer))
+        return { "int", std::to_string(integer) };
     CFNumberGetValue(number, kCFNumberDoubleType, &real);
-    snprintf(text, sizeof text, "%.17g", real);
-    return { "real", text };
+    std::ostringstream text;
+    text << std::setprecision(17) << real;
+    return { "real", text.str() };
 }
 
 std::string FormatData(CFDataRef data)
 {
-    std::string text;
-    const UInt8* bytes = CFDataGetBytePtr(data);
-    for (CFIndex i = 0; i < CFDataGetLength(data); ++i) {
-        char digits[3];
-        snprintf(digits, sizeof digits, "%02X", bytes[i]);
-        text += digits;
-    }
-    return text;
+    std::ostringstream text;
+    text << std::hex << std::uppercase << std::setfill('0');
+    for (CFIndex i = 0; i < CFDataGetLength(data); ++i)
+        text << std::setw(2) << unsigned { CFDataGetBytePtr(data)[i] };
+    return text.str();
 }
 
 std::string FormatDate(CFDateRef date)
 {
     constexpr double kFrom1970 = 978307200;
     const auto seconds = static_cast<time_t>(std::floor(CFDateGetAbsoluteTime(date) + kFrom1970));
-    tm parts = {};
-    char text[64] = "";
-    if (gmtime_r(&seconds, &parts) != nullptr)
-        strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
+    char text[64];
+    strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", gmtime(&seconds));
     return text;
 }
 
@@ -153,32 +143,37 @@ std::string Escape(const std::string& text)
 // --- files -------------------------------------------------------------------------------------
 
 /// The file of an application's entries.
-std::string FileOf(const Arguments& arguments, const char* application)
+std::string FileOf(const Arguments& arguments)
 {
-    return BaseFolders_Preferences(application, arguments.Has("all-users"));
+    return BaseFolders_Preferences(TextOf(ApplicationOf(arguments).get()),
+                                   arguments.Has("all-users"));
 }
 
-/// All entries of an application. Fails if there is a file that cannot be read.
-Ref<CFMutableDictionaryRef> CopyEntries(const Arguments& arguments)
+bool IsDictionary(CFTypeRef value)
 {
-    Ref<CFMutableDictionaryRef> entries(CFDictionaryCreateMutable(
-        kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
-    const auto application = ApplicationOf(arguments);
-    const CFStringRef user = UserOf(arguments);
-    const Ref<CFArrayRef> keys(
-        CFPreferencesCopyKeyList(application.get(), user, kCFPreferencesCurrentHost));
-    for (CFIndex i = 0; keys && i < CFArrayGetCount(keys.get()); ++i) {
-        const auto key = static_cast<CFStringRef>(CFArrayGetValueAtIndex(keys.get(), i));
-        const Ref<CFTypeRef> value(
-            CFPreferencesCopyValue(key, application.get(), user, kCFPreferencesCurrentHost));
-        CFDictionarySetValue(entries.get(), key, value.get());
-    }
-    std::error_code error;
-    if (!keys && (fs::exists(FileOf(arguments, arguments[0]), error) || error)) {
-        ReadInput(FileOf(arguments, arguments[0]));
-        Fail(FileOf(arguments, arguments[0]) + " is not an XML property list with entries");
-    }
+    return value != nullptr && CFGetTypeID(value) == CFDictionaryGetTypeID();
+}
+
+/// The entries in an XML property list.
+Ref<> ReadList(const std::string& path)
+{
+    const std::string xml = ReadInput(path);
+    const Ref<CFDataRef> data(CFDataCreate(kCFAllocatorDefault,
+                                           reinterpret_cast<const UInt8*>(xml.data()),
+                                           static_cast<CFIndex>(xml.size())));
+    Ref<> entries(CFPropertyListCreateFromXMLData(kCFAllocatorDefault, data.get(),
+                                                  kCFPropertyListImmutable, nullptr));
+    if (!IsDictionary(entries.get()))
+        Fail(path + " is not an XML property list with entries");
     return entries;
+}
+
+/// All entries of an application; null without a file.
+Ref<> ReadEntries(const Arguments& arguments)
+{
+    const std::string file = FileOf(arguments);
+    std::error_code error;
+    return fs::exists(file, error) || error ? ReadList(file) : nullptr;
 }
 
 /// Writes what was set, and says so if a damaged file had to make way.
@@ -187,12 +182,12 @@ void Write(const Arguments& arguments)
     std::string aside;
     std::error_code error;
     for (int n = 1; aside.empty() || fs::exists(fs::symlink_status(aside, error)); ++n)
-        aside = FileOf(arguments, arguments[0]) + ".damaged-" + std::to_string(n);
+        aside = FileOf(arguments) + ".damaged-" + std::to_string(n);
     errno = 0;
     if (!CFPreferencesSynchronize(ApplicationOf(arguments).get(), UserOf(arguments),
                                   kCFPreferencesCurrentHost)) {
         const std::string reason = errno != 0 ? std::string(": ") + strerror(errno) : "";
-        Fail("cannot write " + FileOf(arguments, arguments[0]) + reason);
+        Fail("cannot write " + FileOf(arguments) + reason);
     }
     if (fs::exists(aside, error))
         fprintf(stderr, "vlprefs: the old file was damaged and is now %s\n", aside.c_str());
@@ -203,16 +198,10 @@ void Write(const Arguments& arguments)
 std::vector<std::string> SplitEntry(const std::string& entry)
 {
     std::vector<std::string> keys;
-    size_t begin = 0;
-    for (size_t end; (end = entry.find('/', begin)) != std::string::npos; begin = end + 1)
-        keys.push_back(entry.substr(begin, end - begin));
-    keys.push_back(entry.substr(begin));
+    std::istringstream rest(entry + "/");
+    for (std::string key; std::getline(rest, key, '/');)
+        keys.push_back(key);
     return keys;
-}
-
-bool IsDictionary(CFTypeRef value)
-{
-    return value != nullptr && CFGetTypeID(value) == CFDictionaryGetTypeID();
 }
 
 /// The value of the entry; borrowed. Fails if there is none.
@@ -231,20 +220,23 @@ CFTypeRef FindEntry(CFTypeRef entries, const char* entry)
 
 void Get(const Arguments& arguments)
 {
-    const auto entries = CopyEntries(arguments);
+    const auto entries = ReadEntries(arguments);
     const CFTypeRef value = FindEntry(entries.get(), arguments[1]);
     if (IsDictionary(value))
         Fail(std::string(arguments[1]) + " is a dictionary; 'vlprefs list' shows what is in it");
     puts(Describe(value).text.c_str());
 }
 
-/// Calls a function with each key and value of a dictionary.
-template <typename Function> void ForEach(CFDictionaryRef dictionary, Function function)
+/// Calls a function with each key and value of a dictionary, which may be null.
+template <typename Function> void ForEach(CFTypeRef value, Function function)
 {
-    const auto count = static_cast<size_t>(CFDictionaryGetCount(dictionary));
+    const auto dictionary = static_cast<CFDictionaryRef>(value);
+    const size_t count
+        = value != nullptr ? static_cast<size_t>(CFDictionaryGetCount(dictionary)) : 0;
     std::vector<const void*> keys(count);
     std::vector<const void*> values(count);
-    CFDictionaryGetKeysAndValues(dictionary, keys.data(), values.data());
+    if (count != 0)
+        CFDictionaryGetKeysAndValues(dictionary, keys.data(), values.data());
     for (size_t i = 0; i < count; ++i)
         function(static_cast<CFStringRef>(keys[i]), values[i]);
 }
@@ -253,7 +245,7 @@ void ListValue(const std::string& path, CFTypeRef value)
 {
     const Value described = Describe(value);
     if (IsDictionary(value) && described.text != "0") {
-        ForEach(static_cast<CFDictionaryRef>(value), [&](CFStringRef key, CFTypeRef inner) {
+        ForEach(value, [&](CFStringRef key, CFTypeRef inner) {
             ListValue(path + "/" + TextOf(key), inner);
         });
         return;
@@ -263,7 +255,7 @@ void ListValue(const std::string& path, CFTypeRef value)
 
 void List(const Arguments& arguments)
 {
-    ForEach(CopyEntries(arguments).get(),
+    ForEach(ReadEntries(arguments).get(),
             [](CFStringRef key, CFTypeRef value) { ListValue(TextOf(key), value); });
 }
 
@@ -280,50 +272,50 @@ std::vector<UInt8> ParseHex(std::string_view text)
     return bytes;
 }
 
-Ref<CFTypeRef> MakeValue(const Arguments& arguments)
+Ref<> MakeValue(const Arguments& arguments)
 {
     if (arguments.options.size() != (arguments.Has("all-users") ? 2 : 1))
         FailUsage("set wants one of --int, --bool, --string and --data");
     if (arguments.Has("int")) {
-        const auto value
-            = static_cast<SInt32>(arguments.GetInteger("int", 0, INT32_MIN, INT32_MAX));
-        return Ref<CFTypeRef>(CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt32Type, &value));
+        const auto value = arguments.GetInteger<SInt32>("int");
+        return Ref<>(CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt32Type, &value));
     }
     if (arguments.Has("bool")) {
         const std::string text = arguments.Get("bool");
         if (text != "true" && text != "false")
             FailUsage("neither true nor false: " + text);
-        return Ref<CFTypeRef>(CFRetain(text == "true" ? kCFBooleanTrue : kCFBooleanFalse));
+        return Ref_Retained<CFTypeRef>(text == "true" ? kCFBooleanTrue : kCFBooleanFalse);
     }
     if (arguments.Has("data")) {
         const std::vector<UInt8> bytes = ParseHex(arguments.Get("data"));
-        return Ref<CFTypeRef>(
+        return Ref<>(
             CFDataCreate(kCFAllocatorDefault, bytes.data(), static_cast<CFIndex>(bytes.size())));
     }
-    return Ref<CFTypeRef>(MakeString(arguments.Get("string")).release());
+    return MakeString(arguments.Get("string"));
 }
 
 /// A copy of a dictionary, or of an empty one, with `value` at keys[depth...]; null removes what is there.
-Ref<CFTypeRef>
-CopyWith(CFTypeRef dictionary, const std::vector<std::string>& keys, size_t depth, CFTypeRef value)
+Ref<> CopyWith(CFTypeRef dictionary,
+               const std::vector<std::string>& keys,
+               size_t depth,
+               CFTypeRef value)
 {
     if (depth == keys.size())
-        return Ref<CFTypeRef>(value != nullptr ? CFRetain(value) : nullptr);
+        return Ref<>(value != nullptr ? CFRetain(value) : nullptr);
     if (dictionary != nullptr && !IsDictionary(dictionary))
         Fail(keys[depth - 1] + " is no dictionary");
-    const CFMutableDictionaryRef copy = dictionary != nullptr
-        ? CFDictionaryCreateMutableCopy(kCFAllocatorDefault, 0,
-                                        static_cast<CFDictionaryRef>(dictionary))
-        : CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
-                                    &kCFTypeDictionaryValueCallBacks);
-    Ref<CFTypeRef> owner(copy);
+    Ref<CFMutableDictionaryRef> copy(CFDictionaryCreateMutable(
+        kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
+    ForEach(dictionary,
+            [&](CFStringRef key, CFTypeRef old) { CFDictionarySetValue(copy.get(), key, old); });
     const auto key = MakeString(keys[depth]);
-    const auto inner = CopyWith(CFDictionaryGetValue(copy, key.get()), keys, depth + 1, value);
+    const auto inner
+        = CopyWith(CFDictionaryGetValue(copy.get(), key.get()), keys, depth + 1, value);
     if (inner)
-        CFDictionarySetValue(copy, key.get(), inner.get());
+        CFDictionarySetValue(copy.get(), key.get(), inner.get());
     else
-        CFDictionaryRemoveValue(copy, key.get());
-    return owner;
+        CFDictionaryRemoveValue(copy.get(), key.get());
+    return copy;
 }
 
 /// Sets a top-level value in memory; null removes it.
@@ -338,8 +330,8 @@ void Put(const Arguments& arguments, CFTypeRef value)
 {
     const auto keys = SplitEntry(arguments[1]);
     const auto key = MakeString(keys[0]);
-    const Ref<CFTypeRef> top(CFPreferencesCopyValue(key.get(), ApplicationOf(arguments).get(),
-                                                    UserOf(arguments), kCFPreferencesCurrentHost));
+    const Ref<> top(CFPreferencesCopyValue(key.get(), ApplicationOf(arguments).get(),
+                                           UserOf(arguments), kCFPreferencesCurrentHost));
     SetTopValue(arguments, key.get(), CopyWith(top.get(), keys, 1, value).get());
     Write(arguments);
 }
@@ -351,36 +343,27 @@ void Set(const Arguments& arguments)
 
 void Delete(const Arguments& arguments)
 {
-    FindEntry(CopyEntries(arguments).get(), arguments[1]);
+    FindEntry(ReadEntries(arguments).get(), arguments[1]);
     Put(arguments, nullptr);
 }
 
 void Clear(const Arguments& arguments)
 {
-    ForEach(CopyEntries(arguments).get(),
+    ForEach(ReadEntries(arguments).get(),
             [&](CFStringRef key, CFTypeRef) { SetTopValue(arguments, key, nullptr); });
     Write(arguments);
 }
 
-/// Prints the application's file as it is, after a check that it can be read.
+/// Prints the application's file as it is.
 void Export(const Arguments& arguments)
 {
-    CopyEntries(arguments);
-    fputs(ReadInput(FileOf(arguments, arguments[0])).c_str(), stdout);
+    ReadList(FileOf(arguments)); // fails if it is damaged
+    fputs(ReadInput(FileOf(arguments)).c_str(), stdout);
 }
 
-/// Sets the entries of a property list; others stay.
 void Import(const Arguments& arguments)
 {
-    const std::string xml = ReadInput(arguments[1]);
-    const Ref<CFDataRef> data(CFDataCreate(kCFAllocatorDefault,
-                                           reinterpret_cast<const UInt8*>(xml.data()),
-                                           static_cast<CFIndex>(xml.size())));
-    const Ref<CFTypeRef> entries(CFPropertyListCreateFromXMLData(
-        kCFAllocatorDefault, data.get(), kCFPropertyListImmutable, nullptr));
-    if (!IsDictionary(entries.get()))
-        Fail(std::string(arguments[1]) + " is not an XML property list with entries");
-    ForEach(static_cast<CFDictionaryRef>(entries.get()),
+    ForEach(ReadList(arguments[1]).get(),
             [&](CFStringRef key, CFTypeRef value) { SetTopValue(arguments, key, value); });
     Write(arguments);
 }
@@ -389,7 +372,7 @@ void Domains(const Arguments& arguments)
 {
     std::set<std::string> names;
     std::error_code error;
-    const fs::path nameless = FileOf(arguments, "");
+    const fs::path nameless = BaseFolders_Preferences("", arguments.Has("all-users"));
     const std::string suffix = nameless.filename();
     for (const auto& entry : fs::directory_iterator(nameless.parent_path(), error)) {
         const std::string name = entry.path().filename();

@@ -2,7 +2,7 @@
 // Host_qt.cpp - the C functions through which a host in any language opens the module and shows its box.
 #include "HIToolbox/Application_qt.h"
 #include "HIToolbox/Windows_qt.h"
-#include "support/Ref.h"
+#include "support/BundleAt.h"
 
 #include <Carbon/IBCarbonRuntime.h>
 #include <veltrano/Host.h>
@@ -32,14 +32,6 @@ std::list<OpaqueVeltranoModule>& Modules()
     return *modules;
 }
 
-Ref<CFBundleRef> CreateBundle(const std::string& path)
-{
-    const Ref<CFURLRef> url(CFURLCreateFromFileSystemRepresentation(
-        kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path.data()),
-        static_cast<CFIndex>(path.size()), true));
-    return Ref<CFBundleRef>(url ? CFBundleCreate(kCFAllocatorDefault, url.get()) : nullptr);
-}
-
 // The module that was built or installed with this library.
 Ref<CFBundleRef> CreateInstalledBundle()
 {
@@ -50,7 +42,7 @@ Ref<CFBundleRef> CreateInstalledBundle()
     const std::string file = library.dli_fname;
     const std::string folder = file.substr(0, file.rfind('/') + 1);
     for (const char* place : kPlaces) {
-        if (auto bundle = CreateBundle(folder + place))
+        if (auto bundle = BundleAt(folder + place))
             return bundle;
     }
     return nullptr;
@@ -83,7 +75,7 @@ int FindObstacle(CFBundleRef bundle, WindowRef window)
 
 VeltranoModuleRef VeltranoOpenModule(const char* path)
 try {
-    auto bundle = path ? CreateBundle(path) : CreateInstalledBundle();
+    auto bundle = path ? BundleAt(path) : CreateInstalledBundle();
     const auto known = std::ranges::find(Modules(), bundle, &OpaqueVeltranoModule::bundle);
     if (known != Modules().end()) {
         ++known->users;
@@ -119,7 +111,7 @@ int VeltranoShowAboutBox(VeltranoModuleRef module,
     const unsigned loopsBefore = Windows_CountModalLoops(); // the entry's result is 1 in any case
     ++module->users;
     try {
-        const auto host = hostBundlePath ? CreateBundle(hostBundlePath) : nullptr;
+        const auto host = hostBundlePath ? BundleAt(hostBundlePath) : nullptr;
         const CFBundleRef bundle = hostBundlePath ? host.get() : CFBundleGetMainBundle();
         show(window, bundle, pictureId, &product, text, lightStyle);
     } catch (const std::bad_alloc&) { // before the box was up; no exception may reach a host in C
