@@ -28,21 +28,10 @@ static int CountDescriptors(void)
     return count;
 }
 
-static long ResidentPages(void)
-{
-    long pages = 0;
-    FILE* file = fopen("/proc/self/statm", "r");
-    if (fscanf(file, "%*d %ld", &pages) != 1)
-        pages = 0;
-    fclose(file);
-    return pages;
-}
-
 int main(int argc, char** argv)
 {
     const int cycles = argc == 3 ? atoi(argv[2]) : 0;
     const int descriptors = CountDescriptors();
-    long pages = 0;
     for (int i = 0; i < cycles; ++i) {
         VeltranoModuleRef module = VeltranoOpenModule(argv[1]);
         const int isMapped = IsModuleMapped();
@@ -51,10 +40,8 @@ int main(int argc, char** argv)
             printf("cycle %d: %s\n", i, isMapped ? "still mapped" : "not loaded");
             return 1;
         }
-        if (i == 0) /* the first one fills the caches */
-            pages = ResidentPages();
     }
     const int more = CountDescriptors() - descriptors;
-    printf("%d cycles, %d descriptors and %ld pages more\n", cycles, more, ResidentPages() - pages);
+    printf("%d cycles, %d descriptors more\n", cycles, more);
     return more != 0 || cycles == 0;
 }
