@@ -4,7 +4,6 @@
 #include "System/vlString.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -12,16 +11,6 @@
 #include <new>
 
 namespace Veltrano {
-
-bool gIsValidString(const char* lpsz)
-{
-    return lpsz != nullptr;
-}
-
-bool gIsValidAddress(const void* p, SInt32 /*n*/, bool /*write*/)
-{
-    return p != nullptr;
-}
 
 namespace {
 
@@ -56,36 +45,13 @@ const char* FindNext(const char* p, const char* pEnd, const char* lpszSub)
     return nullptr;
 }
 
-// As atoi, but saturates instead of overflowing.
-int ParseInt(const char* lpsz)
-{
-    if (*lpsz >= 'A') {
-        return 0; // common case: no number before the conversion
-    }
-    return static_cast<int>(std::clamp<long>(strtol(lpsz, nullptr, 10), INT_MIN, INT_MAX));
-}
-
-const char* SkipDigits(const char* p)
-{
-    while (*p >= '0' && *p <= '9')
-        ++p;
-    return p;
-}
-
 // The length of the value as "%f" with six more digits than requested.
 SInt64 MeasureFixed(double value, int nWidth, int nPrecision)
 {
-    const SInt64 nSize = std::max<SInt64>(nPrecision + 318LL, nWidth) + 1;
-    char* lpszScratch = nPrecision <= INT_MAX - 6
-        ? static_cast<char*>(malloc(static_cast<size_t>(nSize)))
-        : nullptr;
-    if (lpszScratch == nullptr)
-        return nSize;
-    *lpszScratch = '\0';
-    snprintf(lpszScratch, static_cast<size_t>(nSize), "%*.*f", nWidth, nPrecision + 6, value);
-    const SInt64 nLength = static_cast<SInt64>(strlen(lpszScratch));
-    free(lpszScratch);
-    return nLength;
+    if (nPrecision > INT_MAX - 6)
+        return INT_MAX;
+    const int nLength = snprintf(nullptr, 0, "%*.*f", nWidth, nPrecision + 6, value);
+    return nLength < 0 ? INT_MAX : nLength;
 }
 
 } // namespace
@@ -100,11 +66,6 @@ StringData* StringData::Create(SInt32 n)
     StringData* pData = new (block) StringData(1, n);
     pData->GetChars()[n] = '\0';
     return pData;
-}
-
-void StringData::Free()
-{
-    delete[] reinterpret_cast<char*>(this);
 }
 
 void String::AllocateExact(UInt32 nLen)
@@ -127,8 +88,7 @@ void String::MakeUnique()
     if (IsShared()) {
         String old; // keeps the block alive while it is copied
         std::swap(m_pchData, old.m_pchData);
-        AllocateExact(static_cast<UInt32>(old.GetLength()));
-        CopyChars(m_pchData, old.m_pchData, old.GetLength() + 1);
+        old.CopyRange(*this, old.GetLength(), 0, 0);
     }
     VL_CHECK(GetData()->GetRefs() <= 1, SourceName(__FILE__), 203, "GetData()->nRefs <= 1");
 }
@@ -142,17 +102,25 @@ void String::PrepareOverwrite(int nLen)
     VL_CHECK(GetData()->GetRefs() <= 1, SourceName(__FILE__), 213, "GetData()->nRefs <= 1");
 }
 
-void String::CopyFrom(int nSrcLen, const char* lpchSrc)
+// Moves the text to a private block with room for nCapacity characters.
+void String::Reallocate(UInt32 nCapacity)
 {
-    if (IsShared() && Contains(lpchSrc)) {
-        String old;
+    StringData* pOldData = GetData();
+    AllocateExact(nCapacity);
+    CopyChars(m_pchData, pOldData->GetChars(), pOldData->nDataLength);
+    SetLength(pOldData->nDataLength);
+    ReleaseData(pOldData);
+}
+
+String& String::CopyFrom(int nSrcLen, const char* lpchSrc)
+{
+    String old; // keeps characters of this string alive while they are copied
+    if (IsShared() && Contains(lpchSrc))
         std::swap(m_pchData, old.m_pchData);
-        CopyFrom(nSrcLen, lpchSrc);
-        return;
-    }
     PrepareOverwrite(nSrcLen);
     CopyChars(m_pchData, lpchSrc, nSrcLen);
     SetLength(nSrcLen);
+    return *this;
 }
 
 void String::JoinCopy(int nLen1, const char* lpchSrc1, int nLen2, const char* lpchSrc2)
@@ -165,10 +133,10 @@ void String::JoinCopy(int nLen1, const char* lpchSrc1, int nLen2, const char* lp
     }
 }
 
-void String::AppendInPlace(int nSrcLen, const char* lpchSrc)
+String& String::AppendInPlace(int nSrcLen, const char* lpchSrc)
 {
     if (nSrcLen == 0)
-        return;
+        return *this;
     const int nLen = GetLength();
     if (!IsShared() && nSrcLen <= GetAllocLength() - nLen) {
         CopyChars(m_pchData + nLen, lpchSrc, nSrcLen);
@@ -182,6 +150,7 @@ void String::AppendInPlace(int nSrcLen, const char* lpchSrc)
         VL_ASSERT(391, pOldData != 0);
         ReleaseData(pOldData);
     }
+    return *this;
 }
 
 // By value: lets a loop of appends keep its character in a register.
@@ -192,13 +161,8 @@ void String::AppendChar(char ch)
 
 void String::CopyRange(String& dest, int nCopyLen, int nCopyIndex, int nExtraLen) const
 {
-    const UInt32 nLen = static_cast<UInt32>(nCopyLen) + static_cast<UInt32>(nExtraLen);
-    if (nLen == 0) {
-        dest.AttachNil();
-    } else {
-        dest.AllocateExact(nLen);
-        CopyChars(dest.m_pchData, m_pchData + nCopyIndex, nCopyLen);
-    }
+    dest.AllocateExact(static_cast<UInt32>(nCopyLen) + static_cast<UInt32>(nExtraLen));
+    CopyChars(dest.m_pchData, m_pchData + nCopyIndex, nCopyLen);
 }
 
 // True if an argument lies in this string's block. False for the nil buffer, whose text never changes.
@@ -219,84 +183,27 @@ void String::SetLength(int nLen)
         m_pchData[nLen] = '\0';
 }
 
-// Construction, assignment and concatenation
-
-String::String(const char* lpsz)
-{
-    const int nLen = Measure(lpsz);
-    AllocateExact(static_cast<UInt32>(nLen));
-    CopyChars(m_pchData, lpsz, nLen);
-}
+// Construction and concatenation
 
 String::String(const char* lpch, int nLength)
 {
-    AttachNil();
-    if (nLength != 0) {
+    if (nLength != 0)
         VL_ASSERT(586, gIsValidAddress(lpch, nLength, false));
-        AllocateExact(static_cast<UInt32>(nLength));
-        CopyChars(m_pchData, lpch, nLength);
-    }
+    AllocateExact(static_cast<UInt32>(nLength));
+    CopyChars(m_pchData, lpch, nLength);
 }
 
 String::String(char ch, int nRepeat)
 {
-    AttachNil();
-    if (nRepeat >= 1) {
-        AllocateExact(static_cast<UInt32>(nRepeat));
-        memset(m_pchData, ch, static_cast<size_t>(nRepeat));
-    }
+    const UInt32 nLength = static_cast<UInt32>(std::max(nRepeat, 0));
+    AllocateExact(nLength);
+    memset(m_pchData, ch, nLength);
 }
 
-String& String::operator=(char ch)
-{
-    CopyFrom(1, &ch);
-    return *this;
-}
-
-String& String::operator+=(const String& string)
-{
-    AppendInPlace(string.GetLength(), string.m_pchData);
-    return *this;
-}
-
-String& String::operator+=(const char* lpsz)
-{
-    AppendInPlace(Measure(lpsz), lpsz);
-    return *this;
-}
-
-String operator+(const String& string1, const String& string2)
+String String::Join(std::string_view a, std::string_view b)
 {
     String result;
-    result.JoinCopy(string1.GetLength(), string1, string2.GetLength(), string2);
-    return result;
-}
-
-String operator+(const String& string, const char* lpsz)
-{
-    String result;
-    result.JoinCopy(string.GetLength(), string, String::Measure(lpsz), lpsz);
-    return result;
-}
-
-String operator+(const char* lpsz, const String& string)
-{
-    String result;
-    result.JoinCopy(String::Measure(lpsz), lpsz, string.GetLength(), string);
-    return result;
-}
-
-String operator+(const String& string, char ch)
-{
-    String result;
-    result.JoinCopy(string.GetLength(), string, 1, &ch);
-    return result;
-}
-
-String operator+(char ch, const String& string)
-{
-    String result;
-    result.JoinCopy(1, &ch, string.GetLength(), string);
+    result.JoinCopy(static_cast<int>(a.size()), a.data(), static_cast<int>(b.size()), b.data());
     return result;
 }
 
@@ -305,14 +212,8 @@ String operator+(char ch, const String& string)
 char* String::OpenBuffer(int nMinBufLength)
 {
     VL_ASSERT(428, nMinBufLength >= 0);
-    if (IsShared() || nMinBufLength > GetAllocLength()) {
-        StringData* pOldData = GetData();
-        const int nOldLen = GetLength();
-        AllocateExact(static_cast<UInt32>(std::max(nMinBufLength, nOldLen)));
-        CopyChars(m_pchData, pOldData->GetChars(), nOldLen + 1);
-        GetData()->nDataLength = nOldLen;
-        ReleaseData(pOldData);
-    }
+    if (IsShared() || nMinBufLength > GetAllocLength())
+        Reallocate(static_cast<UInt32>(std::max(nMinBufLength, GetLength())));
     VL_CHECK(GetData()->GetRefs() <= 1, SourceName(__FILE__), 447, "GetData()->nRefs <= 1");
     return m_pchData;
 }
@@ -322,9 +223,8 @@ void String::CloseBuffer(int nNewLength)
     MakeUnique();
     if (nNewLength < 0) {
         // The writer may have run over the zero: the search ends with the block, and the check sees it.
-        const int nSize = GetAllocLength() + 1;
-        const void* pEnd = memchr(m_pchData, '\0', static_cast<size_t>(nSize));
-        nNewLength = pEnd ? static_cast<int>(static_cast<const char*>(pEnd) - m_pchData) : nSize;
+        const UInt32 nSize = static_cast<UInt32>(GetAllocLength()) + 1;
+        nNewLength = static_cast<int>(strnlen(m_pchData, nSize));
     }
     VL_ASSERT(461, nNewLength <= (int)(GetData()->nAllocLength));
     SetLength(nNewLength);
@@ -342,11 +242,8 @@ void String::TrimCapacity()
 {
     VL_ASSERT(478, GetData()->nDataLength <= GetData()->nAllocLength);
     if (GetLength() != GetAllocLength()) {
-        StringData* pOldData = GetData();
-        AllocateExact(static_cast<UInt32>(pOldData->nDataLength));
-        CopyChars(m_pchData, pOldData->GetChars(), pOldData->nDataLength);
+        Reallocate(static_cast<UInt32>(GetLength()));
         VL_ASSERT(484, m_pchData[GetData()->nDataLength] == '\0');
-        ReleaseData(pOldData);
     }
     VL_ASSERT(487, GetData() != 0);
 }
@@ -390,14 +287,7 @@ String String::Part(int nFirst, int nCount) const
     VL_ASSERT(844, nFirst + nCount <= (int)(GetData()->nDataLength));
     if (nCount == GetLength())
         return *this;
-    String result;
-    CopyRange(result, nCount, nFirst, 0);
-    return result;
-}
-
-String String::Substring(int nFirst) const
-{
-    return Substring(nFirst, GetLength() - std::max(nFirst, 0));
+    return String(m_pchData + nFirst, nCount);
 }
 
 String String::Tail(int nCount) const
@@ -422,32 +312,19 @@ String String::HeadWithin(const char* lpszCharSet) const
 
 int String::FindChar(char ch, int nStart) const
 {
-    if (nStart >= GetLength())
-        return -1;
-    const char* lpszHit = strchr(m_pchData + std::max(nStart, 0), static_cast<unsigned char>(ch));
-    return lpszHit ? static_cast<int>(lpszHit - m_pchData) : -1;
-}
-
-int String::FindLastChar(char ch) const
-{
-    const char* lpszHit = strrchr(m_pchData, static_cast<unsigned char>(ch));
-    return lpszHit ? static_cast<int>(lpszHit - m_pchData) : -1;
+    return nStart >= GetLength() ? -1 : IndexOf(strchr(m_pchData + std::max(nStart, 0), ch));
 }
 
 int String::FindAnyOf(const char* lpszCharSet) const
 {
     VL_ASSERT(527, gIsValidString(lpszCharSet));
-    const char* lpszHit = strpbrk(m_pchData, lpszCharSet);
-    return lpszHit ? static_cast<int>(lpszHit - m_pchData) : -1;
+    return IndexOf(strpbrk(m_pchData, lpszCharSet));
 }
 
 int String::FindText(const char* lpszSub, int nStart) const
 {
     VL_ASSERT(913, gIsValidString(lpszSub));
-    if (nStart > GetLength())
-        return -1;
-    const char* lpszHit = strstr(m_pchData + std::max(nStart, 0), lpszSub);
-    return lpszHit ? static_cast<int>(lpszHit - m_pchData) : -1;
+    return nStart > GetLength() ? -1 : IndexOf(strstr(m_pchData + std::max(nStart, 0), lpszSub));
 }
 
 // In-place editing
@@ -487,15 +364,9 @@ int String::InsertChars(int nIndex, const char* lpch, int nCount)
     const int nLength = GetLength();
     const UInt32 nNewLength = static_cast<UInt32>(nLength) + static_cast<UInt32>(nCount);
     nIndex = std::clamp(nIndex, 0, nLength);
-    if (nNewLength > static_cast<UInt32>(GetAllocLength())) {
-        StringData* pOldData = GetData();
-        AllocateExact(nNewLength);
-        CopyChars(m_pchData, pOldData->GetChars(), nIndex);
-        CopyChars(m_pchData + nIndex + nCount, pOldData->GetChars() + nIndex, nLength - nIndex);
-        ReleaseData(pOldData);
-    } else {
-        CopyChars(m_pchData + nIndex + nCount, m_pchData + nIndex, nLength - nIndex);
-    }
+    if (nNewLength > static_cast<UInt32>(GetAllocLength()))
+        Reallocate(nNewLength);
+    CopyChars(m_pchData + nIndex + nCount, m_pchData + nIndex, nLength - nIndex);
     CopyChars(m_pchData + nIndex, lpch, nCount);
     SetLength(static_cast<int>(nNewLength));
     return GetLength();
@@ -506,13 +377,9 @@ int String::ReplaceChar(char chOld, char chNew)
     if (chOld == chNew)
         return 0;
     MakeUnique();
-    int nCount = 0;
-    for (int i = 0; i < GetLength(); ++i) {
-        if (m_pchData[i] == chOld) {
-            m_pchData[i] = chNew;
-            ++nCount;
-        }
-    }
+    char* pEnd = m_pchData + GetLength();
+    const int nCount = static_cast<int>(std::count(m_pchData, pEnd, chOld));
+    std::replace(m_pchData, pEnd, chOld, chNew);
     return nCount;
 }
 
@@ -584,18 +451,11 @@ int String::RemoveChar(char chRemove)
     return nCount;
 }
 
-void String::ToLower()
+void String::MapChars(int (*map)(int))
 {
     MakeUnique();
     for (char* p = m_pchData; *p != '\0'; ++p)
-        *p = static_cast<char>(tolower(static_cast<unsigned char>(*p)));
-}
-
-void String::ToUpper()
-{
-    MakeUnique();
-    for (char* p = m_pchData; *p != '\0'; ++p)
-        *p = static_cast<char>(toupper(static_cast<unsigned char>(*p)));
+        *p = static_cast<char>(map(static_cast<unsigned char>(*p)));
 }
 
 template <class Test> void String::TrimEndWhile(Test test)
@@ -732,11 +592,15 @@ private:
         }
     }
 
+    // As atoi, but saturates instead of overflowing.
     int ScanNumber()
     {
-        const int n = ParseInt(m_p);
-        m_p = SkipDigits(m_p);
-        return n;
+        if (*m_p >= 'A') {
+            return 0; // common case: no number before the conversion
+        }
+        const long n = strtol(m_p, nullptr, 10);
+        m_p += strspn(m_p, "0123456789");
+        return static_cast<int>(std::clamp<long>(n, INT_MIN, INT_MAX));
     }
 
     void ScanModifier()

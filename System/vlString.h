@@ -13,16 +13,25 @@
 #include <CoreServices/MacTypes.h>
 
 #include <atomic>
+#include <cctype>
 #include <climits>
 #include <cstdarg>
 #include <cstring>
+#include <string_view>
 
 namespace Veltrano {
 
 using Bool32 = SInt32; // a 32-bit truth value that keeps other values than 0 and 1
 
-bool gIsValidString(const char* lpsz);
-bool gIsValidAddress(const void* p, SInt32 n, bool write);
+inline bool gIsValidString(const char* lpsz)
+{
+    return lpsz != nullptr;
+}
+
+inline bool gIsValidAddress(const void* p, SInt32 /*n*/, bool /*write*/)
+{
+    return p != nullptr;
+}
 
 /// The header in front of the characters.
 class StringData final
@@ -39,7 +48,7 @@ public:
     }
 
     /// Releases the block that Create made.
-    virtual void Free();
+    virtual void Free() { delete[] reinterpret_cast<char*>(this); }
     /// True when the block is counted. KEPT: false for a locked block as for the nil buffer.
     virtual bool IsNotNil() const { return GetRefs() != -1; }
 
@@ -63,7 +72,10 @@ public:
     String();
     /// Shares the block of a counted string; a locked one is copied.
     String(const String& stringSrc);
-    String(const char* lpsz);
+    String(const char* lpsz)
+        : String(lpsz, Measure(lpsz))
+    {
+    }
     /// Copies nLength bytes, which may include zeros.
     String(const char* lpch, int nLength);
     /// nRepeat times ch; empty if nRepeat is below 1.
@@ -72,16 +84,16 @@ public:
 
     String& operator=(const String& stringSrc);
     String& operator=(const char* lpsz);
-    String& operator=(char ch);
+    String& operator=(char ch) { return CopyFrom(1, &ch); }
     /// Appends; the capacity becomes exactly the sum unless OpenBuffer or a shortening left more.
-    String& operator+=(const String& string);
-    String& operator+=(const char* lpsz);
+    String& operator+=(const String& s) { return AppendInPlace(s.GetLength(), s.m_pchData); }
+    String& operator+=(const char* lpsz) { return AppendInPlace(Measure(lpsz), lpsz); }
     String& operator+=(char ch);
-    friend String operator+(const String& string1, const String& string2);
-    friend String operator+(const String& string, const char* lpsz);
-    friend String operator+(const char* lpsz, const String& string);
-    friend String operator+(const String& string, char ch);
-    friend String operator+(char ch, const String& string);
+    friend String operator+(const String& a, const String& b) { return Join(View(a), View(b)); }
+    friend String operator+(const String& a, const char* b) { return Join(View(a), View(b)); }
+    friend String operator+(const char* a, const String& b) { return Join(View(a), View(b)); }
+    friend String operator+(const String& a, char b) { return Join(View(a), { &b, 1 }); }
+    friend String operator+(char a, const String& b) { return Join({ &a, 1 }, View(b)); }
 
     /// Comparison as strcmp; a null plain string counts as empty.
     friend bool operator==(const String& a, const String& b) { return strcmp(a, b) == 0; }
@@ -118,7 +130,7 @@ public:
 
     /// Ranges are clamped to the text. The whole text shares the block.
     String Substring(int nFirst, int nCount) const;
-    String Substring(int nFirst) const;
+    String Substring(int nFirst) const { return Substring(nFirst, GetLength()); }
     String Head(int nCount) const { return Substring(0, nCount); }
     String Tail(int nCount) const;
     /// The leading characters that are not in, or are in, a set.
@@ -127,7 +139,7 @@ public:
 
     /// Searches give an index or -1, and end at the first zero character.
     int FindChar(char ch, int nStart = 0) const;
-    int FindLastChar(char ch) const;
+    int FindLastChar(char ch) const { return IndexOf(strrchr(m_pchData, ch)); }
     int FindAnyOf(const char* lpszCharSet) const;
     int FindText(const char* lpszSub, int nStart = 0) const;
 
@@ -144,8 +156,8 @@ public:
     int ReplaceText(const char* lpszOld, const char* lpszNew);
     int RemoveChar(char chRemove);
     /// Up to the first zero character.
-    void ToLower();
-    void ToUpper();
+    void ToLower() { MapChars(tolower); }
+    void ToUpper() { MapChars(toupper); }
     /// Remove white space, one character or a set of characters from one end.
     void TrimEnd();
     void TrimEnd(char ch);
@@ -172,9 +184,9 @@ protected:
     void ReleaseData();
     void MakeUnique();
     void PrepareOverwrite(int nLen);
-    void CopyFrom(int nSrcLen, const char* lpchSrc);
+    String& CopyFrom(int nSrcLen, const char* lpchSrc);
     void JoinCopy(int nLen1, const char* lpchSrc1, int nLen2, const char* lpchSrc2);
-    void AppendInPlace(int nSrcLen, const char* lpchSrc);
+    String& AppendInPlace(int nSrcLen, const char* lpchSrc);
     void CopyRange(String& dest, int nCopyLen, int nCopyIndex, int nExtraLen) const;
 
     char* m_pchData; // never null
@@ -183,12 +195,18 @@ private:
     class FormatScan;
 
     static int Measure(const char* lpsz);
+    static std::string_view View(const String& s) { return std::string_view(s, s.GetLength()); }
+    static std::string_view View(const char* p) { return std::string_view(p, Measure(p)); }
+    static String Join(std::string_view a, std::string_view b);
     String Part(int nFirst, int nCount) const;
     void AppendChar(char ch);
     bool IsShared() const { return GetData()->GetRefs() > 1; }
     bool Contains(const char* lpch) const;
     void SetLength(int nLen);
+    void Reallocate(UInt32 nCapacity);
+    int IndexOf(const char* p) const { return p ? static_cast<int>(p - m_pchData) : -1; }
     int InsertChars(int nIndex, const char* lpch, int nCount);
+    void MapChars(int (*map)(int));
     template <class Test> void TrimEndWhile(Test test);
     template <class Test> void TrimStartWhile(Test test);
 
