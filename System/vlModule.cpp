@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 #include <sys/stat.h>
 
 namespace Veltrano {
@@ -45,15 +46,12 @@ int FolderLength(const char* path)
 /// Goes up from the executable through MacOS, Contents and the bundle to the folder that holds the bundle.
 OSErr GoUpToBundleFolder(FSRef& ref)
 {
-    for (int level = 0; level < 4; ++level) {
-        FSRef parent = {};
-        const OSErr error
-            = FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, nullptr, &parent);
-        if (error != noErr)
-            return error;
-        ref = parent;
+    OSErr error = noErr;
+    for (int level = 0; level < 4 && error == noErr; ++level) {
+        const FSRef child = ref;
+        error = FSGetCatalogInfo(&child, kFSCatInfoNone, nullptr, nullptr, nullptr, &ref);
     }
-    return noErr;
+    return error;
 }
 
 OSErr StoreModuleFolder(const FSRef& ref)
@@ -118,16 +116,6 @@ void GetApplicationSupportFolder(String& result, SInt16 domain)
     result.CloseBuffer(isWritten ? -1 : 0);
 }
 
-/// Extracts the next non-empty component of a relative path. False at the end.
-bool NextPiece(const char*& relative, String& piece)
-{
-    relative += strspn(relative, "/");
-    const size_t length = strcspn(relative, "/");
-    piece = String(relative, static_cast<int>(length));
-    relative += length;
-    return length != 0;
-}
-
 /// Makes a folder. An existing one is a success; other failures are reported and return false.
 bool MakeDirectory(const char* path)
 {
@@ -137,27 +125,28 @@ bool MakeDirectory(const char* path)
     return false;
 }
 
-/// Appends a relative path and makes each of its folders. Empties the path if one cannot be made.
-void AppendMadeFolders(String& result, const char* relative)
+/// Appends the components of a relative path, unless the path is empty. With `make` set, makes each folder, and
+/// empties the path if one cannot be made.
+void AppendFolders(String& result, const char* relative, bool make)
 {
-    String piece;
-    while (NextPiece(relative, piece)) {
-        result += piece;
-        if (!MakeDirectory(result)) {
+    relative += strspn(relative, "/");
+    while (!result.IsEmpty() && *relative != '\0') {
+        const size_t length = strcspn(relative, "/");
+        result += String(relative, static_cast<int>(length));
+        relative += length + strspn(relative + length, "/");
+        if (!make || MakeDirectory(result))
+            result += '/';
+        else
             result.Clear();
-            return;
-        }
-        result += '/';
     }
 }
 
-unsigned CopyPart(const char* part, size_t length, char* out, unsigned size)
+unsigned CopyPart(std::string_view part, char* out, unsigned size)
 {
-    const auto needed = static_cast<unsigned>(length + 1);
+    const auto needed = static_cast<unsigned>(part.size() + 1);
     if (out == nullptr || needed > size)
         return needed;
-    memcpy(out, part, length);
-    out[length] = '\0';
+    out[part.copy(out, part.size())] = '\0';
     return 0;
 }
 
@@ -361,29 +350,19 @@ void GetFolderPath(String& result, int kind)
 void GetFolderPathWith(String& result, int kind, const char* relative)
 {
     const String pieces(relative); // may alias the result
-    relative = pieces;
     GetFolderPath(result, kind);
-    if (result.IsEmpty())
-        return;
-    String piece;
-    while (NextPiece(relative, piece)) {
-        result += piece;
-        result += '/';
-    }
+    AppendFolders(result, pieces, false);
 }
 
 void GetSupportFolderPath(String& result, int kind, const char* relative)
 {
     const String pieces(relative); // may alias the result
-    GetFolderPath(result, kind);
-    for (;;) {
-        if (!result.IsEmpty())
-            AppendMadeFolders(result, pieces);
-        if (!result.IsEmpty() || kind == 0)
+    // KEPT: only 0 ends the search; a negative kind wraps round.
+    for (unsigned n = static_cast<unsigned>(kind);; --n) {
+        GetFolderPath(result, static_cast<int>(n));
+        AppendFolders(result, pieces, true);
+        if (!result.IsEmpty() || n == 0)
             return;
-        // KEPT: only 0 ends the search; a negative kind wraps round.
-        kind = static_cast<int>(static_cast<unsigned>(kind) - 1);
-        GetFolderPath(result, kind);
     }
 }
 
@@ -404,17 +383,16 @@ unsigned GetDirectoryPart(const char* path, char* out, unsigned size)
 {
     if (path == nullptr)
         return 0xFFFFFFFF;
-    const char* slash = strrchr(path, '/');
-    return CopyPart(path, slash != nullptr ? static_cast<size_t>(slash + 1 - path) : 0, out, size);
+    const std::string_view text(path);
+    return CopyPart(text.substr(0, text.rfind('/') + 1), out, size);
 }
 
 unsigned GetFileNamePart(const char* path, char* out, unsigned size)
 {
     if (path == nullptr)
         return 0xFFFFFFFF;
-    const char* slash = strrchr(path, '/');
-    const char* name = slash != nullptr ? slash + 1 : path;
-    return CopyPart(name, strlen(name), out, size);
+    const std::string_view text(path);
+    return CopyPart(text.substr(text.rfind('/') + 1), out, size);
 }
 
 int GetModuleIntPref(const char* key, int nDefault, bool allUsers)
