@@ -19,7 +19,6 @@ namespace {
 
 const char sNoPrefix[] = "";
 
-const size_t kPathSize = 260;
 const size_t kLineSize = 259;
 
 // Copies a text, or as much of it as leaves room for its zero; gives the end.
@@ -32,13 +31,14 @@ char* AppendText(char* lpchDest, char* lpchLimit, const char* lpsz)
 }
 
 // The time now, as ctime has it without the newline; empty when it cannot be told.
-void GetTimeText(char (&text)[64])
+const char* GetTimeText()
 {
     const time_t now = time(nullptr);
-    const char* lpszTime = ctime(&now);
-    AppendText(text, text + sizeof(text) - 1, lpszTime ? lpszTime : "");
-    if (text[0] != '\0')
-        text[strlen(text) - 1] = '\0';
+    char* lpszTime = ctime(&now);
+    if (lpszTime == nullptr)
+        return "";
+    lpszTime[strcspn(lpszTime, "\n")] = '\0';
+    return lpszTime;
 }
 
 int WriteLine(const char* lpszFormat, va_list argList)
@@ -76,14 +76,11 @@ int ModuleLog::open(const char* prefix, const char* label, int flags, const char
     if (!(flags & (kLogNew | kLogAppend)))
         return 1;
 
-    char path[kPathSize] = "";
+    char path[260];
     const char* lpszFolder = flags & kLogInTmp ? "/tmp/" : "";
-    if (fileName == nullptr)
-        fileName = "";
     int file = -1;
-    if (strlen(lpszFolder) + strlen(fileName) < kPathSize) {
-        char* lpchLimit = path + sizeof(path) - 1;
-        AppendText(AppendText(path, lpchLimit, lpszFolder), lpchLimit, fileName);
+    const int n = snprintf(path, sizeof(path), "%s%s", lpszFolder, fileName ? fileName : "");
+    if (n >= 0 && n < static_cast<int>(sizeof(path))) {
         const int mode = flags & kLogNew ? O_TRUNC : O_APPEND;
         file = ::open(path, O_RDWR | O_SHLOCK | O_CREAT | mode, 0666);
     }
@@ -96,12 +93,10 @@ int ModuleLog::open(const char* prefix, const char* label, int flags, const char
     if (static_cast<UInt32>(file) <= 1)
         return 1;
 
-    char text[64];
-    GetTimeText(text);
     if (label && *label)
-        LogPrint("%s; loaded at %s.\n", label, text);
+        LogPrint("%s; loaded at %s.\n", label, GetTimeText());
     else
-        LogPrint("Loaded at %s.\n", text);
+        LogPrint("Loaded at %s.\n", GetTimeText());
     return 1;
 }
 
@@ -111,9 +106,7 @@ void ModuleLog::close()
         return; // KEPT: the prefix of an open without a file is not freed
     }
     if (moduleLog_.fd > 1) {
-        char text[64];
-        GetTimeText(text);
-        LogPrint("Unloaded at %s.\n", text);
+        LogPrint("Unloaded at %s.\n", GetTimeText());
         ::close(moduleLog_.fd);
         moduleLog_.fd = -1;
     }
