@@ -71,6 +71,16 @@ bool SetEntry(CFMutableDictionaryRef dict, CFStringRef key, CFTypeRef value)
     return dict != nullptr && SetEntry(parent, key, dict.get()) ? dict.release() : nullptr;
 }
 
+// As GetObjectOfType, but checks the type at every depth.
+template <class Reference>
+Owned<Reference>
+GetTyped(PreferenceStore& store, const char* entry, CFTypeID type, CFStringRef user)
+{
+    Owned<CFTypeRef> value(store.GetObjectOfType(entry, type, user));
+    const bool bFits = value != nullptr && CFGetTypeID(value.get()) == type;
+    return Owned<Reference>(bFits ? static_cast<Reference>(value.release()) : nullptr);
+}
+
 } // namespace
 
 // Life
@@ -112,44 +122,35 @@ Bool32 PreferenceStore::Initialize(const char* application, Bool32 anyUser)
 Bool32
 PreferenceStore::SetBinary(const char* entry, CFStringRef user, const void* bytes, SInt32 nLength)
 {
-    CFDataRef value = nullptr;
-    if (bytes != nullptr && nLength != 0) {
-        // No copy: the service copies the bytes.
-        value = CFDataCreateWithBytesNoCopy(kCFAllocatorDefault, static_cast<const UInt8*>(bytes),
-                                            nLength, kCFAllocatorNull);
-        if (value == nullptr) {
-            LogPrint("SetBinary: CFData NULL\n");
-            return 0;
-        }
-    }
-    return PutObject(entry, value, user, 1);
+    if (bytes == nullptr || nLength == 0)
+        return PutObject(entry, nullptr, user, 1);
+    // No copy: the service copies the bytes.
+    const CFDataRef data = CFDataCreateWithBytesNoCopy(
+        kCFAllocatorDefault, static_cast<const UInt8*>(bytes), nLength, kCFAllocatorNull);
+    if (data != nullptr)
+        return PutObject(entry, data, user, 1);
+    LogPrint("SetBinary: CFData NULL\n");
+    return 0;
 }
 
 Bool32 PreferenceStore::SetString(const char* entry, CFStringRef user, const char* lpsz)
 {
-    CFStringRef value = nullptr;
-    if (lpsz != nullptr) {
-        value = CFStringCreateWithCString(kCFAllocatorDefault, lpsz, m_encoding);
-        if (value == nullptr) {
-            LogPrint("SetString: CFString NULL\n");
-            return 0;
-        }
-    }
-    return PutObject(entry, value, user, 1);
+    if (lpsz == nullptr)
+        return PutObject(entry, nullptr, user, 1);
+    if (const auto text = CFStringCreateWithCString(kCFAllocatorDefault, lpsz, m_encoding))
+        return PutObject(entry, text, user, 1);
+    LogPrint("SetString: CFString NULL\n");
+    return 0;
 }
 
 Bool32 PreferenceStore::SetInt(const char* entry, CFStringRef user, const SInt32* value)
 {
-    CFNumberRef number = nullptr;
-    if (value != nullptr) {
-        const SInt32 copy = *value;
-        number = CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt32Type, &copy);
-        if (number == nullptr) {
-            LogPrint("SetInt: CFNumber NULL\n");
-            return 0;
-        }
-    }
-    return PutObject(entry, number, user, 1);
+    if (value == nullptr)
+        return PutObject(entry, nullptr, user, 1);
+    if (const auto number = CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt32Type, value))
+        return PutObject(entry, number, user, 1);
+    LogPrint("SetInt: CFNumber NULL\n");
+    return 0;
 }
 
 Bool32 PreferenceStore::SetBool(const char* entry, CFStringRef user, const Bool32* value)
@@ -312,39 +313,30 @@ CFTypeRef PreferenceStore::GetDictEntryValue(Bool32 verbose,
     return result.release();
 }
 
-// As GetObjectOfType, but checks the type at every depth.
-CFTypeRef PreferenceStore::GetTypedObject(const char* entry, CFTypeID type, CFStringRef user)
-{
-    Owned<CFTypeRef> value(GetObjectOfType(entry, type, user));
-    return value != nullptr && CFGetTypeID(value.get()) == type ? value.release() : nullptr;
-}
-
 Bool32 PreferenceStore::GetBinary(const char* entry, CFStringRef user, void* buffer, UInt32* size)
 {
-    const auto data = static_cast<CFDataRef>(GetTypedObject(entry, CFDataGetTypeID(), user));
+    const auto data = GetTyped<CFDataRef>(*this, entry, CFDataGetTypeID(), user);
     if (data == nullptr)
         return 0;
-    const UInt32 nLength = static_cast<UInt32>(CFDataGetLength(data));
+    const UInt32 nLength = static_cast<UInt32>(CFDataGetLength(data.get()));
     const UInt32 nCapacity = size != nullptr ? *size : 0;
     const bool bFits = buffer != nullptr && size != nullptr && nLength <= nCapacity;
     if (size != nullptr)
         *size = nLength;
     if (bFits) {
-        std::copy_n(CFDataGetBytePtr(data), nLength, static_cast<UInt8*>(buffer));
+        std::copy_n(CFDataGetBytePtr(data.get()), nLength, static_cast<UInt8*>(buffer));
         LogPrintIf(m_verbose, "%s %d bytes copied\n", "GetBinary:", static_cast<int>(nLength));
     } else {
         LogPrint("%s buffer null or overflow (%d > %d)\n", "GetBinary:", static_cast<int>(nLength),
                  static_cast<int>(nCapacity));
     }
-    CFRelease(data);
     return bFits ? 1 : 0;
 }
 
 String PreferenceStore::GetString(const char* entry, CFStringRef user, const char* lpszDefault)
 {
     String result(lpszDefault);
-    const Owned<CFStringRef> string(
-        static_cast<CFStringRef>(GetTypedObject(entry, CFStringGetTypeID(), user)));
+    const auto string = GetTyped<CFStringRef>(*this, entry, CFStringGetTypeID(), user);
     if (string != nullptr) {
         const CFIndex nLength = CFStringGetLength(string.get());
         if (const char* lpsz = CFStringGetCStringPtr(string.get(), m_encoding)) {
@@ -364,12 +356,8 @@ String PreferenceStore::GetString(const char* entry, CFStringRef user, const cha
 Bool32 PreferenceStore::GetBool(const char* entry, CFStringRef user, Bool32 bDefault)
 {
     Bool32 result = bDefault;
-    const auto boolean
-        = static_cast<CFBooleanRef>(GetTypedObject(entry, CFBooleanGetTypeID(), user));
-    if (boolean != nullptr) {
-        result = CFBooleanGetValue(boolean) ? 1 : 0;
-        CFRelease(boolean);
-    }
+    if (const auto boolean = GetTyped<CFBooleanRef>(*this, entry, CFBooleanGetTypeID(), user))
+        result = CFBooleanGetValue(boolean.get()) ? 1 : 0;
     LogPrintIf(m_verbose, "GetBool: result '%s'\n", result ? "Yes" : "No");
     return result;
 }
@@ -377,11 +365,8 @@ Bool32 PreferenceStore::GetBool(const char* entry, CFStringRef user, Bool32 bDef
 SInt32 PreferenceStore::GetInt(const char* entry, CFStringRef user, SInt32 nDefault)
 {
     SInt32 result = nDefault;
-    const auto number = static_cast<CFNumberRef>(GetTypedObject(entry, CFNumberGetTypeID(), user));
-    if (number != nullptr) {
-        CFNumberGetValue(number, kCFNumberSInt32Type, &result);
-        CFRelease(number);
-    }
+    if (const auto number = GetTyped<CFNumberRef>(*this, entry, CFNumberGetTypeID(), user))
+        CFNumberGetValue(number.get(), kCFNumberSInt32Type, &result);
     LogPrintIf(m_verbose, "GetInt: result %d\n", static_cast<int>(result));
     return result;
 }

@@ -75,7 +75,6 @@ private:
                                        CFDictionaryRef dict,
                                        const char* path,
                                        PreferenceStore* store);
-    CFTypeRef GetTypedObject(const char* entry, CFTypeID type, CFStringRef user);
     CFStringRef GetEntryString(const char* text);
     CFStringRef GetEntryKey(const char* entry);
     static const char* NextEntry(const char* path);
