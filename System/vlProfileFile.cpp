@@ -266,13 +266,8 @@ void ProfileLineList::Remove(ProfileLine* pLine)
 
 void ProfileLineList::Clear()
 {
-    for (ProfileLine* p = head; p != nullptr;) {
-        ProfileLine* pNext = p->next;
-        delete p;
-        p = pNext;
-    }
-    head = nullptr;
-    tail = nullptr;
+    while (head != nullptr)
+        RemoveHead();
 }
 
 int ProfileLineList::GetCount() const
@@ -383,10 +378,10 @@ bool ProfileFile::FindSection(ProfileLine*& pPosition,
     return p != nullptr;
 }
 
-// Finds the first header of a section. Null if it is absent.
+// Finds the first header of a section. Null if it is absent, or the name is null or empty.
 ProfileLine* ProfileFile::GetSection(const char* lpszSection) const
 {
-    ProfileLine* pPosition = m_lines.head;
+    ProfileLine* pPosition = IsGiven(lpszSection) ? m_lines.head : nullptr;
     std::string_view name;
     FindSection(pPosition, name, lpszSection);
     return pPosition;
@@ -427,14 +422,11 @@ Bool32 ProfileFile::GetValue(const char* section, const char* key, String& value
 {
     const String before(value); // section and key may alias the value
     value.Clear();
-    if (!IsGiven(section) || !IsGiven(key))
-        return 0;
     std::string_view text;
-    if (FindEntry(GetSection(section), key, text) != nullptr) {
-        value = MakeString(text);
-        return 1;
-    }
-    return 0;
+    if (!IsGiven(key) || FindEntry(GetSection(section), key, text) == nullptr)
+        return 0;
+    value = MakeString(text);
+    return 1;
 }
 
 void ProfileFile::SetValue(const char* section, const char* key, const String& value)
@@ -514,8 +506,6 @@ int ProfileFile::GetKeys(ProfileLineList& keys, const char* section)
 {
     const String wanted(section); // may alias a line of the list
     keys.Clear();
-    if (wanted.IsEmpty())
-        return 0;
     // KEPT: a header may also be an entry.
     for (ProfileLine* p = GetSection(wanted); p != nullptr; p = GetNextInSection(p)) {
         std::string_view key;
@@ -530,8 +520,6 @@ int ProfileFile::GetLines(ProfileLineList& lines, const char* section)
 {
     const String wanted(section); // may alias a line of the list
     lines.Clear();
-    if (wanted.IsEmpty())
-        return 0;
     ProfileLine* p = GetSection(wanted);
     while (p != nullptr && (p = p->next) != nullptr) { // KEPT: past the section's end
         const std::string_view text = Trim(TextOf(p->text));
