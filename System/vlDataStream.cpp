@@ -246,15 +246,8 @@ void DataOutputFile::Append(const unsigned char* p, SInt32 nCount)
 
 void DataOutputFile::writeByte(SInt32 value)
 {
-    const bool bEndsLine = m_length % kLineLength == kLineDigits - 2;
-    Reserve(bEndsLine ? 4 : 2);
-    memcpy(m_buffer + m_length, kDigits[static_cast<unsigned char>(value)].data(), 2);
-    m_length += 2;
-    if (bEndsLine) {
-        memcpy(m_buffer + m_length, "\r\n", 2);
-        m_length += 2;
-    }
-    m_buffer[m_length] = '\0';
+    const unsigned char byte = static_cast<unsigned char>(value);
+    Append(&byte, 1);
 }
 
 template <class T> inline void DataOutputFile::WriteLittleEndian(T value)
