@@ -130,16 +130,6 @@ private:
     }
     void SayString() { Say('\'', Escaped(TextOf(m_string)), '\''); }
     void SayFormatted() { Say(Shown(TextOf(m_string)), ", room for ", m_string.GetAllocLength()); }
-    void SayList(int nCount)
-    {
-        const ProfileLine* pPrevious = nullptr;
-        for (const ProfileLine* p = m_list.head; p != nullptr; pPrevious = p, p = p->next) {
-            Say(Shown(TextOf(p->text)));
-            EXPECT_EQ(p->previous, pPrevious);
-            --nCount;
-        }
-        EXPECT_TRUE(m_list.tail == pPrevious && nCount == 0);
-    }
     void SayLog()
     {
         const char* const states[] = { "closed", "", "on standard output", "open" };
@@ -317,16 +307,9 @@ private:
         { "write", [this] { m_profile->Close(); } },
         { "endprofile", [this] { m_profile = std::make_unique<ProfileFile>(); } },
         { "get", [this] { m_string = "before"; const Bool32 isFound = m_profile->GetValue(Text(1), Text(2), m_string); Say(isFound, ' ', Shown(TextOf(m_string))); } },
-        { "getsame", [this] { m_string = Text(1); Say(m_profile->GetValue(m_string, m_string, m_string)); SayString(); } },
         { "set", [this] { m_profile->SetValue(Text(1), Text(2), Text(3)); } },
-        { "setsame", [this] { m_string = Text(1); m_profile->SetValue(m_string, m_string, m_string); } },
         { "add", [this] { m_profile->AddLine(Text(1), Text(2)); } },
         { "take", [this] { m_profile->RemoveLine(Text(1), Text(2)); } },
-        { "sections", [this] { SayList(m_profile->GetSections(m_list)); } },
-        { "keys", [this] { SayList(m_profile->GetKeys(m_list, Text(1))); } },
-        { "lines", [this] { SayList(m_profile->GetLines(m_list, Text(1))); } },
-        { "keysoffirst", [this] { SayList(m_profile->GetKeys(m_list, m_list.head->text)); } },
-        { "linesoffirst", [this] { SayList(m_profile->GetLines(m_list, m_list.head->text)); } },
         // One store
         { "store", [this] { m_store = std::make_unique<PreferenceStore>(Text(1), Int(2)); Say(m_store->m_valid); } },
         { "initialize", [this] { Say(m_store->Initialize(Text(1), Int(2)), ", valid ", m_store->m_valid); } },
@@ -349,7 +332,6 @@ private:
     TemporaryHome m_home;
     OpenString m_string;
     std::unique_ptr<ProfileFile> m_profile = std::make_unique<ProfileFile>();
-    ProfileLineList m_list;
     std::unique_ptr<PreferenceStore> m_store;
     CFBundleRef m_bundle = nullptr;
     SInt32 m_number = 0;

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
-// vlProfileFile_model.cpp - random operations on a profile beside a plain list of its lines: results, and the
-// bytes of the file after each close. VELTRANO_OPERATIONS sets how many, VELTRANO_SEED which.
+// vlProfileFile_model.cpp - random operations on a profile, of which some get no memory, beside a plain list of its
+// lines: results, and the bytes of the file after each close. VELTRANO_OPERATIONS sets how many, VELTRANO_SEED which.
 
 #include "System/vlProfileFile.h"
+#include "tests/support/FailingNew.h"
 #include "tests/support/Processes.h"
 #include "tests/support/StringChecks.h"
 #include "tests/support/TemporaryFolder.h"
 
-#include <cstring>
+#include <functional>
 #include <optional>
 
 using namespace Veltrano;
@@ -19,16 +20,13 @@ using Lines = std::vector<Text>;
 
 Lines Load(const Text& text)
 {
-    Lines loaded;
-    Text piece;
-    for (size_t i = 0; i < text.size(); ++i) {
-        piece += text[i];
-        if (text[i] == '\n' || piece.size() == 1022 || i + 1 == text.size()) {
-            loaded.push_back(piece.substr(0, piece.find_last_not_of("\r\n") + 1));
-            piece.clear();
-        }
+    Lines lines;
+    for (size_t at = 0; at < text.size();) {
+        const Text piece = text.substr(at, std::min<size_t>(text.find('\n', at) - at, 1021) + 1);
+        lines.push_back(piece.substr(0, piece.find_last_not_of("\r\n") + 1));
+        at += piece.size();
     }
-    return loaded;
+    return lines;
 }
 
 Text Trim(Text text)
@@ -39,9 +37,8 @@ Text Trim(Text text)
 
 std::optional<Text> Header(const Text& line)
 {
-    const size_t nOpen = line.find('[');
-    const size_t nClose = line.find(']', nOpen);
-    if (nOpen == line.npos || nClose == line.npos)
+    const size_t nOpen = line.find('['), nClose = line.find(']', nOpen);
+    if (nClose == line.npos)
         return {};
     return line.substr(nOpen + 1, nClose - nOpen - 1);
 }
@@ -68,91 +65,66 @@ struct Model
             ++end;
         return { first, end };
     }
-    /// The first line of a section that passes a test, or the section's end.
-    template <class Test> size_t Find(const Text& section, Test test) const
+    /// The first line of a section that passes a test and true, or the section's end.
+    std::pair<size_t, bool> Find(const Text& section,
+                                 const std::function<bool(const Text&)>& test) const
     {
         const auto [first, end] = Section(section);
         size_t i = std::min(first + 1, end);
         while (i < end && !test(lines[i]))
             ++i;
-        return i;
+        return { i, i < end };
     }
-    size_t FindEntry(const Text& section, const Text& key) const
+    /// Puts lines at an index, in place of the one there or in front of it.
+    void Put(size_t at, bool isReplaced, const Lines& added)
     {
-        return Find(section, [&](const Text& line) { return Key(line) == key; });
-    }
-    size_t FindLine(const Text& section, const Text& text) const
-    {
-        return Find(section, [&](const Text& line) { return line == text; });
-    }
-    bool Has(const Text& section) const { return Section(section).first < lines.size(); }
-    void Insert(size_t at, const Text& line)
-    {
-        lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(at), line);
-        isDirty = true;
-    }
-    void Erase(size_t at)
-    {
-        lines.erase(lines.begin() + static_cast<std::ptrdiff_t>(at));
+        const auto place = lines.begin() + static_cast<std::ptrdiff_t>(at);
+        lines.insert(lines.erase(place, place + isReplaced), added.begin(), added.end());
         isDirty = true;
     }
     void Make(const Text& section)
     {
-        if (!Has(section))
-            Insert(lines.size(), '[' + section + ']');
+        if (Section(section).first == lines.size())
+            Put(lines.size(), false, { '[' + section + ']' });
     }
 
-    std::optional<Text> GetValue(const Text& section, const Text& key) const
-    {
-        const size_t at = FindEntry(section, key);
-        if (section.empty() || key.empty() || at == Section(section).second)
-            return {};
-        return Trim(lines[at].substr(lines[at].find('=') + 1));
-    }
     void SetValue(const Text& section, const Text& key, const Text& value)
     {
-        if (section.empty() || key.empty() || (!Has(section) && value.empty()))
+        if (section.empty() || key.empty()
+            || (Section(section).first == lines.size() && value.empty()))
             return;
         Make(section);
-        const size_t at = FindEntry(section, key);
-        const bool isThere = at != Section(section).second;
-        if (isThere)
-            Erase(at);
-        if (!isThere || !value.empty())
-            Insert(isThere ? at : lines.size(), key + '=' + value);
+        const auto [at, isThere]
+            = Find(section, [&](const Text& line) { return Key(line) == key; });
+        Put(isThere ? at : lines.size(), isThere,
+            isThere && value.empty() ? Lines() : Lines { key + '=' + value });
     }
-    void AddLine(const Text& section, const Text& text)
+    void AddOrRemoveLine(bool isAdded, const Text& section, const Text& text)
     {
         if (section.empty())
             return;
         Make(section);
-        const size_t end = Section(section).second;
-        if (!text.empty() && FindLine(section, text) == end)
-            Insert(end, text);
+        const auto [at, isThere] = Find(section, [&](const Text& line) { return line == text; });
+        if (!text.empty() && isThere != isAdded)
+            Put(at, isThere, isAdded ? Lines { text } : Lines());
     }
-    void RemoveLine(const Text& section, const Text& text)
-    {
-        if (section.empty())
-            return;
-        Make(section);
-        const size_t at = FindLine(section, text);
-        if (!text.empty() && at != Section(section).second)
-            Erase(at);
-    }
-    /// What the enumerations give: section names, keys of a section, or all lines behind its header.
-    Lines List(size_t nKind, const Text& section) const
+    /// What is found of a kind: section names, keys of a section, lines behind its header, or the key's value.
+    Lines List(size_t nKind, const Text& section, const Text& key) const
     {
         Lines found;
         const auto [first, end] = Section(section);
-        for (size_t i = 0; i < lines.size(); ++i) {
-            if (nKind == 0 && Header(lines[i]))
-                found.push_back(*Header(lines[i]));
-            else if (nKind == 1 && i >= first && i < end && !Key(lines[i]).empty())
-                found.push_back(Key(lines[i]));
-            else if (nKind == 2 && i > first && !Trim(lines[i]).empty())
-                found.push_back(Trim(lines[i]));
+        for (size_t i = nKind == 0 ? 0 : first; i < lines.size(); ++i) {
+            const Text& line = lines[i];
+            if (nKind == 0 && Header(line))
+                found.push_back(*Header(line));
+            else if (nKind == 1 && i < end && !Key(line).empty())
+                found.push_back(Key(line));
+            else if (nKind == 2 && i > first && !Trim(line).empty())
+                found.push_back(Trim(line));
+            else if (nKind == 3 && i > first && i < end && Key(line) == key && found.empty())
+                found.push_back(Trim(line.substr(line.find('=') + 1)));
         }
-        return nKind > 0 && section.empty() ? Lines() : found;
+        return (nKind > 0 && section.empty()) || (nKind > 2 && key.empty()) ? Lines() : found;
     }
 };
 
@@ -160,78 +132,88 @@ TEST(ProfileModel, RandomOperations)
 {
     // The texts are few, so that sections, keys and lines are met again.
     const Lines kSections = { "a", "b", "A", " a", "x]y", "a[", "" };
-    const Lines kKeys = { "k", "l", " k", "k ", "=", "[b]", "#c", "" };
-    const Lines kTexts = { "k=v", " k = w ", "; c", "",  " ",  "[a]", "[b]", "\t[A]x", "n=[ a]",
-                           "[",   "][",      "=x",  "w", "[]", "é",   "v",   "x]" };
+    const Lines kKeys = { "k", "l", " k", "k ", "=", "[b]", "#c", "two words", "" };
+    Lines texts = Load(
+        "k=v\n k = w \n; c\n\n \n[a]\n[b]\n[\n\t[A]x\nn=[ a]\n][\n=x\nw\n[]\né\nv\nx]\nk=\n= y\n"
+        "two words=a = b\n[[d]\n123456[b]\n12345678[a]\n\t\v\f\rl\t=\v\f\rw\t\n"
+        + Text(60, 'i') + "[A]");
+    texts.push_back("v\nl=two");
     const Lines kEnds = { "\n", "\n", "\r\n", "\r", "" };
     const int nOperations = FromEnvironment("VELTRANO_OPERATIONS", 20000);
     std::mt19937 random(static_cast<unsigned>(FromEnvironment("VELTRANO_SEED", 1)));
-    const auto oneOf = [&](const Lines& texts) { return texts[random() % texts.size()]; };
+    const auto oneOf = [&](const Lines& all) { return all[random() % all.size()]; };
+    const auto isDone = [&](const auto& work) { // else it got no memory
+        FailingNew::Fail(random() % 8 == 0 ? 1 + static_cast<int>(random() % 4) : 0);
+        try {
+            work();
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
+        FailingNew::Stop();
+        return true;
+    };
     const TemporaryFolder folder;
     const Text path = folder.Path("test.ini");
     ProfileFile file;
+    ProfileLineList list;
     Model model;
     Text written;
     WriteFile(path, written);
     for (int i = 0; i < nOperations && !testing::Test::HasFailure(); ++i) {
         SCOPED_TRACE(i);
-        const Text section = oneOf(kSections), key = oneOf(kKeys), text = oneOf(kTexts);
-        const char* lpszSection = section.empty() ? nullptr : section.c_str();
-        switch (random() % (i % 20 == 0 ? 1 : 8)) {
-        case 0: { // closes, and at times another program writes
-            file.Close();
-            if (Text lines; model.isDirty && !model.lines.empty()) {
+        const auto kind = random() % (i % 20 == 0 ? 1 : 8);
+        const Text key = oneOf(kKeys);
+        const bool isSame = kind == 1; // one text for all three
+        const bool isAlias = kind == 2 && list.head != nullptr && random() % 4 == 0;
+        const Text section = isSame ? key : isAlias ? TextOf(list.head->text) : oneOf(kSections);
+        const Text text = isSame ? key : oneOf(texts);
+        const char* lpszSection = section.empty() ? nullptr
+            : isAlias                             ? list.head->text.GetString()
+                                                  : section.c_str();
+        String all(key.c_str());
+        int nResult = 0;
+        if (kind == 0) { // closes, and at times another program writes
+            EXPECT_TRUE(isDone([&] { file.Close(); }));
+            if (model.isDirty && !model.lines.empty()) {
+                written.clear();
                 for (const Text& line : model.lines)
-                    lines += line + '\n';
-                written = lines;
+                    written += line + '\n';
             }
             EXPECT_EQ(ReadFile(path), written);
             if (random() % 2 == 0) {
                 written = Text(random() % 20 == 0 ? 1016 + random() % 1030 : 0, 'l');
                 for (size_t n = random() % 20; n-- > 0;)
-                    written += oneOf(kTexts) + oneOf(kEnds);
+                    written += oneOf(texts) + oneOf(kEnds);
                 WriteFile(path, written);
             }
-            EXPECT_EQ(file.Open(path.c_str(), "r"), 1);
+            while (!isDone([&] { nResult = file.Open(path.c_str(), "r"); })) { }
+            EXPECT_EQ(nResult, 1);
             model = { Load(written) };
-            break;
-        }
-        case 1:
-            file.AddLine(lpszSection, text.c_str());
-            model.AddLine(section, text);
-            break;
-        case 2:
-            file.RemoveLine(lpszSection, text.c_str());
-            model.RemoveLine(section, text);
-            break;
-        case 3: { // one text for all three
-            const String all(key.c_str());
-            file.SetValue(all, all, all);
-            model.SetValue(key, key, key);
-            break;
-        }
-        case 4: {
-            String value(key.c_str()); // the key lies in the result
-            const auto expected = model.GetValue(section, key);
-            EXPECT_EQ(file.GetValue(lpszSection, value, value), expected.has_value());
-            EXPECT_EQ(TextOf(value), expected.value_or(""));
-            break;
-        }
-        case 5: {
-            const size_t nKind = random() % 3;
-            ProfileLineList list;
-            const int nFound = nKind == 0 ? file.GetSections(list)
-                : nKind == 1              ? file.GetKeys(list, lpszSection)
-                                          : file.GetLines(list, lpszSection);
-            Lines found;
-            for (const ProfileLine* p = list.head; p != nullptr; p = p->next)
-                found.push_back(TextOf(p->text));
-            EXPECT_EQ(found, model.List(nKind, section));
-            EXPECT_EQ(static_cast<size_t>(nFound), found.size());
-            break;
-        }
-        default:
-            file.SetValue(lpszSection, key.c_str(), text.c_str());
+        } else if (kind < 4) {
+            const size_t nKind = random() % 4;
+            if (!isDone([&] {
+                    nResult = nKind == 0 ? file.GetSections(list)
+                        : nKind == 1     ? file.GetKeys(list, lpszSection)
+                        : nKind == 2     ? file.GetLines(list, lpszSection)
+                                         : file.GetValue(lpszSection, all, all);
+                }))
+                continue;
+            Lines found(nKind == 3 && (nResult || !all.IsEmpty()), TextOf(all));
+            for (const ProfileLine* p = nKind < 3 ? list.tail : nullptr; p; p = p->previous)
+                found.insert(found.begin(), TextOf(p->text));
+            EXPECT_EQ(found, model.List(nKind, section, key));
+            EXPECT_EQ(static_cast<size_t>(nResult), found.size());
+        } else if (!isDone([&] {
+                       isSame          ? file.SetValue(all, all, all)
+                           : kind == 4 ? file.AddLine(lpszSection, text.c_str())
+                           : kind == 5 ? file.RemoveLine(lpszSection, text.c_str())
+                                       : file.SetValue(lpszSection, key.c_str(), text.c_str());
+                   })) {
+            if (file.GetSections(list) > static_cast<int>(model.List(0, "", "").size()))
+                model.Make(section); // that much was done
+        } else if (kind == 4 || kind == 5) {
+            model.AddOrRemoveLine(kind == 4, section, text);
+        } else {
             model.SetValue(section, key, text);
         }
     }
