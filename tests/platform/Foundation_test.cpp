@@ -146,9 +146,7 @@ protected:
         // The world around
         { "set", Call([this](std::string variable, std::string value) { m_kept.try_emplace(variable, getenv(variable.c_str()) ? getenv(variable.c_str()) : ""); value.empty() ? unsetenv(variable.c_str()) : setenv(variable.c_str(), value.c_str(), 1); }) },
         { "file", Call([](std::string path, std::string text) { fs::create_directories(fs::path(path).parent_path()); WriteFile(path, text); }) },
-        { "folder", Call([](std::string path) { fs::create_directories(path); }) },
-        { "link", Call([](std::string path, std::string target) { fs::create_symlink(target, path); }) },
-        { "remove", Call([](std::string path) { fs::remove_all(path); }) },
+        { "shell", Call([](std::string command) { EXPECT_EQ(0, std::system(command.c_str())) << command; }) },
         { "read", Call([](std::string path) { return Shown(ReadFile(path)); }) },
         // Texts
         { "text", Call([this](CFStringEncoding encoding, std::string bytes) { SayText(encoding, bytes); }) },
@@ -167,11 +165,7 @@ protected:
         { "synchronize", Call([](CFStringRef user, std::string name) { return CFPreferencesSynchronize(name.empty() ? kName : Str(name).get(), user, kHost); }) },
         { "copy", Call([](CFStringRef user, std::string key) { return TextOf(Own(CFPreferencesCopyValue(Str(key).get(), kName, user, kHost)).get()); }) },
         { "modes", Call([this](std::string folder) { SayModes(folder); }) },
-        { "chmod", Call([](std::string path, unsigned mode) { fs::permissions(path, fs::perms(mode)); }) },
         { "umask", Call([](unsigned mask) { umask(mask); }) },
-        { "move", Call([](std::string path, std::string to) { fs::rename(path, to); }) },
-        { "pipe", Call([](std::string path) { return mkfifo(path.c_str(), 0600); }) },
-        { "twin", Call([](std::string path, std::string target) { fs::create_hard_link(target, path); }) },
         // Locations and references
         { "parent", Call([](std::string path) { return PathOf(Own(CFURLCreateCopyDeletingLastPathComponent(nullptr, FolderURL(path).get())).get()); }) },
         { "path", Call([](std::string path, CFIndex room) {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Toolbox_test.cpp - windows, controls, events and alerts by the recorded conversations in toolbox/: without a screen,
 // at several scales, and with an X server, a window manager, a pointer and a keyboard.
-#include "tests/support/Desktop.h"
 #include "tests/support/NibBundle.h"
 #include "tools/PictureWriter.h"
 #include "tools/ResourceWriter.h"
@@ -49,6 +48,23 @@ namespace {
 std::string Code(UInt32 code)
 {
     return { char(code >> 24), char(code >> 16), char(code >> 8), char(code) };
+}
+
+/// Runs a shell command and returns what it printed.
+std::string Shell(const std::string& command)
+{
+    std::string output;
+    FILE* pipe = popen(command.c_str(), "r");
+    for (int c = 0; (c = fgetc(pipe)) != EOF;)
+        output += static_cast<char>(c);
+    pclose(pipe);
+    return output;
+}
+
+/// Runs a command while our own events go on.
+void During(const std::string& command)
+{
+    Shell("(" + command + ") >/dev/null 2>&1 &");
 }
 
 std::map<std::string, WindowRef> sWindows;
@@ -118,19 +134,17 @@ public:
         Shell("timeout 5 sh -c 'until xwininfo -name Plain | grep -q IsViewable; do sleep 0.02; "
               "done' 2>&1; wmctrl -a Plain; xdotool windowmove "
               + std::to_string(window) + " 300 200; sleep 0.2");
-    }
-    ~PlainHost() { xcb_disconnect(m_x); } // and the window is gone
-    PlainHost(const PlainHost&) = delete;
-    PlainHost& operator=(const PlainHost&) = delete;
-
-    void Paint(std::uint32_t color)
-    {
         const xcb_gcontext_t context = xcb_generate_id(m_x);
+        const std::uint32_t color = 0x336699;
         xcb_create_gc(m_x, context, window, XCB_GC_FOREGROUND, &color);
         const xcb_rectangle_t all { 0, 0, 400, 300 };
         xcb_poly_fill_rectangle(m_x, window, context, 1, &all);
         xcb_flush(m_x);
     }
+    ~PlainHost() { xcb_disconnect(m_x); } // and the window is gone
+    PlainHost(const PlainHost&) = delete;
+    PlainHost& operator=(const PlainHost&) = delete;
+
     int Clicks()
     {
         int clicks = 0;
@@ -196,15 +210,11 @@ protected:
         Size itsSize = -1;
         GetControlData(control, 0, 'text', size, its.data(), &itsSize);
         EXPECT_TRUE(error != noErr || (text == its && size == itsSize));
+        its.assign(text.size(), '?'); // and its beginning, where there is no room for more
+        GetControlData(control, 0, 'text', size / 2, its.data(), &itsSize);
+        text.replace(text.size() / 2, text.npos, text.size() - text.size() / 2, '?');
+        EXPECT_TRUE(error != noErr || (text == its && size == itsSize));
         return error;
-    }
-
-    /// Its text into a buffer that is too small and ends two characters before the string.
-    void Cut(ControlRef control, std::string text)
-    {
-        Size full = 0;
-        GetControlData(control, 0, 'text', static_cast<Size>(text.size()) - 2, text.data(), &full);
-        Say(Shown(text), " of ", full);
     }
 
     void AddHandler(const std::string& name, WindowRef window, OSStatus answer, std::string what)
@@ -279,7 +289,7 @@ protected:
         int last = 0;
         std::string line;
         for (const auto& [x, button] : buttons) {
-            line += gap(x - last, button == buttons.rbegin()->second ? 12 : 20) + ' '
+            line += gap(x - last, x == buttons.rbegin()->first ? 12 : 20) + ' '
                 + Shown(button->text().left(5)) + ' ';
             last = button->geometry().right() + 1;
         }
@@ -358,9 +368,6 @@ protected:
             EXPECT_NE(xib.npos, xib.find(edit[1])) << edit[1];
             xib.replace(xib.find(edit[1]), edit[1].size(), edit[2]);
         }
-        if (std::exchange(m_isWide, false)) // UTF-16
-            for (std::string narrow = std::exchange(xib, "\xFF\xFE"); const char c : narrow)
-                xib += { c, '\0' };
         m_bundle = std::make_unique<NibBundle>(xib);
         m_bundle->Put(m_resources);
         m_image.save(QString::fromStdString(m_bundle->Resource("image.png")));
@@ -512,29 +519,27 @@ protected:
     /// Kind, message, explanation, and what the record holds.
     void Alert()
     {
-        std::map<std::string, std::string> values;
+        std::map<std::string, std::string> values { { "message", Word(2) },
+                                                    { "explanation", Word(3) } };
         for (std::size_t at = 4; at < m_words.size(); ++at)
             values[m_words[at].substr(0, m_words[at].find('='))]
                 = m_words[at].substr(m_words[at].find('=') + 1);
-        const auto pascal = [](const std::string& text) { return char(text.size()) + text; };
-        const auto bytes
-            = [](const std::string& text) { return reinterpret_cast<ConstStringPtr>(text.data()); };
-        const std::string texts[] = { pascal(values["ok"]), pascal(values["cancel"]),
-                                      pascal(values["other"]), pascal(Word(2)), pascal(Word(3)) };
-        const auto button = [&](const char* name, int text) {
-            return values[name].empty()      ? nullptr
-                : values[name] == "standard" ? kAlertDefaultOKText
-                                             : bytes(texts[text]);
+        std::map<std::string, std::string> pascal;
+        const auto text = [&](const char* name) -> ConstStringPtr {
+            if (!values.contains(name) || values[name] == "standard")
+                return values.contains(name) ? kAlertDefaultOKText : nullptr;
+            pascal[name] = char(values[name].size()) + values[name];
+            return reinterpret_cast<ConstStringPtr>(pascal[name].data());
         };
         AlertStdAlertParamRec param {};
-        param.defaultText = button("ok", 0);
-        param.cancelText = button("cancel", 1);
-        param.otherText = button("other", 2);
+        param.defaultText = text("ok");
+        param.cancelText = text("cancel");
+        param.otherText = text("other");
         param.helpButton = !values["help"].empty();
         param.defaultButton = static_cast<SInt16>(std::atoi(values["default"].c_str()));
         param.cancelButton = static_cast<SInt16>(std::atoi(values["escape"].c_str()));
         SInt16 item = 77;
-        Good(StandardAlert(Argument<AlertType>::Of(Word(1)), bytes(texts[3]), bytes(texts[4]),
+        Good(StandardAlert(Argument<AlertType>::Of(Word(1)), text("message"), text("explanation"),
                            m_words.size() == 4 ? nullptr : &param, &item));
         Say("item ", item);
     }
@@ -544,8 +549,6 @@ protected:
         // An interface file: the lines of NibOf, or the example's; changes to its text; what is beside it
         { "window", [this] { m_nib = m_line; } },
         { "edit", [this] { m_edits.push_back(m_words); } },
-        { "example", Call([this] { m_nib.clear(); }) },
-        { "wide", Call([this] { m_isWide = true; }) },
         { "picture", Call([this](SInt16 id, std::string color) { SetPicture(id, color.c_str()); }) },
         { "resource", Call([this](ResType type, SInt16 id, std::string hex) { const auto bytes = QByteArray::fromHex(hex.c_str()); m_resources.Set({ type, id, 0, {}, { bytes.begin(), bytes.end() } }); }) },
         { "open", Call([this](std::string name, std::string window) { Open(name, window.empty() ? "Test" : window); }) },
@@ -577,7 +580,6 @@ protected:
         { "text", Call(SetText) },
         { "default", Call([](ControlRef control, std::string byte) { return SetControlData(control, 0, kControlPushButtonDefaultTag, 1, byte.data()); }) },
         { "size", Call([](ControlRef control, Size size) { return SetControlData(control, 0, 'text', size, ""); }) },
-        { "cut", Call([this](ControlRef control, size_t room) { Cut(control, std::string(room, '.')); }) },
         { "style", Call([](ControlRef control, SInt16 flags, SInt16 font, SInt16 size, SInt16 face, SInt16 just) {
             const ControlFontStyleRec style { flags, font, size, face, 0, just, { 0, 0xBFFF, 0 }, { 0xBFFF, 0, 0 } };
             return SetControlData(control, 0, 'font', sizeof style, &style);
@@ -590,8 +592,7 @@ protected:
         { "find", Call([this](WindowRef window, SInt32 number) { const ControlID id { 'test', number }; ControlRef found; Good(GetControlByID(window, &id, &found)); Say(found ? "one" : "none"); }) },
         // Hosts
         { "set", Call([](std::string variable, std::string value) { qputenv(variable.c_str(), value.c_str()); }) },
-        { "host", Call([this](std::string name) { MakeHost(name, Qt::NonModal); }) },
-        { "dialog", Call([this](std::string name) { MakeHost(name, Qt::ApplicationModal); }) },
+        { "host", Call([this](std::string name, Qt::WindowModality modality) { MakeHost(name, modality); }) },
         { "destroy", Call([](QWidget* widget) { delete widget; }) },
         // The user: of windows, hosts and the alert
         { "key", Call([](QWindow* window, std::string name) { const auto key = QKeySequence(QString::fromStdString(name))[0]; QTest::keyClick(window, key.key(), key.keyboardModifiers()); }) },
@@ -599,7 +600,7 @@ protected:
         { "drag", Call(Drag) },
         { "doubleclick", Call([](QWindow* window, QPoint at) { QTest::mouseDClick(window, Qt::LeftButton, {}, at); }) },
         { "press", Call([](QWidget* in, std::string name) { QTest::mouseClick(Button(in, name), Qt::LeftButton); }) },
-        { "tap", Call([](QWidget* widget, QPoint at) { const QPoint pixels = widget->mapToGlobal(at) * widget->devicePixelRatio(); During(At(pixels.x(), pixels.y()) + "xdotool click 1"); }) },
+        { "tap", Call([](QWidget* widget, QPoint at) { const QPoint pixels = widget->mapToGlobal(at) * widget->devicePixelRatio(); During("xdotool mousemove " + std::to_string(pixels.x()) + ' ' + std::to_string(pixels.y()) + " click 1"); }) },
         // The module's About box: parent, bundle, picture, text, version
         { "about", Call([this](WindowRef parent, std::string bundle, SInt32 picture, std::string text, std::string version) { About(parent, bundle, picture, text, version); }) },
         { "read", Call([this](QWidget* widget) { auto* read = QAccessible::queryAccessibleInterface(widget); Read(read); Say(Shown(read->text(QAccessible::Description))); }) },
@@ -616,7 +617,6 @@ protected:
         // A host without Qt, its clicks, and what the X server and the window manager say
         { "plain", Call([this](std::string name) { m_plain[name] = std::make_unique<PlainHost>(); sWindows[name] = CreateWindowRefWithX11Window(m_plain[name]->window); Say(sWindows[name] ? "one" : "none"); }) },
         { "x11", Call([](unsigned long window) { return CreateWindowRefWithX11Window(window) ? "one" : "none"; }) },
-        { "paint", Call([this](std::string name, std::uint32_t color) { m_plain.at(name)->Paint(color); }) },
         { "clicks", Call([this](std::string name) { return std::to_string(m_plain.at(name)->Clicks()); }) },
         { "drop", Call([this](std::string name) { m_plain.erase(name); }) },
         { "pixel", Call([](QPoint at) { return QGuiApplication::primaryScreen()->grabWindow(0, at.x(), at.y(), 1, 1).toImage().pixelColor(0, 0).name().toStdString(); }) },
@@ -644,7 +644,6 @@ protected:
     std::deque<std::string> m_pending; // for timers, which may change places
     std::map<std::string, std::unique_ptr<PlainHost>> m_plain;
     QList<QImage> m_looks;
-    bool m_isWide = false;
     bool m_isBusy = false;
     int m_level = -1; // of the loop in which a box is shown
 };

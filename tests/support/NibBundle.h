@@ -96,27 +96,26 @@ private:
 };
 
 /// Handles events on a target with a function until it ends.
-class Handler
+struct Handler
 {
-public:
-    using Function = std::function<OSStatus(EventRef)>;
-
-    Handler(EventTargetRef target, const std::vector<EventTypeSpec>& types, Function function)
-        : m_function(std::move(function))
+    Handler(EventTargetRef target,
+            const std::vector<EventTypeSpec>& types,
+            std::function<OSStatus(EventRef)> its)
+        : function(std::move(its))
     {
-        InstallEventHandler(target, Call, static_cast<UInt32>(types.size()), types.data(), this,
+        const auto call = [](EventHandlerCallRef, EventRef event, void* self) {
+            return static_cast<Handler*>(self)->function(event);
+        };
+        InstallEventHandler(target, call, static_cast<UInt32>(types.size()), types.data(), this,
                             &m_handler);
     }
     ~Handler() { RemoveEventHandler(m_handler); }
     Handler(const Handler&) = delete;
     Handler& operator=(const Handler&) = delete;
 
+    const std::function<OSStatus(EventRef)> function;
+
 private:
-    static OSStatus Call(EventHandlerCallRef, EventRef event, void* self)
-    {
-        return static_cast<Handler*>(self)->m_function(event);
-    }
-    Function m_function;
     EventHandlerRef m_handler = nullptr;
 };
 

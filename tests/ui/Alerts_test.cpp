@@ -35,17 +35,6 @@ OSErr StandardAlert(AlertType type,
     return sResult;
 }
 
-TEST(AlertsTest, LengthByteWrapsAt256)
-{
-    unsigned char buffer[512] = {};
-    for (const size_t characters : { 0, 5, 255, 256, 300 }) {
-        memset(buffer, 0, sizeof buffer);
-        memset(buffer + 1, 'x', characters);
-        EXPECT_EQ(Veltrano::SetPascalLength(buffer), buffer);
-        EXPECT_EQ(buffer[0], characters % 256);
-    }
-}
-
 TEST(AlertsTest, AsksAndAnswers)
 {
     const struct
