@@ -43,6 +43,15 @@ QByteArray Number(long long value, int bytes)
     return out;
 }
 
+/// A version 2 picture of opcodes.
+QByteArray Whole(const QSize& frame, QByteArray opcodes)
+{
+    opcodes.append(opcodes.size() % 2, '\0');
+    return Number(0, 6) + Number(frame.height(), 2) + Number(frame.width(), 2)
+        + Number(0x001102FF0C00FFFF, 8) + Number(0xFFFF, 2) + QByteArray(20, 0) + opcodes
+        + Number(0xFF, 2);
+}
+
 /// Of a format and a side.
 QByteArray Payload(const QByteArray& word)
 {
@@ -106,16 +115,8 @@ protected:
     QByteArray Data(std::size_t at = 1, bool isWhole = false) const
     {
         const QByteArray opcodes = Bytes(at);
-        return isWhole ? opcodes : Whole(opcodes);
+        return isWhole ? opcodes : Whole(m_frame, opcodes);
     }
-    QByteArray Whole(QByteArray opcodes) const
-    {
-        opcodes.append(opcodes.size() % 2, '\0');
-        return Number(0, 6) + Number(m_frame.height(), 2) + Number(m_frame.width(), 2)
-            + Number(0x001102FF0C00FFFF, 8) + Number(0xFFFF, 2) + QByteArray(20, 0) + opcodes
-            + Number(0xFF, 2);
-    }
-
     void Show(const QImage& image)
     {
         m_image = image;
@@ -155,7 +156,7 @@ protected:
             std::size_t at = 1;
             const QByteArray setup = Bytes(at), drawing = Bytes(at);
             const auto isShown = [&](int times) {
-                const QByteArray data = Whole(setup + drawing.repeated(times));
+                const QByteArray data = Whole(m_frame, setup + drawing.repeated(times));
                 return DecodedPicture::Decode(data.constData(), size_t(data.size())) != nullptr;
             };
             int times = 1;
@@ -212,10 +213,8 @@ TEST(PictureTest, PlacesText)
 {
     // The bounds of what 20 points make of opcodes.
     const auto text = [&](const char* before, const char* after = "") {
-        const auto hex = [](const char* digits) { return QByteArray::fromHex(digits); };
-        const QImage image = Render(
-            hex("00000000 0000 003C 00C8 0011 02FF 0C00 FFFFFFFF") + QByteArray(20, 0) + hex(before)
-            + hex("000D0014 0028 001E 000A 02 48 48 00") + hex(after) + hex("00FF"));
+        const QByteArray hex = before + QByteArray("000D0014 0028 001E 000A 02 48 48 00") + after;
+        const QImage image = Render(Whole({ 200, 60 }, QByteArray::fromHex(hex)));
         QRect ink;
         for (int y = 0; y < image.height(); ++y)
             for (int x = 0; x < image.width(); ++x)

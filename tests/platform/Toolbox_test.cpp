@@ -253,16 +253,12 @@ protected:
                const std::string& text,
                const std::string& version)
     {
-        const auto module = Own(CFBundleCreate(nullptr, FolderURL(VELTRANO_BUNDLE).get()));
-        const auto host = Own(CFBundleCreate(nullptr, FolderURL(HOST_BUNDLE).get()));
-        const auto get = reinterpret_cast<GetEntryTableProc>(
-            CFBundleGetFunctionPointerForName(module.get(), CFSTR("GetEntryTable")));
-        const auto show = reinterpret_cast<ShowAboutBoxEntry>(get()[kEntryShowAboutBox]);
-        ProductRecord product = { { 0, 0 }, version.c_str() };
-        const CFBundleRef its = bundle == "host" ? host.get() : nullptr;
+        const VeltranoModuleRef module = VeltranoOpenModule(VELTRANO_BUNDLE);
         m_level = QThread::currentThread()->loopLevel();
-        Say(show(parent, its, picture, &product, text.c_str(), 0));
+        Good(VeltranoShowAboutBox(module, parent, bundle == "host" ? HOST_BUNDLE : nullptr, picture,
+                                  version.c_str(), text.c_str(), 0));
         m_level = -1;
+        VeltranoCloseModule(module);
     }
 
     /// What is to be read out in a widget, itself first: roles and names.
@@ -603,6 +599,7 @@ protected:
         { "tap", Call([](QWidget* widget, QPoint at) { const QPoint pixels = widget->mapToGlobal(at) * widget->devicePixelRatio(); During("xdotool mousemove " + std::to_string(pixels.x()) + ' ' + std::to_string(pixels.y()) + " click 1"); }) },
         // The module's About box: parent, bundle, picture, text, version
         { "about", Call([this](WindowRef parent, std::string bundle, SInt32 picture, std::string text, std::string version) { About(parent, bundle, picture, text, version); }) },
+        { "direction", Call([](Qt::LayoutDirection direction) { QGuiApplication::setLayoutDirection(direction); }) },
         { "read", Call([this](QWidget* widget) { auto* read = QAccessible::queryAccessibleInterface(widget); Read(read); Say(Shown(read->text(QAccessible::Description))); }) },
         { "close", Call([](QWindow* window) { window->close(); }) },
         { "activate", Call([](QWidget* widget) { widget->activateWindow(); EXPECT_TRUE(QTest::qWaitForWindowActive(widget)); }) },
