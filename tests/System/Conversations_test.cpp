@@ -10,7 +10,6 @@
 #include "tests/support/Conversation.h"
 #include "tests/support/Foundation.h"
 #include "tests/support/Processes.h"
-#include "tests/support/StringChecks.h"
 
 #include <mach-o/dyld.h>
 
@@ -128,8 +127,12 @@ private:
                 line.size() > 120 ? " ... " + std::to_string(line.size()) : "",
                 lines.eof() ? " (no line end)" : "");
     }
-    void SayString() { Say('\'', Escaped(TextOf(m_string)), '\''); }
-    void SayFormatted() { Say(Shown(TextOf(m_string)), ", room for ", m_string.GetAllocLength()); }
+    std::string Result() const
+    {
+        return { m_string, static_cast<std::size_t>(m_string.GetLength()) };
+    }
+    void SayString() { Say('\'', Escaped(Result()), '\''); }
+    void SayFormatted() { Say(Shown(Result()), ", room for ", m_string.GetAllocLength()); }
     void SayLog()
     {
         const char* const states[] = { "closed", "", "on standard output", "open" };
@@ -306,7 +309,7 @@ private:
         { "profile", [this] { Say(m_profile->Open(Text(1), Text(2))); } },
         { "write", [this] { m_profile->Close(); } },
         { "endprofile", [this] { m_profile = std::make_unique<ProfileFile>(); } },
-        { "get", [this] { m_string = "before"; const Bool32 isFound = m_profile->GetValue(Text(1), Text(2), m_string); Say(isFound, ' ', Shown(TextOf(m_string))); } },
+        { "get", [this] { m_string = "before"; const Bool32 isFound = m_profile->GetValue(Text(1), Text(2), m_string); Say(isFound, ' ', Shown(Result())); } },
         { "set", [this] { m_profile->SetValue(Text(1), Text(2), Text(3)); } },
         { "add", [this] { m_profile->AddLine(Text(1), Text(2)); } },
         { "take", [this] { m_profile->RemoveLine(Text(1), Text(2)); } },

@@ -4,9 +4,10 @@
 // VELTRANO_OPERATIONS sets the number of operations, VELTRANO_SEED another run.
 #include "System/vlPreferenceStore.h"
 #include "tests/support/Processes.h"
-#include "tests/support/StringChecks.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <algorithm>
+#include <gtest/gtest.h>
 #include <map>
 #include <memory>
 #include <optional>
@@ -27,10 +28,7 @@ struct Value
     using Dict = std::map<std::string, Value>;
     int type, index; // in those; 4 is a dictionary
     Dict dict = {};
-    friend bool operator==(const Value& a, const Value& b)
-    {
-        return a.type == b.type && a.index == b.index && a.dict == b.dict;
-    }
+    friend bool operator==(const Value& a, const Value& b) = default;
 };
 using Dict = Value::Dict;
 using Slot = std::optional<Value>; // or none
@@ -190,16 +188,11 @@ Bool32 Set(PreferenceStore& store, const char* entry, int type, const Slot& valu
 {
     const int i = value ? value->index : 3;
     std::string bytes = kBytes[i];
-    switch (type) {
-    case 0:
-        return store.SetInt(entry, store.m_user, value ? &kInts[i] : nullptr);
-    case 1:
-        return store.SetBool(entry, store.m_user, value ? &kBools[i] : nullptr);
-    case 2:
-        return store.SetString(entry, store.m_user, value ? kTexts[i].c_str() : nullptr);
-    }
     const auto nBytes = static_cast<SInt32>(bytes.size());
-    const Bool32 isDone = store.SetBinary(entry, store.m_user, bytes.data(), nBytes);
+    const Bool32 isDone = type == 0 ? store.SetInt(entry, store.m_user, value ? &kInts[i] : nullptr)
+        : type == 1 ? store.SetBool(entry, store.m_user, value ? &kBools[i] : nullptr)
+        : type == 2 ? store.SetString(entry, store.m_user, value ? kTexts[i].c_str() : nullptr)
+                    : store.SetBinary(entry, store.m_user, bytes.data(), nBytes);
     std::fill(bytes.begin(), bytes.end(), '#'); // the service has a copy
     return isDone;
 }
@@ -212,16 +205,13 @@ std::ptrdiff_t Get(PreferenceStore& store, const char* entry, int type)
     };
     std::string bytes(64, '.');
     UInt32 nSize = 64;
-    switch (type) {
-    case 0:
-        return find(kInts, store.GetInt(entry, store.m_user, kInts[3]));
-    case 1:
-        return find(kBools, store.GetBool(entry, store.m_user, kBools[3]));
-    case 2:
-        return find(kTexts, TextOf(store.GetString(entry, store.m_user, kTexts[3].c_str())));
-    }
-    bytes.resize(store.GetBinary(entry, store.m_user, bytes.data(), &nSize) ? nSize : 0);
-    return find(kBytes, bytes);
+    if (type == 3)
+        bytes.resize(store.GetBinary(entry, store.m_user, bytes.data(), &nSize) ? nSize : 0);
+    return type == 0 ? find(kInts, store.GetInt(entry, store.m_user, kInts[3]))
+        : type == 1  ? find(kBools, store.GetBool(entry, store.m_user, kBools[3]))
+        : type == 2
+        ? find(kTexts, store.GetString(entry, store.m_user, kTexts[3].c_str()).GetString())
+        : find(kBytes, bytes);
 }
 
 // One of two processes. Both go through the same operations and models; each performs its own operations.

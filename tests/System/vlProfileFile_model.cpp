@@ -5,7 +5,6 @@
 #include "System/vlProfileFile.h"
 #include "tests/support/FailingNew.h"
 #include "tests/support/Processes.h"
-#include "tests/support/StringChecks.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <functional>
@@ -165,7 +164,7 @@ TEST(ProfileModel, RandomOperations)
         const Text key = oneOf(kKeys);
         const bool isSame = kind == 1; // one text for all three
         const bool isAlias = kind == 2 && list.head != nullptr && random() % 4 == 0;
-        const Text section = isSame ? key : isAlias ? TextOf(list.head->text) : oneOf(kSections);
+        const Text section = isSame ? key : isAlias ? Text(list.head->text) : oneOf(kSections);
         const Text text = isSame ? key : oneOf(texts);
         const char* lpszSection = section.empty() ? nullptr
             : isAlias                             ? list.head->text.GetString()
@@ -198,9 +197,9 @@ TEST(ProfileModel, RandomOperations)
                                          : file.GetValue(lpszSection, all, all);
                 }))
                 continue;
-            Lines found(nKind == 3 && (nResult || !all.IsEmpty()), TextOf(all));
+            Lines found(nKind == 3 && (nResult || !all.IsEmpty()), all.GetString());
             for (const ProfileLine* p = nKind < 3 ? list.tail : nullptr; p; p = p->previous)
-                found.insert(found.begin(), TextOf(p->text));
+                found.insert(found.begin(), p->text.GetString());
             EXPECT_EQ(found, model.List(nKind, section, key));
             EXPECT_EQ(static_cast<size_t>(nResult), found.size());
         } else if (!isDone([&] {

@@ -202,14 +202,11 @@ template <class Real, class Change> void Driver::Do(Pair& a, Real real, Change c
     }
 }
 
-template <class Test> std::string TrimmedEnd(const std::string& text, Test test)
+/// Without the characters in `cut` at its start or end.
+std::string Trimmed(std::string text, const std::string& cut, bool isEnd)
 {
-    return { text.begin(), std::find_if_not(text.rbegin(), text.rend(), test).base() };
-}
-
-template <class Test> std::string TrimmedStart(const std::string& text, Test test)
-{
-    return { std::find_if_not(text.begin(), text.end(), test), text.end() };
+    return isEnd ? text.erase(text.find_last_not_of(cut) + 1)
+                 : text.erase(0, std::min(text.find_first_not_of(cut), text.size()));
 }
 
 int Found(size_t n, int nStart = 0)
@@ -235,10 +232,9 @@ void Driver::Operate(Pair& a, Pair& b)
     const Model& o = b.model;
     const auto become = [&a](const String& real) { a.real.reset(new String(real)); };
     const auto index = [&] {
-        const int choices[] = { INT_MIN, -2,           0,
-                                1,       m.Length(),   o.Length(),
-                                INT_MAX, Number(0, 9), Number(0, o.Length()) };
-        return choices[Number(0, 8)];
+        const int edges[] = { INT_MIN, -2, 0, 1, m.Length(), o.Length(), INT_MAX };
+        const int i = Number(0, 8);
+        return i < 7 ? edges[i] : Number(0, i == 7 ? 9 : o.Length());
     };
     const int n = index(), k = index();
     const int nFrom = std::max(n, 0), nInside = std::clamp(n, 0, m.Length());
@@ -247,14 +243,12 @@ void Driver::Operate(Pair& a, Pair& b)
     const std::string text = m.Text(), own = RandomText(20);
     std::string changed = text;
     const bool isGiven = t.lpsz != nullptr;
-    const auto isIn = [&t](char ch) { return t.text.find(ch) != std::string::npos; };
-    const auto isC = [c](char ch) { return ch == c; };
-    const auto isSpace = [](char ch) { return isspace(static_cast<unsigned char>(ch)) != 0; };
-    const auto lower
-        = [](char ch) { return static_cast<char>(tolower(static_cast<unsigned char>(ch))); };
-    const auto upper
-        = [](char ch) { return static_cast<char>(toupper(static_cast<unsigned char>(ch))); };
-    const auto firstZero = changed.begin() + static_cast<std::ptrdiff_t>(m.Piece(0).size());
+    const std::string spaces = " \t\n\v\f\r";
+    const auto cased = [&](int (*change)(int)) { // up to the first zero
+        for (char* p = changed.data(); *p != '\0'; ++p)
+            *p = static_cast<char>(change(static_cast<unsigned char>(*p)));
+        return changed;
+    };
     const int nOwn = static_cast<int>(own.size());
     m_result = m_expected = 0;
     // clang-format off
@@ -304,13 +298,13 @@ void Driver::Operate(Pair& a, Pair& b)
     case 41: OP(m_result = s.ReplaceChar(c, e), m_expected = c == e ? 0 : static_cast<int>(std::count(text.begin(), text.end(), c)); std::replace(changed.begin(), changed.end(), c, e); c != e ? m.Edit(changed) : void());
     case 42: OP(m_result = s.ReplaceText(t.lpsz, u.lpsz), m_expected = Replace(changed, t.text, u.text); m_expected != 0 ? m.Edit(changed) : void());
     case 43: OP(m_result = s.RemoveChar(c), m_expected = static_cast<int>(std::erase(changed, c)); m.Edit(changed));
-    case 44: OP(s.ToLower(), std::transform(changed.begin(), firstZero, changed.begin(), lower); m.Edit(changed));
-    case 45: OP(s.ToUpper(), std::transform(changed.begin(), firstZero, changed.begin(), upper); m.Edit(changed));
-    case 46: OP(s.TrimStart(), m.Edit(TrimmedStart(text, isSpace)));
-    case 47: OP(s.TrimEnd(), m.Edit(TrimmedEnd(text, isSpace)));
-    case 48: OP(s.TrimStart(c); s.TrimEnd(e), m.Edit(TrimmedEnd(TrimmedStart(text, isC), [e](char ch) { return ch == e; })));
-    case 49: OP(s.TrimStart(t.lpsz), t.text.empty() ? void() : m.Edit(TrimmedStart(text, isIn)));
-    case 50: OP(s.TrimEnd(t.lpsz), m.Edit(TrimmedEnd(text, isIn)));
+    case 44: OP(s.ToLower(), m.Edit(cased(tolower)));
+    case 45: OP(s.ToUpper(), m.Edit(cased(toupper)));
+    case 46: OP(s.TrimStart(), m.Edit(Trimmed(text, spaces, false)));
+    case 47: OP(s.TrimEnd(), m.Edit(Trimmed(text, spaces, true)));
+    case 48: OP(s.TrimStart(c); s.TrimEnd(e), m.Edit(Trimmed(Trimmed(text, { c }, false), { e }, true)));
+    case 49: OP(s.TrimStart(t.lpsz), t.text.empty() ? void() : m.Edit(Trimmed(text, t.text, false)));
+    case 50: OP(s.TrimEnd(t.lpsz), m.Edit(Trimmed(text, t.text, true)));
     }
     // clang-format on
 }

@@ -7,34 +7,26 @@
 #include "tests/support/Processes.h"
 
 #include <cerrno>
+#include <cstring>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <set>
 #include <string>
 
-namespace FailingCalls {
-
-/// Instead of an error: half of what should be written is written.
-const int kShortWrite = 0;
-
-} // namespace FailingCalls
-
-#if defined(__x86_64__) // elsewhere the calls do not fail
-#define HAS_FAILING_CALLS 1
-
-#include <csignal>
-#include <cstddef>
-#include <cstring>
+#ifdef __x86_64__ // elsewhere the calls do not fail
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <thread>
-#include <ucontext.h>
-#include <unistd.h>
-#include <vector>
+#endif
 
 namespace FailingCalls {
+
+const int kShortWrite = 0; // half of what should be written is written
+const int kErrors[] = { EIO, ENOSPC, EACCES, EINTR, kShortWrite };
+
+#ifdef __x86_64__
 
 const struct
 {
@@ -119,13 +111,7 @@ template <class Work> std::string Run(int n, int error, Work work)
     return lpszFailed;
 }
 
-} // namespace FailingCalls
-
 #endif
-
-namespace FailingCalls {
-
-const int kErrors[] = { EIO, ENOSPC, EACCES, EINTR, kShortWrite };
 
 /// Runs `work` with its first, second, ... system call failing, until none fails, once more for each error;
 /// `prepare` before each run, `check` with the name of the call or "", and the error, after it. Some calls
@@ -136,7 +122,7 @@ void ForEach([[maybe_unused]] const std::set<std::string>& expected,
              Work work,
              Check check)
 {
-#ifdef HAS_FAILING_CALLS
+#ifdef __x86_64__
     std::set<std::string> calls;
     for (int error : kErrors) {
         std::string call = "first";

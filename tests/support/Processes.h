@@ -20,10 +20,8 @@ inline int FromEnvironment(const char* variable, int standard)
 
 inline int CountFiles(const std::string& folder)
 {
-    int n = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder))
-        ++n;
-    return n;
+    std::filesystem::directory_iterator files(folder);
+    return static_cast<int>(std::distance(begin(files), end(files)));
 }
 
 inline int CountDescriptors()
