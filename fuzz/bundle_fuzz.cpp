@@ -7,12 +7,6 @@
 
 namespace fs = std::filesystem;
 
-static void Require(bool condition)
-{
-    if (!condition)
-        abort();
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     static const TemporaryFolder sFolder;
@@ -42,9 +36,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const auto bundle = Own(CFBundleCreate(nullptr, FolderURL(sFolder.Path("")).get()));
     const auto url
         = Own(CFBundleCopyResourceURL(bundle.get(), CFSTR("about"), CFSTR("nib"), nullptr));
-    Require((url != nullptr) == isAnywhere);
-    Require(!url || (PathOf(url.get()).starts_with(resources) && fs::exists(PathOf(url.get()))));
-    Require(CFBundleOpenBundleResourceMap(bundle.get()) == kResFileNotOpened
-            && CurResFile() == kSystemResFile);
-    return CFBundleLoadExecutable(bundle.get()) ? abort(), 0 : 0;
+    const bool isRight = (url != nullptr) == isAnywhere
+        && (!url || (PathOf(url.get()).starts_with(resources) && fs::exists(PathOf(url.get()))))
+        && CFBundleOpenBundleResourceMap(bundle.get()) == kResFileNotOpened
+        && CurResFile() == kSystemResFile && !CFBundleLoadExecutable(bundle.get());
+    return isRight ? 0 : (abort(), 0);
 }

@@ -21,9 +21,8 @@ struct OutputModel
 
     void WriteByte(unsigned value)
     {
-        char digits[3];
-        snprintf(digits, sizeof(digits), "%02X", value & 0xFF);
-        text += digits;
+        for (const unsigned place : { 4, 0 })
+            text += "0123456789ABCDEF"[value >> place & 15];
         if ((text.size() + 2) % 72 == 0)
             text += "\r\n";
     }

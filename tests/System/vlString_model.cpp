@@ -114,94 +114,6 @@ struct Argument
     std::string text; // what it says
 };
 
-class Driver
-{
-public:
-    ~Driver();
-
-    /// An operation on one of the strings; its number when something differs after it, or -1.
-    int Step();
-
-    std::mt19937 m_random;
-
-private:
-    /// A number from `first` to `last`.
-    int Number(int first, int last)
-    {
-        return first + static_cast<int>(m_random() % static_cast<unsigned>(last - first + 1));
-    }
-    char Character() { return "aabbcAX \t\n\x01\xc4\xe4\0"[Number(0, 13)]; }
-    Pair& Any() { return m_pairs[Number(0, 5)]; }
-    std::string RandomText(int nMost)
-    {
-        std::string text(static_cast<size_t>(Number(0, nMost)), '\0');
-        std::generate(text.begin(), text.end(), [this] { return Character(); });
-        return text;
-    }
-    Argument Text();
-    template <class Real, class Change> void Do(Pair& a, Real real, Change change);
-    void Operate(Pair& a, Pair& b);
-    void Lock(Pair& a);
-
-    Pair m_pairs[6];
-    Pair* m_target = nullptr; // of the operation
-    std::string m_texts[4]; // of arguments
-    size_t m_nTexts = 0;
-    std::vector<std::shared_ptr<Block>> m_locked;
-    int m_operation = 0, m_result = 0, m_expected = 0;
-};
-
-Driver::~Driver()
-{
-    for (Pair& pair : m_pairs)
-        pair = Pair();
-    for (const auto& block : m_locked) {
-        EXPECT_EQ(block->text, std::string(block->locked, block->text.size()))
-            << "a locked block outlives its string";
-        delete[](block->locked - sizeof(StringData));
-    }
-}
-
-Argument Driver::Text()
-{
-    const int n = Number(0, 9);
-    if (n == 0)
-        return { nullptr, "" };
-    if (n < 5) {
-        std::string& text = m_texts[m_nTexts++ % std::size(m_texts)];
-        text = RandomText(n < 4 ? 3 : 60);
-        return { text.c_str(), text.c_str() };
-    }
-    const Pair& b = Number(0, 1) == 0 ? *m_target : Any();
-    const int nStart = Number(0, b.model.Length());
-    return { b.real->GetString() + nStart, b.model.Piece(nStart) };
-}
-
-void Driver::Lock(Pair& a)
-{
-    char* lpch = a.real->Lock();
-    a.model.OpenBuffer(0);
-    if (const std::shared_ptr<Block>& block = a.model.GetBlock(); block && !block->locked) {
-        block->locked = lpch;
-        m_locked.push_back(block);
-    }
-}
-
-// Both sides of an operation; without memory the string stays as it is, or is empty when it gave its block up first.
-template <class Real, class Change> void Driver::Do(Pair& a, Real real, Change change)
-{
-    if (Number(0, 15) == 0)
-        FailingNew::Fail(1);
-    try {
-        real();
-        FailingNew::Stop();
-        change();
-    } catch (const std::bad_alloc&) {
-        if (a.real->GetAllocLength() == 0)
-            a.model = Model();
-    }
-}
-
 /// Without the characters in `cut` at its start or end.
 std::string Trimmed(std::string text, const std::string& cut, bool isEnd)
 {
@@ -224,34 +136,130 @@ int Replace(std::string& text, const std::string& from, const std::string& to)
     return nCount;
 }
 
-void Driver::Operate(Pair& a, Pair& b)
+class Driver
 {
-    String& s = *a.real;
-    Model& m = a.model;
-    const String& r = *b.real;
-    const Model& o = b.model;
-    const auto become = [&a](const String& real) { a.real.reset(new String(real)); };
-    const auto index = [&] {
-        const int edges[] = { INT_MIN, -2, 0, 1, m.Length(), o.Length(), INT_MAX };
-        const int i = Number(0, 8);
-        return i < 7 ? edges[i] : Number(0, i == 7 ? 9 : o.Length());
-    };
-    const int n = index(), k = index();
-    const int nFrom = std::max(n, 0), nInside = std::clamp(n, 0, m.Length());
-    const char c = Character(), e = Character();
-    const Argument t = Text(), u = Text();
-    const std::string text = m.Text(), own = RandomText(20);
-    std::string changed = text;
-    const bool isGiven = t.lpsz != nullptr;
-    const std::string spaces = " \t\n\v\f\r";
-    const auto cased = [&](int (*change)(int)) { // up to the first zero
-        for (char* p = changed.data(); *p != '\0'; ++p)
-            *p = static_cast<char>(change(static_cast<unsigned char>(*p)));
-        return changed;
-    };
-    const int nOwn = static_cast<int>(own.size());
-    m_result = m_expected = 0;
-    // clang-format off
+public:
+    ~Driver()
+    {
+        for (Pair& pair : m_pairs)
+            pair = Pair();
+        for (const auto& block : m_locked) {
+            EXPECT_EQ(block->text, std::string(block->locked, block->text.size()))
+                << "a locked block outlives its string";
+            delete[](block->locked - sizeof(StringData));
+        }
+    }
+
+    /// An operation on one of the strings; its number when something differs after it, or -1.
+    int Step()
+    {
+        Pair& changed = *(m_target = &Any());
+        Operate(changed, Any());
+        if (changed.model.Length() > 300) {
+            changed.real->CloseBuffer(5);
+            changed.model.Edit(changed.model.Text().substr(0, 5));
+        }
+        bool isSame = m_result == m_expected && FailingNew::nArrays == Block::nLive;
+        const char* const nil = String().GetString();
+        for (const Pair& a : m_pairs) {
+            const StringData* pData = a.real->GetData();
+            isSame = isSame && pData->nDataLength == a.model.Length()
+                && memcmp(*a.real, a.model.Text().c_str(), size_t(a.model.Length()) + 1) == 0
+                && a.real->GetAllocLength() == a.model.Capacity() && pData->nRefs == a.model.Refs()
+                && (a.real->GetString() == nil) == !a.model.GetBlock();
+            for (const Pair& b : m_pairs)
+                isSame = isSame
+                    && (a.real->GetString() == b.real->GetString())
+                        == (a.model.GetBlock() == b.model.GetBlock());
+        }
+        return isSame ? -1 : m_operation;
+    }
+
+    std::mt19937 m_random;
+
+private:
+    /// A number from `first` to `last`.
+    int Number(int first, int last)
+    {
+        return first + static_cast<int>(m_random() % static_cast<unsigned>(last - first + 1));
+    }
+    char Character() { return "aabbcAX \t\n\x01\xc4\xe4\0"[Number(0, 13)]; }
+    Pair& Any() { return m_pairs[Number(0, 5)]; }
+    std::string RandomText(int nMost)
+    {
+        std::string text(static_cast<size_t>(Number(0, nMost)), '\0');
+        std::generate(text.begin(), text.end(), [this] { return Character(); });
+        return text;
+    }
+
+    Argument Text()
+    {
+        const int n = Number(0, 9);
+        if (n == 0)
+            return { nullptr, "" };
+        if (n < 5) {
+            std::string& text = m_texts[m_nTexts++ % std::size(m_texts)];
+            text = RandomText(n < 4 ? 3 : 60);
+            return { text.c_str(), text.c_str() };
+        }
+        const Pair& b = Number(0, 1) == 0 ? *m_target : Any();
+        const int nStart = Number(0, b.model.Length());
+        return { b.real->GetString() + nStart, b.model.Piece(nStart) };
+    }
+
+    void Lock(Pair& a)
+    {
+        char* lpch = a.real->Lock();
+        a.model.OpenBuffer(0);
+        if (const std::shared_ptr<Block>& block = a.model.GetBlock(); block && !block->locked) {
+            block->locked = lpch;
+            m_locked.push_back(block);
+        }
+    }
+
+    /// Both sides of an operation; without memory the string stays as it is, or is empty when it gave its block up first.
+    template <class Real, class Change> void Do(Pair& a, Real real, Change change)
+    {
+        if (Number(0, 15) == 0)
+            FailingNew::Fail(1);
+        try {
+            real();
+            FailingNew::Stop();
+            change();
+        } catch (const std::bad_alloc&) {
+            if (a.real->GetAllocLength() == 0)
+                a.model = Model();
+        }
+    }
+
+    void Operate(Pair& a, Pair& b)
+    {
+        String& s = *a.real;
+        Model& m = a.model;
+        const String& r = *b.real;
+        const Model& o = b.model;
+        const auto become = [&a](const String& real) { a.real.reset(new String(real)); };
+        const auto index = [&] {
+            const int edges[] = { INT_MIN, -2, 0, 1, m.Length(), o.Length(), INT_MAX };
+            const int i = Number(0, 8);
+            return i < 7 ? edges[i] : Number(0, i == 7 ? 9 : o.Length());
+        };
+        const int n = index(), k = index();
+        const int nFrom = std::max(n, 0), nInside = std::clamp(n, 0, m.Length());
+        const char c = Character(), e = Character();
+        const Argument t = Text(), u = Text();
+        const std::string text = m.Text(), own = RandomText(20);
+        std::string changed = text;
+        const bool isGiven = t.lpsz != nullptr;
+        const std::string spaces = " \t\n\v\f\r";
+        const auto cased = [&](int (*change)(int)) { // up to the first zero
+            for (char* p = changed.data(); *p != '\0'; ++p)
+                *p = static_cast<char>(change(static_cast<unsigned char>(*p)));
+            return changed;
+        };
+        const int nOwn = static_cast<int>(own.size());
+        m_result = m_expected = 0;
+        // clang-format off
 #define OP(real, change) return Do(a, [&] { real; }, [&] { change; })
     switch (m_operation = Number(0, 50)) {
     case 0: OP(become(String()), m = Model());
@@ -306,32 +314,16 @@ void Driver::Operate(Pair& a, Pair& b)
     case 49: OP(s.TrimStart(t.lpsz), t.text.empty() ? void() : m.Edit(Trimmed(text, t.text, false)));
     case 50: OP(s.TrimEnd(t.lpsz), m.Edit(Trimmed(text, t.text, true)));
     }
-    // clang-format on
-}
+        // clang-format on
+    }
 
-int Driver::Step()
-{
-    Pair& changed = *(m_target = &Any());
-    Operate(changed, Any());
-    if (changed.model.Length() > 300) {
-        changed.real->CloseBuffer(5);
-        changed.model.Edit(changed.model.Text().substr(0, 5));
-    }
-    bool isSame = m_result == m_expected && FailingNew::nArrays == Block::nLive;
-    const char* const nil = String().GetString();
-    for (const Pair& a : m_pairs) {
-        const StringData* pData = a.real->GetData();
-        isSame = isSame && pData->nDataLength == a.model.Length()
-            && memcmp(*a.real, a.model.Text().c_str(), size_t(a.model.Length()) + 1) == 0
-            && a.real->GetAllocLength() == a.model.Capacity() && pData->nRefs == a.model.Refs()
-            && (a.real->GetString() == nil) == !a.model.GetBlock();
-        for (const Pair& b : m_pairs)
-            isSame = isSame
-                && (a.real->GetString() == b.real->GetString())
-                    == (a.model.GetBlock() == b.model.GetBlock());
-    }
-    return isSame ? -1 : m_operation;
-}
+    Pair m_pairs[6];
+    Pair* m_target = nullptr; // of the operation
+    std::string m_texts[4]; // of arguments
+    size_t m_nTexts = 0;
+    std::vector<std::shared_ptr<Block>> m_locked;
+    int m_operation = 0, m_result = 0, m_expected = 0;
+};
 
 TEST(StringModel, RandomOperations)
 {
