@@ -21,10 +21,9 @@ struct Failure
 
 Arguments Parse(const std::vector<Command>& commands, char** argv)
 {
-    const auto isKnown = [&](const std::string& option) {
-        return std::ranges::any_of(
-            commands, [&](const Command& each) { return each.options.contains(option); });
-    };
+    std::set<std::string> known;
+    for (const Command& command : commands)
+        known.insert(command.options.begin(), command.options.end());
     Arguments arguments;
     bool isOption = true;
     while (*++argv != nullptr) {
@@ -37,12 +36,13 @@ Arguments Parse(const std::vector<Command>& commands, char** argv)
             const size_t equals = word.find('=');
             const std::string name(word.substr(2, equals - 2));
             const char* value = equals == word.npos ? "" : *argv + equals + 1;
-            if (!isKnown(name + "=") && (!isKnown(name) || equals != word.npos))
-                FailUsage("unknown option " + std::string(word));
-            if (isKnown(name + "=") && equals == word.npos)
+            const bool takesValue = known.contains(name + "=");
+            if (!takesValue && (!known.contains(name) || equals != word.npos))
+                Fail("unknown option " + std::string(word), kUsage);
+            if (takesValue && equals == word.npos)
                 value = *++argv;
             if (value == nullptr || !arguments.options.emplace(name, value).second)
-                FailUsage("--" + name + " takes one value, once");
+                Fail("--" + name + " takes one value, once", kUsage);
         } else {
             arguments.words.push_back(*argv);
         }
@@ -55,32 +55,27 @@ const Command& TakeCommand(const std::vector<Command>& commands, Arguments& argu
     auto command = commands.begin();
     if (commands.size() > 1) {
         if (arguments.words.empty())
-            FailUsage("no command given");
+            Fail("no command given", kUsage);
         const std::string name = arguments[0];
         command = std::ranges::find(commands, name, &Command::name);
         if (command == commands.end())
-            FailUsage("unknown command " + name);
+            Fail("unknown command " + name, kUsage);
         arguments.words.erase(arguments.words.begin());
     }
     if (arguments.words.size() != command->words)
-        FailUsage(std::string("wrong number of arguments for ") + command->name);
+        Fail(std::string("wrong number of arguments for ") + command->name, kUsage);
     for (const auto& [option, value] : arguments.options) {
         if (!command->options.contains(option) && !command->options.contains(option + "="))
-            FailUsage("--" + option + " does not apply to " + command->name);
+            Fail("--" + option + " does not apply to " + command->name, kUsage);
     }
     return *command;
 }
 
 } // namespace
 
-void Fail(const std::string& message)
+void Fail(const std::string& message, ExitCode code)
 {
-    throw Failure { kFailed, message };
-}
-
-void FailUsage(const std::string& message)
-{
-    throw Failure { kUsage, message };
+    throw Failure { code, message };
 }
 
 const char* Arguments::Get(const char* option, const char* standard) const
@@ -103,7 +98,7 @@ double Arguments::GetNumber(const char* option, double standard, double least, d
     if (error != std::errc() || end != text.end() || !(number >= least && number <= most)) {
         char range[80];
         snprintf(range, sizeof range, " takes a number from %.10g to %.10g", least, most);
-        FailUsage(std::string("--") + option + range);
+        Fail(std::string("--") + option + range, kUsage);
     }
     return number;
 }
@@ -132,9 +127,8 @@ std::string ReadInput(const std::string& path)
 {
     FILE* file = path == "-" ? stdin : fopen(path.c_str(), "rb");
     std::string bytes;
-    char piece[65536];
-    for (size_t size; file != nullptr && (size = fread(piece, 1, sizeof piece, file)) != 0;)
-        bytes.append(piece, size);
+    for (int c; file != nullptr && (c = getc(file)) != EOF;)
+        bytes += static_cast<char>(c);
     if (file == nullptr || ferror(file))
         Fail("cannot read " + path + ": " + strerror(errno));
     if (file != stdin)

@@ -11,11 +11,8 @@
 
 enum ExitCode { kDone = 0, kFailed = 1, kUsage = 2 };
 
-/// Ends the tool with a message on standard error and exit code kFailed.
-[[noreturn]] void Fail(const std::string& message);
-
-/// Ends the tool with a message, a hint to --help and exit code kUsage.
-[[noreturn]] void FailUsage(const std::string& message);
+/// Ends the tool with a message on standard error; for kUsage a hint to --help follows.
+[[noreturn]] void Fail(const std::string& message, ExitCode code = kFailed);
 
 /// The words and options of a command line, borrowed from main's argv.
 struct Arguments
@@ -34,7 +31,7 @@ struct Arguments
         using Limits = std::numeric_limits<Integer>;
         const double number = GetNumber(option, standard, Limits::min(), Limits::max());
         if (number != std::floor(number))
-            FailUsage(std::string("--") + option + " takes a whole number");
+            Fail(std::string("--") + option + " takes a whole number", kUsage);
         return static_cast<Integer>(number);
     }
 };

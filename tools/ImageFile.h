@@ -11,14 +11,13 @@
 #include <QtGui/QImageReader>
 #include <QtGui/QImageWriter>
 
-#include <cstdio>
+#include <iostream>
 
 /// Replaces a file as a whole, or writes to standard output for "-".
 inline void WriteOutput(const char* path, QByteArrayView bytes)
 {
     if (path == QByteArrayView("-")) {
-        fwrite(bytes.data(), 1, static_cast<size_t>(bytes.size()),
-               stdout); // RunTool looks for errors
+        std::cout.write(bytes.data(), bytes.size()); // RunTool looks for errors
         return;
     }
     QSaveFile file(QFile::decodeName(path));

@@ -40,69 +40,55 @@ void PutRow(QDataStream& out, const QByteArray& row, int rowBytes)
     out.writeRawData(packed.data(), size);
 }
 
-void PutPixelMap(QDataStream& out, int rowBytes, const QRect& bounds, int depth)
+void PutPixelMap(QDataStream& out, const QRect& bounds, int rowBytes, bool isDirect)
 {
-    const bool isDirect = depth > 8;
     out << quint16(0x8000 | rowBytes);
     PutRect(out, bounds);
     out << quint16(0); // version
     out << quint16(!isDirect ? 0 : rowBytes < 8 ? 1 : 4); // pack type
     out << quint32(0); // packed size
     out << quint32(72 << 16) << quint32(72 << 16); // pixels an inch
-    out << quint16(isDirect ? 16 : 0) << quint16(depth); // pixel type and size
+    out << quint16(isDirect ? 16 : 0) << quint16(isDirect ? 32 : 8); // pixel type and size
     out << quint16(isDirect ? 3 : 1) << quint16(8); // components and their size
     out << quint32(0) << quint32(0) << quint32(0);
 }
 
-void PutTransfer(QDataStream& out, const QRect& bounds, const QRect& frame)
+void PutColors(QDataStream& out, const QList<QRgb>& colors)
 {
-    PutRect(out, bounds);
-    PutRect(out, frame);
-    out << quint16(0); // copy
-}
-
-/// 8 bits a pixel and a table. False for more than 256 colours: nothing is written.
-bool PutIndexed(QDataStream& out, const QImage& image, const QRect& frame)
-{
-    const QImage indexed = image.convertToFormat(QImage::Format_Indexed8);
-    if (indexed.convertToFormat(QImage::Format_RGB32) != image)
-        return false;
-    const int rowBytes = (image.width() + 1) / 2 * 2;
-    out << quint16(0x98);
-    PutPixelMap(out, rowBytes, image.rect(), 8);
     out << quint32(0); // seed
     out << quint16(0); // flags: values follow
-    out << quint16(indexed.colorCount() - 1);
-    for (int i = 0; i < indexed.colorCount(); ++i) {
-        const QRgb color = indexed.color(i);
-        for (const int value : { i, qRed(color) * 257, qGreen(color) * 257, qBlue(color) * 257 })
-            out << quint16(value);
+    out << quint16(colors.size() - 1);
+    for (quint16 i = 0; i < colors.size(); ++i) {
+        out << i;
+        for (const int part : { qRed(colors[i]), qGreen(colors[i]), qBlue(colors[i]) })
+            out << quint16(part * 257);
     }
-    PutTransfer(out, image.rect(), frame);
-    for (int y = 0; y < image.height(); ++y) {
-        const auto* row = reinterpret_cast<const char*>(indexed.constScanLine(y));
-        PutRow(out, QByteArray(row, image.width()).leftJustified(rowBytes, 0), rowBytes);
-    }
-    return true;
 }
 
-/// 32 bits a pixel, in planes.
-void PutDirect(QDataStream& out, const QImage& image, const QRect& frame)
+/// 8 bits a pixel and a table for up to 256 colours, else 32 bits in planes.
+void PutImage(QDataStream& out, const QImage& image, const QRect& frame)
 {
-    const int rowBytes = image.width() * 4;
-    out << quint16(0x9A);
-    out << quint32(0xFF); // stand-in address
-    PutPixelMap(out, rowBytes, image.rect(), 32);
-    PutTransfer(out, image.rect(), frame);
+    const QImage indexed = image.convertToFormat(QImage::Format_Indexed8);
+    const bool isDirect = indexed.convertToFormat(QImage::Format_RGB32) != image;
+    const int rowBytes = isDirect ? image.width() * 4 : (image.width() + 1) / 2 * 2;
+    out << quint16(isDirect ? 0x9A : 0x98);
+    if (isDirect)
+        out << quint32(0xFF); // stand-in address
+    PutPixelMap(out, image.rect(), rowBytes, isDirect);
+    if (!isDirect)
+        PutColors(out, indexed.colorTable());
+    PutRect(out, image.rect());
+    PutRect(out, frame);
+    out << quint16(0); // copy
     for (int y = 0; y < image.height(); ++y) {
-        QByteArray planes;
-        for (const int shift : { 16, 8, 0 }) {
-            for (int x = 0; x < image.width(); ++x)
-                planes.append(static_cast<char>(image.pixel(x, y) >> shift & 0xFF));
+        QByteArray row(isDirect && rowBytes < 8 ? 1 : 0, 0); // a lone pixel has four bytes
+        for (int shift = isDirect ? 16 : 0; shift >= 0; shift -= 8) {
+            for (int x = 0; x < image.width(); ++x) {
+                const QRgb value = isDirect ? image.pixel(x, y) : QRgb(indexed.pixelIndex(x, y));
+                row.append(static_cast<char>(value >> shift));
+            }
         }
-        if (rowBytes < 8)
-            out << quint8(0); // the only pixel of the row has four bytes
-        PutRow(out, planes, rowBytes);
+        PutRow(out, isDirect ? row : row.leftJustified(rowBytes, 0), rowBytes);
     }
 }
 
@@ -130,8 +116,7 @@ QByteArray EncodePicture(const QImage& source, const QRect& frame)
     out << quint32(0);
     out << quint16(0x0001) << quint16(10); // clip
     PutRect(out, frame);
-    if (!PutIndexed(out, image, frame))
-        PutDirect(out, image, frame);
+    PutImage(out, image, frame);
     if (picture.size() % 2 != 0)
         out << quint8(0);
     out << quint16(0x00FF); // end

@@ -14,16 +14,10 @@ constexpr uint16_t kNoName = 0xFFFF;
 
 using Bytes = std::vector<uint8_t>;
 
-void Put16(Bytes& out, size_t value)
+template <int size> void Put(Bytes& out, size_t value)
 {
-    out.push_back(static_cast<uint8_t>(value >> 8));
-    out.push_back(static_cast<uint8_t>(value));
-}
-
-void Put32(Bytes& out, size_t value)
-{
-    Put16(out, value >> 16);
-    Put16(out, value);
+    for (int i = size - 1; i >= 0; --i)
+        out.push_back(static_cast<uint8_t>(value >> 8 * i));
 }
 
 template <typename More> void Append(Bytes& out, const More& more)
@@ -31,33 +25,20 @@ template <typename More> void Append(Bytes& out, const More& more)
     out.insert(out.end(), more.begin(), more.end());
 }
 
-/// In the order of their first resource.
-std::vector<uint32_t> TypesOf(const std::vector<ResourceFile::Resource>& resources)
-{
-    std::vector<uint32_t> types;
-    for (const ResourceFile::Resource& resource : resources) {
-        if (std::ranges::find(types, resource.type) == types.end())
-            types.push_back(resource.type);
-    }
-    return types;
-}
-
 } // namespace
-
-ResourceWriter::ResourceWriter(const ResourceFile& file)
-    : m_resources(file.GetResources())
-    , m_attributes(file.GetAttributes())
-{
-}
 
 std::optional<std::vector<uint8_t>> ResourceWriter::Serialize() const
 {
-    const std::vector<uint32_t> types = TypesOf(m_resources);
+    std::vector<uint32_t> types; // in the order of their first resource
+    for (const ResourceFile::Resource& resource : m_resources) {
+        if (std::ranges::find(types, resource.type) == types.end())
+            types.push_back(resource.type);
+    }
     Bytes data;
     Bytes typeList;
     Bytes references;
     Bytes names;
-    Put16(typeList, types.size() - 1); // 0xFFFF for none
+    Put<2>(typeList, types.size() - 1); // 0xFFFF for none
     for (const uint32_t type : types) {
         size_t count = 0;
         const size_t listOffset = 2 + types.size() * kTypeSize + references.size();
@@ -67,21 +48,20 @@ std::optional<std::vector<uint8_t>> ResourceWriter::Serialize() const
             if (data.size() > 0xFFFFFF || names.size() >= kNoName)
                 return std::nullopt;
             ++count;
-            Put16(references, static_cast<uint16_t>(resource.id));
-            Put16(references, resource.name.empty() ? kNoName : names.size());
-            Put32(references, static_cast<size_t>(resource.attributes) << 24 | data.size());
-            Put32(references, 0);
+            Put<2>(references, static_cast<uint16_t>(resource.id));
+            Put<2>(references, resource.name.empty() ? kNoName : names.size());
+            Put<4>(references, static_cast<size_t>(resource.attributes) << 24 | data.size());
+            Put<4>(references, 0);
             if (!resource.name.empty()) {
-                const std::string name = resource.name.substr(0, 255);
-                names.push_back(static_cast<uint8_t>(name.size()));
-                Append(names, name);
+                names.push_back(static_cast<uint8_t>(resource.name.size()));
+                Append(names, resource.name);
             }
-            Put32(data, resource.data.size());
+            Put<4>(data, resource.data.size());
             Append(data, resource.data);
         }
-        Put32(typeList, type);
-        Put16(typeList, count - 1);
-        Put16(typeList, listOffset);
+        Put<4>(typeList, type);
+        Put<2>(typeList, count - 1);
+        Put<2>(typeList, listOffset);
     }
     const size_t nameOffset = kMapHeaderSize + typeList.size() + references.size();
     if (nameOffset > 0xFFFF)
@@ -89,16 +69,16 @@ std::optional<std::vector<uint8_t>> ResourceWriter::Serialize() const
     Bytes header;
     for (const size_t value :
          { kHeaderSize, kHeaderSize + data.size(), data.size(), nameOffset + names.size() }) {
-        Put32(header, value);
+        Put<4>(header, value);
     }
     Bytes file = header;
     file.resize(kHeaderSize);
     Append(file, data);
     Append(file, header); // the map begins with a copy
-    Put32(file, 0); // next map
-    Put16(file, 0); // file number
+    Put<4>(file, 0); // next map
+    Put<2>(file, 0); // file number
     for (const size_t value : { size_t { m_attributes }, kMapHeaderSize, nameOffset })
-        Put16(file, value);
+        Put<2>(file, value);
     for (const Bytes* part : { &typeList, &references, &names })
         Append(file, *part);
     return file;

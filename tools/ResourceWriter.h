@@ -9,7 +9,11 @@ class ResourceWriter
 public:
     ResourceWriter() = default;
     /// Starts with what a file holds.
-    explicit ResourceWriter(const ResourceFile& file);
+    explicit ResourceWriter(const ResourceFile& file)
+        : m_resources(file.GetResources())
+        , m_attributes(file.GetAttributes())
+    {
+    }
 
     /// Adds a resource, or replaces the one with its type and id in its place.
     void Set(ResourceFile::Resource resource);

@@ -117,7 +117,7 @@ void ChooseDisplay(const Arguments& arguments)
 void Show(const Arguments& arguments)
 {
     if (arguments.Has("picture") && arguments.Has("bundle"))
-        FailUsage("either --picture or --bundle");
+        Fail("either --picture or --bundle", kUsage);
     const auto id = arguments.GetInteger<int16_t>("id", 128);
     ChooseDisplay(arguments);
     int count = 1;
@@ -125,12 +125,11 @@ void Show(const Arguments& arguments)
     char* names[] = { name, nullptr };
     const QApplication application(count, names);
 
-    const char* path = arguments.Get("module", nullptr);
-    const VeltranoModuleRef module = VeltranoOpenModule(path);
-    if (module == nullptr) {
-        Fail(path != nullptr ? std::string("no module at ") + path
-                             : "no module is installed; use --module");
-    }
+    const VeltranoModuleRef module = VeltranoOpenModule(arguments.Get("module", nullptr));
+    if (module == nullptr && arguments.Has("module"))
+        Fail(std::string("no module at ") + arguments.Get("module"));
+    if (module == nullptr)
+        Fail("no module is installed; use --module");
     const QTemporaryDir folder;
     std::string host = arguments.Get("bundle");
     if (arguments.Has("picture"))

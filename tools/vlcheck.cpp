@@ -80,10 +80,7 @@ void CheckTable(GetEntryTableProc get)
         return;
     Report(table[kEntryShowAboutBoxSimple] != nullptr && table[kEntryShowAboutBox] != nullptr,
            "has the About entries at positions 0 and 10");
-    bool othersAreEmpty = true;
-    for (int i = kEntryShowAboutBoxSimple + 1; i < kEntryShowAboutBox; ++i)
-        othersAreEmpty = othersAreEmpty && table[i] == nullptr;
-    Report(othersAreEmpty, "keeps positions 1 to 9 empty");
+    Report(std::count(table + 1, table + 10, nullptr) == 9, "keeps positions 1 to 9 empty");
 }
 
 bool HasInterfaceFile(CFBundleRef bundle)
@@ -96,14 +93,13 @@ bool HasInterfaceFile(CFBundleRef bundle)
 
 void Check(const Arguments& arguments)
 {
-    const auto owner = BundleAt(arguments[0]);
-    const CFBundleRef bundle = owner.get();
-    if (bundle == nullptr)
+    const auto bundle = BundleAt(arguments[0]);
+    if (!bundle)
         Fail(std::string("no bundle at ") + arguments[0]);
-    Report(LoadsQuietly(bundle), "loads and unloads without output");
-    Report(HasInterfaceFile(bundle), "has its interface file");
+    Report(LoadsQuietly(bundle.get()), "loads and unloads without output");
+    Report(HasInterfaceFile(bundle.get()), "has its interface file");
     const auto get = reinterpret_cast<GetEntryTableProc>(
-        CFBundleGetFunctionPointerForName(bundle, CFSTR("GetEntryTable")));
+        CFBundleGetFunctionPointerForName(bundle.get(), CFSTR("GetEntryTable")));
     Dl_info info = {};
     link_map* executable = nullptr;
     const bool isFound = get != nullptr
@@ -114,7 +110,7 @@ void Check(const Arguments& arguments)
         Report(CountExports(*executable) == 1, "exports nothing but GetEntryTable");
         CheckTable(get);
         const std::string path = executable->l_name;
-        CFBundleUnloadExecutable(bundle);
+        CFBundleUnloadExecutable(bundle.get());
         Report(dlopen(path.c_str(), RTLD_LAZY | RTLD_NOLOAD) == nullptr,
                "leaves the process when it is unloaded");
     }

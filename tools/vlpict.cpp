@@ -32,7 +32,7 @@ remove    takes a resource out of the file
 draw      paints a .pict file, or 'PICT' N of a resource file, at S times its size
 
 A file named - is standard input or output; add and remove then read the one and write the
-other, and add takes an empty input as a new file.
+other. add takes an empty file as a new one.
 exit codes: 0 done, 1 a file could not be read, decoded or written, 2 wrong arguments
 )";
 
@@ -55,21 +55,16 @@ void WriteResources(const char* path, const ResourceWriter& file)
 int16_t IdOf(const Arguments& arguments)
 {
     if (!arguments.Has("id"))
-        FailUsage("--id is missing");
+        Fail("--id is missing", kUsage);
     return arguments.GetInteger<int16_t>("id");
-}
-
-uint32_t TypeOf(const Arguments& arguments)
-{
-    const std::string_view text = arguments.Get("type", "PICT");
-    if (text.size() != 4)
-        FailUsage("a type has four characters: " + std::string(text));
-    return qFromBigEndian<uint32_t>(text.data());
 }
 
 const ResourceFile::Resource& FindResource(const ResourceFile& file, const Arguments& arguments)
 {
-    const auto* resource = file.Find(TypeOf(arguments), IdOf(arguments));
+    const std::string_view type = arguments.Get("type", "PICT");
+    if (type.size() != 4)
+        Fail("a type has four characters: " + std::string(type), kUsage);
+    const auto* resource = file.Find(qFromBigEndian<uint32_t>(type.data()), IdOf(arguments));
     if (resource == nullptr)
         Fail(std::string("no such resource: ") + arguments.Get("id"));
     return *resource;
@@ -87,13 +82,13 @@ std::string PictureOfFile(const std::string& bytes)
     return std::string();
 }
 
-/// Draws a picture at --scale.
-template <typename Bytes>
-void SaveDrawing(const Bytes& picture, const Arguments& arguments, const char* out)
+/// Draws a picture at --scale into the file that is the second argument.
+void SaveDrawing(QByteArrayView picture, const Arguments& arguments)
 {
     const double scale = arguments.GetNumber("scale", 1, 0.05, 20);
     const std::string name = std::string("the picture of ") + arguments[0];
-    const auto decoded = DecodedPicture::Decode(picture.data(), picture.size());
+    const auto decoded
+        = DecodedPicture::Decode(picture.data(), static_cast<size_t>(picture.size()));
     if (!decoded)
         Fail(name + " is damaged or not supported");
     QImage image((decoded->FrameSize() * scale).toSize().expandedTo(QSize(1, 1)),
@@ -103,7 +98,7 @@ void SaveDrawing(const Bytes& picture, const Arguments& arguments, const char* o
     QPainter painter(&image);
     decoded->Paint(painter, QRectF(image.rect()));
     painter.end();
-    SaveImage(image, out);
+    SaveImage(image, arguments[1]);
 }
 
 /// Converts between UTF-8 and MacRoman. Fails for characters that the target encoding lacks.
@@ -114,7 +109,7 @@ std::string Convert(const std::string& text, CFStringEncoding from, CFStringEnco
     std::string converted(text.size() * 3 + 1, 0);
     const auto size = static_cast<CFIndex>(converted.size());
     if (!string || !CFStringGetCString(string.get(), converted.data(), size, to))
-        FailUsage("the name has characters outside MacRoman: " + text);
+        Fail("the name has characters outside MacRoman: " + text, kUsage);
     return converted.c_str();
 }
 
@@ -124,17 +119,17 @@ void Add(const Arguments& arguments)
     const std::string name
         = Convert(arguments.Get("name"), kCFStringEncodingUTF8, kCFStringEncodingMacRoman);
     if (name.size() > 255)
-        FailUsage("a name has at most 255 characters");
+        Fail("a name has at most 255 characters", kUsage);
     const double density = arguments.GetNumber("density", 1, 0.05, 20);
     const std::string image = ReadInput(arguments[1]);
     std::string picture = PictureOfFile(image);
     if (picture.empty())
         picture = EncodeImage(image, arguments[1], density).toStdString();
     ResourceWriter file;
-    const bool isStandard = arguments[0] == std::string_view("-");
-    if (isStandard || QFileInfo::exists(QFile::decodeName(arguments[0]))) {
+    if (arguments[0] == std::string_view("-")
+        || QFileInfo::exists(QFile::decodeName(arguments[0]))) {
         const std::string old = ReadInput(arguments[0]);
-        if (!isStandard || !old.empty())
+        if (!old.empty())
             file = ResourceWriter(ParseResources(old, arguments[0]));
     }
     file.Set({ kPictureType, id, 0, name, { picture.begin(), picture.end() } });
@@ -164,14 +159,14 @@ void Extract(const Arguments& arguments)
     const ResourceFile::Resource& resource = FindResource(file, arguments);
     if (resource.attributes & ResourceFile::kCompressed)
         Fail("resource is compressed: " + std::to_string(resource.id));
-    std::vector<uint8_t> bytes = resource.data;
-    if (resource.type == kPictureType && out.ends_with(".png")) {
-        SaveDrawing(bytes, arguments, arguments[1]);
-        return;
-    }
+    QByteArray bytes(reinterpret_cast<const char*>(resource.data.data()),
+                     std::ssize(resource.data));
     if (resource.type == kPictureType && out.ends_with(".pict"))
-        bytes.insert(bytes.begin(), 512, 0);
-    WriteOutput(arguments[1], bytes);
+        bytes.prepend(512, 0);
+    if (resource.type == kPictureType && out.ends_with(".png"))
+        SaveDrawing(bytes, arguments);
+    else
+        WriteOutput(arguments[1], bytes);
 }
 
 void Remove(const Arguments& arguments)
@@ -187,12 +182,10 @@ void Draw(const Arguments& arguments)
 {
     const std::string bytes = ReadInput(arguments[0]);
     const std::string picture = arguments.Has("id") ? std::string() : PictureOfFile(bytes);
-    if (!picture.empty()) {
-        SaveDrawing(picture, arguments, arguments[1]);
-    } else {
-        const ResourceFile file = ParseResources(bytes, arguments[0]);
-        SaveDrawing(FindResource(file, arguments).data, arguments, arguments[1]);
-    }
+    if (!picture.empty())
+        SaveDrawing(picture, arguments);
+    else
+        SaveDrawing(FindResource(ParseResources(bytes, arguments[0]), arguments).data, arguments);
 }
 
 } // namespace

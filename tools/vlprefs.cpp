@@ -7,14 +7,11 @@
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <cerrno>
-#include <charconv>
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <iomanip>
-#include <set>
 #include <sstream>
 #include <string_view>
 
@@ -48,15 +45,13 @@ Ref<CFStringRef> MakeString(const std::string& text)
     Ref<CFStringRef> string(
         CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8));
     if (!string)
-        FailUsage("not UTF-8: " + text);
+        Fail("not UTF-8: " + text, kUsage);
     return string;
 }
 
 std::string TextOf(CFTypeRef string)
 {
-    const char* text
-        = CFStringGetCStringPtr(static_cast<CFStringRef>(string), kCFStringEncodingUTF8);
-    return text != nullptr ? text : "";
+    return CFStringGetCStringPtr(static_cast<CFStringRef>(string), kCFStringEncodingUTF8);
 }
 
 CFStringRef UserOf(const Arguments& arguments)
@@ -69,7 +64,7 @@ Ref<CFStringRef> ApplicationOf(const Arguments& arguments)
 {
     const std::string name = arguments[0];
     if (name.empty() || name.find('/') != name.npos)
-        FailUsage("not an application identifier: " + name);
+        Fail("not an application identifier: " + name, kUsage);
     return MakeString(name);
 }
 
@@ -93,37 +88,29 @@ Value DescribeNumber(CFNumberRef number)
     return { "real", text.str() };
 }
 
-std::string FormatData(CFDataRef data)
-{
-    std::ostringstream text;
-    text << std::hex << std::uppercase << std::setfill('0');
-    for (CFIndex i = 0; i < CFDataGetLength(data); ++i)
-        text << std::setw(2) << unsigned { CFDataGetBytePtr(data)[i] };
-    return text.str();
-}
-
-std::string FormatDate(CFDateRef date)
-{
-    constexpr double kFrom1970 = 978307200;
-    const auto seconds = static_cast<time_t>(std::floor(CFDateGetAbsoluteTime(date) + kFrom1970));
-    char text[64];
-    strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", gmtime(&seconds));
-    return text;
-}
-
 Value Describe(CFTypeRef object)
 {
     const CFTypeID type = CFGetTypeID(object);
+    std::ostringstream text;
     if (type == CFStringGetTypeID())
         return { "string", TextOf(object) };
     if (type == CFBooleanGetTypeID())
         return { "bool", CFBooleanGetValue(static_cast<CFBooleanRef>(object)) ? "true" : "false" };
     if (type == CFNumberGetTypeID())
         return DescribeNumber(static_cast<CFNumberRef>(object));
-    if (type == CFDataGetTypeID())
-        return { "data", FormatData(static_cast<CFDataRef>(object)) };
-    if (type == CFDateGetTypeID())
-        return { "date", FormatDate(static_cast<CFDateRef>(object)) };
+    if (type == CFDataGetTypeID()) {
+        const auto data = static_cast<CFDataRef>(object);
+        text << std::hex << std::uppercase << std::setfill('0');
+        for (CFIndex i = 0; i < CFDataGetLength(data); ++i)
+            text << std::setw(2) << unsigned { CFDataGetBytePtr(data)[i] };
+        return { "data", text.str() };
+    }
+    if (type == CFDateGetTypeID()) {
+        const double from2001 = CFDateGetAbsoluteTime(static_cast<CFDateRef>(object));
+        const auto seconds = static_cast<time_t>(from2001) + 978307200; // from 1970
+        text << std::put_time(gmtime(&seconds), "%Y-%m-%dT%H:%M:%SZ");
+        return { "date", text.str() };
+    }
     if (type == CFArrayGetTypeID())
         return { "array", std::to_string(CFArrayGetCount(static_cast<CFArrayRef>(object))) };
     return { "dict", std::to_string(CFDictionaryGetCount(static_cast<CFDictionaryRef>(object))) };
@@ -259,23 +246,21 @@ void List(const Arguments& arguments)
             [](CFStringRef key, CFTypeRef value) { ListValue(TextOf(key), value); });
 }
 
-std::vector<UInt8> ParseHex(std::string_view text)
+std::vector<UInt8> ParseHex(const std::string& text)
 {
-    std::vector<UInt8> bytes(text.size() / 2);
-    bool isHex = !text.empty() && text.size() % 2 == 0;
-    for (size_t i = 0; i < bytes.size(); ++i) {
-        const char* digits = text.data() + 2 * i;
-        isHex = isHex && std::from_chars(digits, digits + 2, bytes[i], 16).ptr == digits + 2;
-    }
-    if (!isHex)
-        FailUsage("not pairs of hexadecimal digits: " + std::string(text));
+    const bool isHex = text.find_first_not_of("0123456789ABCDEFabcdef") == text.npos;
+    if (!isHex || text.empty() || text.size() % 2 != 0)
+        Fail("not pairs of hexadecimal digits: " + text, kUsage);
+    std::vector<UInt8> bytes;
+    for (size_t i = 0; i < text.size(); i += 2)
+        bytes.push_back(static_cast<UInt8>(std::stoi(text.substr(i, 2), nullptr, 16)));
     return bytes;
 }
 
 Ref<> MakeValue(const Arguments& arguments)
 {
     if (arguments.options.size() != (arguments.Has("all-users") ? 2 : 1))
-        FailUsage("set wants one of --int, --bool, --string and --data");
+        Fail("set wants one of --int, --bool, --string and --data", kUsage);
     if (arguments.Has("int")) {
         const auto value = arguments.GetInteger<SInt32>("int");
         return Ref<>(CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt32Type, &value));
@@ -283,7 +268,7 @@ Ref<> MakeValue(const Arguments& arguments)
     if (arguments.Has("bool")) {
         const std::string text = arguments.Get("bool");
         if (text != "true" && text != "false")
-            FailUsage("neither true nor false: " + text);
+            Fail("neither true nor false: " + text, kUsage);
         return Ref_Retained<CFTypeRef>(text == "true" ? kCFBooleanTrue : kCFBooleanFalse);
     }
     if (arguments.Has("data")) {

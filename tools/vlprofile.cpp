@@ -7,12 +7,11 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <optional>
-#include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
 
 using namespace Veltrano;
 
@@ -41,8 +40,6 @@ characters, or with "[name]" within a line of the section.
 exit codes: 0 done, 1 absent, or the file cannot be read or edited, 2 wrong arguments
 )";
 
-const size_t kLongestLine = 1022; // with its line feed
-
 using Lines = std::vector<std::string>;
 
 /// An open profile file; standard input for "-", which is only read. Fails if it cannot be opened.
@@ -60,10 +57,10 @@ struct Profile : ProfileFile
 /// Called before a file to edit is read: reading a device may never end.
 void RefuseDevice(const char* path)
 {
-    struct stat status;
+    std::error_code error;
     if (strcmp(path, "-") == 0)
-        FailUsage("standard input can only be read");
-    if (stat(path, &status) == 0 && S_ISCHR(status.st_mode))
+        Fail("standard input can only be read", kUsage);
+    if (std::filesystem::is_character_file(path, error))
         Fail(std::string("cannot write ") + path + ": it is a device");
 }
 
@@ -87,7 +84,7 @@ void RequireHarmless(const char* path, const char* section, bool isFound)
     int number = 0;
     for (std::string line; std::getline(file, line);) {
         const std::string where = std::string(path) + ", line " + std::to_string(++number) + ": ";
-        if (line.size() + (file.eof() ? 0 : 1) > kLongestLine)
+        if (line.size() + (file.eof() ? 0 : 1) > 1022)
             Fail(where + "longer than 1022 characters, it would be split");
         const auto name = HeaderIn(line);
         if (!name)
@@ -101,27 +98,24 @@ void RequireHarmless(const char* path, const char* section, bool isFound)
     }
 }
 
-Lines TextsOf(const ProfileLineList& list)
+/// The texts that an enumeration of a profile file gives.
+template <typename... Section>
+Lines Enumerate(ProfileFile& file,
+                int (ProfileFile::*get)(ProfileLineList&, Section...),
+                Section... section)
 {
+    ProfileLineList list;
+    (file.*get)(list, section...);
     Lines texts;
     for (const ProfileLine* p = list.head; p != nullptr; p = p->next)
         texts.emplace_back(p->text.GetString());
     return texts;
 }
 
-Lines SectionsOf(ProfileFile& file)
-{
-    ProfileLineList list;
-    file.GetSections(list);
-    return TextsOf(list);
-}
-
 /// The lines of one section that are not blank: GetLines continues to the end of the file.
 Lines LinesOf(ProfileFile& file, const char* section)
 {
-    ProfileLineList list;
-    file.GetLines(list, section);
-    Lines lines = TextsOf(list);
+    Lines lines = Enumerate(file, &ProfileFile::GetLines, section);
     const auto isHeader = [](const std::string& line) { return HeaderIn(line).has_value(); };
     lines.erase(std::ranges::find_if(lines, isHeader), lines.end());
     return lines;
@@ -183,13 +177,13 @@ bool SetEntry(const char* path, const char* section, const char* key, const Stri
     String found;
     {
         Profile file(path, "a+");
-        if (file.GetValue(section, key, found) || !Contains(SectionsOf(file), section))
+        if (file.GetValue(section, key, found)
+            || !Contains(Enumerate(file, &ProfileFile::GetSections), section))
             file.SetValue(section, key, value);
         else if (!value.IsEmpty()) // SetValue would add it at the end of the file
             file.AddLine(section, String(key) + "=" + value);
     }
-    const bool isThere = FindValue(path, section, key, found);
-    return value.IsEmpty() ? !isThere : isThere && found == Trimmed(value);
+    return FindValue(path, section, key, found) == !value.IsEmpty() && found == Trimmed(value);
 }
 
 void Set(const Arguments& words)
@@ -229,12 +223,12 @@ void Print(const Lines& lines)
 void Sections(const Arguments& words)
 {
     Profile file(words[0]);
-    Print(SectionsOf(file));
+    Print(Enumerate(file, &ProfileFile::GetSections));
 }
 
 void RequireSection(ProfileFile& file, const char* section)
 {
-    if (!Contains(SectionsOf(file), section))
+    if (!Contains(Enumerate(file, &ProfileFile::GetSections), section))
         Fail(std::string("no section ") + section);
 }
 
@@ -242,9 +236,7 @@ void Keys(const Arguments& words)
 {
     Profile file(words[0]);
     RequireSection(file, words[1]);
-    ProfileLineList list;
-    file.GetKeys(list, words[1]);
-    Print(TextsOf(list));
+    Print(Enumerate(file, &ProfileFile::GetKeys, words[1]));
 }
 
 void PrintLines(const Arguments& words)

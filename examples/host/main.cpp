@@ -2,8 +2,7 @@
 // main.cpp - a small Qt product that loads the module and shows its About box and an alert.
 //   ExampleHost [--module BUNDLE] [--style 0|1] [--snapshot FILE.png]
 // With --snapshot it shows the box, saves a picture of it, presses its button and ends.
-#include <Carbon/Carbon.h>
-#include <veltrano/Host.h>
+#include "../About.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QFile>
@@ -12,7 +11,6 @@
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QVBoxLayout>
 
-#include <cstdio>
 #include <ui/Alerts.h>
 
 namespace {
@@ -22,16 +20,16 @@ enum { kLightPicture = 128, kDarkPicture = 129 };
 class HostWindow : public QWidget
 {
 public:
-    explicit HostWindow(VeltranoModuleRef module)
+    explicit HostWindow(VeltranoModuleRef module) // takes it
         : m_module(module)
         , m_window(CreateWindowRefWithQWidget(this))
     {
-        setWindowTitle(QStringLiteral("Example Host"));
+        setWindowTitle("Example Host");
         resize(720, 480);
         auto* layout = new QVBoxLayout(this);
         layout->setAlignment(Qt::AlignCenter);
         const auto add = [this, layout](const char* title, auto action) {
-            auto* button = new QPushButton(QString::fromUtf8(title));
+            auto* button = new QPushButton(title);
             connect(button, &QPushButton::clicked, this, action);
             layout->addWidget(button);
         };
@@ -44,7 +42,11 @@ public:
             }
         });
     }
-    ~HostWindow() override { DisposeWindow(m_window); }
+    ~HostWindow() override
+    {
+        DisposeWindow(m_window);
+        VeltranoCloseModule(m_module);
+    }
 
     bool ShowAboutBox(int style)
     {
@@ -60,17 +62,15 @@ public:
     bool SaveAboutBox(int style, const QString& file)
     {
         bool isSaved = false;
+        int isPressed = 0;
         QTimer::singleShot(200, this, [&] {
             for (QWidget* window : QApplication::topLevelWidgets()) {
                 isSaved = isSaved
                     || (window->isVisible() && window != this && window->grab().save(file));
             }
-            const ControlID buttonID = { 'butn', 0 };
-            ControlRef button = nullptr;
-            if (GetControlByID(FrontNonFloatingWindow(), &buttonID, &button) == noErr)
-                HIViewSimulateClick(button, kControlButtonPart, 0, nullptr);
+            PressButton(nullptr, &isPressed);
         });
-        return ShowAboutBox(style) && isSaved;
+        return ShowAboutBox(style) && isSaved && isPressed;
     }
 
 private:
@@ -82,42 +82,31 @@ private:
 
 int main(int argc, char** argv)
 {
-    QStringList arguments; // before the toolkit takes its own, "--style" among them
-    for (int i = 0; i < argc; ++i)
-        arguments.append(QString::fromLocal8Bit(argv[i]));
+    // Before the toolkit takes its own, "--style" among them.
+    const QStringList arguments(argv, argv + argc);
     int toolkitCount = 1;
     const QApplication application(toolkitCount, argv);
     QCommandLineParser parser;
     parser.addHelpOption();
     parser.addOptions({
-        { QStringLiteral("module"), QStringLiteral("The module; default: the installed one."),
-          QStringLiteral("bundle") },
-        { QStringLiteral("style"), QStringLiteral("1: light text on the dark picture."),
-          QStringLiteral("0|1"), QStringLiteral("0") },
-        { QStringLiteral("snapshot"), QStringLiteral("Save a picture of the box and end."),
-          QStringLiteral("file.png") },
+        { "module", "The module; default: the installed one.", "bundle" },
+        { "style", "1: light text on the dark picture.", "0|1", "0" },
+        { "snapshot", "Save a picture of the box and end.", "file.png" },
     });
     parser.process(arguments);
-    const QByteArray path = QFile::encodeName(parser.value(QStringLiteral("module")));
-    const QString file = parser.value(QStringLiteral("snapshot"));
-    const int style = parser.value(QStringLiteral("style")).toInt();
+    const QByteArray path = QFile::encodeName(parser.value("module"));
+    const QString file = parser.value("snapshot");
+    const int style = parser.value("style").toInt();
 
     const VeltranoModuleRef module = VeltranoOpenModule(path.isEmpty() ? nullptr : path.data());
     if (module == nullptr) {
         fprintf(stderr, "ExampleHost: cannot load the module %s\n", path.constData());
         return 1;
     }
-    bool isDone = true;
-    {
-        HostWindow host(module);
-        host.show();
-        if (!file.isEmpty()) {
-            isDone = host.SaveAboutBox(style, file);
-        } else {
-            QTimer::singleShot(0, &host, [&] { host.ShowAboutBox(style); });
-            QApplication::exec();
-        }
-    }
-    VeltranoCloseModule(module);
-    return isDone ? 0 : 1;
+    HostWindow host(module);
+    host.show();
+    if (!file.isEmpty())
+        return host.SaveAboutBox(style, file) ? 0 : 1;
+    QTimer::singleShot(0, &host, [&] { host.ShowAboutBox(style); });
+    return QApplication::exec();
 }

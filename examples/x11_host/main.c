@@ -14,9 +14,8 @@ int main(int argc, char** argv)
         fprintf(stderr, "usage: x11_host BUNDLE [SECONDS], with an X display\n");
         return 2;
     }
-    const int screen = DefaultScreen(display);
-    Window window = XCreateSimpleWindow(display, RootWindow(display, screen), 120, 90, 640, 420, 0,
-                                        0, WhitePixel(display, screen));
+    Window window = XCreateSimpleWindow(display, DefaultRootWindow(display), 120, 90, 640, 420, 0,
+                                        0, WhitePixel(display, DefaultScreen(display)));
     Atom deleteWindow = XInternAtom(display, "WM_DELETE_WINDOW", False);
     XSetWMProtocols(display, window, &deleteWindow, 1);
     XStoreName(display, window, "Xlib host: click for the About box");
@@ -34,7 +33,6 @@ int main(int argc, char** argv)
             isRunning = seconds <= 0;
         }
     }
-    XDestroyWindow(display, window);
     XCloseDisplay(display);
     return result;
 }

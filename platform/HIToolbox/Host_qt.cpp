@@ -83,7 +83,8 @@ try {
     }
     const auto get = reinterpret_cast<GetEntryTableProc>(
         CFBundleGetFunctionPointerForName(bundle.get(), CFSTR("GetEntryTable")));
-    return get ? &Modules().emplace_back(std::move(bundle), get()) : nullptr;
+    return get ? &Modules().emplace_back(OpaqueVeltranoModule { std::move(bundle), get() })
+               : nullptr;
 } catch (...) {
     return nullptr;
 }
