@@ -303,21 +303,16 @@ void GetModuleBundleName(String& result)
 void GetMakerFolderPath(String& result)
 {
     EnsureModuleStrings();
-    result = kMakerName;
-    result += "/";
-    if (!sProductName->IsEmpty()) {
-        result += *sProductName;
-        result += "/";
-    }
+    result = String(kMakerName) + '/';
+    if (!sProductName->IsEmpty())
+        result += *sProductName + '/';
 }
 
 void GetProductFolderPath(String& result)
 {
     GetMakerFolderPath(result);
-    if (!sComponentName->IsEmpty()) {
-        result += *sComponentName;
-        result += "/";
-    }
+    if (!sComponentName->IsEmpty())
+        result += *sComponentName + '/';
 }
 
 void GetFolderPath(String& result, int kind)
