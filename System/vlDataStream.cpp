@@ -15,7 +15,6 @@
 #include <poll.h>
 #include <string_view>
 #include <typeinfo>
-#include <utility>
 
 namespace Veltrano {
 
@@ -165,19 +164,11 @@ SInt32 DataInputFile::readNative32()
 // Output
 
 DataOutputFile::DataOutputFile()
-    : m_buffer(new (std::nothrow) char[kInitialCapacity])
-    , m_length(0)
-    , m_capacity(kInitialCapacity)
 {
-    if (m_buffer == nullptr)
-        throw OutOfMemoryException();
-    m_buffer[0] = '\0';
+    Reserve(kInitialCapacity - 1);
 }
 
-DataOutputFile::~DataOutputFile()
-{
-    delete[] m_buffer;
-}
+DataOutputFile::~DataOutputFile() = default;
 
 // Makes room for more characters and the zero. On failure the text is unchanged.
 //   returns  the replaced block, owned by the caller, or null: the source of a write may lie in it
@@ -188,13 +179,14 @@ std::unique_ptr<char[]> DataOutputFile::Reserve(SInt64 nMore)
         return nullptr;
     const SInt64 nCapacity
         = std::min<SInt64>(std::max(nNeeded, SInt64 { m_capacity } * 2), INT_MAX);
-    char* buffer
-        = nNeeded > nCapacity ? nullptr : new (std::nothrow) char[static_cast<size_t>(nCapacity)];
+    std::unique_ptr<char[]> buffer(
+        nNeeded > nCapacity ? nullptr : new (std::nothrow) char[static_cast<size_t>(nCapacity)]);
     if (buffer == nullptr)
         throw OutOfMemoryException();
-    memcpy(buffer, m_buffer, static_cast<size_t>(m_length) + 1);
+    *std::copy_n(m_buffer.get(), m_length, buffer.get()) = '\0';
     m_capacity = static_cast<SInt32>(nCapacity);
-    return std::unique_ptr<char[]>(std::exchange(m_buffer, buffer));
+    m_buffer.swap(buffer);
+    return buffer;
 }
 
 // True if writeByte is not overridden, so bytes need not go through it one by one.
@@ -212,10 +204,11 @@ void DataOutputFile::write(const void* source, SInt32 nCount)
     }
     // The source may lie in the buffer, which moves when it grows.
     const std::less_equal<const void*> isUpTo;
-    const bool bOwn = isUpTo(m_buffer, source) && isUpTo(source, m_buffer + m_length);
-    const ptrdiff_t nOffset = bOwn ? static_cast<const char*>(source) - m_buffer : 0;
+    const char* const pText = m_buffer.get();
+    const bool bOwn = isUpTo(pText, source) && isUpTo(source, pText + m_length);
+    const ptrdiff_t nOffset = bOwn ? static_cast<const char*>(source) - pText : 0;
     for (SInt32 i = 0; i < nCount; ++i)
-        writeByte(bOwn ? m_buffer[nOffset + i] : p[i]);
+        writeByte(bOwn ? m_buffer.get()[nOffset + i] : p[i]);
 }
 
 void DataOutputFile::Append(const unsigned char* p, SInt32 nCount)
@@ -225,7 +218,7 @@ void DataOutputFile::Append(const unsigned char* p, SInt32 nCount)
     SInt32 nColumn = m_length % kLineLength;
     const SInt64 nDigits = 2 * static_cast<SInt64>(nCount);
     const auto old = Reserve(nDigits + (nColumn + nDigits) / kLineDigits * 2);
-    char* pOut = m_buffer + m_length;
+    char* pOut = m_buffer.get() + m_length;
     while (nCount > 0) {
         const SInt32 nRun = std::min(nCount, (kLineDigits - nColumn) / 2);
         for (const unsigned char* const pRunEnd = p + nRun; p != pRunEnd; ++p) {
@@ -241,7 +234,7 @@ void DataOutputFile::Append(const unsigned char* p, SInt32 nCount)
         }
     }
     *pOut = '\0';
-    m_length = static_cast<SInt32>(pOut - m_buffer);
+    m_length = static_cast<SInt32>(pOut - m_buffer.get());
 }
 
 void DataOutputFile::writeByte(SInt32 value)
@@ -268,7 +261,7 @@ template <class T> inline void DataOutputFile::WriteNative(T value)
         return;
     }
     const auto bytes = std::bit_cast<std::array<unsigned char, sizeof(T)>>(value);
-    char* pOut = m_buffer + m_length;
+    char* pOut = m_buffer.get() + m_length;
     for (const unsigned char byte : bytes) {
         memcpy(pOut, kDigits[byte].data(), 2);
         pOut += 2;

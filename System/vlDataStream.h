@@ -123,7 +123,7 @@ public:
     void writeDouble(double value) override { WriteLittleEndian(std::bit_cast<UInt64>(value)); }
 
     /// The text so far with its zero, valid until the next write.
-    const char* GetText() const { return m_buffer; }
+    const char* GetText() const { return m_buffer.get(); }
     /// In characters, line ends included and the zero not.
     SInt32 GetLength() const { return m_length; }
     SInt32 GetCapacity() const { return m_capacity; }
@@ -135,9 +135,9 @@ private:
     template <class T> void WriteNative(T value);
     std::unique_ptr<char[]> Reserve(SInt64 nMore);
 
-    char* m_buffer;
-    SInt32 m_length;
-    SInt32 m_capacity;
+    std::unique_ptr<char[]> m_buffer;
+    SInt32 m_length = 0;
+    SInt32 m_capacity = 0;
 };
 
 } // namespace Veltrano
