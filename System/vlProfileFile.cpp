@@ -137,7 +137,6 @@ struct Descriptor
             close(fd);
     }
     Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
 
     const int fd;
 };
