@@ -195,8 +195,8 @@ private:
     class FormatScan;
 
     static int Measure(const char* lpsz);
-    static std::string_view View(const String& s) { return std::string_view(s, s.GetLength()); }
-    static std::string_view View(const char* p) { return std::string_view(p, Measure(p)); }
+    static std::string_view View(const String& s) { return { s, size_t(s.GetLength()) }; }
+    static std::string_view View(const char* p) { return { p, size_t(Measure(p)) }; }
     static String Join(std::string_view a, std::string_view b);
     String Part(int nFirst, int nCount) const;
     void AppendChar(char ch);
