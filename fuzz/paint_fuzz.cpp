@@ -24,13 +24,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     constexpr int kSide = 96;
     constexpr int kMargin = 32;
-    if (size < 4)
-        return 0;
-    const auto picture = DecodedPicture::Decode(data + 4, size - 4);
+    const auto picture = size < 4 ? nullptr : DecodedPicture::Decode(data + 4, size - 4);
     if (picture == nullptr)
         return 0;
     QImage image(kSide, kSide, QImage::Format_RGB32);
     image.fill(0x123456);
+    const QImage before = image;
     QPainter painter(&image);
     const double scale = std::exp2(data[2] / 16.0 - 6); // 1/64 to 980
     const bool isWithin = data[0] % 2 != 0; // else as large as the scale makes it
@@ -40,12 +39,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         painter,
         { {}, isWithin ? QSizeF(data[0] % 33, data[1] % 33) / scale : picture->FrameSize() });
     painter.end();
-    if (!isWithin)
-        return 0;
-    for (int y = 0; y < kSide; ++y)
-        for (int x = 0; x < kSide; ++x)
-            if ((image.pixel(x, y) & 0xFFFFFF) != 0x123456
-                && !QRect(kMargin - 1, kMargin - 1, 40, 36).contains(x, y))
-                abort();
-    return 0;
+    QPainter(&image).fillRect(kMargin - 1, kMargin - 1, 40, 36, QColor(0x123456));
+    return isWithin && image != before ? abort(), 0 : 0;
 }

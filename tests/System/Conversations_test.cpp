@@ -23,7 +23,6 @@ using namespace Veltrano;
 // --- the platform: images and bundles as a test says, and a line in the log for each call for a preference ---
 
 static std::vector<std::string> sImages; // names; "other" has another header than this program
-static bool sHasMainBundle = true;
 
 #define REAL(routine) reinterpret_cast<decltype(&routine)>(dlsym(RTLD_NEXT, "vlp_" #routine))
 
@@ -40,11 +39,6 @@ const mach_header* _dyld_get_image_header(uint32_t i)
 const char* _dyld_get_image_name(uint32_t i)
 {
     return sImages[i] == "null" ? nullptr : sImages[i].c_str();
-}
-
-CFBundleRef CFBundleGetMainBundle()
-{
-    return sHasMainBundle ? REAL(CFBundleGetMainBundle)() : nullptr;
 }
 
 template <class... Texts> static void Note(const char* format, Texts... texts)
@@ -204,12 +198,9 @@ private:
     }
     void GetObject()
     {
-        const CFTypeID types[] = { CFNumberGetTypeID(), CFDictionaryGetTypeID() };
-        const CFTypeRef found = m_store->GetObjectOfType(Text(1), types[Int(2)], m_store->m_user);
-        Say(!found                               ? "none"
-                : CFGetTypeID(found) == types[0] ? "a number"
-                : CFGetTypeID(found) == types[1] ? "a dictionary"
-                                                 : "another");
+        const CFTypeID type = Int(2) != 0 ? CFDictionaryGetTypeID() : CFNumberGetTypeID();
+        const CFTypeRef found = m_store->GetObjectOfType(Text(1), type, m_store->m_user);
+        Say(!found ? "none" : CFGetTypeID(found) == type ? "found" : "another");
         if (found)
             CFRelease(found);
     }
@@ -300,7 +291,6 @@ private:
         { "drop", [this] { CFRelease(m_bundle); } },
         { "releasebundle", [this] { ReleaseModuleBundle(); Say(CFGetRetainCount(m_bundle), " held"); } },
         { "hostbundle", [this] { Say(GetHostMainBundle() ? "one" : "none"); } },
-        { "nohostbundle", [] { sHasMainBundle = false; } },
         { "getintpref", [this] { Say(GetModuleIntPref(Text(1), Int(2), Int(3) != 0)); } },
         { "setintpref", [this] { Say(SetModuleIntPref(Text(1), Int(2), Int(3) != 0)); } },
         { "getstringpref", [this] { GetModuleStringPref(m_string, Text(1), Text(2), Int(3) != 0); SayString(); } },

@@ -19,10 +19,8 @@ using namespace Veltrano;
 
 namespace {
 
-class ProcessesTest : public testing::Test
+struct ProcessesTest : testing::Test, TemporaryFolder
 {
-protected:
-    std::string Path(const std::string& name) const { return m_folder.Path(name); }
     bool Edit(const std::string& value) const
     {
         ProfileFile file;
@@ -30,8 +28,6 @@ protected:
         file.SetValue("a", "k", value.c_str());
         return isOpen;
     }
-
-    TemporaryFolder m_folder;
 };
 
 TEST_F(ProcessesTest, LogLinesAreWhole)

@@ -15,18 +15,13 @@ using namespace Veltrano;
 
 namespace {
 
-struct OutputModel
+void WriteByte(std::string& text, unsigned value)
 {
-    std::string text;
-
-    void WriteByte(unsigned value)
-    {
-        for (const unsigned place : { 4, 0 })
-            text += "0123456789ABCDEF"[value >> place & 15];
-        if ((text.size() + 2) % 72 == 0)
-            text += "\r\n";
-    }
-};
+    for (const unsigned place : { 4, 0 })
+        text += "0123456789ABCDEF"[value >> place & 15];
+    if ((text.size() + 2) % 72 == 0)
+        text += "\r\n";
+}
 
 struct InputModel
 {
@@ -52,16 +47,13 @@ struct InputModel
     }
 };
 
-using In = DataInput;
-using Out = DataOutput;
-
 /// A value as the bits of a number.
 const struct Type
 {
     int nBytes;
     enum { kSigned, kUnsigned, kNative, kReal } kind;
-    SInt64 (*read)(In&);
-    void (*write)(Out&, SInt64 value);
+    SInt64 (*read)(DataInput&);
+    void (*write)(DataOutput&, SInt64 value);
 
     SInt64 ValueOf(const std::string& bytes) const
     {
@@ -79,19 +71,19 @@ const struct Type
     SInt64 QuietBit() const { return kind == kReal ? SInt64 { 1 } << (nBytes == 4 ? 22 : 51) : 0; }
 } kTypes[] = {
     // clang-format off
-    { 1, Type::kSigned, [](In& in) { return SInt64 { in.readInt8() }; }, [](Out& out, SInt64 n) { out.writeByte(SInt32(n)); } },
-    { 1, Type::kUnsigned, [](In& in) { return SInt64 { in.readUInt8() }; }, [](Out& out, SInt64 n) { out.writeByte(SInt32(n)); } },
-    { 2, Type::kSigned, [](In& in) { return SInt64 { in.readInt16() }; }, [](Out& out, SInt64 n) { out.writeInt16(SInt32(n)); } },
-    { 2, Type::kUnsigned, [](In& in) { return SInt64 { in.readUInt16() }; }, [](Out& out, SInt64 n) { out.writeInt16(SInt32(n)); } },
-    { 4, Type::kSigned, [](In& in) { return SInt64 { in.readInt32() }; }, [](Out& out, SInt64 n) { out.writeInt32(SInt32(n)); } },
-    { 4, Type::kUnsigned, [](In& in) { return SInt64 { in.readUInt32() }; }, [](Out& out, SInt64 n) { out.writeInt32(SInt32(n)); } },
-    { 4, Type::kSigned, [](In& in) { return SInt64 { in.readLong32() }; }, [](Out& out, SInt64 n) { out.writeLong32(SInt32(n)); } },
-    { 4, Type::kUnsigned, [](In& in) { return SInt64 { in.readULong32() }; }, [](Out& out, SInt64 n) { out.writeLong32(SInt32(n)); } },
-    { 8, Type::kSigned, [](In& in) { return SInt64 { in.readInt64() }; }, [](Out& out, SInt64 n) { out.writeInt64(n); } },
-    { 4, Type::kNative, [](In& in) { return SInt64 { in.readNative32() }; }, [](Out& out, SInt64 n) { out.writeNative32(SInt32(n)); } },
-    { 4, Type::kNative, [](In& in) { return SInt64 { in.readNative32() }; }, [](Out& out, SInt64 n) { out.writeNativeLong32(SInt32(n)); } },
-    { 4, Type::kReal, [](In& in) { return SInt64 { std::bit_cast<UInt32>(in.readFloat()) }; }, [](Out& out, SInt64 n) { out.writeFloat(std::bit_cast<float>(UInt32(n))); } },
-    { 8, Type::kReal, [](In& in) { return std::bit_cast<SInt64>(in.readDouble()); }, [](Out& out, SInt64 n) { out.writeDouble(std::bit_cast<double>(n)); } },
+    { 1, Type::kSigned, [](DataInput& in) { return SInt64 { in.readInt8() }; }, [](DataOutput& out, SInt64 n) { out.writeByte(SInt32(n)); } },
+    { 1, Type::kUnsigned, [](DataInput& in) { return SInt64 { in.readUInt8() }; }, [](DataOutput& out, SInt64 n) { out.writeByte(SInt32(n)); } },
+    { 2, Type::kSigned, [](DataInput& in) { return SInt64 { in.readInt16() }; }, [](DataOutput& out, SInt64 n) { out.writeInt16(SInt32(n)); } },
+    { 2, Type::kUnsigned, [](DataInput& in) { return SInt64 { in.readUInt16() }; }, [](DataOutput& out, SInt64 n) { out.writeInt16(SInt32(n)); } },
+    { 4, Type::kSigned, [](DataInput& in) { return SInt64 { in.readInt32() }; }, [](DataOutput& out, SInt64 n) { out.writeInt32(SInt32(n)); } },
+    { 4, Type::kUnsigned, [](DataInput& in) { return SInt64 { in.readUInt32() }; }, [](DataOutput& out, SInt64 n) { out.writeInt32(SInt32(n)); } },
+    { 4, Type::kSigned, [](DataInput& in) { return SInt64 { in.readLong32() }; }, [](DataOutput& out, SInt64 n) { out.writeLong32(SInt32(n)); } },
+    { 4, Type::kUnsigned, [](DataInput& in) { return SInt64 { in.readULong32() }; }, [](DataOutput& out, SInt64 n) { out.writeLong32(SInt32(n)); } },
+    { 8, Type::kSigned, [](DataInput& in) { return SInt64 { in.readInt64() }; }, [](DataOutput& out, SInt64 n) { out.writeInt64(n); } },
+    { 4, Type::kNative, [](DataInput& in) { return SInt64 { in.readNative32() }; }, [](DataOutput& out, SInt64 n) { out.writeNative32(SInt32(n)); } },
+    { 4, Type::kNative, [](DataInput& in) { return SInt64 { in.readNative32() }; }, [](DataOutput& out, SInt64 n) { out.writeNativeLong32(SInt32(n)); } },
+    { 4, Type::kReal, [](DataInput& in) { return SInt64 { std::bit_cast<UInt32>(in.readFloat()) }; }, [](DataOutput& out, SInt64 n) { out.writeFloat(std::bit_cast<float>(UInt32(n))); } },
+    { 8, Type::kReal, [](DataInput& in) { return std::bit_cast<SInt64>(in.readDouble()); }, [](DataOutput& out, SInt64 n) { out.writeDouble(std::bit_cast<double>(n)); } },
     // clang-format on
 };
 
@@ -132,23 +124,23 @@ TEST_F(DataStreamModel, Output)
     EXPECT_THROW(DataOutputFile(), ModuleException);
     InvertedOutput inverted;
     std::unique_ptr<DataOutputFile> exact;
-    OutputModel models[2];
+    std::string models[2];
     SInt32 nSingle = 0; // bytes that were inverted one by one
     for (int i = 0; i < m_nOperations; ++i) {
-        if (!exact || models[1].text.size() > 30000) {
+        if (!exact || models[1].size() > 30000) {
             exact = std::make_unique<DataOutputFile>();
             EXPECT_EQ(exact->GetCapacity(), 4096);
-            models[1] = {};
+            models[1].clear();
         }
         const size_t at = Below(50) == 0 ? 0 : 1;
         DataOutputFile& output = at == 0 ? inverted : *exact;
-        OutputModel& model = models[at];
+        std::string& model = models[at];
         const Type& type = kTypes[Below(std::size(kTypes))];
-        const size_t kind = Below(8), nFirst = Below(model.text.size() + 1);
+        const size_t kind = Below(8), nFirst = Below(model.size() + 1);
         const SInt32 nCount = Count();
         std::string bytes = RandomText(kind == 0 ? nCount : kind == 1 ? 0 : type.nBytes, "\r\n");
         if (kind == 1) // a part of the stream's text
-            bytes = model.text.substr(nFirst, static_cast<size_t>(nCount + 1));
+            bytes = model.substr(nFirst, static_cast<size_t>(nCount + 1));
         else if (kind > 1 && type.kind == Type::kReal)
             bytes.back() &= '\xBF'; // a number
         const auto nBytes = static_cast<SInt32>(bytes.size());
@@ -162,13 +154,13 @@ TEST_F(DataStreamModel, Output)
                              kind == 0 ? nCount : nBytes);
             FailingNew::Stop();
             for (const char byte : bytes)
-                model.WriteByte(static_cast<unsigned char>(at == 0 ? ~byte : byte));
+                WriteByte(model, static_cast<unsigned char>(at == 0 ? ~byte : byte));
             nSingle += at == 0 && kind > 1 && type.nBytes == 1;
         } catch (const OutOfMemoryException&) {
             FailingNew::Stop(); // and nothing is changed
         }
-        ASSERT_EQ(output.GetText(), model.text) << i;
-        ASSERT_EQ(output.GetLength(), static_cast<SInt32>(model.text.size())) << i;
+        ASSERT_EQ(output.GetText(), model) << i;
+        ASSERT_EQ(output.GetLength(), static_cast<SInt32>(model.size())) << i;
         ASSERT_LT(output.GetLength(), output.GetCapacity());
     }
     EXPECT_EQ(inverted.nTotal + nSingle,

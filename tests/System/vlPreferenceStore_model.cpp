@@ -64,16 +64,14 @@ bool TakeKey(std::string& path, std::string& key)
     return slash != path.npos;
 }
 
-void SetAt(Dict& dict, std::string path, const Value& value)
+// A dictionary with a value at a path.
+Slot With(const Slot& before, std::string path, const Value& value)
 {
+    Dict dict = AsDict(before) ? *AsDict(before) : Dict();
     std::string key;
-    if (!TakeKey(path, key)) {
-        dict[key] = value;
-        return;
-    }
-    Dict inner = AsDict(Find(&dict, key)) ? dict[key].dict : Dict();
-    SetAt(inner, path, value);
-    dict[key] = *AsSlot(inner);
+    const bool hasRest = TakeKey(path, key);
+    dict[key] = hasRest ? *With(Find(&dict, key), path, value) : value;
+    return AsSlot(dict);
 }
 
 struct File
@@ -93,14 +91,10 @@ public:
         std::string key;
         bool hasRest = TakeKey(path, key);
         Slot slot = Find(&Look(domain).ours, key);
-        if (!hasRest)
-            return slot;
-        if (!AsDict(slot) || path.empty())
+        if (hasRest && (path.empty() || !AsDict(slot)))
             return {};
-        path.erase(0, 1); // KEPT: the first character of the second component is skipped
-        while (AsDict(slot)) {
-            if (!hasRest)
-                return {};
+        path.erase(0, hasRest); // KEPT: the first character of the second component is skipped
+        while (hasRest && AsDict(slot)) {
             hasRest = TakeKey(path, key);
             slot = Find(AsDict(slot), key);
         }
@@ -109,17 +103,11 @@ public:
     bool Put(const Domain& domain, std::string path, const Slot& value)
     {
         std::string key;
-        if (TakeKey(path, key)) {
-            Dict dict;
-            if (const Slot top = Find(&Look(domain).ours, key); AsDict(top))
-                dict = *AsDict(top);
-            if (!value)
-                return false;
-            SetAt(dict, path, *value);
-            Set(domain, key, AsSlot(dict));
-        } else {
-            Set(domain, key, value);
-        }
+        const bool hasRest = TakeKey(path, key);
+        const Slot top = hasRest ? Find(&Look(domain).ours, key) : Slot();
+        if (hasRest && !value)
+            return false;
+        Set(domain, key, hasRest ? With(top, path, *value) : value);
         return Synchronize(domain);
     }
     bool Synchronize(const Domain& domain)
@@ -214,73 +202,68 @@ std::ptrdiff_t Get(PreferenceStore& store, const char* entry, int type)
         : find(kBytes, bytes);
 }
 
-// One of two processes. Both go through the same operations and models; each performs its own operations.
-bool RunProcess(
-    const TemporaryHome& home, int number, int channel, std::mt19937 random, int nOperations)
-{
-    const auto below = [&random](unsigned n) { return static_cast<int>(random() % n); };
-    Service services[2];
-    Domain domains[4];
-    std::unique_ptr<PreferenceStore> stores[4]; // two of each process
-    for (int i = 0; i < nOperations; ++i) {
-        const int at = below(4), kind = below(30), type = below(4);
-        const bool isOwn = at / 2 == number;
-        Domain& domain = domains[at];
-        Service& service = services[at / 2];
-        std::string path;
-        for (int n = below(4), left = n; left >= 0; --left)
-            path += std::string(left == n ? "" : "/") + (left + 1 == n && kind % 2 != 0 ? "?" : "")
-                + std::vector { "A", "B", "B", "C", "", "é" }[static_cast<size_t>(below(6))];
-        const int index = below(type == 1 ? 2 : 3);
-        const Slot value = below(5) == 0 ? Slot() : Value { type, index };
-        const std::string file = home.Path("etc/preferences/" + domain.first + ".plist");
-        SCOPED_TRACE(std::to_string(i) + ": " + std::to_string(kind) + ", " + path);
-        if (kind == 0 || domain.first.empty()) {
-            domain = { below(2) != 0 ? "one" : "two", below(2) != 0 };
-            if (isOwn)
-                stores[at].reset(new PreferenceStore(domain.first.c_str(), domain.second));
-            const bool isValid = service.Synchronize(domain);
-            EXPECT_TRUE(!isOwn || isValid == (stores[at]->m_valid != 0));
-            if (!isValid)
-                domain = {}; // it is made anew before it is used
-        } else if (kind == 1 && domain.second) {
-            const bool isBlocked = sFiles[domain].isBlocked = !sFiles[domain].isBlocked;
-            if (isOwn)
-                std::filesystem::remove_all(file + ".lock");
-            if (isOwn && isBlocked)
-                std::filesystem::create_directories(file + ".lock/folder");
-        } else if (kind == 2 && domain.second) {
-            sFiles[domain].values.clear();
-            if (isOwn)
-                WriteFile(file, "damaged");
-        } else if (kind % 2 == 0) {
-            const bool isSet = service.Put(domain, path, value);
-            EXPECT_TRUE(!isOwn || isSet == (Set(*stores[at], path.c_str(), type, value) != 0));
-        } else {
-            const Slot found = service.Get(domain, path);
-            const int expected = found && found->type == type ? found->index : 3;
-            EXPECT_TRUE(!isOwn || expected == Get(*stores[at], path.c_str(), type));
-        }
-        char token = 0;
-        if (isOwn && (testing::Test::HasFailure() || write(channel, &token, 1) != 1))
-            return false;
-        if (!isOwn && read(channel, &token, 1) != 1)
-            return false;
-    }
-    return true;
-}
-
 TEST(PreferenceStore, AgreesWithTheModel)
 {
     const int nOperations = FromEnvironment("VELTRANO_OPERATIONS", 5000);
-    const std::mt19937 random(static_cast<unsigned>(FromEnvironment("VELTRANO_SEED", 1)));
+    std::mt19937 random(static_cast<unsigned>(FromEnvironment("VELTRANO_SEED", 1)));
     const TemporaryHome home;
     int channels[2];
     ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, channels));
+    // Both go through the same operations and models; each performs its own operations.
     const int nBad = InProcesses(2, [&](int number) {
-        const bool isGood = RunProcess(home, number, channels[number], random, nOperations);
-        shutdown(channels[number], SHUT_RDWR); // the other one stops, too
-        return isGood;
+        const auto below = [&random](unsigned n) { return static_cast<int>(random() % n); };
+        Service services[2];
+        Domain domains[4];
+        std::unique_ptr<PreferenceStore> stores[4]; // two of each process
+        for (int i = 0; i < nOperations; ++i) {
+            const int at = below(4), kind = below(30), type = below(4);
+            const bool isOwn = at / 2 == number;
+            Domain& domain = domains[at];
+            Service& service = services[at / 2];
+            std::string path;
+            for (int n = below(4), left = n; left >= 0; --left)
+                path += std::string(left == n ? "" : "/")
+                    + (left + 1 == n && kind % 2 != 0 ? "?" : "")
+                    + std::vector { "A", "B", "B", "C", "", "é" }[static_cast<size_t>(below(6))];
+            const int index = below(type == 1 ? 2 : 3);
+            const Slot value = below(5) == 0 ? Slot() : Value { type, index };
+            const std::string file = home.Path("etc/preferences/" + domain.first + ".plist");
+            SCOPED_TRACE(std::to_string(i) + ": " + std::to_string(kind) + ", " + path);
+            if (kind == 0 || domain.first.empty()) {
+                domain = { below(2) != 0 ? "one" : "two", below(2) != 0 };
+                if (isOwn)
+                    stores[at].reset(new PreferenceStore(domain.first.c_str(), domain.second));
+                const bool isValid = service.Synchronize(domain);
+                EXPECT_TRUE(!isOwn || isValid == (stores[at]->m_valid != 0));
+                if (!isValid)
+                    domain = {}; // it is made anew before it is used
+            } else if (kind == 1 && domain.second) {
+                const bool isBlocked = sFiles[domain].isBlocked = !sFiles[domain].isBlocked;
+                if (isOwn)
+                    std::filesystem::remove_all(file + ".lock");
+                if (isOwn && isBlocked)
+                    std::filesystem::create_directories(file + ".lock/folder");
+            } else if (kind == 2 && domain.second) {
+                sFiles[domain].values.clear();
+                if (isOwn)
+                    WriteFile(file, "damaged");
+            } else if (kind % 2 == 0) {
+                const bool isSet = service.Put(domain, path, value);
+                EXPECT_TRUE(!isOwn || isSet == (Set(*stores[at], path.c_str(), type, value) != 0));
+            } else {
+                const Slot found = service.Get(domain, path);
+                const int expected = found && found->type == type ? found->index : 3;
+                EXPECT_TRUE(!isOwn || expected == Get(*stores[at], path.c_str(), type));
+            }
+            char token = 0;
+            const bool isGoing = isOwn ? !HasFailure() && write(channels[number], &token, 1) == 1
+                                       : read(channels[number], &token, 1) == 1;
+            if (!isGoing) {
+                shutdown(channels[number], SHUT_RDWR); // the other one stops, too
+                return false;
+            }
+        }
+        return true;
     });
     EXPECT_EQ(0, nBad);
 }

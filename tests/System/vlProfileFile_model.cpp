@@ -185,8 +185,7 @@ TEST(ProfileModel, RandomOperations)
                     written += oneOf(texts) + oneOf(kEnds);
                 WriteFile(path, written);
             }
-            while (!isDone([&] { nResult = file.Open(path.c_str(), "r"); })) { }
-            EXPECT_EQ(nResult, 1);
+            while (!isDone([&] { EXPECT_TRUE(file.Open(path.c_str(), "r")); })) { }
             model = { Load(written) };
         } else if (kind < 4) {
             const size_t nKind = random() % 4;

@@ -129,9 +129,9 @@ int Found(size_t n, int nStart = 0)
 int Replace(std::string& text, const std::string& from, const std::string& to)
 {
     int nCount = 0;
-    for (size_t n = 0; !from.empty() && (n = text.find(from, n)) != std::string::npos; ++nCount) {
+    for (size_t n = 0; !from.empty() && (n = text.find(from, n)) != text.npos; n += to.size()) {
         text.replace(n, from.size(), to);
-        n += to.size();
+        ++nCount;
     }
     return nCount;
 }
@@ -261,59 +261,58 @@ private:
         m_result = m_expected = 0;
         // clang-format off
 #define OP(real, change) return Do(a, [&] { real; }, [&] { change; })
-    switch (m_operation = Number(0, 50)) {
-    case 0: OP(become(String()), m = Model());
-    case 1: OP(become(r), m = Model(o));
-    case 2: OP(become(t.lpsz), m = Model(t.text));
-    case 3: OP(become(String(own.data(), nOwn)), m = Model(own));
-    case 4: OP(become(String(c, n % 10)), m = Model(std::string(size_t(std::max(n % 10, 0)), c)));
-    case 5: OP(s = r, m.Assign(o));
-    case 6: OP(s = t.lpsz, m.Assign(t.text));
-    case 7: OP(s = c, m.Assign(std::string(1, c)));
-    case 8: OP(s += r, m.Append(o.Text()));
-    case 9: OP(s += t.lpsz, m.Append(t.text));
-    case 10: OP(s += c, m.Append(std::string(1, c)));
-    case 11: OP(become(s + r), m = Model(text + o.Text()));
-    case 12: OP(become(r + t.lpsz), m = Model(o.Text() + t.text));
-    case 13: OP(become(t.lpsz + r), m = Model(t.text + o.Text()));
-    case 14: OP(become(r + c), m = Model(o.Text() + c));
-    case 15: OP(become(c + r), m = Model(c + o.Text()));
-    case 16: OP(m_result = (s == r) + 2 * (s != r) + 4 * (s < r), const int x = m.Piece(0).compare(o.Piece(0)); m_expected = (x == 0) + 2 * (x != 0) + 4 * (x < 0));
-    case 17: OP(m_result = (s == t.lpsz) + 2 * (s < t.lpsz) + 4 * (t.lpsz < s), const int x = m.Piece(0).compare(t.text); m_expected = (x == 0) + 2 * (x < 0) + 4 * (x > 0));
-    case 18: OP(strcpy(s.OpenBuffer(nOwn + 1), own.c_str()); s.CloseBuffer(), m.OpenBuffer(nOwn + 1); m.Assign(std::string(own.c_str())));
-    case 19: OP(s.OpenBuffer(nOwn), m.OpenBuffer(nOwn));
-    case 20: OP(memcpy(s.OpenBufferWithLength(nOwn), own.data(), own.size()), m.OpenBuffer(nOwn); m.Assign(own));
-    case 21: OP(s.CloseBuffer(nInside), m.Edit(text.substr(0, size_t(nInside))));
-    case 22: OP(s.CloseBuffer(), m.Edit(m.Piece(0)));
-    case 23: OP(s.TrimCapacity(), m.TrimCapacity());
-    case 24: return Number(0, 3) == 0 ? Lock(a) : void();
-    case 25: return m.Refs() == -1 ? s.Unlock() : void();
-    case 26: OP(s.Clear(), m.Clear());
-    case 27: OP(become(r.Substring(n, k)), m = o.Part(n, k));
-    case 28: OP(become(r.Substring(n)), m = o.Part(n, INT_MAX));
-    case 29: OP(become(r.Head(n)), m = o.Part(0, n));
-    case 30: OP(become(r.Tail(n)), m = o.Part(o.Length() - std::clamp(n, 0, o.Length()), INT_MAX));
-    case 31: OP(isGiven ? become(r.HeadOutside(t.lpsz)) : void(), isGiven ? void(m = o.Part(0, static_cast<int>(std::min(o.Piece(0).find_first_of(t.text), o.Piece(0).size())))) : void());
-    case 32: OP(isGiven ? become(r.HeadWithin(t.lpsz)) : void(), isGiven ? void(m = o.Part(0, static_cast<int>(std::min(o.Piece(0).find_first_not_of(t.text), o.Piece(0).size())))) : void());
-    case 33: OP(m_result = s.FindChar(c, n), m_expected = n >= m.Length() ? -1 : Found((m.Piece(n) + '\0').find(c), nFrom));
-    case 34: OP(m_result = s.FindLastChar(c), m_expected = Found((m.Piece(0) + '\0').rfind(c)));
-    case 35: OP(m_result = isGiven ? s.FindText(t.lpsz, n) : -1, m_expected = !isGiven || n > m.Length() ? -1 : Found(m.Piece(n).find(t.text), nFrom));
-    case 36: OP(m_result = isGiven ? s.FindAnyOf(t.lpsz) : -1, m_expected = Found(m.Piece(0).find_first_of(t.text)));
-    case 37: return text.empty() ? void() : Do(a, [&] { s.SetCharAt(nFrom % m.Length(), c); }, [&] { changed[size_t(nFrom % m.Length())] = c; m.Edit(changed); });
-    case 38: OP(m_result = s.RemoveRange(n, k), m_expected = m.Length(); k > 0 && nFrom < m.Length() ? m.Edit(changed.erase(size_t(nFrom), size_t(k))) : void());
-    case 39: OP(m_result = s.InsertChar(n, c), m.Edit(changed.insert(size_t(nInside), 1, c)); m_expected = m.Length());
-    case 40: OP(m_result = s.InsertText(n, t.lpsz), t.text.empty() ? void() : m.Edit(changed.insert(size_t(nInside), t.text)); m_expected = m.Length());
-    case 41: OP(m_result = s.ReplaceChar(c, e), m_expected = c == e ? 0 : static_cast<int>(std::count(text.begin(), text.end(), c)); std::replace(changed.begin(), changed.end(), c, e); c != e ? m.Edit(changed) : void());
-    case 42: OP(m_result = s.ReplaceText(t.lpsz, u.lpsz), m_expected = Replace(changed, t.text, u.text); m_expected != 0 ? m.Edit(changed) : void());
-    case 43: OP(m_result = s.RemoveChar(c), m_expected = static_cast<int>(std::erase(changed, c)); m.Edit(changed));
-    case 44: OP(s.ToLower(), m.Edit(cased(tolower)));
-    case 45: OP(s.ToUpper(), m.Edit(cased(toupper)));
-    case 46: OP(s.TrimStart(), m.Edit(Trimmed(text, spaces, false)));
-    case 47: OP(s.TrimEnd(), m.Edit(Trimmed(text, spaces, true)));
-    case 48: OP(s.TrimStart(c); s.TrimEnd(e), m.Edit(Trimmed(Trimmed(text, { c }, false), { e }, true)));
-    case 49: OP(s.TrimStart(t.lpsz), t.text.empty() ? void() : m.Edit(Trimmed(text, t.text, false)));
-    case 50: OP(s.TrimEnd(t.lpsz), m.Edit(Trimmed(text, t.text, true)));
-    }
+        switch (m_operation = Number(0, 49)) {
+        case 0: OP(become(String()), m = Model());
+        case 1: OP(become(r), m = Model(o));
+        case 2: OP(become(t.lpsz), m = Model(t.text));
+        case 3: OP(become(String(own.data(), nOwn)), m = Model(own));
+        case 4: OP(become(String(c, n % 10)), m = Model(std::string(size_t(std::max(n % 10, 0)), c)));
+        case 5: OP(s = r, m.Assign(o));
+        case 6: OP(s = t.lpsz, m.Assign(t.text));
+        case 7: OP(s = c, m.Assign(std::string(1, c)));
+        case 8: OP(s += r, m.Append(o.Text()));
+        case 9: OP(s += t.lpsz, m.Append(t.text));
+        case 10: OP(s += c, m.Append(std::string(1, c)));
+        case 11: OP(become(s + r), m = Model(text + o.Text()));
+        case 12: OP(become(r + t.lpsz), m = Model(o.Text() + t.text));
+        case 13: OP(become(t.lpsz + r), m = Model(t.text + o.Text()));
+        case 14: OP(become(r + c), m = Model(o.Text() + c));
+        case 15: OP(become(c + r), m = Model(c + o.Text()));
+        case 16: OP(m_result = (s == r) + 2 * (s != r) + 4 * (s < r), const int x = m.Piece(0).compare(o.Piece(0)); m_expected = (x == 0) + 2 * (x != 0) + 4 * (x < 0));
+        case 17: OP(m_result = (s == t.lpsz) + 2 * (s < t.lpsz) + 4 * (t.lpsz < s), const int x = m.Piece(0).compare(t.text); m_expected = (x == 0) + 2 * (x < 0) + 4 * (x > 0));
+        case 18: OP(strcpy(s.OpenBuffer(nOwn + 1), own.c_str()); s.CloseBuffer(), m.OpenBuffer(nOwn + 1); m.Assign(std::string(own.c_str())));
+        case 19: OP(s.OpenBuffer(nOwn), m.OpenBuffer(nOwn));
+        case 20: OP(memcpy(s.OpenBufferWithLength(nOwn), own.data(), own.size()), m.OpenBuffer(nOwn); m.Assign(own));
+        case 21: OP(s.CloseBuffer(nInside), m.Edit(text.substr(0, size_t(nInside))));
+        case 22: OP(s.CloseBuffer(), m.Edit(m.Piece(0)));
+        case 23: OP(s.TrimCapacity(), m.TrimCapacity());
+        case 24: return Number(0, 3) == 0 ? Lock(a) : void();
+        case 25: return m.Refs() == -1 ? s.Unlock() : void();
+        case 26: OP(s.Clear(), m.Clear());
+        case 27: OP(become(r.Substring(n, k)), m = o.Part(n, k));
+        case 28: OP(become(r.Substring(n)), m = o.Part(n, INT_MAX));
+        case 29: OP(become(r.Head(n)), m = o.Part(0, n));
+        case 30: OP(become(r.Tail(n)), m = o.Part(o.Length() - std::clamp(n, 0, o.Length()), INT_MAX));
+        case 31: OP(isGiven ? become(r.HeadOutside(t.lpsz)) : void(), isGiven ? void(m = o.Part(0, static_cast<int>(std::min(o.Piece(0).find_first_of(t.text), o.Piece(0).size())))) : void());
+        case 32: OP(isGiven ? become(r.HeadWithin(t.lpsz)) : void(), isGiven ? void(m = o.Part(0, static_cast<int>(std::min(o.Piece(0).find_first_not_of(t.text), o.Piece(0).size())))) : void());
+        case 33: OP(m_result = s.FindChar(c, n), m_expected = n >= m.Length() ? -1 : Found((m.Piece(n) + '\0').find(c), nFrom));
+        case 34: OP(m_result = s.FindLastChar(c), m_expected = Found((m.Piece(0) + '\0').rfind(c)));
+        case 35: OP(m_result = isGiven ? s.FindText(t.lpsz, n) : -1, m_expected = !isGiven || n > m.Length() ? -1 : Found(m.Piece(n).find(t.text), nFrom));
+        case 36: OP(m_result = isGiven ? s.FindAnyOf(t.lpsz) : -1, m_expected = Found(m.Piece(0).find_first_of(t.text)));
+        case 37: return text.empty() ? void() : Do(a, [&] { s.SetCharAt(nFrom % m.Length(), c); }, [&] { changed[size_t(nFrom % m.Length())] = c; m.Edit(changed); });
+        case 38: OP(m_result = s.RemoveRange(n, k), m_expected = m.Length(); k > 0 && nFrom < m.Length() ? m.Edit(changed.erase(size_t(nFrom), size_t(k))) : void());
+        case 39: OP(m_result = s.InsertChar(n, c), m.Edit(changed.insert(size_t(nInside), 1, c)); m_expected = m.Length());
+        case 40: OP(m_result = s.InsertText(n, t.lpsz), t.text.empty() ? void() : m.Edit(changed.insert(size_t(nInside), t.text)); m_expected = m.Length());
+        case 41: OP(m_result = s.ReplaceChar(c, e), m_expected = c == e ? 0 : static_cast<int>(std::count(text.begin(), text.end(), c)); std::replace(changed.begin(), changed.end(), c, e); c != e ? m.Edit(changed) : void());
+        case 42: OP(m_result = s.ReplaceText(t.lpsz, u.lpsz), m_expected = Replace(changed, t.text, u.text); m_expected != 0 ? m.Edit(changed) : void());
+        case 43: OP(m_result = s.RemoveChar(c), m_expected = static_cast<int>(std::erase(changed, c)); m.Edit(changed));
+        case 44: OP(s.ToLower(), m.Edit(cased(tolower)));
+        case 45: OP(s.ToUpper(), m.Edit(cased(toupper)));
+        case 46: OP(s.TrimStart(); s.TrimEnd(), m.Edit(Trimmed(Trimmed(text, spaces, false), spaces, true)));
+        case 47: OP(s.TrimStart(c); s.TrimEnd(e), m.Edit(Trimmed(Trimmed(text, { c }, false), { e }, true)));
+        case 48: OP(s.TrimStart(t.lpsz), t.text.empty() ? void() : m.Edit(Trimmed(text, t.text, false)));
+        case 49: OP(s.TrimEnd(t.lpsz), m.Edit(Trimmed(text, t.text, true)));
+        }
         // clang-format on
     }
 

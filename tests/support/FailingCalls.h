@@ -28,11 +28,7 @@ const int kErrors[] = { EIO, ENOSPC, EACCES, EINTR, kShortWrite };
 
 #ifdef __x86_64__
 
-const struct
-{
-    unsigned number;
-    const char* name;
-} kCalls[] = {
+const std::pair<unsigned, const char*> kCalls[] = {
     { SYS_close, "close" }, { SYS_fchmod, "fchmod" },   { SYS_flock, "flock" },
     { SYS_fstat, "stat" },  { SYS_fsync, "fsync" },     { SYS_ftruncate, "ftruncate" },
     { SYS_mkdir, "mkdir" }, { SYS_open, "open" },       { SYS_openat, "open" },
@@ -56,8 +52,8 @@ inline void OnSystemCall(int, siginfo_t* info, void* context)
     const bool bCounts = nError != kShortWrite || (info->si_syscall == SYS_write && args[2] > 1);
     const bool bDue = bCounts && nUntilFailure > 0 && --nUntilFailure == 0;
     for (const auto& call : kCalls)
-        if (bDue && static_cast<int>(call.number) == info->si_syscall)
-            lpszFailed = call.name;
+        if (bDue && static_cast<int>(call.first) == info->si_syscall)
+            lpszFailed = call.second;
     if (bDue && nError == kShortWrite)
         args[2] /= 2;
     result = -nError;
@@ -85,7 +81,7 @@ inline void TrapCallsOfThisThread()
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
     };
     for (const auto& call : kCalls) {
-        filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call.number, 0, 1));
+        filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call.first, 0, 1));
         filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_TRAP));
     }
     filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
