@@ -178,11 +178,7 @@ public:
     std::mt19937 m_random;
 
 private:
-    /// A number from `first` to `last`.
-    int Number(int first, int last)
-    {
-        return first + static_cast<int>(m_random() % static_cast<unsigned>(last - first + 1));
-    }
+    int Number(int first, int last) { return std::uniform_int_distribution(first, last)(m_random); }
     char Character() { return "aabbcAX \t\n\x01\xc4\xe4\0"[Number(0, 13)]; }
     Pair& Any() { return m_pairs[Number(0, 5)]; }
     std::string RandomText(int nMost)

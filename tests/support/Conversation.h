@@ -14,8 +14,7 @@
 inline std::vector<std::string> WordsOf(const std::string& line)
 {
     std::vector<std::string> words;
-    bool isQuoted = false;
-    bool isInWord = false;
+    bool isQuoted = false, isInWord = false;
     for (std::size_t at = 0; at < line.size(); ++at) {
         char c = line[at];
         isInWord = isInWord && (isQuoted || c != ' ');

@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <cstring>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <set>
 #include <string>
 
@@ -51,19 +50,16 @@ inline void OnSystemCall(int, siginfo_t* info, void* context)
     auto& result = regs[REG_RAX];
     const bool bCounts = nError != kShortWrite || (info->si_syscall == SYS_write && args[2] > 1);
     const bool bDue = bCounts && nUntilFailure > 0 && --nUntilFailure == 0;
+    const bool bFails = bDue && nError != kShortWrite;
     for (const auto& call : kCalls)
         if (bDue && static_cast<int>(call.first) == info->si_syscall)
             lpszFailed = call.second;
-    if (bDue && nError == kShortWrite)
-        args[2] /= 2;
-    result = -nError;
+    args[2] /= bDue && !bFails ? 2 : 1;
     // A call that fails does not happen, except that close closes.
-    if (!bDue || nError == kShortWrite || info->si_syscall == SYS_close) {
-        const long n
-            = syscall(info->si_syscall, args[0], args[1], args[2], args[3], args[4], kPass);
-        if (!bDue || nError == kShortWrite)
-            result = n == -1 ? -errno : n;
-    }
+    const long n = bFails && info->si_syscall != SYS_close
+        ? 0
+        : syscall(info->si_syscall, args[0], args[1], args[2], args[3], args[4], kPass);
+    result = bFails ? -nError : n == -1 ? -errno : n;
     errno = nErrorBefore;
 }
 
