@@ -142,6 +142,24 @@ TEST_F(CFPreferences, NestingTakesNoStack)
     }).join();
 }
 
+// On a file system with stamps of whole seconds, equal stamps prove nothing for two seconds.
+TEST_F(CFPreferences, AChangeWithinACoarseStampIsSeen)
+{
+    using Clock = std::filesystem::file_time_type::clock;
+    EXPECT_TRUE(Save("a", 1));
+    for (bool isInTime = false; !isInTime;) {
+        const auto before = Clock::now() - std::chrono::milliseconds(100);
+        const auto stamp = std::chrono::floor<std::chrono::seconds>(before);
+        for (int n : { 1, 2 }) {
+            std::string text = Contents();
+            WriteFile(m_file, text.replace(text.find("<integer>") + 9, 1, std::to_string(n)));
+            std::filesystem::last_write_time(m_file, stamp);
+            isInTime = Clock::now() - stamp < std::chrono::milliseconds(1900);
+            EXPECT_TRUE(!isInTime || Number("a") == n);
+        }
+    }
+}
+
 TEST_F(CFPreferences, EveryFailingSystemCallFailsCleanly)
 {
     EXPECT_TRUE(Save("a", 0) && Save("b", 7));
