@@ -52,14 +52,6 @@ void Write(const void* caller, const char* routine, const Arguments&... shown)
     sCalls += '\n';
 }
 
-template <class Result> Result Refused()
-{
-    if constexpr (std::is_arithmetic_v<Result>)
-        return -1;
-    else
-        return Result();
-}
-
 /// The value of a control's data.
 std::string ValueOf(ResType tag, Size size, const void* data)
 {
@@ -86,7 +78,7 @@ std::string ValueOf(ResType tag, Size size, const void* data)
     {                                                                                              \
         REAL(routine);                                                                             \
         Write(__builtin_return_address(0), #routine __VA_OPT__(, ) __VA_ARGS__);                   \
-        return sRefused == #routine ? Refused<Result>() : real arguments;                          \
+        return sRefused == #routine ? std::type_identity_t<Result>(-1L) : real arguments;          \
     }
 
 extern "C" {

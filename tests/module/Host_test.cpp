@@ -81,7 +81,6 @@ TEST_F(Host, RunsOnWithoutMemory)
                                 EXPECT_EQ(BoxWidget(), nullptr);
                                 EXPECT_TRUE(m_host->isEnabled());
                             });
-        printf("%d failed allocations: 0 ends\n", nFailed);
         EXPECT_GT(nFailed, 10);
     }
     FailingNew::lpszLibrary = nullptr;

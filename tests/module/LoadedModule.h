@@ -63,6 +63,8 @@ protected:
 
     void TearDown() override
     {
+        EXPECT_EQ(CurResFile(), kSystemResFile); // restored, whatever happened
+        EXPECT_EQ(FrontNonFloatingWindow(), nullptr);
         DisposeWindow(m_parent);
         CFRelease(m_hostBundle);
         CFBundleUnloadExecutable(m_module);

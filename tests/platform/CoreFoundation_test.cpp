@@ -111,10 +111,6 @@ TEST(CFDictionary, FindsByContentAndKeepsTheOrder)
     EXPECT_TRUE(CFDictionaryGetValueIfPresent(copy.get(), CFSTR("key1"), nullptr));
     copy.reset(); // and what it holds
     EXPECT_EQ(1, CFGetRetainCount(dictionary.get()));
-    auto outer = Dict();
-    CFDictionarySetValue(outer.get(), CFSTR("in"), dictionary.get());
-    outer.reset();
-    EXPECT_EQ(1, CFGetRetainCount(dictionary.get()));
     CFDictionaryKeyCallBacks own = {};
     EXPECT_EQ(nullptr,
               CFDictionaryCreateMutable(nullptr, 0, &own, &kCFTypeDictionaryValueCallBacks));
