@@ -44,18 +44,14 @@ constexpr auto kNibbles = [] {
     return nibbles;
 }();
 
-int NibbleOf(char ch)
-{
-    return kNibbles[static_cast<unsigned char>(ch)];
-}
+int NibbleOf(char ch) { return kNibbles[static_cast<unsigned char>(ch)]; }
 
 // Reads up to nWanted characters. Fewer are read at the end of the file or after an error (errno). Short
 // reads use getc_unlocked: no other thread uses the stream.
 size_t ReadText(char* text, size_t nWanted, FILE* file)
 {
-    if (nWanted > kLineLength) {
+    if (nWanted > kLineLength)
         return feof(file) ? 0 : fread(text, 1, nWanted, file); // the end of the file is final
-    }
     size_t nRead = 0;
     for (int ch; nRead < nWanted && (ch = getc_unlocked(file)) != EOF;)
         text[nRead++] = static_cast<char>(ch);
@@ -102,11 +98,10 @@ void GoOnAfter(int nError, FILE* file)
         throw EOFException();
     clearerr(file);
     pollfd input = { fileno(file), POLLIN, 0 };
-    if (nError == EAGAIN) {
+    if (nError == EAGAIN)
         poll(&input, 1, -1); // waits for more input
-    } else if (nError != EINTR) {
+    else if (nError != EINTR)
         poll(nullptr, 0, kRetryMilliseconds);
-    }
 }
 
 } // namespace
@@ -163,10 +158,7 @@ SInt32 DataInputFile::readNative32()
 
 // Output
 
-DataOutputFile::DataOutputFile()
-{
-    Reserve(kInitialCapacity - 1);
-}
+DataOutputFile::DataOutputFile() { Reserve(kInitialCapacity - 1); }
 
 DataOutputFile::~DataOutputFile() = default;
 
@@ -190,10 +182,7 @@ std::unique_ptr<char[]> DataOutputFile::Reserve(SInt64 nMore)
 }
 
 // True if writeByte is not overridden, so bytes need not go through it one by one.
-inline bool DataOutputFile::IsExact() const
-{
-    return typeid(*this) == typeid(DataOutputFile);
-}
+inline bool DataOutputFile::IsExact() const { return typeid(*this) == typeid(DataOutputFile); }
 
 void DataOutputFile::write(const void* source, SInt32 nCount)
 {

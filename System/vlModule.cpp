@@ -36,14 +36,14 @@ void EnsureModuleStrings()
             *string = new String;
 }
 
-/// The length of a path up to and including its last "/"; the whole length without a "/".
+// The length of a path up to and including its last "/"; the whole length without a "/".
 int FolderLength(const char* path)
 {
     const char* slash = strrchr(path, '/');
     return static_cast<int>(slash != nullptr ? slash + 1 - path : static_cast<long>(strlen(path)));
 }
 
-/// Goes up from the executable through MacOS, Contents and the bundle to the folder that holds the bundle.
+// Goes up from the executable through MacOS, Contents and the bundle to the folder that holds the bundle.
 OSErr GoUpToBundleFolder(FSRef& ref)
 {
     OSErr error = noErr;
@@ -63,12 +63,9 @@ OSErr StoreModuleFolder(const FSRef& ref)
     return error;
 }
 
-void CutAt(String& path, int nLength)
-{
-    path.RemoveRange(nLength, path.GetLength());
-}
+void CutAt(String& path, int nLength) { path.RemoveRange(nLength, path.GetLength()); }
 
-/// The position of the last "/". The check is reported with its own line.
+// The position of the last "/". The check is reported with its own line.
 int LastSlash(const String& path, unsigned line)
 {
     const int n = path.FindLastChar('/');
@@ -76,15 +73,15 @@ int LastSlash(const String& path, unsigned line)
     return n;
 }
 
-/// The application identifier for the module's preferences. Null after the identifier was released; a store
-/// without an application is invalid.
+// The application identifier for the module's preferences. Null after the identifier was released; a store
+// without an application is invalid.
 const char* GetPreferencesApplication()
 {
     const String& identifier = GetModuleIdentifier();
     return identifier.IsEmpty() ? nullptr : identifier.GetString();
 }
 
-/// The module path without its final "/".
+// The module path without its final "/".
 void GetExecutableFolder(String& result)
 {
     result = GetModulePath();
@@ -116,7 +113,7 @@ void GetApplicationSupportFolder(String& result, SInt16 domain)
     result.CloseBuffer(isWritten ? -1 : 0);
 }
 
-/// Makes a folder. An existing one is a success; other failures are reported and return false.
+// Makes a folder. An existing one is a success; other failures are reported and return false.
 bool MakeDirectory(const char* path)
 {
     if (mkdir(path, 0777) == 0 || errno == EEXIST)
@@ -125,8 +122,8 @@ bool MakeDirectory(const char* path)
     return false;
 }
 
-/// Appends the components of a relative path, unless the path is empty. With `make` set, makes each folder, and
-/// empties the path if one cannot be made.
+// Appends the components of a relative path, unless the path is empty. With `make` set, makes each folder, and
+// empties the path if one cannot be made.
 void AppendFolders(String& result, const char* relative, bool make)
 {
     relative += strspn(relative, "/");
@@ -447,9 +444,6 @@ const String& GetModuleIdentifier()
     return *sModuleIdentifier;
 }
 
-const FSSpec& GetModuleFolder()
-{
-    return sModuleFolder;
-}
+const FSSpec& GetModuleFolder() { return sModuleFolder; }
 
 } // namespace Veltrano

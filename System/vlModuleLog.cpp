@@ -102,9 +102,8 @@ int ModuleLog::open(const char* prefix, const char* label, int flags, const char
 
 void ModuleLog::close()
 {
-    if (moduleLog_.fd == -1) {
+    if (moduleLog_.fd == -1)
         return; // KEPT: the prefix of an open without a file is not freed
-    }
     if (moduleLog_.fd > 1) {
         LogPrint("Unloaded at %s.\n", GetTimeText());
         ::close(moduleLog_.fd);

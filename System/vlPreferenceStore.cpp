@@ -29,10 +29,7 @@ bool IsDictionary(CFTypeRef value)
     return value != nullptr && CFGetTypeID(value) == CFDictionaryGetTypeID();
 }
 
-int TypeOf(CFTypeRef value)
-{
-    return static_cast<int>(CFGetTypeID(value));
-}
+int TypeOf(CFTypeRef value) { return static_cast<int>(CFGetTypeID(value)); }
 
 // Creates a mutable dictionary: a copy with room for one more entry, or an empty one if the value is not a
 // dictionary.
@@ -96,10 +93,7 @@ PreferenceStore::PreferenceStore(const char* application, Bool32 anyUser)
         Initialize(application, anyUser);
 }
 
-PreferenceStore::~PreferenceStore()
-{
-    Owned<CFStringRef>(m_application).reset();
-}
+PreferenceStore::~PreferenceStore() { Owned<CFStringRef>(m_application).reset(); }
 
 Bool32 PreferenceStore::Initialize(const char* application, Bool32 anyUser)
 {
@@ -344,9 +338,8 @@ String PreferenceStore::GetString(const char* entry, CFStringRef user, const cha
         } else if (nLength > 0) {
             // KEPT: the length includes the zero.
             char* buffer = result.OpenBufferWithLength(static_cast<int>(nLength) + 1);
-            if (!CFStringGetCString(string.get(), buffer, nLength + 1, m_encoding)) {
+            if (!CFStringGetCString(string.get(), buffer, nLength + 1, m_encoding))
                 result = lpszDefault; // not representable in this encoding
-            }
         }
     }
     LogPrintIf(m_verbose, "GetString: result '%s'\n", result.GetString());

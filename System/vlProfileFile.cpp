@@ -24,10 +24,7 @@ namespace {
 const size_t kMaxPiece = 1022; // as fgets with a buffer of 1,023 characters
 const char kNewSuffix[] = ".vlnew"; // of the new file that replaces a profile
 
-bool IsGiven(const char* lpsz)
-{
-    return lpsz != nullptr && *lpsz != '\0';
-}
+bool IsGiven(const char* lpsz) { return lpsz != nullptr && *lpsz != '\0'; }
 
 std::string_view TextOf(const String& string)
 {
@@ -39,15 +36,9 @@ String MakeString(std::string_view text)
     return String(text.data(), static_cast<int>(text.size()));
 }
 
-bool IsSpace(char ch)
-{
-    return ch == ' ' || (ch >= '\t' && ch <= '\r');
-}
+bool IsSpace(char ch) { return ch == ' ' || (ch >= '\t' && ch <= '\r'); }
 
-bool IsLineEnd(char ch)
-{
-    return ch == '\r' || ch == '\n';
-}
+bool IsLineEnd(char ch) { return ch == '\r' || ch == '\n'; }
 
 std::string_view TrimEnd(std::string_view text, bool (*isCut)(char))
 {
@@ -63,10 +54,7 @@ std::string_view TrimStart(std::string_view text)
     return text;
 }
 
-std::string_view Trim(std::string_view text)
-{
-    return TrimEnd(TrimStart(text), IsSpace);
-}
+std::string_view Trim(std::string_view text) { return TrimEnd(TrimStart(text), IsSpace); }
 
 // Compares eight characters at a time: faster than memchr for typical short lines.
 inline bool Holds(std::string_view text, char ch)
@@ -155,17 +143,13 @@ bool WriteText(int fd, std::string_view text)
 bool Flush(int fd)
 {
     while (fsync(fd) != 0) {
-        if (errno != EINTR) {
+        if (errno != EINTR)
             return errno == EINVAL; // the file system has nothing to flush
-        }
     }
     return true;
 }
 
-bool IsDiskError(int nError)
-{
-    return nError == ENOSPC || nError == EDQUOT || nError == EIO;
-}
+bool IsDiskError(int nError) { return nError == ENOSPC || nError == EDQUOT || nError == EIO; }
 
 // Opens and locks the new file of a profile. The name is fixed, so a file left by a killed process is reused.
 //   returns  a descriptor of an empty file; -1 with errno, EBUSY if another process holds it for 2 s
@@ -289,9 +273,8 @@ Bool32 ProfileFile::Open(const char* path, const char* mode)
         return 0;
     rewind(file.get());
     ProfileLineList lines;
-    if (!Load(file.get(), lines)) {
+    if (!Load(file.get(), lines))
         return 0; // lines that were not read could not be written back
-    }
     Join(m_lines, lines);
     m_file = file.release();
     return 1;
@@ -402,9 +385,8 @@ ProfileFile::FindEntry(ProfileLine* pHeader, std::string_view wanted, std::strin
         const std::string_view start = TrimStart(TextOf(p->text)).substr(0, wanted.size());
         std::string_view key;
         if (start.size() == wanted.size() && start.back() == wanted.back()
-            && ParseLine(p->text, key, value) && key == wanted) {
+            && ParseLine(p->text, key, value) && key == wanted)
             return p;
-        }
     }
     return nullptr;
 }

@@ -154,10 +154,7 @@ String& String::AppendInPlace(int nSrcLen, const char* lpchSrc)
 }
 
 // By value: lets a loop of appends keep its character in a register.
-void String::AppendChar(char ch)
-{
-    AppendInPlace(1, &ch);
-}
+void String::AppendChar(char ch) { AppendInPlace(1, &ch); }
 
 void String::CopyRange(String& dest, int nCopyLen, int nCopyIndex, int nExtraLen) const
 {
@@ -476,10 +473,7 @@ template <class Test> void String::TrimStartWhile(Test test)
     RemoveRange(0, nFirst);
 }
 
-void String::TrimEnd()
-{
-    TrimEndWhile(IsSpace);
-}
+void String::TrimEnd() { TrimEndWhile(IsSpace); }
 
 void String::TrimEnd(char ch)
 {
@@ -496,10 +490,7 @@ void String::TrimEnd(const char* lpszTargets)
     TrimEndWhile([=](char c) { return c != '\0' && strchr(lpszSet, c) != nullptr; });
 }
 
-void String::TrimStart()
-{
-    TrimStartWhile(IsSpace);
-}
+void String::TrimStart() { TrimStartWhile(IsSpace); }
 
 void String::TrimStart(char ch)
 {
@@ -595,9 +586,8 @@ private:
     // As atoi, but saturates instead of overflowing.
     int ScanNumber()
     {
-        if (*m_p >= 'A') {
+        if (*m_p >= 'A')
             return 0; // common case: no number before the conversion
-        }
         const long n = strtol(m_p, nullptr, 10);
         m_p += strspn(m_p, "0123456789");
         return static_cast<int>(std::clamp<long>(n, INT_MIN, INT_MAX));

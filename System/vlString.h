@@ -23,15 +23,9 @@ namespace Veltrano {
 
 using Bool32 = SInt32; // a 32-bit truth value that keeps other values than 0 and 1
 
-inline bool gIsValidString(const char* lpsz)
-{
-    return lpsz != nullptr;
-}
+inline bool gIsValidString(const char* lpsz) { return lpsz != nullptr; }
 
-inline bool gIsValidAddress(const void* p, SInt32 /*n*/, bool /*write*/)
-{
-    return p != nullptr;
-}
+inline bool gIsValidAddress(const void* p, SInt32 /*n*/, bool /*write*/) { return p != nullptr; }
 
 /// The header in front of the characters.
 class StringData final
@@ -229,10 +223,7 @@ inline StringData* String::GetNil()
     return nil_;
 }
 
-inline void String::AttachNil()
-{
-    m_pchData = GetNil()->GetChars();
-}
+inline void String::AttachNil() { m_pchData = GetNil()->GetChars(); }
 
 inline void String::ReleaseData()
 {
@@ -245,10 +236,7 @@ inline void String::ReleaseData()
     }
 }
 
-inline String::String()
-{
-    AttachNil();
-}
+inline String::String() { AttachNil(); }
 
 inline String::String(const String& stringSrc)
 {

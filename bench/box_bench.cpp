@@ -20,7 +20,7 @@ using benchmark::DoNotOptimize;
 
 namespace {
 
-/// Presses the first button of each window that is not the host's, once it has painted.
+// Presses the first button of each window that is not the host's, once it has painted.
 class User : public QObject
 {
 public:

@@ -1,7 +1,4 @@
 /* SPDX-License-Identifier: MIT */
 /* empty_module.c - the least that can be loaded. */
 __attribute__((visibility("default"))) int Answer(void);
-int Answer(void)
-{
-    return 42;
-}
+int Answer(void) { return 42; }

@@ -21,7 +21,7 @@ using benchmark::DoNotOptimize;
 
 namespace {
 
-/// The least that is durable: a file of the same size, fsync, rename, fsync of the folder.
+// The least that is durable: a file of the same size, fsync, rename, fsync of the folder.
 void WriteFloor(const std::string& folder, const std::string& text)
 {
     const std::string temporary = folder + "/floor.new";
@@ -35,7 +35,7 @@ void WriteFloor(const std::string& folder, const std::string& text)
     close(folderFd);
 }
 
-/// As Add, with the preferences in a folder: the environment says which one.
+// As Add, with the preferences in a folder: the environment says which one.
 template <typename Work>
 void AddOurs(const std::string& workload, const std::string& folder, Work work)
 {

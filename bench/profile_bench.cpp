@@ -48,7 +48,7 @@ Sample MakeSample(const char* name, size_t bytes)
     return sample;
 }
 
-/// The floor of loading: fgets, and one block a line.
+// The floor of loading: fgets, and one block a line.
 struct FloorLine
 {
     FloorLine* next;

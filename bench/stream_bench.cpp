@@ -72,7 +72,7 @@ void EncodeByTable(const std::string& bytes, char* out)
     out[n] = 0;
 }
 
-/// A text of 1 MB that is 35 bytes a line.
+// A text of 1 MB that is 35 bytes a line.
 void MakeFile()
 {
     std::ofstream file(kFile, std::ios::binary);

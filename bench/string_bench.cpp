@@ -20,7 +20,7 @@ const char kText[] = "The quick brown fox jumps over the lazy dog, and then once
 static_assert(sizeof kText == 65);
 const char kPadded[] = "      The quick brown fox jumps over the lazy dog, once more.    ";
 
-/// 4 KB in which "needle" stands at the end, or 64 times.
+// 4 KB in which "needle" stands at the end, or 64 times.
 const std::string& Haystack(bool many)
 {
     static const std::string one = std::string(4090, 'x') + "needle";
@@ -33,7 +33,7 @@ const std::string& Haystack(bool many)
     return many ? hits : one;
 }
 
-/// Text that almost matches everywhere, which punishes a naive search.
+// Text that almost matches everywhere, which punishes a naive search.
 const std::string kHostile(4096, 'a');
 const std::string kHostileNeedle = std::string(31, 'a') + 'b';
 

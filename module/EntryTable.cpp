@@ -41,7 +41,4 @@ const EntryPoint kEntries[kEntryCount] = {
 
 } // namespace
 
-extern "C" const EntryPoint* GetEntryTable(void)
-{
-    return kEntries;
-}
+extern "C" const EntryPoint* GetEntryTable(void) { return kEntries; }

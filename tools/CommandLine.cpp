@@ -73,10 +73,7 @@ const Command& TakeCommand(const std::vector<Command>& commands, Arguments& argu
 
 } // namespace
 
-void Fail(const std::string& message, ExitCode code)
-{
-    throw Failure { code, message };
-}
+void Fail(const std::string& message, ExitCode code) { throw Failure { code, message }; }
 
 const char* Arguments::Get(const char* option, const char* standard) const
 {

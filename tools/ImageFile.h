@@ -22,9 +22,8 @@ inline void WriteOutput(const char* path, QByteArrayView bytes)
     }
     QSaveFile file(QFile::decodeName(path));
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes.data(), bytes.size()) != bytes.size()
-        || !file.commit()) {
+        || !file.commit())
         Fail("cannot write " + std::string(path) + ": " + file.errorString().toStdString());
-    }
 }
 
 /// The picture of an image file's bytes with `density` pixels a point. An SVG image, which has points alone,

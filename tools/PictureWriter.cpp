@@ -17,8 +17,8 @@ void PutRect(QDataStream& out, const QRect& rect)
         out << qint16(side);
 }
 
-/// A row as it is if it is short, else its PackBits with their count in front.
-///   rowBytes  of the unpacked row as the pixel map gives it
+// A row as it is if it is short, else its PackBits with their count in front.
+//   rowBytes  of the unpacked row as the pixel map gives it
 void PutRow(QDataStream& out, const QByteArray& row, int rowBytes)
 {
     if (rowBytes < 8) {
@@ -65,7 +65,7 @@ void PutColors(QDataStream& out, const QList<QRgb>& colors)
     }
 }
 
-/// 8 bits a pixel and a table for up to 256 colours, else 32 bits in planes.
+// 8 bits a pixel and a table for up to 256 colours, else 32 bits in planes.
 void PutImage(QDataStream& out, const QImage& image, const QRect& frame)
 {
     const QImage indexed = image.convertToFormat(QImage::Format_Indexed8);

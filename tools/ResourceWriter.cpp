@@ -68,9 +68,8 @@ std::optional<std::vector<uint8_t>> ResourceWriter::Serialize() const
         return std::nullopt;
     Bytes header;
     for (const size_t value :
-         { kHeaderSize, kHeaderSize + data.size(), data.size(), nameOffset + names.size() }) {
+         { kHeaderSize, kHeaderSize + data.size(), data.size(), nameOffset + names.size() })
         Put<4>(header, value);
-    }
     Bytes file = header;
     file.resize(kHeaderSize);
     Append(file, data);

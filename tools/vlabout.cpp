@@ -35,7 +35,7 @@ An IMAGE named - is standard input, an OUT.png standard output.
 exit codes: 0 shown, 1 not shown, 2 wrong arguments
 )";
 
-/// Creates a bundle below `folder` that holds an image.
+// Creates a bundle below `folder` that holds an image.
 std::string MakeBundle(const QString& folder, const Arguments& arguments, int16_t id)
 {
     const char* image = arguments.Get("picture");
@@ -50,7 +50,7 @@ std::string MakeBundle(const QString& folder, const Arguments& arguments, int16_
     return QFile::encodeName(path).toStdString();
 }
 
-/// Fails for a bundle without the picture: the box would show the module's default picture.
+// Fails for a bundle without the picture: the box would show the module's default picture.
 void RequirePicture(const std::string& path, int16_t id)
 {
     const auto bundle = BundleAt(path);
@@ -63,7 +63,7 @@ void RequirePicture(const std::string& path, int16_t id)
         Fail("no 'PICT' " + std::to_string(id) + " in " + path);
 }
 
-/// Closes the box by its button.
+// Closes the box by its button.
 QImage TakeSnapshot()
 {
     QImage snapshot;
@@ -78,7 +78,7 @@ QImage TakeSnapshot()
     return snapshot;
 }
 
-/// Shows the box over a window, or in the middle of the screen.
+// Shows the box over a window, or in the middle of the screen.
 int ShowBox(const Arguments& arguments,
             VeltranoModuleRef module,
             const std::string& host,
@@ -97,7 +97,7 @@ int ShowBox(const Arguments& arguments,
     return result;
 }
 
-/// Chooses the platform unless the user did: without a display the toolkit would end the process.
+// Chooses the platform unless the user did: without a display the toolkit would end the process.
 void ChooseDisplay(const Arguments& arguments)
 {
     if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))

@@ -31,7 +31,7 @@ void Report(bool isWell, const char* what)
     sFaults += isWell ? 0 : 1;
 }
 
-/// Loads and unloads a bundle in a child process, because a faulty one may crash. True if nothing was printed.
+// Loads and unloads a bundle in a child process, because a faulty one may crash. True if nothing was printed.
 bool LoadsQuietly(CFBundleRef bundle)
 {
     FILE* output = tmpfile();
@@ -54,7 +54,7 @@ bool LoadsQuietly(CFBundleRef bundle)
     return status == 0 && isQuiet;
 }
 
-/// The number of symbols that a loaded executable exports: those in its hash table, which has one.
+// The number of symbols that a loaded executable exports: those in its hash table, which has one.
 uint32_t CountExports(const link_map& executable)
 {
     const ElfW(Dyn)* entry = executable.l_ld;

@@ -70,7 +70,7 @@ const ResourceFile::Resource& FindResource(const ResourceFile& file, const Argum
     return *resource;
 }
 
-/// The picture data of a .pict file, with or without the 512-byte header; empty for other files.
+// The picture data of a .pict file, with or without the 512-byte header; empty for other files.
 std::string PictureOfFile(const std::string& bytes)
 {
     for (const size_t offset : { 512u, 0u }) {
@@ -82,7 +82,7 @@ std::string PictureOfFile(const std::string& bytes)
     return std::string();
 }
 
-/// Draws a picture at --scale into the file that is the second argument.
+// Draws a picture at --scale into the file that is the second argument.
 void SaveDrawing(QByteArrayView picture, const Arguments& arguments)
 {
     const double scale = arguments.GetNumber("scale", 1, 0.05, 20);
@@ -101,7 +101,7 @@ void SaveDrawing(QByteArrayView picture, const Arguments& arguments)
     SaveImage(image, arguments[1]);
 }
 
-/// Converts between UTF-8 and MacRoman. Fails for characters that the target encoding lacks.
+// Converts between UTF-8 and MacRoman. Fails for characters that the target encoding lacks.
 std::string Convert(const std::string& text, CFStringEncoding from, CFStringEncoding to)
 {
     const Ref<CFStringRef> string(

@@ -59,7 +59,7 @@ CFStringRef UserOf(const Arguments& arguments)
     return arguments.Has("all-users") ? kCFPreferencesAnyUser : kCFPreferencesCurrentUser;
 }
 
-/// The application identifier, which every command but domains takes first.
+// The application identifier, which every command but domains takes first.
 Ref<CFStringRef> ApplicationOf(const Arguments& arguments)
 {
     const std::string name = arguments[0];
@@ -129,7 +129,7 @@ std::string Escape(const std::string& text)
 
 // --- files -------------------------------------------------------------------------------------
 
-/// The file of an application's entries.
+// The file of an application's entries.
 std::string FileOf(const Arguments& arguments)
 {
     return BaseFolders_Preferences(TextOf(ApplicationOf(arguments).get()),
@@ -141,7 +141,7 @@ bool IsDictionary(CFTypeRef value)
     return value != nullptr && CFGetTypeID(value) == CFDictionaryGetTypeID();
 }
 
-/// The entries in an XML property list.
+// The entries in an XML property list.
 Ref<> ReadList(const std::string& path)
 {
     const std::string xml = ReadInput(path);
@@ -155,7 +155,7 @@ Ref<> ReadList(const std::string& path)
     return entries;
 }
 
-/// All entries of an application; null without a file.
+// All entries of an application; null without a file.
 Ref<> ReadEntries(const Arguments& arguments)
 {
     const std::string file = FileOf(arguments);
@@ -163,7 +163,7 @@ Ref<> ReadEntries(const Arguments& arguments)
     return fs::exists(file, error) || error ? ReadList(file) : nullptr;
 }
 
-/// Writes what was set, and says so if a damaged file had to make way.
+// Writes what was set, and says so if a damaged file had to make way.
 void Write(const Arguments& arguments)
 {
     std::string aside;
@@ -191,7 +191,7 @@ std::vector<std::string> SplitEntry(const std::string& entry)
     return keys;
 }
 
-/// The value of the entry; borrowed. Fails if there is none.
+// The value of the entry; borrowed. Fails if there is none.
 CFTypeRef FindEntry(CFTypeRef entries, const char* entry)
 {
     CFTypeRef value = entries;
@@ -214,7 +214,7 @@ void Get(const Arguments& arguments)
     puts(Describe(value).text.c_str());
 }
 
-/// Calls a function with each key and value of a dictionary, which may be null.
+// Calls a function with each key and value of a dictionary, which may be null.
 template <typename Function> void ForEach(CFTypeRef value, Function function)
 {
     const auto dictionary = static_cast<CFDictionaryRef>(value);
@@ -279,7 +279,7 @@ Ref<> MakeValue(const Arguments& arguments)
     return MakeString(arguments.Get("string"));
 }
 
-/// A copy of a dictionary, or of an empty one, with `value` at keys[depth...]; null removes what is there.
+// A copy of a dictionary, or of an empty one, with `value` at keys[depth...]; null removes what is there.
 Ref<> CopyWith(CFTypeRef dictionary,
                const std::vector<std::string>& keys,
                size_t depth,
@@ -303,14 +303,14 @@ Ref<> CopyWith(CFTypeRef dictionary,
     return copy;
 }
 
-/// Sets a top-level value in memory; null removes it.
+// Sets a top-level value in memory; null removes it.
 void SetTopValue(const Arguments& arguments, CFStringRef key, CFTypeRef value)
 {
     CFPreferencesSetValue(key, value, ApplicationOf(arguments).get(), UserOf(arguments),
                           kCFPreferencesCurrentHost);
 }
 
-/// Sets the entry's value, null to remove it, and writes it.
+// Sets the entry's value, null to remove it, and writes it.
 void Put(const Arguments& arguments, CFTypeRef value)
 {
     const auto keys = SplitEntry(arguments[1]);
@@ -321,10 +321,7 @@ void Put(const Arguments& arguments, CFTypeRef value)
     Write(arguments);
 }
 
-void Set(const Arguments& arguments)
-{
-    Put(arguments, MakeValue(arguments).get());
-}
+void Set(const Arguments& arguments) { Put(arguments, MakeValue(arguments).get()); }
 
 void Delete(const Arguments& arguments)
 {
@@ -339,7 +336,7 @@ void Clear(const Arguments& arguments)
     Write(arguments);
 }
 
-/// Prints the application's file as it is.
+// Prints the application's file as it is.
 void Export(const Arguments& arguments)
 {
     ReadList(FileOf(arguments)); // fails if it is damaged

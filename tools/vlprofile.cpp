@@ -42,7 +42,7 @@ exit codes: 0 done, 1 absent, or the file cannot be read or edited, 2 wrong argu
 
 using Lines = std::vector<std::string>;
 
-/// An open profile file; standard input for "-", which is only read. Fails if it cannot be opened.
+// An open profile file; standard input for "-", which is only read. Fails if it cannot be opened.
 struct Profile : ProfileFile
 {
     explicit Profile(const char* path, const char* mode = "r")
@@ -54,7 +54,7 @@ struct Profile : ProfileFile
     }
 };
 
-/// Called before a file to edit is read: reading a device may never end.
+// Called before a file to edit is read: reading a device may never end.
 void RefuseDevice(const char* path)
 {
     std::error_code error;
@@ -64,7 +64,7 @@ void RefuseDevice(const char* path)
         Fail(std::string("cannot write ") + path + ": it is a device");
 }
 
-/// The name in a section header as ProfileFile finds it: anywhere in a line.
+// The name in a section header as ProfileFile finds it: anywhere in a line.
 std::optional<std::string> HeaderIn(const std::string& line)
 {
     const size_t open = line.find('[');
@@ -73,9 +73,9 @@ std::optional<std::string> HeaderIn(const std::string& line)
                               : std::nullopt;
 }
 
-/// Refuses an edit that would damage the file: one where ProfileFile sees other lines or sections than other
-/// INI readers do.
-///   isFound  the entry or line to change exists, so nothing is inserted
+// Refuses an edit that would damage the file: one where ProfileFile sees other lines or sections than other
+// INI readers do.
+//   isFound  the entry or line to change exists, so nothing is inserted
 void RequireHarmless(const char* path, const char* section, bool isFound)
 {
     std::ifstream file(path, std::ios::binary);
@@ -98,7 +98,7 @@ void RequireHarmless(const char* path, const char* section, bool isFound)
     }
 }
 
-/// The texts that an enumeration of a profile file gives.
+// The texts that an enumeration of a profile file gives.
 template <typename... Section>
 Lines Enumerate(ProfileFile& file,
                 int (ProfileFile::*get)(ProfileLineList&, Section...),
@@ -112,7 +112,7 @@ Lines Enumerate(ProfileFile& file,
     return texts;
 }
 
-/// The lines of one section that are not blank: GetLines continues to the end of the file.
+// The lines of one section that are not blank: GetLines continues to the end of the file.
 Lines LinesOf(ProfileFile& file, const char* section)
 {
     Lines lines = Enumerate(file, &ProfileFile::GetLines, section);
@@ -140,15 +140,15 @@ bool HasLine(const char* path, const char* section, const char* line)
     return *Trimmed(line) == 0 || Contains(LinesOf(file, section), Trimmed(line));
 }
 
-/// Reads an entry. False if it or the file is missing.
+// Reads an entry. False if it or the file is missing.
 bool FindValue(const char* path, const char* section, const char* key, String& value)
 {
     ProfileFile file;
     return file.Open(path, "r") && file.GetValue(section, key, value);
 }
 
-/// Makes an edit, first of an empty file: an impossible one must not damage the user's file.
-///   edit  changes the file with a path; true if a reader then finds the change
+// Makes an edit, first of an empty file: an impossible one must not damage the user's file.
+//   edit  changes the file with a path; true if a reader then finds the change
 void Edit(const char* path, const std::string& what, const std::function<bool(const char*)>& edit)
 {
     char trial[] = "/tmp/vlprofile.XXXXXX";

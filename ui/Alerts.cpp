@@ -12,7 +12,7 @@ const unsigned char kOkText[] = "\x02Ok";
 const unsigned char kYesText[] = "\x03Yes";
 const unsigned char kNoText[] = "\x02No";
 
-/// strcpy to byte 1 of a Pascal buffer of `size` bytes, cut to what it holds.
+// strcpy to byte 1 of a Pascal buffer of `size` bytes, cut to what it holds.
 void CopyToPascalBuffer(unsigned char* buffer, size_t size, const char* text)
 {
     const size_t length = strnlen(text != nullptr ? text : "", size - 2);

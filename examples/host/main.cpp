@@ -37,9 +37,8 @@ public:
         add("About, light text on the dark picture…", [this] { ShowAboutBox(1); });
         add("Close…", [this] {
             if (Veltrano::ShowAlert("Changes that you have not saved will be lost.",
-                                    "Do you want to close the document without saving it?", 1)) {
+                                    "Do you want to close the document without saving it?", 1))
                 close();
-            }
         });
     }
     ~HostWindow() override

@@ -19,15 +19,9 @@ bool __CFArray::Equals(const CFObject& object, CFContainerPairs& later) const
                       [&](CFTypeRef a, CFTypeRef b) { return CFObject_EqualSoFar(a, b, later); });
 }
 
-CFTypeID CFArrayGetTypeID(void)
-{
-    return kTypeArray;
-}
+CFTypeID CFArrayGetTypeID(void) { return kTypeArray; }
 
-CFIndex CFArrayGetCount(CFArrayRef array)
-{
-    return static_cast<CFIndex>(array->values.size());
-}
+CFIndex CFArrayGetCount(CFArrayRef array) { return static_cast<CFIndex>(array->values.size()); }
 
 const void* CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index)
 {

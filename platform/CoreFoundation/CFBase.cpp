@@ -74,10 +74,7 @@ CFIndex CFGetRetainCount(CFTypeRef object)
     return CFObject_From(object)->nRefs.load(std::memory_order_relaxed);
 }
 
-CFTypeID CFGetTypeID(CFTypeRef object)
-{
-    return CFObject_From(object)->type;
-}
+CFTypeID CFGetTypeID(CFTypeRef object) { return CFObject_From(object)->type; }
 
 Boolean CFEqual(CFTypeRef a, CFTypeRef b)
 {

@@ -196,9 +196,8 @@ static void AddLanguage(std::vector<std::string>& languages, std::string locale)
     };
     locale.resize(std::min(locale.find_first_of(".@"), locale.size()));
     if (locale.empty() || locale == "C" || locale == "POSIX"
-        || locale.find('/') != std::string::npos) {
+        || locale.find('/') != std::string::npos)
         return;
-    }
     add(locale);
     std::string code = locale.substr(0, locale.find_first_of("_-"));
     if (code != locale) {
@@ -323,10 +322,7 @@ CFBundleRefNum CFBundleOpenBundleResourceMap(CFBundleRef bundle)
     }
 }
 
-void CFBundleCloseBundleResourceMap(CFBundleRef, CFBundleRefNum refNum)
-{
-    CloseResFile(refNum);
-}
+void CFBundleCloseBundleResourceMap(CFBundleRef, CFBundleRefNum refNum) { CloseResFile(refNum); }
 
 // --- code ---
 
@@ -364,7 +360,6 @@ void* CFBundleGetFunctionPointerForName(CFBundleRef bundle, CFStringRef name)
 
 void CFBundleUnloadExecutable(CFBundleRef bundle)
 {
-    if (void* image = bundle != nullptr ? bundle->image.exchange(nullptr) : nullptr) {
+    if (void* image = bundle != nullptr ? bundle->image.exchange(nullptr) : nullptr)
         dlclose(image); // runs the image's destructors, which may use this bundle
-    }
 }

@@ -29,10 +29,7 @@ __CFData::__CFData(const UInt8* block, CFIndex n, Owner blockOwner)
 {
 }
 
-CFTypeID CFDataGetTypeID(void)
-{
-    return kTypeData;
-}
+CFTypeID CFDataGetTypeID(void) { return kTypeData; }
 
 CFDataRef CFDataCreate(CFAllocatorRef, const UInt8* bytes, CFIndex length)
 {
@@ -61,12 +58,6 @@ CFDataRef CFDataCreateWithBytesNoCopy(CFAllocatorRef,
         bytes, length, deallocator == kCFAllocatorNull ? __CFData::kBorrowed : __CFData::kMalloc);
 }
 
-CFIndex CFDataGetLength(CFDataRef data)
-{
-    return data->nBytes;
-}
+CFIndex CFDataGetLength(CFDataRef data) { return data->nBytes; }
 
-const UInt8* CFDataGetBytePtr(CFDataRef data)
-{
-    return data->bytes;
-}
+const UInt8* CFDataGetBytePtr(CFDataRef data) { return data->bytes; }

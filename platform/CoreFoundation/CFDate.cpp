@@ -2,12 +2,6 @@
 // CFDate.cpp - points in time: the dates of property lists.
 #include "CoreFoundation/CFObject.h"
 
-CFTypeID CFDateGetTypeID(void)
-{
-    return kTypeDate;
-}
+CFTypeID CFDateGetTypeID(void) { return kTypeDate; }
 
-CFAbsoluteTime CFDateGetAbsoluteTime(CFDateRef date)
-{
-    return date->at;
-}
+CFAbsoluteTime CFDateGetAbsoluteTime(CFDateRef date) { return date->at; }

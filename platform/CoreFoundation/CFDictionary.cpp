@@ -6,10 +6,7 @@
 
 #include <bit>
 
-static CFHashCode HashObject(CFTypeRef object)
-{
-    return CFObject_From(object)->Hash();
-}
+static CFHashCode HashObject(CFTypeRef object) { return CFObject_From(object)->Hash(); }
 
 static constexpr auto kRetain = [](CFAllocatorRef, const void* value) { return CFRetain(value); };
 static constexpr auto kRelease = [](CFAllocatorRef, const void* value) { CFRelease(value); };
@@ -137,10 +134,7 @@ void __CFDictionary::Remove(CFTypeRef key)
     CFRelease(gone.value);
 }
 
-CFTypeID CFDictionaryGetTypeID(void)
-{
-    return kTypeDictionary;
-}
+CFTypeID CFDictionaryGetTypeID(void) { return kTypeDictionary; }
 
 CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef,
                                                  CFIndex,
@@ -148,9 +142,8 @@ CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef,
                                                  const CFDictionaryValueCallBacks* valueCallBacks)
 {
     if (keyCallBacks != &kCFTypeDictionaryKeyCallBacks
-        || valueCallBacks != &kCFTypeDictionaryValueCallBacks) {
+        || valueCallBacks != &kCFTypeDictionaryValueCallBacks)
         return nullptr;
-    }
     return CFObject_New<__CFDictionary>();
 }
 

@@ -27,15 +27,9 @@ static constinit const __CFBoolean sFalse;
 const CFBooleanRef kCFBooleanTrue = &sTrue;
 const CFBooleanRef kCFBooleanFalse = &sFalse;
 
-CFTypeID CFBooleanGetTypeID(void)
-{
-    return kTypeBoolean;
-}
+CFTypeID CFBooleanGetTypeID(void) { return kTypeBoolean; }
 
-Boolean CFBooleanGetValue(CFBooleanRef boolean)
-{
-    return boolean == &sTrue;
-}
+Boolean CFBooleanGetValue(CFBooleanRef boolean) { return boolean == &sTrue; }
 
 // --- numbers ---
 
@@ -119,10 +113,7 @@ static Result WithType(CFNumberType type, Result unknown, Use use)
     }
 }
 
-CFTypeID CFNumberGetTypeID(void)
-{
-    return kTypeNumber;
-}
+CFTypeID CFNumberGetTypeID(void) { return kTypeNumber; }
 
 CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType type, const void* value)
 {

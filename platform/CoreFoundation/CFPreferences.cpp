@@ -326,9 +326,8 @@ public:
         : m_fd(open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600))
     {
         struct stat info;
-        if (m_fd >= 0 && fstat(m_fd, &info) == 0 && (info.st_mode & 077) != 0) {
+        if (m_fd >= 0 && fstat(m_fd, &info) == 0 && (info.st_mode & 077) != 0)
             fchmod(m_fd, 0600); // earlier releases created it world-readable
-        }
         m_isHeld = m_fd >= 0 && FileBytes_Lock(m_fd, LOCK_EX, kLongestWait);
     }
     ~FileLock()
@@ -420,9 +419,8 @@ static bool Write(Domain& domain)
     if (!lock.IsHeld())
         return false;
     Refresh(domain);
-    if (IsUnreadable(domain.read)) {
+    if (IsUnreadable(domain.read))
         return false; // do not overwrite an unreadable file
-    }
     return IsChanged(domain) ? WriteFile(domain, path) : Flush(domain);
 }
 
@@ -442,9 +440,8 @@ static Result WithDomain(
     CFStringRef application, CFStringRef user, CFStringRef host, Result failure, Use use) noexcept
 {
     if ((user != kCFPreferencesAnyUser && user != kCFPreferencesCurrentUser)
-        || host != kCFPreferencesCurrentHost) {
+        || host != kCFPreferencesCurrentHost)
         return failure;
-    }
     Domains& domains = Immortal<Domains>();
     std::lock_guard lock(domains.lock);
     return CatchAll<Result>(failure, [&] {

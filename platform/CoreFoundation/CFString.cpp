@@ -15,10 +15,7 @@
 #include <sys/random.h>
 #include <unordered_map>
 
-void __CFString::End() noexcept
-{
-    operator delete(this);
-}
+void __CFString::End() noexcept { operator delete(this); }
 
 bool __CFString::Equals(const CFObject& other, CFContainerPairs&) const
 {
@@ -212,20 +209,11 @@ CFStringRef __CFStringMakeConstantString(const char* text)
 
 // --- reading ---
 
-CFTypeID CFStringGetTypeID(void)
-{
-    return kTypeString;
-}
+CFTypeID CFStringGetTypeID(void) { return kTypeString; }
 
-CFStringEncoding CFStringGetSystemEncoding(void)
-{
-    return kCFStringEncodingUTF8;
-}
+CFStringEncoding CFStringGetSystemEncoding(void) { return kCFStringEncodingUTF8; }
 
-CFIndex CFStringGetLength(CFStringRef string)
-{
-    return string->nUnits;
-}
+CFIndex CFStringGetLength(CFStringRef string) { return string->nUnits; }
 
 const char* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding encoding)
 {

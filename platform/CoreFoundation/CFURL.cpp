@@ -30,9 +30,8 @@ CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef,
                                                  Boolean isDirectory)
 {
     if (path == nullptr || length <= 0
-        || std::memchr(path, 0, static_cast<size_t>(length)) != nullptr) {
+        || std::memchr(path, 0, static_cast<size_t>(length)) != nullptr)
         return nullptr;
-    }
     return CatchAll<CFURLRef>(nullptr, [&]() -> CFURLRef {
         std::string text(reinterpret_cast<const char*>(path), static_cast<size_t>(length));
         bool isFolder = isDirectory || text.ends_with('/');
@@ -55,16 +54,14 @@ CFURLRef CFURLCreateCopyDeletingLastPathComponent(CFAllocatorRef, CFURLRef url)
         std::string path = url->path;
         size_t slash = path.rfind('/');
         std::string last = path.substr(slash == std::string::npos ? 0 : slash + 1);
-        if (last == ".." || last == "." || path.empty()) { // the parent needs one more ".."
-            path += path.empty() ? ".." : "/..";
-        } else if (slash == std::string::npos) {
+        if (last == ".." || last == "." || path.empty())
+            path += path.empty() ? ".." : "/.."; // the parent needs one more ".."
+        else if (slash == std::string::npos)
             path.clear();
-        } else {
+        else
             path.resize(slash == 0 ? 1 : slash);
-        }
-        while (path.size() > 1 && path.ends_with('/')) { // "a//b"
-            path.pop_back();
-        }
+        while (path.size() > 1 && path.ends_with('/'))
+            path.pop_back(); // "a//b"
         return CFObject_New<__CFURL>(url->base, std::move(path), true);
     });
 }

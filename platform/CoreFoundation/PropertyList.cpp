@@ -131,10 +131,8 @@ static CFNumberRef CreateInteger(std::string_view text)
     bool isHex = text.starts_with("0x") || text.starts_with("0X");
     UInt64 magnitude = 0;
     UInt64 most = isNegative ? UInt64(1) << 63 : ~UInt64(0);
-    if (!ParseWhole(isHex ? text.substr(2) : text, magnitude, isHex ? 16 : 10)
-        || magnitude > most) {
+    if (!ParseWhole(isHex ? text.substr(2) : text, magnitude, isHex ? 16 : 10) || magnitude > most)
         return nullptr;
-    }
     if (isNegative || magnitude <= INT64_MAX)
         return new __CFNumber(static_cast<SInt64>(isNegative ? 0 - magnitude : magnitude));
     return new __CFNumber(magnitude);

@@ -153,9 +153,8 @@ static FSSpec MakeFSSpec(std::string_view name, SInt32 parent)
     fsSpec.vRefNum = kVolume;
     fsSpec.parID = parent;
     size_t n = std::min(name.size(), sizeof(fsSpec.name) - 1);
-    while (n < name.size() && n > 0 && (name[n] & 0xC0) == 0x80) { // do not split a character
-        --n;
-    }
+    while (n < name.size() && n > 0 && (name[n] & 0xC0) == 0x80)
+        --n; // do not split a character
     fsSpec.name[0] = static_cast<unsigned char>(n);
     std::memcpy(fsSpec.name + 1, name.data(), n);
     return fsSpec;
@@ -193,9 +192,8 @@ OSErr FSGetCatalogInfo(const FSRef* ref,
             *name = UnicodeName(ownName);
         if (fsSpec != nullptr)
             *fsSpec = MakeFSSpec(ownName, parentNumber);
-        if (parent != nullptr) { // may be `ref` itself
-            *parent = folderRef;
-        }
+        if (parent != nullptr)
+            *parent = folderRef; // may be `ref` itself
         return noErr;
     });
 }

@@ -11,9 +11,8 @@ OSErr FSFindFolder(SInt16 domain, OSType folder, Boolean create, FSRef* found)
     if (found == nullptr)
         return paramErr;
     if (folder != kApplicationSupportFolderType
-        || (domain != kUserDomain && domain != kLocalDomain)) {
+        || (domain != kUserDomain && domain != kLocalDomain))
         return fnfErr;
-    }
     return CatchAll<OSErr>(memFullErr, [&]() -> OSErr {
         bool isUser = domain == kUserDomain;
         std::string path = isUser ? BaseFolders_User("XDG_DATA_HOME", "/.local/share")

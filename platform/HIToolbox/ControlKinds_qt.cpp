@@ -94,10 +94,7 @@ private:
 };
 
 // Titles are literal: Qt would take "&" for a mnemonic.
-QString Literal(QString text)
-{
-    return text.replace(u'&', QStringLiteral("&&"));
-}
+QString Literal(QString text) { return text.replace(u'&', QStringLiteral("&&")); }
 
 template <class T> std::string_view BytesOf(const T& value)
 {
@@ -121,10 +118,7 @@ QWidget* NewLine(QWidget* parent, const QRect& bounds)
     return line;
 }
 
-QColor ColorOf(const RGBColor& rgb)
-{
-    return QColor::fromRgba64(rgb.red, rgb.green, rgb.blue);
-}
+QColor ColorOf(const RGBColor& rgb) { return QColor::fromRgba64(rgb.red, rgb.green, rgb.blue); }
 
 // Fonts
 
@@ -242,10 +236,7 @@ OSErr TextControl::SetData(ResType, std::string_view bytes)
     return noErr;
 }
 
-void GroupBox::Update()
-{
-    static_cast<QGroupBox*>(widget)->setTitle(Literal(Text()));
-}
+void GroupBox::Update() { static_cast<QGroupBox*>(widget)->setTitle(Literal(Text())); }
 
 // Static text
 
@@ -284,10 +275,7 @@ PushButton::PushButton(OwnWindow& owner, const QRect& where)
     QObject::connect(Button(), &QAbstractButton::clicked, &m_receiver, [this] { SendCommand(); });
 }
 
-void PushButton::Update()
-{
-    Button()->setText(Literal(Text()));
-}
+void PushButton::Update() { Button()->setText(Literal(Text())); }
 
 bool PushButton::Fits()
 {

@@ -23,10 +23,7 @@ ControlPtr Find(ControlRef control)
     return nullptr;
 }
 
-OSErr Missing(ControlRef control)
-{
-    return control ? controlHandleInvalidErr : paramErr;
-}
+OSErr Missing(ControlRef control) { return control ? controlHandleInvalidErr : paramErr; }
 
 // The data of a control by their tag.
 OSErr FindData(ControlRef ref, ResType tag, ControlPtr& control, std::string_view& bytes)

@@ -16,10 +16,7 @@
 
 static unsigned sRuns = 0;
 
-unsigned Windows_CountModalLoops()
-{
-    return sRuns;
-}
+unsigned Windows_CountModalLoops() { return sRuns; }
 
 OSStatus RunAppModalLoopForWindow(WindowRef ref)
 try {
@@ -65,10 +62,7 @@ EventLoopRef GetMainEventLoop()
     return reinterpret_cast<EventLoopRef>(&loop);
 }
 
-EventLoopTimerUPP NewEventLoopTimerUPP(EventLoopTimerProcPtr routine)
-{
-    return routine;
-}
+EventLoopTimerUPP NewEventLoopTimerUPP(EventLoopTimerProcPtr routine) { return routine; }
 
 OSStatus InstallEventLoopTimer(EventLoopRef loop,
                                EventTimerInterval delay,

@@ -47,15 +47,9 @@ OSStatus OpaqueEventTargetRef::Send(OpaqueEventRef event) const
     return result;
 }
 
-UInt32 GetEventClass(EventRef event)
-{
-    return event ? event->eventClass : 0;
-}
+UInt32 GetEventClass(EventRef event) { return event ? event->eventClass : 0; }
 
-UInt32 GetEventKind(EventRef event)
-{
-    return event ? event->eventKind : 0;
-}
+UInt32 GetEventKind(EventRef event) { return event ? event->eventKind : 0; }
 
 OSStatus GetEventParameter(EventRef event,
                            EventParamName name,
@@ -80,10 +74,7 @@ OSStatus GetEventParameter(EventRef event,
     return noErr;
 }
 
-EventHandlerUPP NewEventHandlerUPP(EventHandlerProcPtr routine)
-{
-    return routine;
-}
+EventHandlerUPP NewEventHandlerUPP(EventHandlerProcPtr routine) { return routine; }
 
 OSStatus InstallEventHandler(EventTargetRef target,
                              EventHandlerUPP routine,

@@ -53,10 +53,7 @@ std::vector<std::uint32_t> Property(xcb_window_t window, const char* name, std::
 }
 
 // Sends a request whose failure is of no interest. Unchecked, the error would go to the host's log.
-void Send(xcb_void_cookie_t cookie)
-{
-    std::free(xcb_request_check(Connection(), cookie));
-}
+void Send(xcb_void_cookie_t cookie) { std::free(xcb_request_check(Connection(), cookie)); }
 
 // The server counts pixels, Qt counts points of a screen whose corner is the same in both.
 QRect ToPoints(const QRect& pixels)
@@ -73,8 +70,8 @@ QRect ToPoints(const QRect& pixels)
     return pixels;
 }
 
-/// A window of another toolkit. Neither Qt nor the window manager blocks it, so an invisible child
-/// that swallows clicks and keys covers it while it must take no input.
+// A window of another toolkit. Neither Qt nor the window manager blocks it, so an invisible child
+// that swallows clicks and keys covers it while it must take no input.
 struct X11Window final : OpaqueWindowPtr
 {
     explicit X11Window(xcb_window_t window)

@@ -85,7 +85,7 @@ MakeControl MakerOf(const QString& className)
     return makers.value(className, Make<Pane>);
 }
 
-/// Builds one window.
+// Builds one window.
 class Builder
 {
 public:
@@ -300,9 +300,8 @@ try {
     const auto content = object->Rectangle("windowRect");
     const NibElement* root = nib->file->Resolve(object->Property("rootControl"));
     if (!content || content->isEmpty() || !root || content->width() > kMaxWindowSide
-        || content->height() > kMaxWindowSide) {
+        || content->height() > kMaxWindowSide)
         return kIBCarbonRuntimeCantFindObject;
-    }
     if (!Application_IsReady())
         return windowWrongStateErr;
     const auto windowClass

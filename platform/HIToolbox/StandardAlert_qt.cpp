@@ -69,7 +69,7 @@ QPixmap DrawSign(AlertType type, double density)
     return pixmap;
 }
 
-/// One alert, from its layout to the choice.
+// One alert, from its layout to the choice.
 class Alert
 {
 public:

@@ -54,10 +54,7 @@ double Luminance(QRgb color)
     return 0.2126 * part(qRed(color)) + 0.7152 * part(qGreen(color)) + 0.0722 * part(qBlue(color));
 }
 
-double Contrast(double light, double dark)
-{
-    return (light + 0.05) / (dark + 0.05);
-}
+double Contrast(double light, double dark) { return (light + 0.05) / (dark + 0.05); }
 
 } // namespace
 

@@ -109,10 +109,7 @@ WindowPtr Windows_Find(WindowRef window)
     return found == Windows().end() ? nullptr : *found;
 }
 
-const std::vector<WindowPtr>& Windows_All()
-{
-    return Windows();
-}
+const std::vector<WindowPtr>& Windows_All() { return Windows(); }
 
 void Windows_UpdateBlocked()
 {
@@ -220,15 +217,9 @@ struct OpaqueRgnHandle
     Rect bounds; // screen coordinates
 };
 
-RgnHandle NewRgn()
-{
-    return new (std::nothrow) OpaqueRgnHandle {};
-}
+RgnHandle NewRgn() { return new (std::nothrow) OpaqueRgnHandle {}; }
 
-void DisposeRgn(RgnHandle region)
-{
-    delete region;
-}
+void DisposeRgn(RgnHandle region) { delete region; }
 
 Rect* GetRegionBounds(RgnHandle region, Rect* bounds)
 {

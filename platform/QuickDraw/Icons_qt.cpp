@@ -17,7 +17,7 @@ constexpr int kIconSide = 32;
 constexpr int kIconBytes = kIconSide * kIconSide / 8;
 constexpr qint64 kMaxFileSize = 16 << 20; // bytes
 
-/// Black bits, opaque where the mask says so.
+// Black bits, opaque where the mask says so.
 QImage ReadOneBitIcon(ByteReader data)
 {
     const uint8_t* bits = data.Bytes(kIconBytes);
@@ -27,7 +27,7 @@ QImage ReadOneBitIcon(ByteReader data)
     return PictureBits_Masked(icon, mask, kIconSide / 8);
 }
 
-/// The largest image of an 'icns' that is a PNG.
+// The largest image of an 'icns' that is a PNG.
 QImage ReadIconFamily(ByteReader data)
 {
     QImage best;
@@ -46,7 +46,7 @@ QImage ReadIconFamily(ByteReader data)
     return best;
 }
 
-/// A resource read by a function; null when it is absent or damaged.
+// A resource read by a function; null when it is absent or damaged.
 template <typename Read> QImage Load(ResType type, SInt16 id, Read read)
 {
     const Handle handle = GetResource(type, id);

@@ -68,9 +68,8 @@ QByteArray StripJpeg(QByteArrayView file, bool& isProgressive)
         if (marker == 0xDA) { // a scan: coded data up to the next marker
             ByteReader_Require(++scans <= kMaxScans);
             while (end + 1 < file.size()
-                   && (byte(end) != 0xFF || byte(end + 1) == 0 || isRestart(byte(end + 1)))) {
+                   && (byte(end) != 0xFF || byte(end + 1) == 0 || isRestart(byte(end + 1))))
                 ++end;
-            }
         }
         isProgressive = isProgressive || marker == 0xC2 || scans > 1;
         if (marker != 0xFE && (marker <= 0xE0 || marker >= 0xF0 || marker == 0xEE))

@@ -15,7 +15,7 @@ namespace {
 constexpr uint64_t kMaxRowBytes = 64u << 20;
 constexpr qint64 kManyPixels = 4 << 20; // from here on three bytes a pixel, which are slower
 
-/// A pixel map record from its row bytes on.
+// A pixel map record from its row bytes on.
 struct PixelMap
 {
     bool bitmap;
@@ -73,7 +73,7 @@ void ReadColorTable(ByteReader& data, PixelMap& map)
     }
 }
 
-/// PackBits in units of one or two bytes; exactly `size` bytes come out.
+// PackBits in units of one or two bytes; exactly `size` bytes come out.
 void UnpackRow(ByteReader packed, uint8_t* out, size_t size, size_t unit)
 {
     uint8_t* const end = out + size;
@@ -110,7 +110,7 @@ QImage NewImage(QSize size, int bits, PictureBudget& budget)
     return image;
 }
 
-/// Pixels of 1, 2, 4 or 8 bits, most significant first, into one byte each.
+// Pixels of 1, 2, 4 or 8 bits, most significant first, into one byte each.
 void ExpandIndexes(const uint8_t* row, int width, int bits, uint8_t* out)
 {
     const int mask = (1 << bits) - 1;
@@ -120,7 +120,7 @@ void ExpandIndexes(const uint8_t* row, int width, int bits, uint8_t* out)
     }
 }
 
-/// Where the colour bytes of a pixel stand in a row.
+// Where the colour bytes of a pixel stand in a row.
 struct Channels
 {
     int red; // the first pixel's
@@ -128,7 +128,7 @@ struct Channels
     int plane; // from channel to channel
 };
 
-/// Stores a row of pixels; `channels` count for those of 24 and 32 bits.
+// Stores a row of pixels; `channels` count for those of 24 and 32 bits.
 void StoreRow(const uint8_t* row, int bits, Channels channels, QImage& image, int y)
 {
     uint8_t* out = image.scanLine(y);

@@ -14,7 +14,7 @@ QColor Weighted(QRgb color, QRgb weight)
     return weighted;
 }
 
-/// Where a colour comes from.
+// Where a colour comes from.
 using Ink = QColor (*)(const DrawingColors& colors);
 
 constexpr Ink kNone = [](const DrawingColors&) { return QColor(Qt::transparent); };
@@ -29,7 +29,7 @@ constexpr Ink kMixedBackground
 constexpr Ink kFaintForeground
     = [](const DrawingColors& colors) { return Weighted(colors.foreground, 0x808080); };
 
-/// What a transfer mode does with a source.
+// What a transfer mode does with a source.
 struct TransferRule
 {
     int mode;

@@ -14,7 +14,7 @@
 
 namespace {
 
-/// A font of the home platform, and the kind of font that replaces it if it is not installed.
+// A font of the home platform, and the kind of font that replaces it if it is not installed.
 struct FontSubstitute
 {
     int number;

@@ -49,9 +49,8 @@ QSize DecodedPicture::CanvasSize(const QRectF& onDevice) const
     const auto area = [](QSize of) { return double(of.width()) * of.height(); };
     const double points = area(m_picture.space.size());
     while (size.width() > 1 && size.height() > 1
-           && m_picture.painted.At(std::sqrt(area(size) / points)) > kMaxPaintedArea) {
+           && m_picture.painted.At(std::sqrt(area(size) / points)) > kMaxPaintedArea)
         size /= 2;
-    }
     return size;
 }
 
@@ -107,7 +106,4 @@ std::shared_ptr<const DecodedPicture> DecodedPicture::OfHandle(PicHandle picture
     return size > 0 ? Decode(*handle, static_cast<std::size_t>(size)) : nullptr;
 }
 
-PicHandle GetPicture(SInt16 id)
-{
-    return reinterpret_cast<PicHandle>(GetResource('PICT', id));
-}
+PicHandle GetPicture(SInt16 id) { return reinterpret_cast<PicHandle>(GetResource('PICT', id)); }

@@ -8,10 +8,7 @@
 
 namespace {
 
-bool HasArea(const QRectF& rect)
-{
-    return rect.width() > 0 && rect.height() > 0;
-}
+bool HasArea(const QRectF& rect) { return rect.width() > 0 && rect.height() > 0; }
 
 } // namespace
 

@@ -51,15 +51,9 @@ static std::list<Map>::iterator FindMap(Chain& chain, SInt16 number)
                         [number](const Map& map) { return map.number == number; });
 }
 
-OSErr ResError(void)
-{
-    return Immortal<Chain>().error;
-}
+OSErr ResError(void) { return Immortal<Chain>().error; }
 
-void Resources_SetError(OSErr error)
-{
-    Immortal<Chain>().error = error;
-}
+void Resources_SetError(OSErr error) { Immortal<Chain>().error = error; }
 
 // --- files ---
 
@@ -127,9 +121,8 @@ void UseResFile(SInt16 refNum)
 OSErr FSOpenResourceFile(const FSRef* ref, UInt16 nameLength, const UniChar*, SInt8, SInt16* refNum)
 {
     Chain& chain = Immortal<Chain>();
-    if (ref == nullptr || refNum == nullptr || nameLength != 0) { // only data forks are supported
-        return chain.error = paramErr;
-    }
+    if (ref == nullptr || refNum == nullptr || nameLength != 0)
+        return chain.error = paramErr; // only data forks are supported
     *refNum = kResFileNotOpened;
     const std::string* path = FileRefs_Path(*ref);
     if (path == nullptr)

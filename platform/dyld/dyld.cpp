@@ -107,9 +107,8 @@ static std::string AbsoluteName(const mach_header* header, const std::string& na
     char folder[2 * PATH_MAX];
     if (slash == std::string::npos || name.starts_with('/')
         || dladdr1(header, &info, reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) == 0
-        || map == nullptr || dlinfo(map, RTLD_DI_ORIGIN, folder) != 0) {
+        || map == nullptr || dlinfo(map, RTLD_DI_ORIGIN, folder) != 0)
         return name;
-    }
     return folder + name.substr(slash);
 }
 
@@ -143,9 +142,8 @@ const char* _dyld_get_image_name(uint32_t index)
         const char* kept = known.names.insert(name).first->c_str();
         auto& list = known.images.list;
         if (index < list.size() && list[index].header == image.header
-            && list[index].name == image.name) {
+            && list[index].name == image.name)
             list[index].absoluteName = kept;
-        }
         return kept;
     });
 }

@@ -13,14 +13,13 @@ namespace {
 
 bool IsAskedFor(const std::string& name, copyfile_flags_t flags)
 {
-    if (name == "security.ima" || name == "security.evm") {
+    if (name == "security.ima" || name == "security.evm")
         return false; // checksums of the contents, which the system keeps
-    }
     const bool isAccessList = name.starts_with("system.");
     return (flags & (isAccessList ? COPYFILE_ACL : COPYFILE_XATTR)) != 0;
 }
 
-/// False with errno on failure.
+// False with errno on failure.
 bool ListNames(int fd, copyfile_flags_t flags, std::vector<std::string>& names)
 {
     const ssize_t nSize = flistxattr(fd, nullptr, 0);
@@ -34,7 +33,7 @@ bool ListNames(int fd, copyfile_flags_t flags, std::vector<std::string>& names)
     return true;
 }
 
-/// Nothing, with errno, on failure.
+// Nothing, with errno, on failure.
 std::optional<std::string> Read(int fd, const std::string& name)
 {
     const ssize_t nSize = fgetxattr(fd, name.c_str(), nullptr, 0);
@@ -56,17 +55,15 @@ int Copy(int from, int to, copyfile_flags_t flags)
         return -1;
     for (const std::string& name : present) {
         if (std::find(wanted.begin(), wanted.end(), name) == wanted.end()
-            && fremovexattr(to, name.c_str()) != 0) {
+            && fremovexattr(to, name.c_str()) != 0)
             return -1;
-        }
     }
     for (const std::string& name : wanted) {
         const std::optional<std::string> value = Read(from, name);
         if (!value
             || (value != Read(to, name)
-                && fsetxattr(to, name.c_str(), value->data(), value->size(), 0) != 0)) {
+                && fsetxattr(to, name.c_str(), value->data(), value->size(), 0) != 0))
             return -1;
-        }
     }
     return 0;
 }

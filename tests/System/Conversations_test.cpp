@@ -26,10 +26,7 @@ static std::vector<std::string> sImages; // names; "other" has another header th
 
 #define REAL(routine) reinterpret_cast<decltype(&routine)>(dlsym(RTLD_NEXT, "vlp_" #routine))
 
-uint32_t _dyld_image_count()
-{
-    return static_cast<uint32_t>(sImages.size());
-}
+uint32_t _dyld_image_count() { return static_cast<uint32_t>(sImages.size()); }
 
 const mach_header* _dyld_get_image_header(uint32_t i)
 {

@@ -47,7 +47,7 @@ struct InputModel
     }
 };
 
-/// A value as the bits of a number.
+// A value as the bits of a number.
 const struct Type
 {
     int nBytes;
@@ -106,7 +106,7 @@ protected:
     std::mt19937 m_random { static_cast<unsigned>(FromEnvironment("VELTRANO_SEED", 1)) };
 };
 
-/// Inverts each byte and counts the bytes, to show that none goes around these two.
+// Inverts each byte and counts the bytes, to show that none goes around these two.
 struct InvertedOutput : DataOutputFile
 {
     void write(const void* source, SInt32 nCount) override

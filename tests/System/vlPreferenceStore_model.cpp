@@ -33,15 +33,9 @@ struct Value
 using Dict = Value::Dict;
 using Slot = std::optional<Value>; // or none
 
-Slot AsSlot(const Dict& dict)
-{
-    return Value { 4, 0, dict };
-}
+Slot AsSlot(const Dict& dict) { return Value { 4, 0, dict }; }
 
-const Dict* AsDict(const Slot& slot)
-{
-    return slot && slot->type == 4 ? &slot->dict : nullptr;
-}
+const Dict* AsDict(const Slot& slot) { return slot && slot->type == 4 ? &slot->dict : nullptr; }
 
 Slot Find(const Dict* dict, const std::string& key)
 {

@@ -42,7 +42,7 @@ std::optional<Text> Header(const Text& line)
     return line.substr(nOpen + 1, nClose - nOpen - 1);
 }
 
-/// Empty when the line is no entry.
+// Empty when the line is no entry.
 Text Key(const Text& line)
 {
     return line.find('=') == line.npos ? "" : Trim(line.substr(0, line.find('=')));

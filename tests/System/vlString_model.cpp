@@ -114,7 +114,7 @@ struct Argument
     std::string text; // what it says
 };
 
-/// Without the characters in `cut` at its start or end.
+// Without the characters in `cut` at its start or end.
 std::string Trimmed(std::string text, const std::string& cut, bool isEnd)
 {
     return isEnd ? text.erase(text.find_last_not_of(cut) + 1)

@@ -26,7 +26,7 @@ std::string Code(UInt32 code)
              static_cast<char>(code >> 8), static_cast<char>(code) };
 }
 
-/// References by the order in which they appear.
+// References by the order in which they appear.
 template <class Value> std::string Shown(const Value& value)
 {
     if constexpr (std::is_arithmetic_v<Value>)
@@ -38,7 +38,7 @@ template <class Value> std::string Shown(const Value& value)
                      : " null";
 }
 
-/// Writes a call down, if the module makes it.
+// Writes a call down, if the module makes it.
 template <class... Arguments>
 void Write(const void* caller, const char* routine, const Arguments&... shown)
 {
@@ -52,7 +52,7 @@ void Write(const void* caller, const char* routine, const Arguments&... shown)
     sCalls += '\n';
 }
 
-/// The value of a control's data.
+// The value of a control's data.
 std::string ValueOf(ResType tag, Size size, const void* data)
 {
     if (tag == kControlStaticTextTextTag)

@@ -14,7 +14,7 @@
 
 namespace {
 
-/// The best contrast between two points of a widget as it is on the screen.
+// The best contrast between two points of a widget as it is on the screen.
 double ContrastOf(QWidget* widget)
 {
     const QRect place(widget->mapTo(widget->window(), QPoint()), widget->size());

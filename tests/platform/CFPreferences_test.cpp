@@ -34,10 +34,7 @@ int nanosleep(const timespec* time, timespec* rest)
                         : clock_nanosleep(CLOCK_REALTIME, 0, time, rest);
 }
 
-char* secure_getenv(const char* name) noexcept
-{
-    return sIsPrivileged ? nullptr : getenv(name);
-}
+char* secure_getenv(const char* name) noexcept { return sIsPrivileged ? nullptr : getenv(name); }
 
 #pragma GCC visibility pop
 
@@ -55,10 +52,7 @@ static Ref<CFTypeRef> Copy(const std::string& key)
     return Own(CFPreferencesCopyValue(Str(key).get(), kApplication, kUser, kHost));
 }
 
-static bool Synchronize()
-{
-    return CFPreferencesSynchronize(kApplication, kUser, kHost);
-}
+static bool Synchronize() { return CFPreferencesSynchronize(kApplication, kUser, kHost); }
 
 static bool Save(const std::string& key, SInt64 value)
 {
@@ -66,7 +60,7 @@ static bool Save(const std::string& key, SInt64 value)
     return Synchronize();
 }
 
-/// -1 for another type, too.
+// -1 for another type, too.
 static long Number(const std::string& key)
 {
     long number = -1;

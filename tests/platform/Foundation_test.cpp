@@ -15,10 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const UInt8* Bytes(const std::string& text)
-{
-    return reinterpret_cast<const UInt8*>(text.c_str());
-}
+const UInt8* Bytes(const std::string& text) { return reinterpret_cast<const UInt8*>(text.c_str()); }
 
 std::string RefPath(const FSRef& ref)
 {

@@ -26,7 +26,7 @@ QImage Painted(const std::string& kind)
     return picture;
 }
 
-/// A grey text of a window over a picture of its own, as it is on the screen.
+// A grey text of a window over a picture of its own, as it is on the screen.
 QImage TextOver(const std::string& kind, int gray)
 {
     const std::string part = std::to_string(gray * 257) + ' ';
@@ -53,8 +53,8 @@ QImage TextOver(const std::string& kind, int gray)
     return image.convertToFormat(QImage::Format_RGB32);
 }
 
-/// The least contrast between letters and what lies up to two points beside them; `suitable` has the same letters
-/// without a halo.
+// The least contrast between letters and what lies up to two points beside them; `suitable` has the same letters
+// without a halo.
 double LeastContrast(const QImage& shown, const QImage& suitable, int gray)
 {
     const int plain = qRed(suitable.pixel(0, 0));

@@ -43,7 +43,7 @@ QByteArray Number(long long value, int bytes)
     return out;
 }
 
-/// A version 2 picture of opcodes.
+// A version 2 picture of opcodes.
 QByteArray Whole(const QSize& frame, QByteArray opcodes)
 {
     opcodes.append(opcodes.size() % 2, '\0');
@@ -52,7 +52,7 @@ QByteArray Whole(const QSize& frame, QByteArray opcodes)
         + Number(0xFF, 2);
 }
 
-/// Of a format and a side.
+// Of a format and a side.
 QByteArray Payload(const QByteArray& word)
 {
     const qsizetype digits = word.indexOf(word.right(2));

@@ -10,10 +10,7 @@ static const struct Watch
     ~Watch() { *sGone += 1; }
 } sWatch;
 
-EXPORTED void TestCountUnloads(int* gone)
-{
-    sGone = gone;
-}
+EXPORTED void TestCountUnloads(int* gone) { sGone = gone; }
 
 // The image list as this module's static initialisers see it: its own index, 0 for none.
 EXPORTED unsigned testIndexAtLoad;

@@ -28,10 +28,7 @@
 #include <map>
 #include <memory>
 
-static std::string Shown(const QString& text)
-{
-    return Shown(text.toStdString());
-}
+static std::string Shown(const QString& text) { return Shown(text.toStdString()); }
 
 static std::ostream& operator<<(std::ostream& out, const QRect& r)
 {
@@ -50,7 +47,7 @@ std::string Code(UInt32 code)
     return { char(code >> 24), char(code >> 16), char(code >> 8), char(code) };
 }
 
-/// Runs a shell command and returns what it printed.
+// Runs a shell command and returns what it printed.
 std::string Shell(const std::string& command)
 {
     std::string output;
@@ -61,11 +58,8 @@ std::string Shell(const std::string& command)
     return output;
 }
 
-/// Runs a command while our own events go on.
-void During(const std::string& command)
-{
-    Shell("(" + command + ") >/dev/null 2>&1 &");
-}
+// Runs a command while our own events go on.
+void During(const std::string& command) { Shell("(" + command + ") >/dev/null 2>&1 &"); }
 
 std::map<std::string, WindowRef> sWindows;
 std::map<std::string, QPointer<QWidget>> sWidgets;
@@ -78,7 +72,7 @@ template <> WindowRef Argument<WindowRef>::Of(const std::string& word)
     return word == "junk" ? reinterpret_cast<WindowRef>(sJunk) : sWindows[word];
 }
 
-/// WINDOW.NUMBER, also with a signature in front of the number.
+// WINDOW.NUMBER, also with a signature in front of the number.
 template <> ControlRef Argument<ControlRef>::Of(const std::string& word)
 {
     const std::string number = word.substr(word.find('.') + 1);
@@ -92,7 +86,7 @@ template <> ControlRef Argument<ControlRef>::Of(const std::string& word)
     return control;
 }
 
-/// Of a window, a host, or the alert or About box on the screen.
+// Of a window, a host, or the alert or About box on the screen.
 template <> QWidget* Argument<QWidget*>::Of(const std::string& word)
 {
     for (QWidget* widget : QApplication::topLevelWidgets())
@@ -116,7 +110,7 @@ template <> QPoint Argument<QPoint>::Of(const std::string& word)
 
 namespace {
 
-/// A plain window of another X client, as a host that is no Qt program has it.
+// A plain window of another X client, as a host that is no Qt program has it.
 class PlainHost
 {
 public:

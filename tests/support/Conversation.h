@@ -95,10 +95,7 @@ template <class Type> struct Argument
         return static_cast<Type>(code);
     }
 };
-template <> inline std::string Argument<std::string>::Of(const std::string& word)
-{
-    return word;
-}
+template <> inline std::string Argument<std::string>::Of(const std::string& word) { return word; }
 
 /// Base of a test that has commands.
 class Conversation

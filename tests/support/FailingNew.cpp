@@ -45,15 +45,9 @@ void* operator new[](std::size_t n)
     throw std::bad_alloc();
 }
 
-void operator delete(void* block) noexcept
-{
-    std::free(block);
-}
+void operator delete(void* block) noexcept { std::free(block); }
 
-void operator delete(void* block, std::size_t) noexcept
-{
-    std::free(block);
-}
+void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
 void operator delete[](void* block) noexcept
 {
@@ -61,20 +55,14 @@ void operator delete[](void* block) noexcept
     std::free(block);
 }
 
-void operator delete[](void* block, std::size_t) noexcept
-{
-    operator delete[](block);
-}
+void operator delete[](void* block, std::size_t) noexcept { operator delete[](block); }
 
 extern "C" {
 
 __attribute__((visibility("default"))) void* __wrap_malloc(std::size_t n);
 __attribute__((visibility("default"))) char* __wrap_strdup(const char* text);
 
-void* __wrap_malloc(std::size_t n)
-{
-    return IsDue() ? nullptr : std::calloc(1, n);
-}
+void* __wrap_malloc(std::size_t n) { return IsDue() ? nullptr : std::calloc(1, n); }
 
 char* __wrap_strdup(const char* text)
 {

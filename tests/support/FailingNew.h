@@ -28,10 +28,7 @@ inline bool Stop()
 }
 
 /// Asked by each allocation.
-inline bool IsDue()
-{
-    return nUntilFailure > 0 && --nUntilFailure == 0 && (bFailed = true);
-}
+inline bool IsDue() { return nUntilFailure > 0 && --nUntilFailure == 0 && (bFailed = true); }
 
 /// Runs `work` with its first, second, ... allocation failing, until none fails; `prepare` before each run,
 /// `check` with whether one did fail after it.

@@ -10,10 +10,7 @@
 #include <gtest/gtest.h>
 #include <string>
 
-template <typename Pointer> Ref<Pointer> Own(Pointer object)
-{
-    return Ref<Pointer>(object);
-}
+template <typename Pointer> Ref<Pointer> Own(Pointer object) { return Ref<Pointer>(object); }
 
 inline Ref<CFStringRef> Str(const std::string& text)
 {

@@ -24,10 +24,7 @@ inline int CountFiles(const std::string& folder)
     return static_cast<int>(std::distance(begin(files), end(files)));
 }
 
-inline int CountDescriptors()
-{
-    return CountFiles("/proc/self/fd");
-}
+inline int CountDescriptors() { return CountFiles("/proc/self/fd"); }
 
 /// Runs `work(0)` to `work(n - 1)` in processes at once; the number that did not end with true.
 template <typename Work> int InProcesses(int n, Work work)
