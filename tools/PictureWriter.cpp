@@ -17,7 +17,7 @@ void PutRect(QDataStream& out, const QRect& rect)
         out << qint16(side);
 }
 
-// A row as it is if it is short, else its PackBits with their count in front.
+// Writes a short row as it is, any other packed, with the count of bytes in front.
 //   rowBytes  of the unpacked row as the pixel map gives it
 void PutRow(QDataStream& out, const QByteArray& row, int rowBytes)
 {

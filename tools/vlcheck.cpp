@@ -54,7 +54,7 @@ bool LoadsQuietly(CFBundleRef bundle)
     return status == 0 && isQuiet;
 }
 
-// The number of symbols that a loaded executable exports: those in its hash table, which has one.
+// Counts the symbols that a loaded executable exports: those in its hash table.
 uint32_t CountExports(const link_map& executable)
 {
     const ElfW(Dyn)* entry = executable.l_ld;

@@ -22,7 +22,7 @@ ControlRef FindControl(WindowRef window, OSType signature, SInt32 id)
     return control;
 }
 
-// What places the inner extent in the middle of the outer one.
+// The start that centres the inner extent in the outer one.
 int Middle(int outer0, int outer1, int inner0, int inner1)
 {
     return outer0 + ((outer1 - outer0) - (inner1 - inner0)) / 2;

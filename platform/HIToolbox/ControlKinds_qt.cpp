@@ -18,8 +18,9 @@ static_assert(sizeof(ControlFontStyleRec) == 24, "the record's layout is part of
 
 namespace {
 
-// Return and Enter are the window's, whichever button has the focus; Space presses the button itself, and arrows go on to
-// the next one. The default button is filled with the highlight colour, the focused one has a ring inside.
+// Return and Enter belong to the window, whichever button has the focus. Space presses the focused button,
+// arrow keys go to the next one. The default button is filled with the highlight colour, the focused one has a
+// ring inside.
 class PushButtonWidget : public QPushButton
 {
 public:

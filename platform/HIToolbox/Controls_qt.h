@@ -41,9 +41,9 @@ struct OpaqueControlRef : std::enable_shared_from_this<OpaqueControlRef>
     virtual void SetFontStyle(const ControlFontStyleRec&) { }
     /// Sets its text smaller by some pixels than its font style says, but not below 9. False if it does not fit.
     virtual bool FitText(int /*smallerBy*/) { return true; }
-    /// Its data of a kind, for SetControlData and its companions; null, not empty, of a kind that it does not have.
+    /// The bytes under a tag, for GetControlData and its companions. A null view for a tag that it does not have.
     virtual std::string_view Data(ResType) const { return {}; }
-    /// Replaces data that it has by other bytes; only text changes its size.
+    /// Replaces the bytes under a tag that it has. Only text changes its size.
     virtual OSErr SetData(ResType, std::string_view) { return noErr; }
 };
 
@@ -73,7 +73,7 @@ struct PictureControl final : OpaqueControlRef
     }
     PictureView* View() const { return static_cast<PictureView*>(widget); }
     bool CanEmbed() const override { return true; }
-    /// False, the control keeping what it shows, if it is null or cannot be decoded.
+    /// Shows a picture. False and unchanged if the picture is null or cannot be decoded.
     bool SetPicture(PicHandle picture);
     std::string_view Data(ResType tag) const override;
     OSErr SetData(ResType tag, std::string_view bytes) override;

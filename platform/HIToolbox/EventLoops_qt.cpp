@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// EventLoops_qt.cpp - modal loops, a nested event loop for each window, and timers. Loops of different windows may nest.
+// EventLoops_qt.cpp - modal loops (a nested event loop for each window) and timers.
+// Loops of different windows may nest.
 #include "HIToolbox/Application_qt.h"
 #include "HIToolbox/Windows_qt.h"
 

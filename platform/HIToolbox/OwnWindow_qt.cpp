@@ -139,7 +139,7 @@ void OwnWindow::Vanish()
     Notify(kEventWindowHidden);
 }
 
-// A window whose default button would not be on a screen is moved onto its parent's, or to the middle of the main screen.
+// Moves a window whose default button is not on a screen onto its parent's screen, or the main one.
 void OwnWindow::Move(QPoint content)
 {
     const QPushButton* button = Widget() ? Widget()->defaultButton : nullptr;

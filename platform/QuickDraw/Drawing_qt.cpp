@@ -66,7 +66,7 @@ double Drawing::SeenArea(const QRectF& bounds) const
     return seen.isEmpty() ? 0 : seen.width() * seen.height();
 }
 
-// `bytes`: what the function holds outside of itself.
+// `bytes`: memory that the function holds elsewhere.
 template <class Draw> void Drawing::Keep(const QRectF& bounds, uint64_t bytes, Draw draw)
 {
     m_budget.SpendMemory(sizeof(DrawingStep) + sizeof(Draw) + 32 + bytes);

@@ -235,7 +235,7 @@ void Interpreter::ExecuteShape(int opcode)
     }
 }
 
-// What is neither bits nor an image is passed over.
+// Skips blocks that are neither bits nor an image.
 void Interpreter::ExecuteBlock(int opcode)
 {
     if (IsBits(opcode)) {

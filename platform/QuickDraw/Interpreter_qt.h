@@ -13,5 +13,5 @@ struct InterpretedPicture
     uint64_t memory; // bytes that the steps hold
 };
 
-/// Throws BadData for data that cannot be shown whole, and what the budget throws.
+/// Reads a picture. Throws BadData if the data is damaged, unsupported or over the budget.
 InterpretedPicture Interpreter_Run(const uint8_t* data, size_t size);

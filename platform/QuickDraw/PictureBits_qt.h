@@ -22,7 +22,7 @@ struct PictureBits
     QRegion mask; // in drawing coordinates
 };
 
-/// What a reader has not passed yet.
+/// The bytes that a reader has not read yet.
 inline QByteArrayView PictureBits_Rest(ByteReader data)
 {
     const size_t count = data.Left();

@@ -14,7 +14,7 @@
 namespace {
 
 constexpr uint64_t kMaxKept = 4 << 20; // bytes of a picture that is kept for its next use
-// Of the canvas that a larger picture is painted in bands on.
+// The largest canvas; larger pictures are painted in bands.
 constexpr int kMaxBandPixels = 1 << 20;
 
 } // namespace

@@ -14,7 +14,7 @@ class DecodedPicture
 public:
     /// Decodes `size` bytes. Null if the picture cannot be shown whole, or exceeds the limits of PictureBudget.h.
     static std::shared_ptr<const DecodedPicture> Decode(const void* data, std::size_t size);
-    /// The same of a resource; null also for a null or released handle.
+    /// Decodes a resource. Null also for a null or released handle.
     static std::shared_ptr<const DecodedPicture> OfHandle(PicHandle picture);
 
     explicit DecodedPicture(InterpretedPicture picture)

@@ -7,7 +7,7 @@
 #include <QtGui/QPainterPath>
 #include <QtGui/QRegion>
 
-/// A rectangle with corners from an oval of some size; none in size gives square ones, the rectangle's own an oval.
+/// A rectangle whose corners are quarters of an oval. Size 0 gives square corners, the rectangle's own size an oval.
 QPainterPath Shapes_RoundRect(const QRectF& rect, QSizeF oval);
 /// A wedge of the oval in a rectangle; angles in degrees, clockwise from the top.
 QPainterPath Shapes_Wedge(const QRectF& rect, int start, int sweep);

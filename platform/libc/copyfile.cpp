@@ -33,7 +33,7 @@ bool ListNames(int fd, copyfile_flags_t flags, std::vector<std::string>& names)
     return true;
 }
 
-// Nothing, with errno, on failure.
+// Reads an attribute. Empty with errno on failure.
 std::optional<std::string> Read(int fd, const std::string& name)
 {
     const ssize_t nSize = fgetxattr(fd, name.c_str(), nullptr, 0);

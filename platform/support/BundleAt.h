@@ -8,7 +8,7 @@
 
 #include <string_view>
 
-/// The bundle that a folder is; null for anything else.
+/// Creates the bundle of a folder; null if the path is not a folder.
 inline Ref<CFBundleRef> BundleAt(std::string_view path)
 {
     const Ref<CFURLRef> url(CFURLCreateFromFileSystemRepresentation(

@@ -39,7 +39,7 @@ public:
         return bytes;
     }
     void Skip(size_t n) { Bytes(n); }
-    /// A reader that has passed `n` bytes more.
+    /// A copy of this reader, `n` bytes further on.
     ByteReader From(size_t n) const
     {
         ByteReader reader = *this;

@@ -112,9 +112,8 @@ OSStatus QuitAppModalLoopForWindow(WindowRef window) VL_SYMBOL(QuitAppModalLoopF
 
 EventLoopRef GetMainEventLoop(void) VL_SYMBOL(GetMainEventLoop);
 EventLoopTimerUPP NewEventLoopTimerUPP(EventLoopTimerProcPtr routine) VL_SYMBOL(NewEventLoopTimerUPP);
-/// Calls a routine once, `delay` seconds later, while events run. `interval` is 0 and `timer` null: nothing repeats
-/// a timer or removes it.
-///   returns  noErr; paramErr; windowWrongStateErr when this process can show no windows
+/// Calls a routine once, `delay` seconds later, while events run. Repeating and removable timers are not supported.
+///   returns  noErr; paramErr also if `interval` is not 0 or `timer` not null; windowWrongStateErr when this process can show no windows
 OSStatus InstallEventLoopTimer(EventLoopRef loop, EventTimerInterval delay, EventTimerInterval interval,
                                EventLoopTimerUPP routine, void* userData, EventLoopTimerRef* timer)
     VL_SYMBOL(InstallEventLoopTimer);
