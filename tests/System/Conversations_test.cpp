@@ -231,7 +231,8 @@ private:
         { "longdouble", [this] { Format(std::stold(Word(2))); } },
         { "pointer", [this] { Format(reinterpret_cast<void*>(std::intptr_t { Int(2) })); } },
         { "text", [this] { Format(Text(2)); } },
-        { "count", [this] { Format(&m_number); Say(m_number); } },
+        // The hardened C library takes %n from constant formats alone.
+        { "count", [this] { int n = 0; m_string.Clear(); m_string.Format("abcd%n%s", &n, "text"); SayFormatted(); Say(n); } },
         { "own", [this] { m_string.Clear(); m_string = Text(1); m_string.Format(Text(2), m_string.GetString(), "text", 7); SayFormatted(); } },
         { "ownshared", [this] { m_string.Clear(); m_string = Text(1); const String copy(m_string); m_string.Format(Text(2), m_string.GetString(), "text", 7); SayFormatted(); } },
         { "ownformat", [this] { m_string.Clear(); m_string = Text(1); m_string.Format(m_string, 1, "text", 7); SayFormatted(); } },
