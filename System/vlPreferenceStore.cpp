@@ -141,7 +141,8 @@ Bool32 PreferenceStore::SetInt(const char* entry, CFStringRef user, const SInt32
 {
     if (value == nullptr)
         return PutObject(entry, nullptr, user, 1);
-    if (const auto number = CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt32Type, value))
+    const SInt32 copy = *value;
+    if (const auto number = CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt32Type, &copy))
         return PutObject(entry, number, user, 1);
     LogPrint("SetInt: CFNumber NULL\n");
     return 0;
